@@ -1,0 +1,13 @@
+# What every target of the project is compiled with. Targets link `vesk_options`, so that nothing of
+# it reaches a dependency.
+add_library(vesk_options INTERFACE)
+target_compile_options(vesk_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Werror)
+target_include_directories(vesk_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+
+if(VESK_SANITIZERS)
+  # The whole build is instrumented, so that a report names lines on both sides of every call.
+  add_compile_options(-fsanitize=${VESK_SANITIZERS} -fno-sanitize-recover=all
+    -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${VESK_SANITIZERS})
+endif()

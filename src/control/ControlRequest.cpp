@@ -1,0 +1,33 @@
+#include "control/ControlRequest.h"
+
+namespace vesk {
+namespace {
+
+StartRequest startRequest(const Message& message) {
+  StartRequest request;
+  request.viewer = message.string("viewer").value_or("");
+  request.input = message.boolean("input").value_or(false);
+  request.consent = message.boolean("consent").value_or(false);
+  request.fps = message.integer("fps").value_or(request.fps);
+  request.bitrateKbps = message.integer("bitrateKbps").value_or(request.bitrateKbps);
+  request.banner = message.object("banner");
+  return request;
+}
+
+}  // namespace
+
+std::optional<ControlRequest> controlRequest(const Message& message) {
+  const auto op = message.string("op");
+  if (op == "start") return startRequest(message);
+  if (op == "stop") return StopRequest{};
+  if (op == "keyframe") return KeyframeRequest{};
+  if (op == "bitrate") {
+    const auto value = message.integer("bitrateKbps");
+    return value ? std::optional<ControlRequest>(BitrateRequest{*value}) : std::nullopt;
+  }
+  if (op == "input") return InputRequest{message.boolean("allowed").value_or(false)};
+  if (op == "viewer") return ViewerRequest{message.string("name").value_or("")};
+  return std::nullopt;
+}
+
+}  // namespace vesk

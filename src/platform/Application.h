@@ -1,0 +1,32 @@
+#pragma once
+
+namespace vesk {
+
+/// Told on the main thread, once, when the application's loop has begun to run.
+class ApplicationDelegate {
+ public:
+  virtual ~ApplicationDelegate() = default;
+  virtual void applicationDidFinishLaunching() = 0;
+};
+
+/// How the application shows itself to the person. The value is the Mac's own.
+enum class ActivationPolicy : int { accessory = 1 };
+
+/// Thread: main. Owns: the main loop. One per process.
+class Application {
+ public:
+  virtual ~Application() = default;
+
+  /// An accessory application has no entry in docks and task bars, and closing its last window
+  /// does not end it.
+  virtual void setActivationPolicy(ActivationPolicy policy) = 0;
+
+  /// Held weakly; the delegate outlives `run`.
+  virtual void setDelegate(ApplicationDelegate& delegate) = 0;
+
+  /// Runs the main loop. In practice it never returns: the process is ended from outside or by
+  /// `Processes::exit`.
+  virtual void run() = 0;
+};
+
+}  // namespace vesk

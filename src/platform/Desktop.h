@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/Permissions.h"
+
+namespace vesk {
+
+/// Thread: any. Owns: what it hands out by reference, for its own life.
+/// One graphical session. On some systems a single grant of the person serves looking and touching
+/// together, so the things that need it come from one object.
+class Desktop {
+ public:
+  virtual ~Desktop() = default;
+
+  virtual Permissions& permissions() = 0;
+};
+
+}  // namespace vesk

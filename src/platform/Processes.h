@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vesk {
+
+using ProcessId = std::int32_t;
+
+/// Thread: any, except where a member says otherwise. Owns: nothing.
+/// This process, its environment, its children, and other copies of the program.
+class Processes {
+ public:
+  virtual ~Processes() = default;
+
+  virtual ProcessId currentProcessId() const = 0;
+
+  /// The value of an environment variable, or nothing when it is not set.
+  virtual std::optional<std::string> environment(const std::string& name) const = 0;
+
+  /// The identifier of the bundle that the program runs from, or nothing outside a bundle.
+  virtual std::optional<std::string> mainBundleIdentifier() const = 0;
+
+  /// Runs the program at `path` with `arguments` (its own name not included), this process's
+  /// environment and standard streams, and waits until it has ended. A program that cannot be
+  /// started, and its exit status, are passed over in silence.
+  virtual void runAndWait(const std::string& path, const std::vector<std::string>& arguments) = 0;
+
+  /// The running applications of this user with that bundle identifier, this process included, in
+  /// the order of their process identifiers. Where bundles do not exist: the processes of this user
+  /// that run an executable of the same file name as this one's, wherever it lies and also when it
+  /// was replaced since.
+  virtual std::vector<ProcessId> runningApplications(std::string_view bundleIdentifier) const = 0;
+
+  /// Ends a process without asking it. False when the system refuses.
+  virtual bool forceTerminate(ProcessId process) = 0;
+
+  /// Sends SIGTERM; the result is not checked.
+  virtual void terminate(ProcessId process) = 0;
+
+  /// Ends this process.
+  [[noreturn]] virtual void exit(int status) = 0;
+};
+
+}  // namespace vesk

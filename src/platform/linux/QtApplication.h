@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QApplication>
+#include <string>
+
+#include "platform/Application.h"
+
+namespace vesk {
+
+/// Qt's application object and main loop. Thread: main. Throws nothing: whether there is a display
+/// is found out before.
+class QtApplication final : public Application {
+ public:
+  QtApplication();
+
+  void setActivationPolicy(ActivationPolicy policy) override;
+  void setDelegate(ApplicationDelegate& delegate) override { delegate_ = &delegate; }
+  void run() override;
+
+ private:
+  /// Qt keeps references to its arguments, so they live here, before the application that reads
+  /// them.
+  std::string name_ = "vesk-remote";
+  std::string platformOption_ = "-platform";
+  std::string platform_ = "xcb";
+  char* arguments_[4] = {name_.data(), platformOption_.data(), platform_.data(), nullptr};
+  int argumentCount_ = 3;
+  QApplication application_;
+  ApplicationDelegate* delegate_ = nullptr;
+};
+
+}  // namespace vesk

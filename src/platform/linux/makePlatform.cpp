@@ -1,0 +1,23 @@
+#include "platform/Platform.h"
+#include "platform/SystemClock.h"
+#include "platform/linux/LinuxProcesses.h"
+#include "platform/linux/QtApplication.h"
+#include "platform/linux/ThreadQueues.h"
+#include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/XDesktop.h"
+
+namespace vesk {
+
+Platform makePlatform() {
+  // Asked here because Qt, finding no display, would end the process with a text of its own.
+  if (!x11::Connection()) throw NoDesktop(x11::Connection::advice());
+  Platform platform;
+  platform.clock = std::make_unique<SystemClock>();
+  platform.processes = std::make_unique<LinuxProcesses>();
+  platform.application = std::make_unique<QtApplication>();
+  platform.queues = std::make_unique<ThreadQueues>();
+  platform.desktop = std::make_unique<x11::XDesktop>();
+  return platform;
+}
+
+}  // namespace vesk

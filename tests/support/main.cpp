@@ -1,0 +1,13 @@
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include "support/TemporaryFolder.h"
+
+/// Every test program has a home folder of its own, so that nobody's log is touched.
+int main(int argc, char* argv[]) {
+  testing::InitGoogleTest(&argc, argv);
+  const vesk::testing::TemporaryFolder home;
+  std::filesystem::create_directories(home.path() / "Library/Logs");
+  ::setenv("HOME", home.path().c_str(), 1);
+  return RUN_ALL_TESTS();
+}
