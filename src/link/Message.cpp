@@ -1,5 +1,6 @@
 #include "link/Message.h"
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 
@@ -46,6 +47,8 @@ std::shared_ptr<const json> withMember(const json& object, std::string_view key,
 // the parsed tree, and an inner object is a pointer into it that keeps the whole tree alive.
 
 std::optional<Message> Message::parse(ByteView text) {
+  // JSON has no place for a zero byte, but the parser takes one for the end of its input.
+  if (std::ranges::find(text, std::byte{0}) != text.end()) return std::nullopt;
   const auto* first = reinterpret_cast<const char*>(text.data());
   auto parsed = std::make_shared<json>(
       json::parse(first, first + text.size(), nullptr, /*allow_exceptions=*/false));

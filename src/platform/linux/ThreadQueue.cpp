@@ -117,7 +117,8 @@ class ThreadQueue::State {
     if (next == firings_.end()) {
       changed_.wait(lock);
     } else {
-      changed_.wait_until(lock, (*next)->due);
+      const auto due = (*next)->due;  // a copy: the timer may be gone before the wait is over
+      changed_.wait_until(lock, due);
     }
   }
 
@@ -176,7 +177,11 @@ ThreadQueue::~ThreadQueue() {
   }
 }
 
-void ThreadQueue::async(Task task) { state_->submit(std::move(task)); }
+void ThreadQueue::async(Task task) {
+  // Held on to, because the task may run, and destroy the queue, before this call returns.
+  const auto state = state_;
+  state->submit(std::move(task));
+}
 
 void ThreadQueue::sync(const Task& task) {
   if (thread_.get_id() == std::this_thread::get_id()) fatal("a queue was asked to wait for itself");

@@ -1,0 +1,125 @@
+#include "platform/linux/LinuxProcesses.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "support/TemporaryFolder.h"
+#include "support/XServer.h"
+
+namespace vesk {
+namespace {
+
+namespace fs = std::filesystem;
+using vesk::testing::ChildProcess;
+
+/// An executable of this test program's own file name that sleeps, in a folder of its own.
+class Copy {
+ public:
+  Copy() { fs::copy_file("/bin/sleep", path_); }
+  const fs::path& path() const { return path_; }
+
+ private:
+  vesk::testing::TemporaryFolder folder_;
+  fs::path path_ = folder_.path() / fs::read_symlink("/proc/self/exe").filename();
+};
+
+/// Waits until the child runs the program that it was started for, as its /proc entry shows.
+void waitUntilItRuns(const ChildProcess& child, const fs::path& program) {
+  const fs::path link = "/proc/" + std::to_string(child.pid()) + "/exe";
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  std::error_code error;
+  while (fs::read_symlink(link, error) != program) {
+    ASSERT_LT(std::chrono::steady_clock::now(), deadline) << program << " does not run";
+    ::usleep(1000);
+  }
+}
+
+/// Whether a process counts as a running copy of this test program. Others may run beside it.
+bool isFound(ProcessId process) {
+  const auto found = LinuxProcesses().runningApplications("any");
+  EXPECT_TRUE(std::ranges::is_sorted(found));
+  return std::ranges::find(found, process) != found.end();
+}
+
+TEST(LinuxProcessesTest, KnowsItselfAndItsEnvironment) {
+  const LinuxProcesses processes;
+  EXPECT_EQ(processes.currentProcessId(), ::getpid());
+  ::setenv("VESK_TEST", "value", 1);
+  EXPECT_EQ(processes.environment("VESK_TEST"), "value");
+  ::unsetenv("VESK_TEST");
+  EXPECT_EQ(processes.environment("VESK_TEST"), std::nullopt);
+  EXPECT_EQ(processes.mainBundleIdentifier(), std::nullopt);
+}
+
+TEST(LinuxProcessesTest, FindsCopiesByFileNameWhereverTheyLie) {
+  EXPECT_TRUE(isFound(::getpid()));
+  const Copy copy;
+  ChildProcess child({copy.path(), "60"});
+  waitUntilItRuns(child, copy.path());
+  EXPECT_TRUE(isFound(child.pid()));
+  const ProcessId ended = child.pid();
+  child.stop(SIGKILL);
+  EXPECT_FALSE(isFound(ended));
+}
+
+TEST(LinuxProcessesTest, FindsACopyWhoseFileWasReplacedSince) {
+  const Copy copy;
+  const ChildProcess child({copy.path(), "60"});
+  waitUntilItRuns(child, copy.path());
+  fs::remove(copy.path());
+  std::ofstream(copy.path()) << "the new version";
+  EXPECT_TRUE(isFound(child.pid()));
+}
+
+TEST(LinuxProcessesTest, PassesOverOtherProgramsAndThoseWhoseNameOnlyBeginsAlike) {
+  const Copy copy;
+  const fs::path longer = copy.path().string() + "2";
+  fs::copy_file("/bin/sleep", longer);
+  const ChildProcess child({longer, "60"});
+  waitUntilItRuns(child, longer);
+  EXPECT_FALSE(isFound(child.pid()));
+}
+
+TEST(LinuxProcessesTest, EndsProcesses) {
+  LinuxProcesses processes;
+  ChildProcess killed({"sleep", "60"});
+  EXPECT_TRUE(processes.forceTerminate(killed.pid()));
+  EXPECT_EQ(WTERMSIG(killed.stop(0)), SIGKILL);
+
+  ChildProcess asked({"sleep", "60"});
+  const pid_t asking = asked.pid();
+  processes.terminate(asking);
+  EXPECT_EQ(WTERMSIG(asked.stop(0)), SIGTERM);
+  EXPECT_FALSE(processes.forceTerminate(asking));
+}
+
+TEST(LinuxProcessesTest, RunsAProgramAndWaitsForItsEnd) {
+  const vesk::testing::TemporaryFolder folder;
+  const fs::path out = folder.path() / "out";
+  ::setenv("VESK_OUT", out.c_str(), 1);
+  LinuxProcesses().runAndWait("/bin/sh", {"-c", "echo \"$0|$1\" > \"$VESK_OUT\"", "a b", "c"});
+  std::ifstream file(out);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "a b|c\n");
+  ::unsetenv("VESK_OUT");
+}
+
+TEST(LinuxProcessesTest, PassesOverAProgramThatCannotBeStartedAndOneThatFails) {
+  LinuxProcesses().runAndWait("/nonexistent/launchctl", {"kickstart"});
+  LinuxProcesses().runAndWait("/bin/false", {});
+}
+
+TEST(LinuxProcessesDeathTest, ExitsWithTheStatus) {
+  EXPECT_EXIT(LinuxProcesses().exit(7), ::testing::ExitedWithCode(7), "");
+}
+
+}  // namespace
+}  // namespace vesk
