@@ -24,7 +24,7 @@ constexpr int usageError = 2;
 
 }  // namespace
 
-std::optional<CommandLineAnswer> commandLineAnswer(std::span<const char* const> arguments) {
+std::optional<CommandLineAnswer> commandLineAnswer(std::span<char* const> arguments) {
   if (arguments.empty()) return std::nullopt;
   const std::string_view first = arguments.front();
   if (first == "--help") return CommandLineAnswer{0, std::string(help), ""};

@@ -14,6 +14,6 @@ struct CommandLineAnswer {
 };
 
 /// `arguments` without the program's own name. Nothing when the program is to run.
-std::optional<CommandLineAnswer> commandLineAnswer(std::span<const char* const> arguments);
+std::optional<CommandLineAnswer> commandLineAnswer(std::span<char* const> arguments);
 
 }  // namespace vesk

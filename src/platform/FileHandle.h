@@ -35,7 +35,8 @@ class FileHandle {
   Descriptor descriptor_;
 };
 
-/// Writes all of `text` to the standard error of the process in one call. A failure is ignored.
+/// Writes all of `text` to a standard stream of the process in one call. A failure is ignored.
+void writeToStandardOutput(std::string_view text);
 void writeToStandardError(std::string_view text);
 
 }  // namespace vesk

@@ -22,6 +22,13 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
   return result;
 }
 
+std::vector<std::string> xvfb(const std::string& screen, const std::vector<std::string>& options) {
+  // Without -noreset the server would start anew when a test's first client leaves.
+  std::vector<std::string> command{"Xvfb", "-screen", "0", screen, "-nolisten", "tcp", "-noreset"};
+  command.insert(command.end(), options.begin(), options.end());
+  return command;
+}
+
 }  // namespace
 
 ChildProcess::ChildProcess(std::vector<std::string> command, std::vector<std::string> environment,
@@ -48,38 +55,23 @@ int ChildProcess::stop(int signal) {
   return status;
 }
 
-struct XServer::Pipe {
-  Pipe() {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-    in = Descriptor(ends[0]);
-    out = Descriptor(ends[1]);
-  }
-  Descriptor in;
-  Descriptor out;
-};
-
 XServer::XServer(const std::string& screen, const std::vector<std::string>& options)
-    : XServer(screen, options, Pipe()) {}
+    : XServer(xvfb(screen, options), {}) {}
 
-XServer::XServer(const std::string& screen, const std::vector<std::string>& options, Pipe pipe)
-    : process_(
-          [&] {
-            std::vector<std::string> command{
-                "Xvfb",      "-displayfd", std::to_string(pipe.out.get()),
-                "-screen",   "0",          screen,
-                "-nolisten", "tcp",        "-noreset"};
-            command.insert(command.end(), options.begin(), options.end());
-            return command;
-          }(),
-          {}, {pipe.out.get()}) {
-  pipe.out.close();
+XServer::XServer(std::vector<std::string> command, std::vector<std::string> environment) {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  const Descriptor in(ends[0]);
+  Descriptor out(ends[1]);
+  const std::string program = command.front();
+  command.insert(command.end(), {"-displayfd", std::to_string(out.get())});
+  process_ = std::make_unique<ChildProcess>(std::move(command), std::move(environment),
+                                            std::vector{out.get()});
+  out.close();
   std::string number;
-  for (char c = 0; ::read(pipe.in.get(), &c, 1) == 1 && c != '\n';) number += c;
-  if (number.empty()) throw std::runtime_error("Xvfb did not start; is it installed?");
+  for (char c = 0; ::read(in.get(), &c, 1) == 1 && c != '\n';) number += c;
+  if (number.empty()) throw std::runtime_error(program + " did not start; is it installed?");
   display_ = ":" + number;
 }
-
-void XServer::kill() { process_.stop(SIGKILL); }
 
 }  // namespace vesk::testing

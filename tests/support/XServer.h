@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -28,12 +29,15 @@ class ChildProcess {
   pid_t pid_ = -1;
 };
 
-/// A private Xvfb on a display number that was free, answering when the constructor returns.
+/// A private X server on a display number that was free, answering when the constructor returns.
 class XServer {
  public:
-  /// `screen` is WIDTHxHEIGHTxDEPTH; further options go to the server as they are.
+  /// An Xvfb. `screen` is WIDTHxHEIGHTxDEPTH; further options go to the server as they are.
   explicit XServer(const std::string& screen = "1920x1080x24",
                    const std::vector<std::string>& options = {});
+
+  /// Another server, started by `command`; it must know the option -displayfd.
+  XServer(std::vector<std::string> command, std::vector<std::string> environment);
 
   /// The value for DISPLAY.
   const std::string& display() const { return display_; }
@@ -41,17 +45,13 @@ class XServer {
   /// The entry for a child's environment.
   std::string environment() const { return "DISPLAY=" + display_; }
 
-  pid_t pid() const { return process_.pid(); }
+  pid_t pid() const { return process_->pid(); }
 
   /// Ends the server as if it had crashed.
-  void kill();
+  void kill() { process_.reset(); }
 
  private:
-  struct Pipe;
-
-  XServer(const std::string& screen, const std::vector<std::string>& options, Pipe pipe);
-
-  ChildProcess process_;
+  std::unique_ptr<ChildProcess> process_;
   std::string display_;
 };
 

@@ -41,6 +41,8 @@ void FileHandle::seekToEnd() { ::lseek(descriptor_.get(), 0, SEEK_END); }
 
 void FileHandle::write(std::string_view text) const { writeOnce(descriptor_.get(), text); }
 
+void writeToStandardOutput(std::string_view text) { writeOnce(STDOUT_FILENO, text); }
+
 void writeToStandardError(std::string_view text) { writeOnce(STDERR_FILENO, text); }
 
 }  // namespace vesk

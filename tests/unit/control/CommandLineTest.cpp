@@ -2,14 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
+#include <string>
 #include <vector>
 
 namespace vesk {
 namespace {
 
-std::optional<CommandLineAnswer> answer(std::initializer_list<const char*> arguments) {
-  const std::vector<const char*> list(arguments);
+std::optional<CommandLineAnswer> answer(std::vector<std::string> arguments) {
+  std::vector<char*> list;
+  for (auto& argument : arguments) list.push_back(argument.data());
   return commandLineAnswer(list);
 }
 

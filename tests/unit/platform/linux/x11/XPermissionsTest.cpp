@@ -3,9 +3,16 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
 #include <string>
+#include <thread>
 
+#include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/XDisplays.h"
+#include "support/TemporaryFolder.h"
+#include "support/UnixListener.h"
 #include "support/XServer.h"
 
 namespace vesk::x11 {
@@ -48,6 +55,44 @@ TEST_F(XPermissionsTest, NeedXTestForInputOnly) {
   use(server.display());
   XPermissions permissions;
   EXPECT_TRUE(permissions.preflightScreenCaptureAccess());
+  EXPECT_FALSE(permissions.isProcessTrusted());
+}
+
+/// A Wayland compositor that shows nothing, and an X server inside its session.
+class WaylandSession {
+ public:
+  WaylandSession() { waitForCompositor(); }
+  const std::string& display() const { return server_->display(); }
+
+ private:
+  void waitForCompositor() {
+    const auto deadline = std::chrono::steady_clock::now() + vesk::testing::patience;
+    while (!std::filesystem::exists(folder_.path() / "wayland-test")) {
+      if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error("no compositor");
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    server_ = std::make_unique<XServer>(
+        std::vector<std::string>{"Xwayland", "-noreset"},
+        std::vector<std::string>{"WAYLAND_DISPLAY=wayland-test", runtimeFolder_});
+  }
+
+  vesk::testing::TemporaryFolder folder_;
+  std::string runtimeFolder_ = "XDG_RUNTIME_DIR=" + folder_.path().string();
+  vesk::testing::ChildProcess compositor_{
+      {"weston", "--backend=headless-backend.so", "--socket=wayland-test", "--idle-time=0",
+       "--log=" + (folder_.path() / "log").string()},
+      {runtimeFolder_}};
+  std::unique_ptr<XServer> server_;
+};
+
+TEST_F(XPermissionsTest, AreDeniedByAServerThatOnlyServesAWaylandSession) {
+  const WaylandSession session;
+  use(session.display());
+  const Connection connection;
+  ASSERT_TRUE(connection);
+  ASSERT_TRUE(connection.offers("XTEST")) << "the test would prove nothing";
+  XPermissions permissions;
+  EXPECT_FALSE(permissions.preflightScreenCaptureAccess());
   EXPECT_FALSE(permissions.isProcessTrusted());
 }
 
