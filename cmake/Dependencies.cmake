@@ -2,10 +2,20 @@
 find_package(nlohmann_json 3.11 REQUIRED)
 find_package(Threads REQUIRED)
 
+# GNU libunistring tells where one character ends and the next begins. It comes with no file of its
+# own for CMake or pkg-config.
+find_path(UNISTRING_INCLUDE_DIR unigbrk.h REQUIRED)
+find_library(UNISTRING_LIBRARY unistring REQUIRED)
+add_library(Unistring::Unistring UNKNOWN IMPORTED)
+set_target_properties(Unistring::Unistring PROPERTIES
+  IMPORTED_LOCATION "${UNISTRING_LIBRARY}"
+  INTERFACE_INCLUDE_DIRECTORIES "${UNISTRING_INCLUDE_DIR}")
+
 if(NOT APPLE)
   find_package(PkgConfig REQUIRED)
   find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
-  pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-randr)
+  pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-randr xcb-xkb xcb-xtest)
+  pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon xkbcommon-x11)
 endif()
 
 if(VESK_BUILD_TESTS)

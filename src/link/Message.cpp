@@ -81,6 +81,13 @@ std::optional<std::int64_t> Message::integer(std::string_view key) const {
   return value == nullptr ? std::nullopt : integerValue(*value);
 }
 
+std::optional<double> Message::number(std::string_view key) const {
+  const json* value = member(key);
+  if (value == nullptr) return std::nullopt;
+  if (value->is_boolean()) return value->get<bool>() ? 1.0 : 0.0;
+  return value->is_number() ? std::optional(value->get<double>()) : std::nullopt;
+}
+
 std::optional<bool> Message::boolean(std::string_view key) const {
   const auto value = integer(key);
   if (!value || *value < 0 || *value > 1) return std::nullopt;

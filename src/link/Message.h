@@ -18,7 +18,7 @@ namespace vesk {
 /// Fails: never; a member that is absent and one that does not convert look the same.
 ///
 /// The conversions are those of the Mac's numbers: 25.0 is the integer 25, true and false are the
-/// integers 1 and 0, and the numbers 0 and 1 are Booleans. A string is never anything else.
+/// numbers 1 and 0, and the numbers 0 and 1 are Booleans. A string is never anything else.
 class Message {
  public:
   /// The object in `text`; nothing when it is not well-formed UTF-8 JSON or not an object.
@@ -38,6 +38,7 @@ class Message {
 
   std::optional<std::string> string(std::string_view key) const;
   std::optional<std::int64_t> integer(std::string_view key) const;
+  std::optional<double> number(std::string_view key) const;
   std::optional<bool> boolean(std::string_view key) const;
   std::optional<Message> object(std::string_view key) const;
 

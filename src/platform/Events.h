@@ -45,9 +45,9 @@ struct MouseEvent {
   EventType type = EventType::mouseMoved;
   Point point;
   MouseButton button = MouseButton::left;
-  std::optional<EventFlags> flags;
-  std::optional<std::int64_t> clickState;
-  std::optional<std::int64_t> buttonNumber;
+  std::optional<EventFlags> flags = std::nullopt;
+  std::optional<std::int64_t> clickState = std::nullopt;
+  std::optional<std::int64_t> buttonNumber = std::nullopt;
   bool operator==(const MouseEvent&) const = default;
 };
 
@@ -57,8 +57,8 @@ struct KeyboardEvent {
   KeyCode keyCode = 0;
   bool down = false;
   EventType type = EventType::keyUp;
-  std::optional<EventFlags> flags;
-  std::optional<std::u16string> unicode;
+  std::optional<EventFlags> flags = std::nullopt;
+  std::optional<std::u16string> unicode = std::nullopt;
   bool operator==(const KeyboardEvent&) const = default;
 };
 

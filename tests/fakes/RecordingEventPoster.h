@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "platform/Events.h"
+
+namespace vesk::fakes {
+
+using PostedEvent = std::variant<MouseEvent, KeyboardEvent, ScrollEvent>;
+
+/// Keeps what was posted, in order. Thread: the test's.
+class RecordingEventPoster final : public EventPoster {
+ public:
+  void post(const MouseEvent& event) override { posted.emplace_back(event); }
+  void post(const KeyboardEvent& event) override { posted.emplace_back(event); }
+  void post(const ScrollEvent& event) override { posted.emplace_back(event); }
+  std::optional<Point> pointerLocation() override { return pointer; }
+
+  /// What was posted since this was last asked.
+  std::vector<PostedEvent> take() { return std::exchange(posted, {}); }
+
+  std::vector<PostedEvent> posted;
+  std::optional<Point> pointer = Point{320, 240};
+};
+
+}  // namespace vesk::fakes

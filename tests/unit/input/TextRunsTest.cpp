@@ -1,0 +1,78 @@
+#include "input/TextRuns.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+namespace vesk {
+namespace {
+
+using Runs = std::vector<std::u16string>;
+
+std::u16string joined(const Runs& runs) {
+  return std::accumulate(runs.begin(), runs.end(), std::u16string());
+}
+
+std::string repeated(std::string_view text, int times) {
+  std::string result;
+  for (int i = 0; i < times; ++i) result += text;
+  return result;
+}
+
+TEST(TextRunsTest, AreNoneForNoText) { EXPECT_EQ(textRuns(""), Runs{}); }
+
+TEST(TextRunsTest, HoldSixteenUnitsEach) {
+  EXPECT_EQ(textRuns("a"), Runs{u"a"});
+  EXPECT_EQ(textRuns(std::string(16, 'a')), Runs{std::u16string(16, u'a')});
+  EXPECT_EQ(textRuns(std::string(17, 'a')), (Runs{std::u16string(16, u'a'), u"a"}));
+  EXPECT_EQ(textRuns("0123456789abcdefghijklmnopqrstuvwxyz!?+-"),
+            (Runs{u"0123456789abcdef", u"ghijklmnopqrstuv", u"wxyz!?+-"}));
+}
+
+TEST(TextRunsTest, ConvertEveryWidth) {
+  EXPECT_EQ(textRuns("aé日😀\uFFFF\U0010FFFF"),
+            Runs{u"a\u00e9\u65e5\xd83d\xde00\xffff\xdbff\xdfff"});
+}
+
+TEST(TextRunsTest, KeepAZeroCharacter) {
+  EXPECT_EQ(textRuns(std::string_view("a\0b", 3)), Runs{std::u16string(u"a\0b", 3)});
+}
+
+TEST(TextRunsTest, CutBetweenTheHalvesOfAPair) {
+  const auto runs = textRuns("123456789012345😀!");
+  ASSERT_EQ(runs.size(), 2U);
+  EXPECT_EQ(runs[0], u"123456789012345\xd83d");
+  EXPECT_EQ(runs[1], u"\xde00!");
+}
+
+TEST(TextRunsTest, DropWhatComesAfter512Characters) {
+  EXPECT_EQ(joined(textRuns(std::string(511, 'a'))), std::u16string(511, u'a'));
+  EXPECT_EQ(joined(textRuns(std::string(512, 'a'))), std::u16string(512, u'a'));
+  const auto runs = textRuns(std::string(512, 'a') + std::string(88, 'b'));
+  EXPECT_EQ(runs.size(), 32U);
+  EXPECT_EQ(joined(runs), std::u16string(512, u'a'));
+}
+
+TEST(TextRunsTest, CountCharactersAsReadersDo) {
+  // Each is one character of several code points: a letter with marks, a family, a flag, a tone of
+  // skin, a keycap, Hangul from its parts, a line end, Devanagari with a vowel sign.
+  for (const std::string_view character :
+       {"e\u0301\u0323", "👨‍👩‍👧‍👦", "🇩🇪", "👍🏽", "1️⃣",
+        "\u1112\u1161\u11ab", "\r\n", "कि"}) {
+    const std::string kept = repeated(character, 512);
+    const auto units = joined(textRuns(kept));
+    EXPECT_EQ(joined(textRuns(kept + "b")), units) << character;
+    EXPECT_EQ(joined(textRuns(kept + std::string(character))), units) << character;
+    EXPECT_EQ(joined(textRuns(repeated(character, 511) + "b")).size(), units.size() / 512 * 511 + 1)
+        << character;
+  }
+}
+
+TEST(TextRunsTest, KeepACharacterOfAnyLengthWhole) {
+  const std::string tower = "a" + repeated("\u0301", 5000);
+  EXPECT_EQ(joined(textRuns(tower)).size(), 5001U);
+  EXPECT_EQ(joined(textRuns(std::string(511, 'x') + tower + "b")).size(), 511U + 5001U);
+}
+
+}  // namespace
+}  // namespace vesk
