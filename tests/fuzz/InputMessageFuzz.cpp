@@ -46,7 +46,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   vesk::fakes::RecordingEventPoster poster;
   vesk::fakes::FakeDisplays displays;
-  displays.mainBounds = vesk::display;
+  displays.boundsOf[displays.main] = vesk::display;
   vesk::fakes::ManualClock clock;
   vesk::InputInjector injector(poster, displays, clock);
   injector.handle(std::as_bytes(std::span(data, size)));

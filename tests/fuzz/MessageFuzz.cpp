@@ -8,9 +8,10 @@
 /// read can be written, and reads the same again.
 namespace {
 
-constexpr std::array keys{"op",     "viewer", "input", "consent",   "fps", "bitrateKbps", "banner",
-                          "allowed", "name",  "strip", "thickness", "t",   "e",           "x",
-                          "y",       "b",     "d",     "m",         "c",   "s"};
+constexpr std::array keys{"op",          "viewer", "input",   "consent", "fps",
+                          "bitrateKbps", "banner", "allowed", "name",    "strip",
+                          "thickness",   "t",      "e",       "x",       "y",
+                          "b",           "d",      "m",       "c",       "s"};
 
 bool sameMembers(const vesk::Message& one, const vesk::Message& other) {
   for (const auto* key : keys) {

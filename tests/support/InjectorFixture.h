@@ -18,7 +18,7 @@ using Posted = std::vector<fakes::PostedEvent>;
 /// An injector among fakes. The main display lies at (100, 50) and is 1000 by 500 points.
 class InjectorTest : public ::testing::Test {
  protected:
-  InjectorTest() { displays_.mainBounds = {{100, 50}, 1000, 500}; }
+  InjectorTest() { displays_.boundsOf[displays_.main] = {{100, 50}, 1000, 500}; }
 
   /// Handles one message and returns what it posted.
   Posted send(std::string_view json) {

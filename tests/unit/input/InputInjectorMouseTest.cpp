@@ -63,10 +63,10 @@ TEST_F(InputInjectorMouseTest, MovesToTheCornerWithoutAPosition) {
 }
 
 TEST_F(InputInjectorMouseTest, AsksForTheBoundsWithEveryMessage) {
-  displays_.mainBounds = {{-1920, 0}, 1920, 1080};
+  displays_.boundsOf[displays_.main] = {{-1920, 0}, 1920, 1080};
   EXPECT_EQ(send(R"({"t":"m","e":"move","x":0.5,"y":0.5})"), Posted{moved({-960, 540})});
   displays_.main = 9;
-  displays_.mainBounds = {{0, -1080}, 640, 480};
+  displays_.boundsOf[displays_.main] = {{0, -1080}, 640, 480};
   EXPECT_EQ(send(R"({"t":"m","e":"move","x":0.5,"y":0.5})"), Posted{moved({320, -840})});
 }
 
@@ -194,7 +194,7 @@ TEST_F(InputInjectorMouseTest, CountsClicksCloseInTimeAndPlace) {
 }
 
 TEST_F(InputInjectorMouseTest, CountsAFirstClickAtTheOriginAsOne) {
-  displays_.mainBounds.origin = {0, 0};
+  displays_.boundsOf[displays_.main].origin = {0, 0};
   EXPECT_EQ(click(R"("x":0,"y":0)", -1), 1);
 }
 

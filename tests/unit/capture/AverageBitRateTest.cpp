@@ -1,0 +1,26 @@
+#include "capture/averageBitRate.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace vesk {
+namespace {
+
+TEST(AverageBitRateTest, IsAThousandTimesTheKilobits) {
+  EXPECT_EQ(averageBitRate(4000), 4'000'000);
+  EXPECT_EQ(averageBitRate(201), 201'000);
+}
+
+TEST(AverageBitRateTest, IsAtLeastTwoHundredKilobits) {
+  EXPECT_EQ(averageBitRate(0), 200'000);
+  EXPECT_EQ(averageBitRate(-4000), 200'000);
+  EXPECT_EQ(averageBitRate(150), 200'000);
+}
+
+TEST(AverageBitRateDeathTest, EndsTheProcessBeyondItsRange) {
+  EXPECT_DEATH(averageBitRate(std::numeric_limits<std::int64_t>::max()), "bit rate");
+}
+
+}  // namespace
+}  // namespace vesk

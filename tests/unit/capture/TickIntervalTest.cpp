@@ -1,0 +1,19 @@
+#include "capture/tickInterval.h"
+
+#include <gtest/gtest.h>
+
+namespace vesk {
+namespace {
+
+TEST(TickIntervalTest, IsOneSecondDividedInWholeNanoseconds) {
+  EXPECT_EQ(tickInterval(30).count(), 33'333'333);
+  EXPECT_EQ(tickInterval(60).count(), 16'666'666);
+  EXPECT_EQ(tickInterval(5).count(), 200'000'000);
+}
+
+TEST(TickIntervalDeathTest, EndsTheProcessWithoutAFrameRate) {
+  EXPECT_DEATH(tickInterval(0), "frame rate");
+}
+
+}  // namespace
+}  // namespace vesk
