@@ -1,6 +1,9 @@
 #pragma once
 
+#include "platform/Displays.h"
+#include "platform/Events.h"
 #include "platform/Permissions.h"
+#include "platform/ScreenCapture.h"
 
 namespace vesk {
 
@@ -12,6 +15,9 @@ class Desktop {
   virtual ~Desktop() = default;
 
   virtual Permissions& permissions() = 0;
+  virtual Displays& displays() = 0;
+  virtual ScreenCapture& screenCapture() = 0;
+  virtual EventPoster& events() = 0;
 };
 
 }  // namespace vesk

@@ -1,6 +1,7 @@
 #include "platform/Platform.h"
 #include "platform/SystemClock.h"
 #include "platform/linux/LinuxProcesses.h"
+#include "platform/linux/Missing.h"
 #include "platform/linux/QtApplication.h"
 #include "platform/linux/ThreadQueues.h"
 #include "platform/linux/x11/Connection.h"
@@ -17,6 +18,9 @@ Platform makePlatform() {
   platform.application = std::make_unique<QtApplication>();
   platform.queues = std::make_unique<ThreadQueues>();
   platform.desktop = std::make_unique<x11::XDesktop>();
+  platform.compression = std::make_unique<missing::Compression>();
+  platform.alerts = std::make_unique<missing::Alerts>();
+  platform.overlays = std::make_unique<missing::Overlays>();
   return platform;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "platform/Desktop.h"
+#include "platform/linux/Missing.h"
+#include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XPermissions.h"
 
 namespace vesk::x11 {
@@ -9,9 +11,15 @@ namespace vesk::x11 {
 class XDesktop final : public Desktop {
  public:
   Permissions& permissions() override { return permissions_; }
+  Displays& displays() override { return displays_; }
+  ScreenCapture& screenCapture() override { return screenCapture_; }
+  EventPoster& events() override { return events_; }
 
  private:
   XPermissions permissions_;
+  XDisplays displays_;
+  missing::ScreenCapture screenCapture_;
+  missing::EventPoster events_;
 };
 
 }  // namespace vesk::x11
