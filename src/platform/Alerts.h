@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "platform/WindowLevel.h"
+
 namespace vesk {
 
 /// How a modal loop ended; the values are the Mac's own.
@@ -14,13 +16,12 @@ enum class ModalResponse : int {
   alertSecondButtonReturn = 1001,
 };
 
-/// The level of a window among all windows; the values are the Mac's own.
-enum class WindowLevel : int { modalPanel = 8, screenSaver = 1000 };
-
-/// Thread: main. Owns: its window. Fails: never; closing it by other means than a button answers
-/// like the second button.
-/// A message with buttons, looking as the system's own alerts do. The text is shown as it is:
-/// nothing in it is markup.
+/// Thread: main. Owns: its window, which is gone when the object is. Fails: never; closing it by
+/// other means than a button answers like the second button.
+///
+/// A message with buttons, looking as the system's own alerts do. Nothing in a text is markup, and
+/// each text is one paragraph: one too long for the window loses characters from its middle, so
+/// that the buttons stay on the screen.
 class Alert {
  public:
   virtual ~Alert() = default;
@@ -40,23 +41,25 @@ class Alert {
 /// Thread: main. A one-shot timer that fires inside modal loops too.
 class ModalTimer {
  public:
+  /// A timer that has not fired by then does not fire any more.
   virtual ~ModalTimer() = default;
 
   /// The timer does not fire any more; harmless when it has fired.
   virtual void invalidate() = 0;
 };
 
-/// Thread: main. Owns: nothing of what it makes.
+/// Thread: main. Owns: nothing of what it makes; outlives it.
 class Alerts {
  public:
   virtual ~Alerts() = default;
 
-  /// Brings this program to the front, whatever the person works in.
+  /// Brings this program to the front, whatever the person works in. Without an application object
+  /// there is nothing to bring: that is a programming error and ends the process.
   virtual void activateIgnoringOtherApps() = 0;
 
   virtual std::unique_ptr<Alert> makeAlert() = 0;
 
-  /// Ends the innermost modal loop with `ModalResponse::abort`.
+  /// Ends the innermost modal loop with `ModalResponse::abort`; does nothing where none runs.
   virtual void abortModal() = 0;
 
   virtual std::unique_ptr<ModalTimer> startModalTimer(std::chrono::nanoseconds delay,

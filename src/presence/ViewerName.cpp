@@ -1,0 +1,74 @@
+#include "presence/ViewerName.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
+namespace vesk {
+namespace {
+
+constexpr std::string_view fallbackName = "Vesk support";
+constexpr std::string_view firstStrongIsolate = "\xe2\x81\xa8";
+constexpr std::string_view popDirectionalIsolate = "\xe2\x81\xa9";
+
+struct CharacterRange {
+  char32_t first;
+  char32_t last;
+};
+
+template <std::size_t count>
+bool isIn(const std::array<CharacterRange, count>& ranges, char32_t character) {
+  return std::ranges::any_of(ranges, [&](const CharacterRange& range) {
+    return range.first <= character && character <= range.last;
+  });
+}
+
+/// The control characters of ASCII and Latin-1, and the line and paragraph separators.
+constexpr std::array<CharacterRange, 3> controls{
+    {{0x0000, 0x001f}, {0x007f, 0x009f}, {0x2028, 0x2029}}};
+
+/// Marks, embeddings, overrides and isolates of the bidirectional algorithm.
+constexpr std::array<CharacterRange, 4> directionMarks{
+    {{0x061c, 0x061c}, {0x200e, 0x200f}, {0x202a, 0x202e}, {0x2066, 0x2069}}};
+
+/// The blocks of the scripts that are written from right to left.
+constexpr std::array<CharacterRange, 5> rightToLeft{
+    {{0x0590, 0x08ff}, {0xfb1d, 0xfdff}, {0xfe70, 0xfeff}, {0x10800, 0x10fff}, {0x1e800, 0x1efff}}};
+
+/// How many bytes the character takes that begins with `lead`. A byte that begins no character
+/// counts as one, so that malformed text is walked through and passed on as it is.
+std::size_t lengthOfCharacter(unsigned char lead) {
+  if (lead >= 0xf0 && lead <= 0xf7) return 4;
+  if (lead >= 0xe0) return lead <= 0xef ? 3 : 1;
+  return lead >= 0xc0 ? 2 : 1;
+}
+
+char32_t codePoint(std::string_view character) {
+  const auto lead = static_cast<unsigned char>(character.front());
+  if (character.size() == 1) return lead < 0x80 ? lead : 0xfffd;
+  char32_t value = lead & (0xffU >> (character.size() + 1));
+  for (const char byte : character.substr(1)) {
+    value = (value << 6U) | (static_cast<unsigned char>(byte) & 0x3fU);
+  }
+  return value;
+}
+
+}  // namespace
+
+std::string viewerNameForDisplay(std::string_view name) {
+  if (name.empty()) return std::string(fallbackName);
+  std::string line;
+  bool isolated = false;
+  while (!name.empty()) {
+    const auto character = name.substr(0, lengthOfCharacter(static_cast<unsigned char>(name[0])));
+    name.remove_prefix(character.size());
+    const char32_t value = codePoint(character);
+    if (isIn(directionMarks, value)) continue;
+    isolated = isolated || isIn(rightToLeft, value);
+    line += isIn(controls, value) ? std::string_view(" ") : character;
+  }
+  if (!isolated) return line;
+  return std::string(firstStrongIsolate) + line + std::string(popDirectionalIsolate);
+}
+
+}  // namespace vesk
