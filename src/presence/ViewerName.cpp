@@ -8,8 +8,8 @@ namespace vesk {
 namespace {
 
 constexpr std::string_view fallbackName = "Vesk support";
-constexpr std::string_view firstStrongIsolate = "\u2068";
-constexpr std::string_view popDirectionalIsolate = "\u2069";
+constexpr std::string_view firstStrongIsolate = "\xe2\x81\xa8";
+constexpr std::string_view popDirectionalIsolate = "\xe2\x81\xa9";
 
 struct CharacterRange {
   char32_t first;
