@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Displays.h"
+#include "platform/Events.h"
 #include "platform/Permissions.h"
 
 namespace vesk {
@@ -12,6 +14,8 @@ class Desktop {
   virtual ~Desktop() = default;
 
   virtual Permissions& permissions() = 0;
+  virtual Displays& displays() = 0;
+  virtual EventPoster& events() = 0;
 };
 
 }  // namespace vesk

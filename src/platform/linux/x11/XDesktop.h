@@ -1,6 +1,9 @@
 #pragma once
 
 #include "platform/Desktop.h"
+#include "platform/linux/InputGate.h"
+#include "platform/linux/x11/XDisplays.h"
+#include "platform/linux/x11/XEventPoster.h"
 #include "platform/linux/x11/XPermissions.h"
 
 namespace vesk::x11 {
@@ -9,9 +12,17 @@ namespace vesk::x11 {
 class XDesktop final : public Desktop {
  public:
   Permissions& permissions() override { return permissions_; }
+  Displays& displays() override { return displays_; }
+  EventPoster& events() override { return events_; }
+
+  /// Closed while the person is being asked something.
+  InputGate& inputGate() { return inputGate_; }
 
  private:
   XPermissions permissions_;
+  XDisplays displays_;
+  InputGate inputGate_;
+  XEventPoster events_{inputGate_};
 };
 
 }  // namespace vesk::x11
