@@ -2,13 +2,12 @@
 
 #include "platform/Alerts.h"
 #include "platform/Compression.h"
-#include "platform/Events.h"
 #include "platform/Overlays.h"
 #include "platform/ScreenCapture.h"
 
 /// What this platform cannot do yet, refused by each interface's own way of refusing: a session
-/// fails to start and the agent is told why, nobody is taken to have consented, and no input is
-/// posted. Thread: any. Owns: nothing.
+/// fails to start and the agent is told why, and nobody is taken to have consented. Thread: any.
+/// Owns: nothing.
 namespace vesk::missing {
 
 class ScreenCapture final : public vesk::ScreenCapture {
@@ -22,14 +21,6 @@ class ScreenCapture final : public vesk::ScreenCapture {
 class Compression final : public vesk::Compression {
  public:
   Result makeH264Session(const CompressionSpecification& specification) override;
-};
-
-class EventPoster final : public vesk::EventPoster {
- public:
-  void post(const MouseEvent&) override {}
-  void post(const KeyboardEvent&) override {}
-  void post(const ScrollEvent&) override {}
-  std::optional<Point> pointerLocation() override { return std::nullopt; }
 };
 
 class Alerts final : public vesk::Alerts {

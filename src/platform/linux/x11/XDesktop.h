@@ -1,8 +1,10 @@
 #pragma once
 
 #include "platform/Desktop.h"
+#include "platform/linux/InputGate.h"
 #include "platform/linux/Missing.h"
 #include "platform/linux/x11/XDisplays.h"
+#include "platform/linux/x11/XEventPoster.h"
 #include "platform/linux/x11/XPermissions.h"
 
 namespace vesk::x11 {
@@ -15,11 +17,15 @@ class XDesktop final : public Desktop {
   ScreenCapture& screenCapture() override { return screenCapture_; }
   EventPoster& events() override { return events_; }
 
+  /// Closed while the person is being asked something.
+  InputGate& inputGate() { return inputGate_; }
+
  private:
   XPermissions permissions_;
   XDisplays displays_;
   missing::ScreenCapture screenCapture_;
-  missing::EventPoster events_;
+  InputGate inputGate_;
+  XEventPoster events_{inputGate_};
 };
 
 }  // namespace vesk::x11

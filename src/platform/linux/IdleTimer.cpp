@@ -1,0 +1,45 @@
+#include "platform/linux/IdleTimer.h"
+
+#include <utility>
+
+namespace vesk {
+
+IdleTimer::IdleTimer(std::chrono::milliseconds delay, std::function<void()> task)
+    : delay_(delay), task_(std::move(task)) {}
+
+IdleTimer::~IdleTimer() {
+  {
+    const std::lock_guard lock(mutex_);
+    ending_ = true;
+  }
+  changed_.notify_all();
+  if (thread_.joinable()) thread_.join();
+}
+
+void IdleTimer::restart() {
+  const std::lock_guard lock(mutex_);
+  const bool wasIdle = !due_.has_value();
+  due_ = std::chrono::steady_clock::now() + delay_;
+  if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
+  // A thread that already waits finds the later time by itself when it wakes.
+  if (wasIdle) changed_.notify_all();
+}
+
+void IdleTimer::run() {
+  std::unique_lock lock(mutex_);
+  while (!ending_) {
+    if (!due_) {
+      changed_.wait(lock);
+    } else if (std::chrono::steady_clock::now() < *due_) {
+      const Time due = *due_;
+      changed_.wait_until(lock, due);
+    } else {
+      due_.reset();
+      lock.unlock();
+      task_();
+      lock.lock();
+    }
+  }
+}
+
+}  // namespace vesk

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+namespace vesk {
+
+/// Does something once a while after it was last put off.
+///
+/// Thread: `restart` from any; the task runs on a thread of this object's own, which is started by
+/// the first `restart` and sleeps without waking until the time has come. Destroying the object
+/// waits for a running task and drops one that was due.
+class IdleTimer {
+ public:
+  IdleTimer(std::chrono::milliseconds delay, std::function<void()> task);
+  ~IdleTimer();
+  IdleTimer(const IdleTimer&) = delete;
+  IdleTimer& operator=(const IdleTimer&) = delete;
+
+  void restart();
+
+ private:
+  using Time = std::chrono::steady_clock::time_point;
+
+  void run();
+
+  const std::chrono::milliseconds delay_;
+  const std::function<void()> task_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::optional<Time> due_;
+  bool ending_ = false;
+  std::thread thread_;
+};
+
+}  // namespace vesk

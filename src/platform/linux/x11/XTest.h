@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+
+#include "platform/Geometry.h"
+#include "platform/linux/x11/Connection.h"
+
+// What the X server is made to believe that the person's keyboard and mouse did. Nothing here waits
+// for the server, and nothing is sent before the connection is flushed.
+namespace vesk::x11 {
+
+enum class Stroked { down, up };
+
+void fakeKey(const Connection& connection, xcb_keycode_t keycode, Stroked stroked);
+void fakeButton(const Connection& connection, std::uint8_t button, Stroked stroked);
+
+/// Moves the pointer to the pixel of the root window that holds the point.
+void fakeMotion(const Connection& connection, Point point);
+
+/// Maps one symbol to each keycode, on every level, with as few requests as can be.
+void mapSymbols(const Connection& connection, const std::map<xcb_keycode_t, xcb_keysym_t>& symbols);
+
+}  // namespace vesk::x11

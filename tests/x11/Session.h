@@ -1,0 +1,88 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "input/InputInjector.h"
+#include "platform/SystemClock.h"
+#include "platform/linux/InputGate.h"
+#include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/XDisplays.h"
+#include "platform/linux/x11/XEventPoster.h"
+#include "support/TemporaryFolder.h"
+#include "support/XServer.h"
+
+namespace vesk::testing {
+
+/// Waits until something holds that no event tells of. False after twenty seconds, far beyond what
+/// any test needs.
+bool eventually(const std::function<bool()>& holds);
+
+/// Runs a command to its end. Its exit status.
+int run(std::vector<std::string> command, std::vector<std::string> environment = {});
+
+/// An X server of a test's own as `DISPLAY` of this process too, with a window manager if asked.
+class Session {
+ public:
+  enum class Windows { bare, managed };
+
+  explicit Session(Windows windows = Windows::bare);
+
+  const XServer& server() const { return server_; }
+  const x11::Connection& connection() const { return *connection_; }
+
+  /// Sets the person's keyboard layout, as setxkbmap takes it.
+  void setLayout(std::vector<std::string> layout);
+
+  /// Waits until a window whose class holds `name` is the active one. That window, or none.
+  xcb_window_t waitForActive(const std::string& name);
+
+  /// The property as text.
+  std::string text(xcb_window_t window, const std::string& property) const;
+
+  /// Every keycode that is down.
+  std::vector<int> keysDown() const;
+  /// Modifiers and buttons as the core protocol's state has them.
+  int pointerState() const;
+  int lockedModifiers() const;
+  int lockedGroup() const;
+  /// The key map as xmodmap prints it.
+  std::string keyMap() const;
+  /// Waits until the server has done all that it was sent before.
+  void settle() const;
+
+ private:
+  xcb_atom_t atom(const std::string& name) const;
+
+  XServer server_;
+  std::unique_ptr<x11::Connection> connection_;
+  std::unique_ptr<ChildProcess> windowManager_;
+};
+
+/// The hands: what the program builds for a session.
+class Hands {
+ public:
+  Hands() = default;
+
+  void send(const std::string& json) { injector.handle(std::as_bytes(std::span(json))); }
+  void key(int code, bool down, int mask = 0);
+  /// Presses and lets go.
+  void strike(int code, int mask = 0);
+  void move(double x, double y);
+  void button(int number, bool down, double x, double y);
+  void click(int number, double x, double y);
+  void text(const std::string& utf8);
+
+  InputGate gate;
+  x11::XEventPoster poster{gate};
+  x11::XDisplays displays;
+  SystemClock clock;
+  InputInjector injector{poster, displays, clock};
+};
+
+}  // namespace vesk::testing
