@@ -8,8 +8,9 @@ namespace vesk {
 namespace {
 
 constexpr std::string_view fallbackName = "Vesk support";
-constexpr std::string_view firstStrongIsolate = "\xe2\x81\xa8";
-constexpr std::string_view popDirectionalIsolate = "\xe2\x81\xa9";
+// U+2068 and U+2069, byte by byte: an unpaired one in a literal would turn this very text.
+constexpr std::array firstStrongIsolate{'\xe2', '\x81', '\xa8'};
+constexpr std::array popDirectionalIsolate{'\xe2', '\x81', '\xa9'};
 
 struct CharacterRange {
   char32_t first;
@@ -45,6 +46,7 @@ std::size_t lengthOfCharacter(unsigned char lead) {
 
 char32_t codePoint(std::string_view character) {
   const auto lead = static_cast<unsigned char>(character.front());
+  if (character.size() != lengthOfCharacter(lead)) return 0xfffd;
   if (character.size() == 1) return lead < 0x80 ? lead : 0xfffd;
   char32_t value = lead & (0xffU >> (character.size() + 1));
   for (const char byte : character.substr(1)) {
@@ -68,7 +70,9 @@ std::string viewerNameForDisplay(std::string_view name) {
     line += isIn(controls, value) ? std::string_view(" ") : character;
   }
   if (!isolated) return line;
-  return std::string(firstStrongIsolate) + line + std::string(popDirectionalIsolate);
+  line.insert(line.begin(), firstStrongIsolate.begin(), firstStrongIsolate.end());
+  line.append(popDirectionalIsolate.begin(), popDirectionalIsolate.end());
+  return line;
 }
 
 }  // namespace vesk
