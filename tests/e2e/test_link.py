@@ -105,7 +105,7 @@ class Idling(harness.Case):
 
     def test_only_the_links_thread_wakes_up_without_an_agent(self):
         program = self.start_program()
-        self.wait_for_log(self.log()[0] if self.log() else "")
+        harness.wait_until(self.log, "the log has its first line")
         time.sleep(3)  # start-up is over: more than a whole round of the link
         before = self.switches(program)
         time.sleep(5)  # the length of the measurement
