@@ -54,7 +54,8 @@ std::vector<TextTyper::Planned> TextTyper::plan(const std::u32string& characters
   for (const char32_t character : characters) {
     const auto wanted = typeable(character);
     if (!wanted) continue;
-    planned.push_back({xkb_utf32_to_keysym(*wanted), keyboard_.strokeFor(*wanted, group)});
+    planned.push_back(
+        {xkb_utf32_to_keysym(*wanted), keyboard_.strokeFor(*wanted, group, spares_.keycodes())});
   }
   return planned;
 }

@@ -168,15 +168,20 @@ std::vector<xcb_keycode_t> XKeyboard::keysOf(EventFlags modifier) const {
   return found;
 }
 
-std::optional<Stroke> XKeyboard::strokeFor(char32_t character, std::uint8_t group) const {
-  const auto [first, last] = strokes_.equal_range(character);
-  if (first == last) return std::nullopt;
+std::optional<Stroke> XKeyboard::strokeFor(char32_t character, std::uint8_t group,
+                                           std::span<const xcb_keycode_t> excluded) const {
   const auto cost = [&](const Stroke& stroke) {
-    return std::popcount(stroke.locks.modifiers) + (stroke.locks.group == group ? 0 : 8);
+    constexpr int otherGroup = 8;  // more than any number of modifiers
+    return std::popcount(stroke.locks.modifiers) + (stroke.locks.group == group ? 0 : otherGroup);
   };
-  const auto best = std::min_element(
-      first, last, [&](const auto& a, const auto& b) { return cost(a.second) < cost(b.second); });
-  return best->second;
+  std::optional<Stroke> best;
+  const auto [first, last] = strokes_.equal_range(character);
+  for (auto entry = first; entry != last; ++entry) {
+    const Stroke& stroke = entry->second;
+    if (std::ranges::find(excluded, stroke.keycode) != excluded.end()) continue;
+    if (!best || cost(stroke) < cost(*best)) best = stroke;
+  }
+  return best;
 }
 
 XModifiers XKeyboard::modifiersForDigit(xcb_keycode_t keycode) const {

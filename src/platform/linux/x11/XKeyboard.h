@@ -52,8 +52,9 @@ class XKeyboard {
   /// The keycodes that make a modifier true, the usual one first.
   std::vector<xcb_keycode_t> keysOf(EventFlags modifier) const;
 
-  /// How to type a character, in the given group if it can be.
-  std::optional<Stroke> strokeFor(char32_t character, std::uint8_t group) const;
+  /// How to type a character, in the given group if it can be, with none of the `excluded` keys.
+  std::optional<Stroke> strokeFor(char32_t character, std::uint8_t group,
+                                  std::span<const xcb_keycode_t> excluded) const;
 
   /// The modifiers with which a keypad key types its digit.
   XModifiers modifiersForDigit(xcb_keycode_t keycode) const;

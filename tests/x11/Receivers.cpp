@@ -1,0 +1,100 @@
+#include "x11/Receivers.h"
+
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace vesk::testing {
+namespace {
+
+std::string contents(const std::filesystem::path& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The rest of the last whole line that starts with `label`.
+std::string lastLine(const std::string& text, const std::string& label) {
+  const auto start = text.rfind("\n" + label);
+  if (start == std::string::npos) return {};
+  const auto begin = start + 1 + label.size();
+  const auto end = text.find('\n', begin);
+  return end == std::string::npos ? std::string() : text.substr(begin, end - begin);
+}
+
+/// A program whose output goes into a file.
+class Program : public Receiver {
+ public:
+  Program(Session& session, const std::string& command, const std::string& windowClass)
+      : session_(session), process_({"sh", "-c", "exec " + expanded(command)}, {"LC_ALL=C.UTF-8"}) {
+    window_ = session.waitForActive(windowClass);
+    if (window_ == XCB_NONE) throw std::runtime_error("no window of " + windowClass);
+  }
+
+  std::string text() override { return contents(folder_.path() / "output"); }
+
+ protected:
+  Session& session_;
+  xcb_window_t window_ = XCB_NONE;
+  TemporaryFolder folder_;
+
+ private:
+  /// "%" in the command stands for the program's folder.
+  std::string expanded(std::string command) const {
+    for (auto at = command.find('%'); at != std::string::npos; at = command.find('%'))
+      command.replace(at, 1, folder_.path().string());
+    return command;
+  }
+
+  ChildProcess process_;
+};
+
+class QtEntry final : public Program {
+ public:
+  explicit QtEntry(Session& session)
+      : Program(session, std::string(VESK_QT_ENTRY) + " > %/output", "qt_entry") {}
+  std::string text() override { return lastLine("\n" + Program::text(), "text:"); }
+};
+
+/// The page writes its field into its title, and so into the window's name.
+class Chromium final : public Program {
+ public:
+  explicit Chromium(Session& session)
+      : Program(session,
+                "chromium --no-sandbox --disable-gpu --disable-quic --no-first-run "
+                "--disable-background-networking --disable-component-update --disable-sync "
+                "--user-data-dir=%/profile --window-size=800,600 --window-position=0,0 "
+                "--app='data:text/html,<title>ready</title><textarea autofocus "
+                "style=\"width:700px;height:300px;font:20px monospace\" "
+                "oninput=\"document.title=this.value\"></textarea>' > %/output 2>&1",
+                "hromium") {
+    if (!eventually([this] { return text() == "ready"; }))
+      throw std::runtime_error("Chromium shows no page: " + text());
+  }
+  std::string text() override { return session_.text(window_, "_NET_WM_NAME"); }
+};
+
+}  // namespace
+
+std::string Receiver::waitFor(const std::string& wanted) {
+  eventually([&] { return text() == wanted; });
+  return text();
+}
+
+std::unique_ptr<Receiver> startXterm(Session& session) {
+  return std::make_unique<Program>(session, "xterm -u8 -e sh -c 'stty -echo; exec cat > %/output'",
+                                   "XTerm");
+}
+
+std::unique_ptr<Receiver> startZenity(Session& session) {
+  return std::make_unique<Program>(session, "zenity --entry > %/output", "enity");
+}
+
+std::unique_ptr<Receiver> startQtEntry(Session& session) {
+  return std::make_unique<QtEntry>(session);
+}
+
+std::unique_ptr<Receiver> startChromium(Session& session) {
+  return std::make_unique<Chromium>(session);
+}
+
+}  // namespace vesk::testing

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/TemporaryFolder.h"
+#include "support/XServer.h"
+#include "x11/Session.h"
+
+namespace vesk::testing {
+
+/// A real program with a text field that has the input focus, and a way to read what it got.
+class Receiver {
+ public:
+  virtual ~Receiver() = default;
+
+  /// The text of the field as far as it has come by now.
+  virtual std::string text() = 0;
+
+  /// Waits until the text is there. What there is in the end.
+  std::string waitFor(const std::string& text);
+};
+
+/// What is typed into a terminal, up to the last line end.
+std::unique_ptr<Receiver> startXterm(Session& session);
+/// A GTK entry. Its text comes with Return, which ends it.
+std::unique_ptr<Receiver> startZenity(Session& session);
+std::unique_ptr<Receiver> startQtEntry(Session& session);
+std::unique_ptr<Receiver> startChromium(Session& session);
+
+}  // namespace vesk::testing
