@@ -15,3 +15,8 @@ if(VESK_SANITIZERS)
     target_compile_options(vesk_options INTERFACE -Wno-maybe-uninitialized)
   endif()
 endif()
+
+if(VESK_BUILD_FUZZERS)
+  # libFuzzer looks for inputs that reach new code, so all of it must tell what was reached.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

@@ -2,15 +2,13 @@
 
 #include <sys/wait.h>
 
-#define explicit explicitMember
-#include <xcb/xkb.h>
-#undef explicit
-
 #include <cstdio>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <thread>
+
+#include "platform/linux/x11/XcbXkb.h"
 
 namespace vesk::testing {
 namespace {

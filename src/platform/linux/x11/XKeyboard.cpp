@@ -1,9 +1,5 @@
 #include "platform/linux/x11/XKeyboard.h"
 
-// The header of xcb-xkb names a member "explicit".
-#define explicit explicitMember
-#include <xcb/xkb.h>
-#undef explicit
 #include <xkbcommon/xkbcommon-keysyms.h>
 #include <xkbcommon/xkbcommon-x11.h>
 
@@ -12,6 +8,7 @@
 #include <bit>
 
 #include "platform/linux/x11/KeyPositions.h"
+#include "platform/linux/x11/XcbXkb.h"
 
 namespace vesk::x11 {
 namespace {
@@ -204,9 +201,11 @@ std::vector<xcb_keycode_t> XKeyboard::unmapped() const {
     for (xkb_layout_index_t group = 0; group < groups; ++group) {
       const auto levels = xkb_keymap_num_levels_for_key(keymap_.get(), keycode, group);
       const xkb_keysym_t* symbols = nullptr;
-      for (xkb_level_index_t level = 0; level < levels; ++level)
-        if (xkb_keymap_key_get_syms_by_level(keymap_.get(), keycode, group, level, &symbols) > 0)
+      for (xkb_level_index_t level = 0; level < levels; ++level) {
+        if (xkb_keymap_key_get_syms_by_level(keymap_.get(), keycode, group, level, &symbols) > 0) {
           return true;
+        }
+      }
     }
     return false;
   };
