@@ -1,116 +1,20 @@
 """The reference agent's executable over a real socket; the test plays the program."""
 
 import os
-import queue
 import signal
-import socket
 import struct
 import subprocess
 import sys
 import tempfile
-import threading
 import unittest
 
+from agent_support import DEADLINE, Agent, Program, frame, video
+
 AGENT = sys.argv.pop(1)
-DEADLINE = 20  # seconds; generous, since it is only reached when something is broken
 
 HELLO = b'{"op":"hello","user":"ada","uid":501,"screenRecording":true,"accessibility":false}'
 KEY = b"\0\0\0\1\x67sps\0\0\0\1\x68pps\0\0\0\1\x65key slice"
 DELTA = b"\0\0\0\1\x41delta slice"
-
-
-def frame(kind, payload=b""):
-    return struct.pack("<BI", kind, len(payload)) + payload
-
-
-def video(duration, access_unit):
-    return frame(3, struct.pack("<I", duration) + access_unit)
-
-
-class Lines:
-    """The lines of a stream, read in a thread so that a test can wait for one with a deadline."""
-
-    def __init__(self, stream):
-        self.stream = stream
-        self.queue = queue.Queue()
-        self.thread = threading.Thread(target=self._read, daemon=True)
-        self.thread.start()
-
-    def _read(self):
-        for line in self.stream:
-            self.queue.put(line.rstrip(b"\n"))
-        self.queue.put(None)
-
-    def next(self):
-        """The next line; None at the end of the stream."""
-        return self.queue.get(timeout=DEADLINE)
-
-    def rest(self):
-        return list(iter(self.next, None))
-
-
-class Agent:
-    """A running agent. It listens when the constructor returns."""
-
-    def __init__(self, path, *options, stdin=subprocess.PIPE, stdout=subprocess.PIPE, quiet=False):
-        self.process = subprocess.Popen(
-            [AGENT, "--socket", path, *options],
-            stdin=stdin, stdout=stdout, stderr=subprocess.PIPE)
-        self.output = Lines(self.process.stdout) if self.process.stdout else None
-        self.notes = Lines(self.process.stderr)
-        if not quiet:
-            assert self.notes.next() == b"vesk-agent: listening at " + os.fsencode(path)
-
-    def write(self, *lines):
-        self.process.stdin.write(b"".join(line + b"\n" for line in lines))
-        self.process.stdin.flush()
-
-    def status(self):
-        return self.process.wait(timeout=DEADLINE)
-
-    def close(self):
-        if self.process.poll() is None:
-            self.process.kill()
-        self.process.wait()
-        for lines in filter(None, (self.output, self.notes)):
-            lines.thread.join(DEADLINE)
-            lines.stream.close()
-        if self.process.stdin:
-            try:
-                self.process.stdin.close()
-            except BrokenPipeError:
-                pass
-
-
-class Program:
-    """The program's end of a connection."""
-
-    def __init__(self, path):
-        self.socket = socket.socket(socket.AF_UNIX)
-        self.socket.settimeout(DEADLINE)
-        self.socket.connect(path)
-
-    def send(self, data):
-        self.socket.sendall(data)
-
-    def receive(self, size):
-        data = b""
-        while len(data) < size:
-            piece = self.socket.recv(size - len(data))
-            if not piece:
-                raise EOFError(f"{len(data)} of {size} bytes")
-            data += piece
-        return data
-
-    def receive_frame(self):
-        kind, length = struct.unpack("<BI", self.receive(5))
-        return kind, self.receive(length)
-
-    def is_closed(self):
-        return self.socket.recv(1) == b""
-
-    def close(self):
-        self.socket.close()
 
 
 class AgentTest(unittest.TestCase):
@@ -124,7 +28,7 @@ class AgentTest(unittest.TestCase):
         return os.path.join(self.folder, name)
 
     def agent(self, *options, **keywords):
-        agent = Agent(self.path, *options, **keywords)
+        agent = Agent(AGENT, self.path, *options, **keywords)
         self.addCleanup(agent.close)
         return agent
 
