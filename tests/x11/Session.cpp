@@ -2,12 +2,14 @@
 
 #include <sys/wait.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <thread>
 
+#include "platform/linux/x11/Reader.h"
 #include "platform/linux/x11/XcbXkb.h"
 
 namespace vesk::testing {
@@ -88,7 +90,15 @@ xcb_window_t Session::waitForActive(const std::string& name) {
     std::copy_n(value.data(), sizeof(active), reinterpret_cast<char*>(&active));
     return active != XCB_NONE && text(active, "WM_CLASS").find(name) != std::string::npos;
   });
-  return found ? active : xcb_window_t{XCB_NONE};
+  if (!found) return XCB_NONE;
+  // It has the focus as well, and has read that: a program that is busy starting loses keys.
+  x11::Reader reader(*connection_);
+  eventually([&] {
+    return reader.hasReadEverything(std::chrono::steady_clock::now() + std::chrono::seconds(1),
+                                    [](const auto&) {}) ||
+           name == "XTerm";
+  });
+  return active;
 }
 
 std::vector<int> Session::keysDown() const {

@@ -31,7 +31,8 @@ TextTyper::TextTyper(const Connection& connection, XKeyboard& keyboard, Held& he
       keyboard_(keyboard),
       held_(held),
       record_(record),
-      spares_(connection) {}
+      spares_(connection),
+      reader_(connection) {}
 
 void TextTyper::type(std::u16string_view run) {
   if (generation_ != keyboard_.generation()) {
@@ -84,15 +85,20 @@ void TextTyper::lendFor(std::span<const Planned> part) {
     }
   }
   if (missing.empty()) return;
-  // What the keys to be lent anew have typed must have been read by then.
-  constexpr std::chrono::milliseconds untilRead{60};
-  if (const auto lastUse = spares_.lastUseOf(missing.size())) {
-    xcb_flush(connection_.get());
-    std::this_thread::sleep_until(*lastUse + untilRead);
-  }
+  if (const auto lastUse = spares_.lastUseOf(missing.size())) awaitReader(*lastUse);
   held_.mapped.merge(spares_.next(missing.size()));
   record_.write(held_);
   spares_.lend(missing);
+}
+
+/// What a key has typed must have been read before the key is lent anew. A program that takes no
+/// questions is given time instead.
+void TextTyper::awaitReader(SpareKeys::Time lastUse) {
+  constexpr std::chrono::milliseconds patience{1000};
+  constexpr std::chrono::milliseconds untilRead{60};
+  const auto onOther = [this](const auto& event) { keyboard_.note(event, spares_.keycodes()); };
+  if (reader_.hasReadEverything(SpareKeys::Time::clock::now() + patience, onOther)) return;
+  std::this_thread::sleep_until(lastUse + untilRead);
 }
 
 std::optional<Stroke> TextTyper::strokeOf(const Planned& planned, Locks locks) const {
@@ -128,6 +134,8 @@ void TextTyper::strike(std::span<const Planned> part, Locks locks) {
 }
 
 void TextTyper::takeBack() {
+  if (held_.mapped.empty()) return;
+  awaitReader(SpareKeys::Time::clock::now() - std::chrono::seconds(1));
   spares_.takeBack();
   held_.mapped.clear();
   record_.write(held_);

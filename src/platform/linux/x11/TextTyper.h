@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/linux/x11/HeldRecord.h"
+#include "platform/linux/x11/Reader.h"
 #include "platform/linux/x11/SpareKeys.h"
 #include "platform/linux/x11/Utf16Joiner.h"
 #include "platform/linux/x11/XKeyboard.h"
@@ -44,6 +45,7 @@ class TextTyper {
   std::vector<Planned> plan(const std::u32string& characters, std::uint8_t group) const;
   std::span<const Planned> nextPart(std::span<const Planned> planned) const;
   void lendFor(std::span<const Planned> part);
+  void awaitReader(SpareKeys::Time lastUse);
   void strike(std::span<const Planned> part, Locks locks);
   std::optional<Stroke> strokeOf(const Planned& planned, Locks locks) const;
 
@@ -52,6 +54,7 @@ class TextTyper {
   Held& held_;
   HeldRecord& record_;
   SpareKeys spares_;
+  Reader reader_;
   Utf16Joiner joiner_;
   std::uint64_t generation_ = 0;
 };

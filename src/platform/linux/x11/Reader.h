@@ -1,0 +1,42 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+#include "platform/linux/x11/Connection.h"
+
+namespace vesk::x11 {
+
+/// The program that has the input focus, asked whether it has read what was typed. Most programs
+/// answer a window manager's "are you there", and read their events in order: an answer says that
+/// everything before the question was read.
+///
+/// Thread: one at a time. Fails: as no answer.
+class Reader {
+ public:
+  using Clock = std::chrono::steady_clock;
+  using OtherEvent = std::function<void(const xcb_generic_event_t&)>;
+
+  /// The connection outlives this object; nobody else has asked it for events of the root window.
+  explicit Reader(const Connection& connection);
+
+  /// Whether the program answered before the deadline. False at once when it takes no questions.
+  /// Events of other kinds that come meanwhile are handed on.
+  bool hasReadEverything(Clock::time_point deadline, const OtherEvent& onOther);
+
+ private:
+  xcb_atom_t atom(std::string_view name) const;
+  xcb_window_t windowThatAnswers() const;
+  bool answers(xcb_window_t window) const;
+  void listenToRoot(std::uint32_t mask) const;
+  void ask(xcb_window_t window);
+  bool isAnswer(const xcb_generic_event_t& event, xcb_window_t window) const;
+  bool awaitAnswer(xcb_window_t window, Clock::time_point deadline, const OtherEvent& onOther);
+
+  const Connection& connection_;
+  xcb_atom_t protocols_ = XCB_ATOM_NONE;
+  xcb_atom_t ping_ = XCB_ATOM_NONE;
+  std::uint32_t question_ = 0;
+};
+
+}  // namespace vesk::x11
