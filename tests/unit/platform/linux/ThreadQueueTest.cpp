@@ -47,15 +47,6 @@ TEST(ThreadQueueTest, LeavesSignalsToTheMainThread) {
   EXPECT_EQ(::sigismember(&blocked, SIGSEGV), 0);
 }
 
-TEST(ThreadQueueTest, RunsWhatWasSubmittedBeforeItsEnd) {
-  std::atomic<int> ran = 0;
-  {
-    ThreadQueue queue("test");
-    for (int i = 0; i < 100; ++i) queue.async([&] { ++ran; });
-  }
-  EXPECT_EQ(ran, 100);
-}
-
 TEST(ThreadQueueTest, MayBeDestroyedByItsOwnTask) {
   auto queue = std::make_unique<ThreadQueue>("test");
   ThreadQueue& alias = *queue;
@@ -65,15 +56,6 @@ TEST(ThreadQueueTest, MayBeDestroyedByItsOwnTask) {
     done.set_value();
   });
   EXPECT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
-}
-
-TEST(ThreadQueueTest, LetsGoOfATaskOnceItHasRun) {
-  ThreadQueue queue("test");
-  auto held = std::make_shared<int>(1);
-  const std::weak_ptr<int> watched = held;
-  queue.async([held = std::move(held)] {});
-  queue.sync([] {});
-  EXPECT_TRUE(watched.expired());
 }
 
 TEST(ThreadQueueDeathTest, RefusesToWaitForItself) {

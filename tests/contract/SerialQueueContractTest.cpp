@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "fakes/ManualQueues.h"
+#include "platform/linux/ThreadQueue.h"
+
+/// What every serial queue promises, the one that tests use and the one that the program uses.
+
+namespace vesk {
+namespace {
+
+/// A queue of the tests' own, whose tasks run when the test lets them.
+class ManualWorld {
+ public:
+  std::unique_ptr<SerialQueue> makeQueue() { return queues_.makeSerialQueue("com.vesk.test"); }
+  void settle(SerialQueue&) { queues_.run(); }
+
+ private:
+  fakes::ManualClock clock_;
+  fakes::ManualQueues queues_{clock_};
+};
+
+/// A queue with a thread.
+class ThreadWorld {
+ public:
+  static std::unique_ptr<SerialQueue> makeQueue() {
+    return std::make_unique<ThreadQueue>("com.vesk.test");
+  }
+  static void settle(SerialQueue& queue) {
+    queue.sync([] {});
+  }
+};
+
+template <typename World>
+class SerialQueueContract : public ::testing::Test {
+ protected:
+  World world_;
+  std::unique_ptr<SerialQueue> queue_ = world_.makeQueue();
+  std::vector<int> order_;
+};
+
+using Worlds = ::testing::Types<ManualWorld, ThreadWorld>;
+TYPED_TEST_SUITE(SerialQueueContract, Worlds);
+
+TYPED_TEST(SerialQueueContract, RunsTasksInTheOrderOfSubmission) {
+  for (int i = 0; i < 100; ++i) this->queue_->async([this, i] { this->order_.push_back(i); });
+  this->world_.settle(*this->queue_);
+  ASSERT_EQ(this->order_.size(), 100U);
+  EXPECT_TRUE(std::is_sorted(this->order_.begin(), this->order_.end()));
+}
+
+TYPED_TEST(SerialQueueContract, RunsWhatCameBeforeASynchronousTaskFirst) {
+  this->queue_->async([this] { this->order_.push_back(1); });
+  this->queue_->sync([this] { this->order_.push_back(2); });
+  EXPECT_EQ(this->order_, (std::vector{1, 2}));
+}
+
+TYPED_TEST(SerialQueueContract, RunsATaskOfATaskLater) {
+  this->queue_->async([this] {
+    this->queue_->async([this] { this->order_.push_back(2); });
+    this->order_.push_back(1);
+  });
+  this->world_.settle(*this->queue_);
+  this->world_.settle(*this->queue_);
+  EXPECT_EQ(this->order_, (std::vector{1, 2}));
+}
+
+TYPED_TEST(SerialQueueContract, RunsWhatWasSubmittedBeforeItsEnd) {
+  this->queue_->async([this] { this->order_.push_back(1); });
+  this->queue_.reset();
+  EXPECT_EQ(this->order_, std::vector{1});
+}
+
+TYPED_TEST(SerialQueueContract, LetsGoOfATaskThatHasRun) {
+  auto held = std::make_shared<int>(1);
+  const std::weak_ptr<int> watched = held;
+  this->queue_->async([held = std::move(held)] {});
+  this->world_.settle(*this->queue_);
+  EXPECT_TRUE(watched.expired());
+}
+
+}  // namespace
+}  // namespace vesk
