@@ -5,7 +5,7 @@ find_package(Threads REQUIRED)
 if(NOT APPLE)
   find_package(PkgConfig REQUIRED)
   find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
-  pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-randr)
+  pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-randr xcb-shape xcb-xfixes)
 endif()
 
 if(VESK_BUILD_TESTS)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Displays.h"
 #include "platform/Permissions.h"
 
 namespace vesk {
@@ -12,6 +13,7 @@ class Desktop {
   virtual ~Desktop() = default;
 
   virtual Permissions& permissions() = 0;
+  virtual Displays& displays() = 0;
 };
 
 }  // namespace vesk

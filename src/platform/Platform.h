@@ -3,9 +3,11 @@
 #include <memory>
 #include <stdexcept>
 
+#include "platform/Alerts.h"
 #include "platform/Application.h"
 #include "platform/Clock.h"
 #include "platform/Desktop.h"
+#include "platform/Overlays.h"
 #include "platform/Processes.h"
 #include "platform/Queues.h"
 
@@ -19,6 +21,8 @@ struct Platform {
   std::unique_ptr<Application> application;
   std::unique_ptr<Queues> queues;
   std::unique_ptr<Desktop> desktop;
+  std::unique_ptr<Alerts> alerts;
+  std::unique_ptr<Overlays> overlays;
 };
 
 /// Thrown where there is no graphical session to run in; `what()` is one line for the person.
