@@ -14,7 +14,8 @@ set_target_properties(Unistring::Unistring PROPERTIES
 if(NOT APPLE)
   find_package(PkgConfig REQUIRED)
   find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
-  pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-randr xcb-xkb xcb-xtest)
+  pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
+    xcb xcb-randr xcb-shape xcb-xfixes xcb-xkb xcb-xtest)
   pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon xkbcommon-x11)
 endif()
 

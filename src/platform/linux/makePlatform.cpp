@@ -1,11 +1,15 @@
+#include <utility>
+
 #include "platform/Platform.h"
 #include "platform/SystemClock.h"
 #include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/Missing.h"
+#include "platform/linux/QtAlerts.h"
 #include "platform/linux/QtApplication.h"
 #include "platform/linux/ThreadQueues.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/XDesktop.h"
+#include "platform/linux/x11/XOverlays.h"
 
 namespace vesk {
 
@@ -17,10 +21,11 @@ Platform makePlatform() {
   platform.processes = std::make_unique<LinuxProcesses>();
   platform.application = std::make_unique<QtApplication>();
   platform.queues = std::make_unique<ThreadQueues>();
-  platform.desktop = std::make_unique<x11::XDesktop>();
+  auto desktop = std::make_unique<x11::XDesktop>();
   platform.compression = std::make_unique<missing::Compression>();
-  platform.alerts = std::make_unique<missing::Alerts>();
-  platform.overlays = std::make_unique<missing::Overlays>();
+  platform.alerts = std::make_unique<QtAlerts>(desktop->ownWindows(), desktop->inputGate());
+  platform.overlays = std::make_unique<x11::XOverlays>(desktop->ownWindows());
+  platform.desktop = std::move(desktop);
   return platform;
 }
 

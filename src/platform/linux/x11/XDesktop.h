@@ -3,6 +3,7 @@
 #include "platform/Desktop.h"
 #include "platform/linux/InputGate.h"
 #include "platform/linux/Missing.h"
+#include "platform/linux/x11/OwnWindows.h"
 #include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XEventPoster.h"
 #include "platform/linux/x11/XPermissions.h"
@@ -17,10 +18,14 @@ class XDesktop final : public Desktop {
   ScreenCapture& screenCapture() override { return screenCapture_; }
   EventPoster& events() override { return events_; }
 
+  /// What this program itself shows; the picture is taken without it.
+  OwnWindows& ownWindows() { return ownWindows_; }
+
   /// Closed while the person is being asked something.
   InputGate& inputGate() { return inputGate_; }
 
  private:
+  OwnWindows ownWindows_;
   XPermissions permissions_;
   XDisplays displays_;
   missing::ScreenCapture screenCapture_;

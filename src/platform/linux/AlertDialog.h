@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QDialog>
+#include <QElapsedTimer>
+#include <functional>
+#include <vector>
+
+class QDialogButtonBox;
+class QLabel;
+class QPushButton;
+
+namespace vesk {
+
+/// The window of an alert: an icon, a message in bold over an explanation, and buttons in the order
+/// of the desktop's own dialogs.
+///
+/// Thread: main. Its result is the number of the button that was chosen, from `firstButton` on, or
+/// zero when it was closed in another way.
+///
+/// It comes up while the person works in another program, so keys count only once it has been in
+/// sight, and in focus, for half a second, and a key that is held down counts never: a Return that
+/// was meant for somebody else is no answer.
+class AlertDialog final : public QDialog {
+ public:
+  static constexpr int firstButton = 1000;
+
+  AlertDialog();
+
+  void setMessageText(const QString& text);
+  void setInformativeText(const QString& text);
+  void addButton(const QString& title);
+
+  /// Called each time the window comes into sight.
+  std::function<void()> onExposed;
+
+ protected:
+  void showEvent(QShowEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void layOut();
+  bool keysCount() const;
+
+  QLabel* message_;
+  QLabel* informative_;
+  QDialogButtonBox* buttonBox_;
+  std::vector<QPushButton*> buttons_;
+  QElapsedTimer sinceInSight_;
+  QElapsedTimer sinceInFocus_;
+};
+
+}  // namespace vesk

@@ -1,0 +1,72 @@
+#include "platform/linux/x11/AlertWindow.h"
+
+#include <QGuiApplication>
+
+#include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/Properties.h"
+
+namespace vesk::x11 {
+namespace {
+
+/// Null where Qt does not run on X11.
+xcb_connection_t* qtConnection() {
+  auto* const application = qApp->nativeInterface<QNativeInterface::QX11Application>();
+  return application == nullptr ? nullptr : application->connection();
+}
+
+xcb_window_t rootOf(xcb_connection_t* connection) {
+  return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+}
+
+bool hasWindowManager(xcb_connection_t* connection) {
+  const auto request =
+      xcb_get_property(connection, 0, rootOf(connection),
+                       atom(connection, "_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1);
+  const ReplyPtr<xcb_get_property_reply_t> reply(
+      xcb_get_property_reply(connection, request, nullptr));
+  return reply != nullptr && xcb_get_property_value_length(reply.get()) > 0;
+}
+
+/// Asks as a pager does, which window managers take for the person's own wish; what programs ask
+/// for themselves they may turn down.
+void askToBeActive(xcb_connection_t* connection, xcb_window_t window) {
+  constexpr std::uint32_t fromAPager = 2;
+  xcb_client_message_event_t message{};
+  message.response_type = XCB_CLIENT_MESSAGE;
+  message.format = 32;
+  message.window = window;
+  message.type = atom(connection, "_NET_ACTIVE_WINDOW");
+  message.data.data32[0] = fromAPager;
+  message.data.data32[1] = XCB_CURRENT_TIME;
+  xcb_send_event(connection, 0, rootOf(connection),
+                 XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                 reinterpret_cast<const char*>(&message));
+}
+
+}  // namespace
+
+void keepOnEveryWorkspace(xcb_window_t window) {
+  auto* const connection = qtConnection();
+  if (connection == nullptr) return;
+  // Qt adds the states that it knows to those that it finds.
+  setAtoms(connection, window, "_NET_WM_STATE",
+           {"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY", "_NET_WM_STATE_SKIP_TASKBAR",
+            "_NET_WM_STATE_SKIP_PAGER"});
+  constexpr std::uint32_t allWorkspaces = 0xffffffff;
+  setCardinal(connection, window, "_NET_WM_DESKTOP", allWorkspaces);
+}
+
+void bringToTheFront(xcb_window_t window) {
+  auto* const connection = qtConnection();
+  if (connection == nullptr) return;
+  if (hasWindowManager(connection)) {
+    askToBeActive(connection, window);
+  } else {
+    const std::uint32_t onTop = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(connection, window, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);
+    xcb_set_input_focus(connection, XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
+  }
+  xcb_flush(connection);
+}
+
+}  // namespace vesk::x11

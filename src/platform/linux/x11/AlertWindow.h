@@ -1,0 +1,15 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+/// What a window manager has to be told of an alert beyond what Qt tells. Thread: main, with an
+/// application object; the requests go over Qt's own connection and so come in order with its own.
+namespace vesk::x11 {
+
+/// For a window that is not shown yet: on all workspaces, and in no task bar and no pager.
+void keepOnEveryWorkspace(xcb_window_t window);
+
+/// For a window in sight: raises it and gives it the focus, whatever has it now.
+void bringToTheFront(xcb_window_t window);
+
+}  // namespace vesk::x11

@@ -1,0 +1,146 @@
+#include "platform/linux/x11/OverlayStack.h"
+
+#include <xcb/xfixes.h>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+#include "platform/linux/x11/Properties.h"
+#include "platform/linux/x11/XOverlay.h"
+
+namespace vesk::x11 {
+namespace {
+
+/// Two programs that both want to be on top, a screen locker for one, must not chase each other.
+constexpr int millisecondsBetweenRaises = 250;
+
+/// The window that another program has put, or may have put, above ours.
+std::optional<xcb_window_t> restacked(const xcb_generic_event_t& event) {
+  switch (event.response_type & 0x7f) {
+    case XCB_MAP_NOTIFY:
+      return reinterpret_cast<const xcb_map_notify_event_t&>(event).window;
+    case XCB_CONFIGURE_NOTIFY:
+      return reinterpret_cast<const xcb_configure_notify_event_t&>(event).window;
+    case XCB_REPARENT_NOTIFY:
+      return reinterpret_cast<const xcb_reparent_notify_event_t&>(event).window;
+    case XCB_CIRCULATE_NOTIFY:
+      return reinterpret_cast<const xcb_circulate_notify_event_t&>(event).window;
+    default:
+      return std::nullopt;
+  }
+}
+
+}  // namespace
+
+OverlayStack::OverlayStack()
+    : notifier_(xcb_get_file_descriptor(connection_.get()), QSocketNotifier::Read) {
+  laterRaise_.setSingleShot(true);
+  QObject::connect(&laterRaise_, &QTimer::timeout, [this] { raise(); });
+  QObject::connect(&notifier_, &QSocketNotifier::activated, [this] { readEvents(); });
+  if (!connection_) return;
+  watchCompositor();
+  watchWindows();
+}
+
+void OverlayStack::orderFront(XOverlay& overlay) {
+  std::erase(overlays_, &overlay);
+  overlays_.push_back(&overlay);
+  raise();
+  // A reply that was waited for may have brought events along, of which the notifier knows nothing.
+  readEvents();
+}
+
+void OverlayStack::orderOut(XOverlay& overlay) { std::erase(overlays_, &overlay); }
+
+void OverlayStack::watchCompositor() {
+  auto* const c = connection_.get();
+  const auto* const extension = xcb_get_extension_data(c, &xcb_xfixes_id);
+  if (extension == nullptr || extension->present == 0) return;
+  // Without having asked for the version, nothing else of the extension is answered.
+  const ReplyPtr<xcb_xfixes_query_version_reply_t> version(
+      xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
+  selectionNotify_ = extension->first_event + XCB_XFIXES_SELECTION_NOTIFY;
+
+  // A compositor owns this selection as long as it runs. Asked after the wish to be told, so that
+  // none slips through in between.
+  const xcb_atom_t selection = atom(c, "_NET_WM_CM_S0");
+  xcb_xfixes_select_selection_input(c, connection_.root(), selection,
+                                    XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                                        XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                                        XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+  const ReplyPtr<xcb_get_selection_owner_reply_t> owner(
+      xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr));
+  composited_ = owner != nullptr && owner->owner != XCB_NONE;
+}
+
+void OverlayStack::watchWindows() {
+  const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+  xcb_change_window_attributes(connection_.get(), connection_.root(), XCB_CW_EVENT_MASK, &mask);
+  xcb_flush(connection_.get());
+}
+
+void OverlayStack::readEvents() {
+  while (const ReplyPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())}) {
+    handle(*event);
+  }
+  // A socket whose other end is gone stays readable for ever.
+  if (!connection_) notifier_.setEnabled(false);
+}
+
+void OverlayStack::handle(const xcb_generic_event_t& event) {
+  if ((event.response_type & 0x7f) == selectionNotify_) {
+    setComposited(reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event).owner !=
+                  XCB_NONE);
+    return;
+  }
+  const auto window = restacked(event);
+  if (window && !isOwn(*window)) raiseSoon();
+}
+
+void OverlayStack::setComposited(bool composited) {
+  if (composited == composited_) return;
+  composited_ = composited;
+  for (auto* const overlay : overlays_) overlay->repaint();
+  xcb_flush(connection_.get());
+}
+
+bool OverlayStack::isOwn(xcb_window_t window) const {
+  return std::ranges::any_of(overlays_, [&](const XOverlay* overlay) {
+    return std::ranges::count(overlay->windows(), window) > 0;
+  });
+}
+
+void OverlayStack::raiseSoon() {
+  if (overlays_.empty() || laterRaise_.isActive()) return;
+  const qint64 elapsed = sinceRaised_.elapsed();
+  if (elapsed >= millisecondsBetweenRaises) {
+    raise();
+  } else {
+    laterRaise_.start(static_cast<int>(millisecondsBetweenRaises - elapsed));
+  }
+}
+
+void OverlayStack::raise() {
+  sinceRaised_.start();
+  // From top to bottom, each below the one before: where all is in place already, the server
+  // changes nothing, and no compositor draws anything anew.
+  xcb_window_t above = XCB_NONE;
+  for (auto overlay = overlays_.rbegin(); overlay != overlays_.rend(); ++overlay) {
+    for (const xcb_window_t window : (*overlay)->windows()) {
+      const std::array<std::uint32_t, 2> belowAnother{above, XCB_STACK_MODE_BELOW};
+      const std::uint32_t onTop = XCB_STACK_MODE_ABOVE;
+      if (above == XCB_NONE) {
+        xcb_configure_window(connection_.get(), window, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);
+      } else {
+        xcb_configure_window(connection_.get(), window,
+                             XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE,
+                             belowAnother.data());
+      }
+      above = window;
+    }
+  }
+  xcb_flush(connection_.get());
+}
+
+}  // namespace vesk::x11

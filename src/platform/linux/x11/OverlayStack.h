@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QSocketNotifier>
+#include <QTimer>
+#include <vector>
+
+#include "platform/linux/x11/Connection.h"
+
+namespace vesk::x11 {
+
+class XOverlay;
+
+/// The overlays that exist at a time, their connection to the server, and what must be done for
+/// them when other programs move windows about or a compositor comes and goes.
+///
+/// Thread: main. Owns: the connection; the overlays list themselves. It lives no longer than they
+/// do, so that nothing is asked of the server while nothing is shown.
+class OverlayStack {
+ public:
+  OverlayStack();
+  OverlayStack(const OverlayStack&) = delete;
+  OverlayStack& operator=(const OverlayStack&) = delete;
+
+  const Connection& connection() const { return connection_; }
+
+  /// Whether somebody blends translucent windows at this moment.
+  bool composited() const { return composited_; }
+
+  /// Puts the overlay on top of all.
+  void orderFront(XOverlay& overlay);
+
+  /// Harmless when it is not there.
+  void orderOut(XOverlay& overlay);
+
+ private:
+  void watchCompositor();
+  void watchWindows();
+  void readEvents();
+  void handle(const xcb_generic_event_t& event);
+  void setComposited(bool composited);
+  bool isOwn(xcb_window_t window) const;
+  void raiseSoon();
+  void raise();
+
+  Connection connection_;
+  QSocketNotifier notifier_;
+  std::vector<XOverlay*> overlays_;  ///< bottom to top
+  bool composited_ = false;
+  int selectionNotify_ = -1;
+  QElapsedTimer sinceRaised_;
+  QTimer laterRaise_;
+};
+
+}  // namespace vesk::x11

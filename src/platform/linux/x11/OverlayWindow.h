@@ -1,0 +1,62 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <QImage>
+#include <vector>
+
+#include "platform/Overlays.h"
+#include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/OverlayShapes.h"
+#include "platform/linux/x11/OwnWindows.h"
+
+namespace vesk::x11 {
+
+/// One window above all others that no window manager touches and no input reaches. The server
+/// itself repaints what it shows.
+///
+/// Thread: main. Owns: the X window; listed among the own windows for its life. Both references
+/// outlive it. Fails: in silence.
+class OverlayWindow {
+ public:
+  enum class Kind {
+    solid,   ///< of the root's own visual
+    picture  ///< with transparency where the server has it
+  };
+
+  OverlayWindow(const Connection& connection, OwnWindows& ownWindows, const PixelRect& frame,
+                Kind kind);
+  ~OverlayWindow();
+  OverlayWindow(const OverlayWindow&) = delete;
+  OverlayWindow& operator=(const OverlayWindow&) = delete;
+
+  xcb_window_t id() const { return window_; }
+
+  /// Whether pixels of the window can be translucent.
+  bool hasAlpha() const { return depth_ == alphaDepth; }
+
+  /// One colour all over; a compositor blends it by its alpha.
+  void fill(const Colour& colour);
+
+  /// A picture of the window's size.
+  void show(const QImage& picture);
+
+  /// Cuts the window to these parts of it, or to its whole rectangle for none.
+  void cutTo(const std::vector<PixelRect>& parts);
+
+  void map();
+  void unmap();
+
+ private:
+  static constexpr std::uint8_t alphaDepth = 32;
+
+  void create(const PixelRect& frame, Kind kind);
+
+  const Connection& connection_;
+  OwnWindows& ownWindows_;
+  xcb_window_t window_ = XCB_NONE;
+  xcb_colormap_t colormap_ = XCB_NONE;
+  std::uint8_t depth_ = 0;
+};
+
+}  // namespace vesk::x11

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/Overlays.h"
+#include "platform/linux/x11/OverlayStack.h"
+#include "platform/linux/x11/OverlayWindow.h"
+
+namespace vesk::x11 {
+
+/// One overlay: a window for its background and label, and one for each edge of its border. One
+/// window as large as the screen would pass for a full-screen program.
+///
+/// Thread: main. Owns: its windows, and its share of the stack. See `Overlay`.
+class XOverlay final : public Overlay {
+ public:
+  /// `scale` is the pixels of a point; `ownWindows` outlives the overlay.
+  XOverlay(std::shared_ptr<OverlayStack> stack, OwnWindows& ownWindows,
+           OverlayAppearance appearance, double scale);
+  ~XOverlay() override;
+
+  void orderFrontRegardless() override;
+  void orderOut() override;
+  void setLabel(const std::string& text) override;
+
+  /// From top to bottom.
+  std::vector<xcb_window_t> windows() const;
+
+  /// Draws everything as it has to look with, or without, a compositor.
+  void repaint();
+
+ private:
+  void paintBackground();
+
+  std::shared_ptr<OverlayStack> stack_;
+  OverlayAppearance appearance_;
+  double scale_;
+  PixelRect frame_;
+  std::string text_;
+  std::unique_ptr<OverlayWindow> background_;
+  std::vector<std::unique_ptr<OverlayWindow>> edges_;
+};
+
+}  // namespace vesk::x11

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/Overlays.h"
+#include "platform/linux/x11/OverlayStack.h"
+#include "platform/linux/x11/OwnWindows.h"
+
+namespace vesk::x11 {
+
+/// Overlay windows on an X server. A point is one pixel, or more where the person has the desktop
+/// scaled. Nothing is asked of the server while no overlay exists, other than which screens there
+/// are. Thread: main, with an application object.
+class XOverlays final : public Overlays {
+ public:
+  /// `ownWindows` learns of every window and outlives this object.
+  explicit XOverlays(OwnWindows& ownWindows) : ownWindows_(ownWindows) {}
+
+  std::vector<Screen> screens() override;
+  std::optional<Screen> mainScreen() override;
+  std::unique_ptr<Overlay> makeOverlay(const OverlayAppearance& appearance) override;
+
+ private:
+  OwnWindows& ownWindows_;
+  std::weak_ptr<OverlayStack> stack_;
+};
+
+}  // namespace vesk::x11
