@@ -18,6 +18,8 @@ import threading
 import time
 import unittest
 
+from xclient import XClient
+
 BUILD = pathlib.Path(os.environ["VESK_BUILD"])
 PROGRAM = BUILD / "src" / "vesk-remote"
 AGENT = BUILD / "agent" / "vesk-agent"
@@ -25,7 +27,7 @@ SOCKET = pathlib.Path("/var/run/com.vesk.tovarin.screen.sock")
 JOB = "com.vesk.tovarin.screen"
 
 # Far beyond what anything takes; reached only when something is wrong.
-PATIENCE = 30
+PATIENCE = float(os.environ.get("VESK_PATIENCE", 30))
 
 
 class Timeout(AssertionError):
@@ -167,6 +169,14 @@ class Case(unittest.TestCase):
     def start_program(self, program=PROGRAM, arguments=(), **changes):
         return self.start(Child, [program, *arguments], self.environment(**changes),
                           stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+
+    def start_window_manager(self, *command):
+        """Up to the moment at which it manages windows: one that is starting may lose some."""
+        self.start(Child, command, self.environment(), stdout=subprocess.DEVNULL,
+                   stderr=subprocess.DEVNULL)
+        client = XClient(self.server.display)
+        self.addCleanup(client.close)
+        wait_until(client.has_window_manager, f"{command[0]} manages windows")
 
     def start_agent(self, *options):
         return self.start(Agent, *options)

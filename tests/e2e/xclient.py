@@ -1,0 +1,58 @@
+"""What an X server believes to be pressed and where its pointer is, asked through the C library."""
+
+import ctypes
+import ctypes.util
+
+_x11 = ctypes.CDLL(ctypes.util.find_library("X11") or "libX11.so.6")
+_x11.XOpenDisplay.restype = ctypes.c_void_p
+_x11.XDefaultRootWindow.restype = ctypes.c_ulong
+_x11.XDefaultRootWindow.argtypes = [ctypes.c_void_p]
+_x11.XQueryKeymap.argtypes = [ctypes.c_void_p, ctypes.c_char_p]
+_x11.XQueryPointer.argtypes = [ctypes.c_void_p, ctypes.c_ulong] + [ctypes.c_void_p] * 7
+_x11.XCloseDisplay.argtypes = [ctypes.c_void_p]
+_x11.XInternAtom.restype = ctypes.c_ulong
+_x11.XInternAtom.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int]
+_x11.XListProperties.restype = ctypes.POINTER(ctypes.c_ulong)
+_x11.XListProperties.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p]
+_x11.XFree.argtypes = [ctypes.c_void_p]
+
+_BUTTONS = {1: 0x100, 2: 0x200, 3: 0x400}
+
+
+class XClient:
+    """A connection of its own to one display."""
+
+    def __init__(self, display):
+        self._display = _x11.XOpenDisplay(display.encode())
+        if not self._display:
+            raise AssertionError(f"no connection to {display}")
+        self._root = _x11.XDefaultRootWindow(self._display)
+
+    def close(self):
+        _x11.XCloseDisplay(self._display)
+
+    def held_keys(self):
+        """The keycodes that are down."""
+        keys = ctypes.create_string_buffer(32)
+        _x11.XQueryKeymap(self._display, keys)
+        return {8 * byte + bit for byte in range(32) for bit in range(8)
+                if keys.raw[byte] >> bit & 1}
+
+    def has_window_manager(self):
+        """Whether one is ready. Its list of windows is the last that it tells of when it starts."""
+        atom = _x11.XInternAtom(self._display, b"_NET_CLIENT_LIST", 0)
+        count = ctypes.c_int()
+        properties = _x11.XListProperties(self._display, self._root, ctypes.byref(count))
+        found = atom in [properties[i] for i in range(count.value)]
+        _x11.XFree(properties)
+        return found
+
+    def pointer(self):
+        """The pointer's place and the buttons that are down."""
+        window, child = ctypes.c_ulong(), ctypes.c_ulong()
+        x, y, inner_x, inner_y = (ctypes.c_int() for _ in range(4))
+        mask = ctypes.c_uint()
+        _x11.XQueryPointer(self._display, self._root, *(ctypes.byref(value) for value in (
+            window, child, x, y, inner_x, inner_y, mask)))
+        held = {button for button, bit in _BUTTONS.items() if mask.value & bit}
+        return (x.value, y.value), held
