@@ -10,5 +10,8 @@ endif()
 
 if(VESK_BUILD_TESTS)
   find_package(GTest REQUIRED)
+  if(NOT APPLE)
+    pkg_check_modules(XCB_TEST REQUIRED IMPORTED_TARGET xcb-xtest)
+  endif()
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
 endif()

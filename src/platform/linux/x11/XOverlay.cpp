@@ -9,9 +9,9 @@
 namespace vesk::x11 {
 
 XOverlay::XOverlay(std::shared_ptr<OverlayStack> stack, OwnWindows& ownWindows,
-                   OverlayAppearance appearance, double scale)
+                   const OverlayAppearance& appearance, double scale)
     : stack_(std::move(stack)),
-      appearance_(std::move(appearance)),
+      appearance_(appearance),
       scale_(scale),
       frame_(pixelRect(appearance_.frame, scale)) {
   if (!stack_->connection()) return;

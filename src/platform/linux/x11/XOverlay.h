@@ -18,7 +18,7 @@ class XOverlay final : public Overlay {
  public:
   /// `scale` is the pixels of a point; `ownWindows` outlives the overlay.
   XOverlay(std::shared_ptr<OverlayStack> stack, OwnWindows& ownWindows,
-           OverlayAppearance appearance, double scale);
+           const OverlayAppearance& appearance, double scale);
   ~XOverlay() override;
 
   void orderFrontRegardless() override;
