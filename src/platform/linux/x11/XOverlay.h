@@ -32,6 +32,7 @@ class XOverlay final : public Overlay {
   void repaint();
 
  private:
+  Colour asBlended(Colour colour) const;
   void paintBackground();
 
   std::shared_ptr<OverlayStack> stack_;
