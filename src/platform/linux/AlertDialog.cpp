@@ -43,7 +43,8 @@ void setText(QLabel& label, const QString& text) {
 
 AlertDialog::AlertDialog()
     : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                           Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
+                           Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
+                           Qt::MSWindowsFixedSizeDialogHint),
       message_(makeLabel(this)),
       informative_(makeLabel(this)),
       buttonBox_(new QDialogButtonBox(this)) {

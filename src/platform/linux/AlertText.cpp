@@ -47,7 +47,7 @@ QString paragraph(const QString& text) {
 
 QString elidedParagraph(const QString& text, const QFont& font, int width, int lines) {
   const QFontMetrics metrics(font);
-  const QString whole = paragraph(text);
+  QString whole = paragraph(text);
   if (fits(whole, metrics, width, lines)) return whole;
 
   constexpr std::size_t keptAtTheEnd = 40;

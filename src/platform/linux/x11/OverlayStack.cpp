@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <ranges>
 
 #include "platform/linux/x11/Properties.h"
 #include "platform/linux/x11/XOverlay.h"
@@ -121,22 +122,25 @@ void OverlayStack::raiseSoon() {
   }
 }
 
+void OverlayStack::stack(xcb_window_t window, std::optional<xcb_window_t> above) const {
+  if (above) {
+    const std::array<std::uint32_t, 2> belowIt{*above, XCB_STACK_MODE_BELOW};
+    xcb_configure_window(connection_.get(), window,
+                         XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE, belowIt.data());
+  } else {
+    const std::uint32_t onTop = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(connection_.get(), window, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);
+  }
+}
+
 void OverlayStack::raise() {
   sinceRaised_.start();
   // From top to bottom, each below the one before: where all is in place already, the server
   // changes nothing, and no compositor draws anything anew.
-  xcb_window_t above = XCB_NONE;
-  for (auto overlay = overlays_.rbegin(); overlay != overlays_.rend(); ++overlay) {
-    for (const xcb_window_t window : (*overlay)->windows()) {
-      const std::array<std::uint32_t, 2> belowAnother{above, XCB_STACK_MODE_BELOW};
-      const std::uint32_t onTop = XCB_STACK_MODE_ABOVE;
-      if (above == XCB_NONE) {
-        xcb_configure_window(connection_.get(), window, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);
-      } else {
-        xcb_configure_window(connection_.get(), window,
-                             XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE,
-                             belowAnother.data());
-      }
+  std::optional<xcb_window_t> above;
+  for (const auto* const overlay : std::views::reverse(overlays_)) {
+    for (const xcb_window_t window : overlay->windows()) {
+      stack(window, above);
       above = window;
     }
   }

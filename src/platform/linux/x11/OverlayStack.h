@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QSocketNotifier>
 #include <QTimer>
+#include <optional>
 #include <vector>
 
 #include "platform/linux/x11/Connection.h"
@@ -42,6 +43,7 @@ class OverlayStack {
   bool isOwn(xcb_window_t window) const;
   void raiseSoon();
   void raise();
+  void stack(xcb_window_t window, std::optional<xcb_window_t> above) const;
 
   Connection connection_;
   QSocketNotifier notifier_;

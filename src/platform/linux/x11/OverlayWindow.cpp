@@ -31,15 +31,9 @@ std::uint16_t sixteenBits(double part) {
   return static_cast<std::uint16_t>(std::lround(part * 65535));
 }
 
-/// The server's number for a colour in its default colour map, whatever its visual is like.
-std::uint32_t pixelOf(const Connection& connection, const Colour& colour) {
-  const auto& screen = screenOf(connection);
-  const auto request =
-      xcb_alloc_color(connection.get(), screen.default_colormap, sixteenBits(colour.red),
-                      sixteenBits(colour.green), sixteenBits(colour.blue));
-  const ReplyPtr<xcb_alloc_color_reply_t> reply(
-      xcb_alloc_color_reply(connection.get(), request, nullptr));
-  return reply == nullptr ? screen.black_pixel : reply->pixel;
+/// A premultiplied part of a colour in its place in the pixel.
+std::uint32_t eightBits(double part, unsigned shift) {
+  return static_cast<std::uint32_t>(std::lround(part * 255)) << shift;
 }
 
 std::vector<xcb_rectangle_t> rectangles(const std::vector<PixelRect>& parts) {
@@ -56,9 +50,9 @@ std::vector<xcb_rectangle_t> rectangles(const std::vector<PixelRect>& parts) {
 }  // namespace
 
 OverlayWindow::OverlayWindow(const Connection& connection, OwnWindows& ownWindows,
-                             const PixelRect& frame, Kind kind)
+                             const PixelRect& frame)
     : connection_(connection), ownWindows_(ownWindows) {
-  create(frame, kind);
+  create(frame);
   auto* const c = connection_.get();
   // An empty input shape: whatever is pressed or turned over the window goes to what is beneath.
   xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, window_,
@@ -81,10 +75,10 @@ OverlayWindow::~OverlayWindow() {
   ownWindows_.remove(window_);
 }
 
-void OverlayWindow::create(const PixelRect& frame, Kind kind) {
+void OverlayWindow::create(const PixelRect& frame) {
   auto* const c = connection_.get();
   const auto& screen = screenOf(connection_);
-  xcb_visualid_t visual = kind == Kind::picture ? alphaVisual(screen, alphaDepth) : XCB_NONE;
+  xcb_visualid_t visual = alphaVisual(screen, alphaDepth);
   depth_ = visual == XCB_NONE ? screen.root_depth : alphaDepth;
   xcb_colormap_t colormap = screen.default_colormap;
   if (visual == XCB_NONE) {
@@ -106,12 +100,24 @@ void OverlayWindow::create(const PixelRect& frame, Kind kind) {
 }
 
 void OverlayWindow::fill(const Colour& colour) {
-  auto* const c = connection_.get();
-  const std::uint32_t pixel = pixelOf(connection_, colour);
-  xcb_change_window_attributes(c, window_, XCB_CW_BACK_PIXEL, &pixel);
-  setCardinal(c, window_, "_NET_WM_WINDOW_OPACITY",
-              static_cast<std::uint32_t>(std::llround(colour.alpha * 0xffffffff)));
-  xcb_clear_area(c, 0, window_, 0, 0, 0, 0);
+  const std::uint32_t pixel = pixelOf(colour);
+  xcb_change_window_attributes(connection_.get(), window_, XCB_CW_BACK_PIXEL, &pixel);
+  xcb_clear_area(connection_.get(), 0, window_, 0, 0, 0, 0);
+}
+
+std::uint32_t OverlayWindow::pixelOf(const Colour& colour) const {
+  if (hasAlpha()) {
+    return eightBits(colour.alpha, 24) | eightBits(colour.alpha * colour.red, 16) |
+           eightBits(colour.alpha * colour.green, 8) | eightBits(colour.alpha * colour.blue, 0);
+  }
+  // Whatever the root's visual is like, the server knows its number for the colour.
+  const auto& screen = screenOf(connection_);
+  const auto request =
+      xcb_alloc_color(connection_.get(), screen.default_colormap, sixteenBits(colour.red),
+                      sixteenBits(colour.green), sixteenBits(colour.blue));
+  const ReplyPtr<xcb_alloc_color_reply_t> reply(
+      xcb_alloc_color_reply(connection_.get(), request, nullptr));
+  return reply == nullptr ? screen.black_pixel : reply->pixel;
 }
 
 void OverlayWindow::show(const QImage& picture) {

@@ -19,13 +19,7 @@ namespace vesk::x11 {
 /// outlive it. Fails: in silence.
 class OverlayWindow {
  public:
-  enum class Kind {
-    solid,   ///< of the root's own visual
-    picture  ///< with transparency where the server has it
-  };
-
-  OverlayWindow(const Connection& connection, OwnWindows& ownWindows, const PixelRect& frame,
-                Kind kind);
+  OverlayWindow(const Connection& connection, OwnWindows& ownWindows, const PixelRect& frame);
   ~OverlayWindow();
   OverlayWindow(const OverlayWindow&) = delete;
   OverlayWindow& operator=(const OverlayWindow&) = delete;
@@ -35,7 +29,7 @@ class OverlayWindow {
   /// Whether pixels of the window can be translucent.
   bool hasAlpha() const { return depth_ == alphaDepth; }
 
-  /// One colour all over; a compositor blends it by its alpha.
+  /// One colour all over; its alpha counts where the window has alpha.
   void fill(const Colour& colour);
 
   /// A picture of the window's size.
@@ -50,7 +44,8 @@ class OverlayWindow {
  private:
   static constexpr std::uint8_t alphaDepth = 32;
 
-  void create(const PixelRect& frame, Kind kind);
+  void create(const PixelRect& frame);
+  std::uint32_t pixelOf(const Colour& colour) const;
 
   const Connection& connection_;
   OwnWindows& ownWindows_;

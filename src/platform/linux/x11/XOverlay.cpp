@@ -9,23 +9,23 @@
 namespace vesk::x11 {
 
 XOverlay::XOverlay(std::shared_ptr<OverlayStack> stack, OwnWindows& ownWindows,
-                   OverlayAppearance appearance, double scale)
+                   const OverlayAppearance& appearance, double scale)
     : stack_(std::move(stack)),
-      appearance_(std::move(appearance)),
+      appearance_(appearance),
       scale_(scale),
       frame_(pixelRect(appearance_.frame, scale)) {
   if (!stack_->connection()) return;
-  const auto make = [&](const PixelRect& frame, OverlayWindow::Kind kind) {
-    return std::make_unique<OverlayWindow>(stack_->connection(), ownWindows, frame, kind);
+  const auto make = [&](const PixelRect& frame) {
+    return std::make_unique<OverlayWindow>(stack_->connection(), ownWindows, frame);
   };
   if (appearance_.border) {
     const auto thickness =
         static_cast<std::int32_t>(std::lround(appearance_.border->width * scale_));
     for (const auto& edge : borderEdges(frame_, thickness)) {
-      edges_.push_back(make(edge, OverlayWindow::Kind::solid));
+      edges_.push_back(make(edge));
     }
   }
-  if (appearance_.background) background_ = make(frame_, OverlayWindow::Kind::picture);
+  if (appearance_.background) background_ = make(frame_);
   repaint();
 }
 
@@ -60,19 +60,26 @@ std::vector<xcb_window_t> XOverlay::windows() const {
 }
 
 void XOverlay::repaint() {
-  for (const auto& edge : edges_) edge->fill(appearance_.border->colour);
+  for (const auto& edge : edges_) edge->fill(asBlended(appearance_.border->colour));
   if (background_ != nullptr) paintBackground();
 }
 
+Colour XOverlay::asBlended(Colour colour) const {
+  // Nobody blends: what is translucent would come out as a mixture with black.
+  if (!stack_->composited()) colour.alpha = 1;
+  return colour;
+}
+
 void XOverlay::paintBackground() {
-  const bool blended = stack_->composited() && background_->hasAlpha();
-  StripPicture picture{
-      frame_, scale_, *appearance_.background, appearance_.bottomCornerRadius, appearance_.label,
-      text_};
-  // Nobody blends: what is translucent would come out as a mixture with black, so the colour is
-  // full and the corners are cut off instead.
-  if (!blended) picture.background.alpha = 1;
+  StripPicture picture{frame_,
+                       scale_,
+                       asBlended(*appearance_.background),
+                       appearance_.bottomCornerRadius,
+                       appearance_.label,
+                       text_};
   background_->show(picture.paint());
+  // Where nobody blends, what is outside the corners would come out black: it is cut off.
+  const bool blended = stack_->composited() && background_->hasAlpha();
   const auto radius =
       static_cast<std::int32_t>(std::lround(appearance_.bottomCornerRadius * scale_));
   background_->cutTo(blended ? std::vector<PixelRect>{}

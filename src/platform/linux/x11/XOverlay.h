@@ -18,7 +18,7 @@ class XOverlay final : public Overlay {
  public:
   /// `scale` is the pixels of a point; `ownWindows` outlives the overlay.
   XOverlay(std::shared_ptr<OverlayStack> stack, OwnWindows& ownWindows,
-           OverlayAppearance appearance, double scale);
+           const OverlayAppearance& appearance, double scale);
   ~XOverlay() override;
 
   void orderFrontRegardless() override;
@@ -32,6 +32,7 @@ class XOverlay final : public Overlay {
   void repaint();
 
  private:
+  Colour asBlended(Colour colour) const;
   void paintBackground();
 
   std::shared_ptr<OverlayStack> stack_;

@@ -1,0 +1,282 @@
+#include "e2e/PresenceDesktop.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+#include <xcb/xtest.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <deque>
+#include <filesystem>
+#include <stdexcept>
+#include <string_view>
+#include <thread>
+
+namespace vesk::testing {
+namespace {
+
+using x11::ReplyPtr;
+
+std::array<Descriptor, 2> makePipe() {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  return {Descriptor(ends[0]), Descriptor(ends[1])};
+}
+
+}  // namespace
+
+PresenceWindow::PresenceWindow(std::vector<std::string> environment) {
+  auto [commandsOut, commandsIn] = makePipe();
+  auto [linesOut, linesIn] = makePipe();
+  const std::string shell =
+      "exec \"$0\" <&" + std::to_string(commandsOut.get()) + " >&" + std::to_string(linesIn.get());
+  process_ = std::make_unique<ChildProcess>(
+      std::vector<std::string>{"sh", "-c", shell, VESK_PRESENCE_WINDOW}, std::move(environment),
+      std::vector<int>{commandsOut.get(), linesIn.get()});
+  in_ = std::move(commandsIn);
+  out_ = std::move(linesOut);
+  commandsOut.close();
+  linesIn.close();
+  if (line() != "ready") throw std::runtime_error("the program did not start");
+}
+
+void PresenceWindow::send(const std::string& command) {
+  const std::string text = command + "\n";
+  if (::write(in_.get(), text.data(), text.size()) < 0) throw std::runtime_error("it has ended");
+}
+
+std::optional<std::string> PresenceWindow::line(int limitInMilliseconds) {
+  std::string text;
+  pollfd waiting{out_.get(), POLLIN, 0};
+  while (::poll(&waiting, 1, limitInMilliseconds) > 0) {
+    char c = 0;
+    if (::read(out_.get(), &c, 1) != 1) return std::nullopt;
+    if (c == '\n') return text;
+    text += c;
+  }
+  return std::nullopt;
+}
+
+PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen)
+    : kind_(kind), server_(screen) {
+  connection_ = xcb_connect(server_.display().c_str(), nullptr);
+  root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+  if (kind == Kind::openbox || kind == Kind::openboxPicom) {
+    manager_ = std::make_unique<ChildProcess>(std::vector<std::string>{"openbox"}, environment());
+  }
+  if (kind == Kind::xfwm4 || kind == Kind::xfwm4Compositing) {
+    const std::string bus = folder_.path() / "bus";
+    bus_ = std::make_unique<ChildProcess>(std::vector<std::string>{
+        "dbus-daemon", "--session", "--nofork", "--nosyslog", "--address=unix:path=" + bus});
+    waitUntil([&] { return std::filesystem::exists(bus); });
+    auto variables = environment();
+    variables.insert(variables.end(),
+                     {"DBUS_SESSION_BUS_ADDRESS=unix:path=" + bus, "NO_AT_BRIDGE=1"});
+    const std::string compositor =
+        kind == Kind::xfwm4Compositing ? "--compositor=on" : "--compositor=off";
+    manager_ =
+        std::make_unique<ChildProcess>(std::vector<std::string>{"xfwm4", compositor}, variables);
+  }
+  if (kind != Kind::bare &&
+      !waitUntil([&] { return !property(root_, "_NET_SUPPORTING_WM_CHECK").empty(); })) {
+    throw std::runtime_error("the window manager did not start");
+  }
+  if (kind == Kind::openboxPicom) startPicom();
+  if (kind == Kind::xfwm4Compositing && !waitUntil([&] { return composited(); })) {
+    throw std::runtime_error("the window manager does not compose");
+  }
+}
+
+PresenceDesktop::~PresenceDesktop() { xcb_disconnect(connection_); }
+
+bool PresenceDesktop::composited() const {
+  const auto intern = xcb_intern_atom(connection_, 0, 13, "_NET_WM_CM_S0");
+  const ReplyPtr<xcb_intern_atom_reply_t> selection(
+      xcb_intern_atom_reply(connection_, intern, nullptr));
+  const ReplyPtr<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+      connection_, xcb_get_selection_owner(connection_, selection->atom), nullptr));
+  return owner != nullptr && owner->owner != XCB_NONE;
+}
+
+std::vector<std::string> PresenceDesktop::environment() const { return {server_.environment()}; }
+
+void PresenceDesktop::startPicom() {
+  compositor_ = std::make_unique<ChildProcess>(
+      std::vector<std::string>{"picom", "--backend", "xrender", "--config", "/dev/null"},
+      environment());
+  if (!waitUntil([&] { return composited(); })) throw std::runtime_error("picom did not start");
+}
+
+void PresenceDesktop::stopPicom() {
+  compositor_.reset();
+  waitUntil([&] { return !composited(); });
+}
+
+std::uint32_t PresenceDesktop::pixel(int x, int y) {
+  const ReplyPtr<xcb_get_image_reply_t> image(xcb_get_image_reply(
+      connection_,
+      xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, root_, static_cast<std::int16_t>(x),
+                    static_cast<std::int16_t>(y), 1, 1, ~0U),
+      nullptr));
+  if (image == nullptr) return 0xffffffff;
+  const std::uint8_t* bytes = xcb_get_image_data(image.get());
+  return bytes[0] | static_cast<std::uint32_t>(bytes[1]) << 8U |
+         static_cast<std::uint32_t>(bytes[2]) << 16U;
+}
+
+bool PresenceDesktop::waitForPixel(int x, int y, std::uint32_t colour, int tolerance) {
+  return waitUntil([&] {
+    const std::uint32_t shown = pixel(x, y);
+    for (const unsigned shift : {0U, 8U, 16U}) {
+      const int difference =
+          static_cast<int>(shown >> shift & 255U) - static_cast<int>(colour >> shift & 255U);
+      if (std::abs(difference) > tolerance) return false;
+    }
+    return true;
+  });
+}
+
+xcb_window_t PresenceDesktop::alert() {
+  xcb_window_t found = XCB_NONE;
+  waitUntil([&] {
+    for (std::deque<xcb_window_t> left{root_}; !left.empty(); left.pop_front()) {
+      const auto name =
+          xcb_get_property(connection_, 0, left.front(), XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64);
+      const ReplyPtr<xcb_get_property_reply_t> reply(
+          xcb_get_property_reply(connection_, name, nullptr));
+      if (reply == nullptr) continue;
+      const std::string_view text(
+          static_cast<const char*>(xcb_get_property_value(reply.get())),
+          static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
+      if (text.find("vesk-remote") != std::string_view::npos && isShown(left.front())) {
+        found = left.front();
+        return true;
+      }
+      const ReplyPtr<xcb_query_tree_reply_t> tree(
+          xcb_query_tree_reply(connection_, xcb_query_tree(connection_, left.front()), nullptr));
+      if (tree == nullptr) continue;
+      const auto* const children = xcb_query_tree_children(tree.get());
+      left.insert(left.end(), children, children + xcb_query_tree_children_length(tree.get()));
+    }
+    return false;
+  });
+  return found;
+}
+
+bool PresenceDesktop::isShown(xcb_window_t window) {
+  const ReplyPtr<xcb_get_window_attributes_reply_t> reply(xcb_get_window_attributes_reply(
+      connection_, xcb_get_window_attributes(connection_, window), nullptr));
+  return reply != nullptr && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
+xcb_window_t PresenceDesktop::focus() {
+  const ReplyPtr<xcb_get_input_focus_reply_t> reply(
+      xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+  return reply == nullptr ? xcb_window_t{XCB_NONE} : reply->focus;
+}
+
+std::vector<std::uint32_t> PresenceDesktop::property(xcb_window_t window, const std::string& name) {
+  const ReplyPtr<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+      connection_, xcb_get_property(connection_, 0, window, atomOf(name), XCB_ATOM_ANY, 0, 64),
+      nullptr));
+  if (reply == nullptr || reply->format != 32) return {};
+  const auto* const values = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+  return {values, values + reply->value_len};
+}
+
+int PresenceDesktop::topLevelWindows() {
+  const ReplyPtr<xcb_query_tree_reply_t> tree(
+      xcb_query_tree_reply(connection_, xcb_query_tree(connection_, root_), nullptr));
+  return tree == nullptr ? -1 : xcb_query_tree_children_length(tree.get());
+}
+
+void PresenceDesktop::key(std::uint32_t keysym) {
+  const auto* const setup = xcb_get_setup(connection_);
+  const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+  const ReplyPtr<xcb_get_keyboard_mapping_reply_t> map(xcb_get_keyboard_mapping_reply(
+      connection_, xcb_get_keyboard_mapping(connection_, setup->min_keycode, count), nullptr));
+  const auto* const symbols = xcb_get_keyboard_mapping_keysyms(map.get());
+  for (int i = 0; i < count; ++i) {
+    if (symbols[i * map->keysyms_per_keycode] != keysym) continue;
+    const auto code = static_cast<std::uint8_t>(setup->min_keycode + i);
+    xcb_test_fake_input(connection_, XCB_KEY_PRESS, code, 0, XCB_NONE, 0, 0, 0);
+    xcb_test_fake_input(connection_, XCB_KEY_RELEASE, code, 0, XCB_NONE, 0, 0, 0);
+    break;
+  }
+  xcb_flush(connection_);
+}
+
+void PresenceDesktop::click(int x, int y, std::uint8_t button) {
+  xcb_test_fake_input(connection_, XCB_MOTION_NOTIFY, 0, 0, root_, static_cast<std::int16_t>(x),
+                      static_cast<std::int16_t>(y), 0);
+  xcb_test_fake_input(connection_, XCB_BUTTON_PRESS, button, 0, XCB_NONE, 0, 0, 0);
+  xcb_test_fake_input(connection_, XCB_BUTTON_RELEASE, button, 0, XCB_NONE, 0, 0, 0);
+  xcb_flush(connection_);
+}
+
+xcb_window_t PresenceDesktop::makeWindow(int x, int y, int width, int height, std::uint32_t colour,
+                                         bool overrideRedirect) {
+  const xcb_window_t window = xcb_generate_id(connection_);
+  const std::array<std::uint32_t, 3> values{colour, overrideRedirect ? 1U : 0U,
+                                            XCB_EVENT_MASK_BUTTON_PRESS};
+  xcb_create_window(
+      connection_, XCB_COPY_FROM_PARENT, window, root_, static_cast<std::int16_t>(x),
+      static_cast<std::int16_t>(y), static_cast<std::uint16_t>(width),
+      static_cast<std::uint16_t>(height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+      XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values.data());
+  xcb_map_window(connection_, window);
+  xcb_flush(connection_);
+  waitUntil([&] { return isShown(window); });
+  return window;
+}
+
+void PresenceDesktop::makeFullScreen(xcb_window_t window) {
+  for (const auto& state : {"_NET_WM_STATE_FULLSCREEN", "_NET_WM_STATE_ABOVE"}) {
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = atomOf("_NET_WM_STATE");
+    message.data.data32[0] = 1;
+    message.data.data32[1] = atomOf(state);
+    message.data.data32[3] = 1;
+    xcb_send_event(connection_, 0, root_,
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<const char*>(&message));
+  }
+  xcb_flush(connection_);
+}
+
+bool PresenceDesktop::pressArrives(xcb_window_t window, std::uint8_t button) {
+  return waitUntil([&] {
+    while (const ReplyPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
+      if ((event->response_type & 0x7f) != XCB_BUTTON_PRESS) continue;
+      const auto& press = reinterpret_cast<const xcb_button_press_event_t&>(*event);
+      if (press.event == window && press.detail == button) return true;
+    }
+    return false;
+  });
+}
+
+bool PresenceDesktop::waitUntil(const std::function<bool()>& condition, int limitInMilliseconds) {
+  using namespace std::chrono;
+  const auto deadline = steady_clock::now() + milliseconds(limitInMilliseconds);
+  while (!condition()) {
+    if (steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(milliseconds(5));  // a screen tells nobody when it changes
+  }
+  return true;
+}
+
+xcb_atom_t PresenceDesktop::atomOf(const std::string& name) {
+  const ReplyPtr<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+      connection_,
+      xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data()),
+      nullptr));
+  return reply->atom;
+}
+
+}  // namespace vesk::testing

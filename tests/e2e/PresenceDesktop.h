@@ -1,0 +1,102 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Descriptor.h"
+#include "platform/linux/x11/Connection.h"
+#include "support/TemporaryFolder.h"
+#include "support/XServer.h"
+
+namespace vesk::testing {
+
+/// The program that shows alert and banner at a test's command; ended and waited for at the end.
+class PresenceWindow {
+ public:
+  explicit PresenceWindow(std::vector<std::string> environment);
+
+  void send(const std::string& command);
+
+  /// The next line that it prints, or nothing when `limit` passes first.
+  std::optional<std::string> line(int limitInMilliseconds = 10'000);
+
+  std::optional<std::string> ask(const std::string& command) {
+    send(command);
+    return line();
+  }
+
+  pid_t pid() const { return process_->pid(); }
+
+ private:
+  Descriptor in_;
+  Descriptor out_;
+  std::unique_ptr<ChildProcess> process_;
+};
+
+/// What runs on a server beside the program, and who looks at it and types: the test.
+class PresenceDesktop {
+ public:
+  enum class Kind { bare, openbox, openboxPicom, xfwm4, xfwm4Compositing };
+
+  explicit PresenceDesktop(Kind kind, const std::string& screen = "1280x800x24");
+  ~PresenceDesktop();
+  PresenceDesktop(const PresenceDesktop&) = delete;
+  PresenceDesktop& operator=(const PresenceDesktop&) = delete;
+
+  bool composited() const;
+  std::vector<std::string> environment() const;
+  const XServer& server() const { return server_; }
+
+  void startPicom();
+  void stopPicom();
+
+  /// A colour as 0xrrggbb, as the screen shows it.
+  std::uint32_t pixel(int x, int y);
+
+  /// Waits until the pixel has that colour, give or take `tolerance` in each channel.
+  bool waitForPixel(int x, int y, std::uint32_t colour, int tolerance = 2);
+
+  /// The window that holds the alert's content, waited for until it is shown.
+  xcb_window_t alert();
+  bool isShown(xcb_window_t window);
+  xcb_window_t focus();
+  std::vector<std::uint32_t> property(xcb_window_t window, const std::string& name);
+  int topLevelWindows();
+
+  void key(std::uint32_t keysym);
+  void click(int x, int y, std::uint8_t button = 1);
+
+  /// A window of the test's own; `overrideRedirect` keeps the window manager out.
+  xcb_window_t makeWindow(int x, int y, int width, int height, std::uint32_t colour,
+                          bool overrideRedirect);
+  /// Asks the window manager to show it over the whole screen and above the others.
+  void makeFullScreen(xcb_window_t window);
+
+  /// Whether a press of that button at that place reaches a window of the test's own.
+  bool pressArrives(xcb_window_t window, std::uint8_t button);
+
+  static bool waitUntil(const std::function<bool()>& condition, int limitInMilliseconds = 10'000);
+
+  xcb_connection_t* connection() const { return connection_; }
+  xcb_window_t root() const { return root_; }
+
+ private:
+  xcb_atom_t atomOf(const std::string& name);
+
+  Kind kind_;
+  TemporaryFolder folder_;
+  XServer server_;
+  xcb_connection_t* connection_ = nullptr;
+  xcb_window_t root_ = XCB_NONE;
+  std::unique_ptr<ChildProcess> bus_;
+  std::unique_ptr<ChildProcess> manager_;
+  std::unique_ptr<ChildProcess> compositor_;
+};
+
+}  // namespace vesk::testing
