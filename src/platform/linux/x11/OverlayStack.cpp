@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <optional>
-#include <ranges>
 
 #include "platform/linux/x11/Properties.h"
 #include "platform/linux/x11/XOverlay.h"
@@ -46,7 +45,7 @@ OverlayStack::OverlayStack()
 
 void OverlayStack::orderFront(XOverlay& overlay) {
   std::erase(overlays_, &overlay);
-  overlays_.push_back(&overlay);
+  overlays_.insert(overlays_.begin(), &overlay);
   raise();
   // A reply that was waited for may have brought events along, of which the notifier knows nothing.
   readEvents();
@@ -138,7 +137,7 @@ void OverlayStack::raise() {
   // From top to bottom, each below the one before: where all is in place already, the server
   // changes nothing, and no compositor draws anything anew.
   std::optional<xcb_window_t> above;
-  for (const auto* const overlay : std::views::reverse(overlays_)) {
+  for (const auto* const overlay : overlays_) {
     for (const xcb_window_t window : overlay->windows()) {
       stack(window, above);
       above = window;

@@ -47,7 +47,7 @@ class OverlayStack {
 
   Connection connection_;
   QSocketNotifier notifier_;
-  std::vector<XOverlay*> overlays_;  ///< bottom to top
+  std::vector<XOverlay*> overlays_;  ///< top to bottom
   bool composited_ = false;
   int selectionNotify_ = -1;
   QElapsedTimer sinceRaised_;
