@@ -131,6 +131,12 @@ int Session::lockedGroup() const {
   return reply == nullptr ? -1 : reply->lockedGroup;
 }
 
+void Session::lockGroup(int group) const {
+  xcb_xkb_latch_lock_state(connection_->get(), XCB_XKB_ID_USE_CORE_KBD, 0, 0, 1,
+                           static_cast<std::uint8_t>(group), 0, 0, 0);
+  settle();
+}
+
 std::string Session::keyMap() const { return output("xmodmap -pke"); }
 
 void Session::settle() const { pointerState(); }
