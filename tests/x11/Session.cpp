@@ -104,6 +104,16 @@ xcb_window_t Session::waitForActive(const std::string& name) {
   return active;
 }
 
+Point Session::place(xcb_window_t window, Point inWindow) const {
+  const auto request = xcb_translate_coordinates(connection_->get(), window, connection_->root(),
+                                                 static_cast<std::int16_t>(inWindow.x),
+                                                 static_cast<std::int16_t>(inWindow.y));
+  const ReplyPtr<xcb_translate_coordinates_reply_t> reply(
+      xcb_translate_coordinates_reply(connection_->get(), request, nullptr));
+  if (reply == nullptr) return {};
+  return {static_cast<double>(reply->dst_x), static_cast<double>(reply->dst_y)};
+}
+
 std::vector<int> Session::keysDown() const {
   const ReplyPtr<xcb_query_keymap_reply_t> reply(
       xcb_query_keymap_reply(connection_->get(), xcb_query_keymap(connection_->get()), nullptr));

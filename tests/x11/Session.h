@@ -45,6 +45,9 @@ class Session {
   /// The property as text.
   std::string text(xcb_window_t window, const std::string& property) const;
 
+  /// A place in a window, on the root window.
+  Point place(xcb_window_t window, Point inWindow) const;
+
   /// Every keycode that is down.
   std::vector<int> keysDown() const;
   /// Modifiers and buttons as the core protocol's state has them.
