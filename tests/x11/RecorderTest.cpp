@@ -72,6 +72,11 @@ TEST_F(RecorderTest, GetsMotionOnTheMainDisplayWhereverItLies) {
   ASSERT_EQ(got.size(), 2U);
   EXPECT_EQ(std::pair(got[0].x, got[0].y), std::pair(640, 200));
   EXPECT_EQ(std::pair(got[1].x, got[1].y), std::pair(1140, 450));
+  // The bounds of the very moment count, not those of the last message.
+  ASSERT_EQ(run({"xrandr", "--delmonitor", "main"}), 0);
+  ASSERT_EQ(run({"xrandr", "--setmonitor", "*main", "500/100x500/100+1000+100", "screen"}), 0);
+  hands_.move(0.5, 0.5);
+  EXPECT_EQ(hands_.poster.pointerLocation(), (Point{1250, 350}));
 }
 
 TEST_F(RecorderTest, GetsTheThreeButtonsWhereTheyWerePressed) {
