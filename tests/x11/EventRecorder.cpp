@@ -59,6 +59,15 @@ std::vector<Received> EventRecorder::take() {
   return received;
 }
 
+bool EventRecorder::waitForOne() {
+  for (;;) {
+    while (const ReplyPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())})
+      if (convert(*event)) return true;
+    pollfd descriptor{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
+    if (::poll(&descriptor, 1, 10000) != 1) return false;
+  }
+}
+
 std::vector<Received> EventRecorder::waitFor(std::size_t count) {
   using namespace std::chrono;
   const auto deadline = steady_clock::now() + seconds(10);

@@ -30,6 +30,9 @@ class EventRecorder {
   /// Everything that came until now: the server has done what was sent to it before.
   std::vector<Received> take();
 
+  /// Waits for one event without asking the server anything. False after ten seconds.
+  bool waitForOne();
+
   /// Waits for so many events, or ten seconds.
   std::vector<Received> waitFor(std::size_t count);
 

@@ -1,5 +1,8 @@
 #include "x11/Receivers.h"
 
+#include <sys/wait.h>
+
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -21,6 +24,40 @@ std::string lastLine(const std::string& text, const std::string& label) {
   return end == std::string::npos ? std::string() : text.substr(begin, end - begin);
 }
 
+/// The parts of the title: the text, what is selected of it, how far it is scrolled, and how high
+/// the bar is that the browser draws above the page.
+constexpr const char* page = R"(<title>loading</title>
+<textarea autofocus style="width:700px;height:300px;font:20px monospace"></textarea>
+<script>
+  const field = document.querySelector('textarea');
+  const tell = () => document.title = [field.value,
+      field.value.substring(field.selectionStart, field.selectionEnd), field.scrollTop, outerHeight - innerHeight].join('¦');
+  // Keys that come before the page has the focus are lost.
+  const wait = setInterval(() => {
+    if (!document.hasFocus() || document.activeElement !== field) return;
+    document.title = 'ready';
+    clearInterval(wait);
+    document.onselectionchange = field.oninput = field.onscroll = field.onselect = tell;
+  }, 20);
+</script>)";
+
+std::string part(const std::string& title, int index) {
+  const std::string mark = "¦";
+  std::size_t begin = 0;
+  for (; index > 0; --index) {
+    begin = title.find(mark, begin);
+    if (begin == std::string::npos) return {};
+    begin += mark.size();
+  }
+  return title.substr(begin, title.find(mark, begin) - begin);
+}
+
+bool ended(pid_t process) {
+  siginfo_t info{};
+  return ::waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         info.si_pid == process;
+}
+
 /// A program whose output goes into a file.
 class Program : public Receiver {
  public:
@@ -31,6 +68,8 @@ class Program : public Receiver {
   }
 
   std::string text() override { return contents(folder_.path() / "output"); }
+  bool hasEnded() override { return ended(process_.pid()); }
+  Point place(Point inWindow) override { return session_.place(window_, inWindow); }
 
  protected:
   Session& session_;
@@ -40,6 +79,7 @@ class Program : public Receiver {
  private:
   /// "%" in the command stands for the program's folder.
   std::string expanded(std::string command) const {
+    std::ofstream(folder_.path() / "page.html") << "<meta charset=utf-8>" << page;
     for (auto at = command.find('%'); at != std::string::npos; at = command.find('%'))
       command.replace(at, 1, folder_.path().string());
     return command;
@@ -53,6 +93,7 @@ class QtEntry final : public Program {
   explicit QtEntry(Session& session)
       : Program(session, std::string(VESK_QT_ENTRY) + " > %/output", "qt_entry") {}
   std::string text() override { return lastLine("\n" + Program::text(), "text:"); }
+  std::string selection() override { return lastLine("\n" + Program::text(), "selected:"); }
 };
 
 /// The page writes its field into its title, and so into the window's name.
@@ -63,14 +104,21 @@ class Chromium final : public Program {
                 "chromium --no-sandbox --disable-gpu --disable-quic --no-first-run "
                 "--disable-background-networking --disable-component-update --disable-sync "
                 "--user-data-dir=%/profile --window-size=800,600 --window-position=0,0 "
-                "--app='data:text/html,<title>ready</title><textarea autofocus "
-                "style=\"width:700px;height:300px;font:20px monospace\" "
-                "oninput=\"document.title=this.value\"></textarea>' > %/output 2>&1",
+                "--app=file://%/page.html > %/output 2>&1",
                 "hromium") {
     if (!eventually([this] { return text() == "ready"; }))
       throw std::runtime_error("Chromium shows no page: " + text());
   }
-  std::string text() override { return session_.text(window_, "_NET_WM_NAME"); }
+  std::string text() override { return part(title(), 0); }
+  std::string selection() override { return part(title(), 1); }
+  std::string scroll() override { return part(title(), 2); }
+  Point place(Point inWindow) override {
+    inWindow.y += std::atoi(part(title(), 3).c_str());
+    return Program::place(inWindow);
+  }
+
+ private:
+  std::string title() const { return session_.text(window_, "_NET_WM_NAME"); }
 };
 
 }  // namespace
@@ -78,6 +126,11 @@ class Chromium final : public Program {
 std::string Receiver::waitFor(const std::string& wanted) {
   eventually([&] { return text() == wanted; });
   return text();
+}
+
+std::string Receiver::waitForSelection(const std::string& wanted) {
+  eventually([&] { return selection() == wanted; });
+  return selection();
 }
 
 std::unique_ptr<Receiver> startXterm(Session& session) {

@@ -18,8 +18,18 @@ class Receiver {
   /// The text of the field as far as it has come by now.
   virtual std::string text() = 0;
 
+  /// What of it is selected, and how far it is scrolled, where the program tells.
+  virtual std::string selection() { return {}; }
+  virtual std::string scroll() { return {}; }
+
+  virtual bool hasEnded() = 0;
+
+  /// A place in the window, on the root window.
+  virtual Point place(Point inWindow) = 0;
+
   /// Waits until the text is there. What there is in the end.
-  std::string waitFor(const std::string& text);
+  std::string waitFor(const std::string& wanted);
+  std::string waitForSelection(const std::string& wanted);
 };
 
 /// What is typed into a terminal, up to the last line end.

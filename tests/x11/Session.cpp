@@ -101,6 +101,16 @@ xcb_window_t Session::waitForActive(const std::string& name) {
   return active;
 }
 
+Point Session::place(xcb_window_t window, Point inWindow) const {
+  const auto request = xcb_translate_coordinates(connection_->get(), window, connection_->root(),
+                                                 static_cast<std::int16_t>(inWindow.x),
+                                                 static_cast<std::int16_t>(inWindow.y));
+  const ReplyPtr<xcb_translate_coordinates_reply_t> reply(
+      xcb_translate_coordinates_reply(connection_->get(), request, nullptr));
+  if (reply == nullptr) return {};
+  return {static_cast<double>(reply->dst_x), static_cast<double>(reply->dst_y)};
+}
+
 std::vector<int> Session::keysDown() const {
   const ReplyPtr<xcb_query_keymap_reply_t> reply(
       xcb_query_keymap_reply(connection_->get(), xcb_query_keymap(connection_->get()), nullptr));
@@ -126,6 +136,12 @@ int Session::lockedGroup() const {
   const ReplyPtr<xcb_xkb_get_state_reply_t> reply(xcb_xkb_get_state_reply(
       connection_->get(), xcb_xkb_get_state(connection_->get(), XCB_XKB_ID_USE_CORE_KBD), nullptr));
   return reply == nullptr ? -1 : reply->lockedGroup;
+}
+
+void Session::lockGroup(int group) const {
+  xcb_xkb_latch_lock_state(connection_->get(), XCB_XKB_ID_USE_CORE_KBD, 0, 0, 1,
+                           static_cast<std::uint8_t>(group), 0, 0, 0);
+  settle();
 }
 
 std::string Session::keyMap() const { return output("xmodmap -pke"); }

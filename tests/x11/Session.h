@@ -33,7 +33,7 @@ class Session {
 
   explicit Session(Windows windows = Windows::bare);
 
-  const XServer& server() const { return server_; }
+  XServer& server() { return server_; }
   const x11::Connection& connection() const { return *connection_; }
 
   /// Sets the person's keyboard layout, as setxkbmap takes it.
@@ -45,12 +45,16 @@ class Session {
   /// The property as text.
   std::string text(xcb_window_t window, const std::string& property) const;
 
+  /// A place in a window, on the root window.
+  Point place(xcb_window_t window, Point inWindow) const;
+
   /// Every keycode that is down.
   std::vector<int> keysDown() const;
   /// Modifiers and buttons as the core protocol's state has them.
   int pointerState() const;
   int lockedModifiers() const;
   int lockedGroup() const;
+  void lockGroup(int group) const;
   /// The key map as xmodmap prints it.
   std::string keyMap() const;
   /// Waits until the server has done all that it was sent before.
@@ -69,7 +73,15 @@ class Hands {
  public:
   Hands() = default;
 
-  void send(const std::string& json) { injector.handle(std::as_bytes(std::span(json))); }
+  /// The server has done all of it when this returns.
+  void send(const std::string& json) {
+    injector.handle(std::as_bytes(std::span(json)));
+    poster.pointerLocation();
+  }
+  void releaseAll() {
+    injector.releaseAll();
+    poster.pointerLocation();
+  }
   void key(int code, bool down, int mask = 0);
   /// Presses and lets go.
   void strike(int code, int mask = 0);

@@ -5,33 +5,29 @@
 #include "platform/linux/x11/Randr.h"
 
 namespace vesk::x11 {
-namespace {
-
 /// An empty monitor for a display that is not there.
-Monitor monitorOf(const Connection& connection, DisplayId display) {
-  const auto all = monitors(connection);
+Monitor XDisplays::monitorOf(DisplayId display) {
+  const auto all = watch_.current();
   const auto found = std::ranges::find(all, display, &Monitor::output);
   return found == all.end() ? Monitor{} : *found;
 }
 
-}  // namespace
-
 DisplayId XDisplays::mainDisplay() {
-  const auto all = monitors(connection_);
+  const auto all = watch_.current();
   if (all.empty()) return 0;
   const auto primary = std::ranges::find(all, true, &Monitor::primary);
   return primary == all.end() ? all.front().output : primary->output;
 }
 
 Rect XDisplays::bounds(DisplayId display) {
-  const Monitor monitor = monitorOf(connection_, display);
+  const Monitor monitor = monitorOf(display);
   return {{static_cast<double>(monitor.x), static_cast<double>(monitor.y)},
           static_cast<double>(monitor.width),
           static_cast<double>(monitor.height)};
 }
 
 PixelSize XDisplays::pixels(DisplayId display) {
-  const Monitor monitor = monitorOf(connection_, display);
+  const Monitor monitor = monitorOf(display);
   return {monitor.width, monitor.height};
 }
 

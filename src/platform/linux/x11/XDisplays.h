@@ -2,11 +2,12 @@
 
 #include "platform/Displays.h"
 #include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/MonitorWatch.h"
 
 namespace vesk::x11 {
 
 /// The monitors of the X server as RandR 1.5 tells of them. A display's identifier is that of its
-/// monitor's first output. Each question is put to the server anew; one point is one pixel here.
+/// monitor's first output. One point is one pixel here.
 class XDisplays final : public Displays {
  public:
   DisplayId mainDisplay() override;
@@ -15,7 +16,10 @@ class XDisplays final : public Displays {
   std::optional<PixelSize> modePixels(DisplayId display) override;
 
  private:
+  Monitor monitorOf(DisplayId display);
+
   Connection connection_;
+  MonitorWatch watch_{connection_};
 };
 
 }  // namespace vesk::x11

@@ -193,22 +193,22 @@ XModifiers XKeyboard::modifiersForDigit(xcb_keycode_t keycode) const {
   return 0;
 }
 
+bool XKeyboard::isMapped(xkb_keycode_t keycode) const {
+  const xkb_keysym_t* symbols = nullptr;
+  const auto groups = xkb_keymap_num_layouts_for_key(keymap_.get(), keycode);
+  for (xkb_layout_index_t group = 0; group < groups; ++group) {
+    const auto levels = xkb_keymap_num_levels_for_key(keymap_.get(), keycode, group);
+    for (xkb_level_index_t level = 0; level < levels; ++level) {
+      if (xkb_keymap_key_get_syms_by_level(keymap_.get(), keycode, group, level, &symbols) > 0)
+        return true;
+    }
+  }
+  return false;
+}
+
 std::vector<xcb_keycode_t> XKeyboard::unmapped() const {
   std::vector<xcb_keycode_t> found;
   if (keymap_ == nullptr) return found;
-  const auto isMapped = [this](xkb_keycode_t keycode) {
-    const auto groups = xkb_keymap_num_layouts_for_key(keymap_.get(), keycode);
-    for (xkb_layout_index_t group = 0; group < groups; ++group) {
-      const auto levels = xkb_keymap_num_levels_for_key(keymap_.get(), keycode, group);
-      const xkb_keysym_t* symbols = nullptr;
-      for (xkb_level_index_t level = 0; level < levels; ++level) {
-        if (xkb_keymap_key_get_syms_by_level(keymap_.get(), keycode, group, level, &symbols) > 0) {
-          return true;
-        }
-      }
-    }
-    return false;
-  };
   const auto last = std::min(xkb_keymap_max_keycode(keymap_.get()), xkb_keycode_t{255});
   for (auto keycode = xkb_keymap_min_keycode(keymap_.get()); keycode <= last; ++keycode)
     if (!isMapped(keycode)) found.push_back(static_cast<xcb_keycode_t>(keycode));

@@ -79,6 +79,7 @@ class XKeyboard {
   };
 
   void read();
+  bool isMapped(xkb_keycode_t keycode) const;
   void indexKey(xkb_keycode_t keycode);
   void indexLevel(xkb_keycode_t keycode, xkb_layout_index_t group, xkb_level_index_t level);
 
