@@ -1,15 +1,14 @@
 #include "x11/EventRecorder.h"
 
 #include <poll.h>
-#define explicit explicitMember
-#include <xcb/xkb.h>
-#undef explicit
 #include <xkbcommon/xkbcommon-x11.h>
 
 #include <array>
 #include <chrono>
 
 #include <stdexcept>
+
+#include "platform/linux/x11/Xkb.h"
 
 namespace vesk::testing {
 

@@ -2,10 +2,6 @@
 
 #include <sys/wait.h>
 
-#define explicit explicitMember
-#include <xcb/xkb.h>
-#undef explicit
-
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +10,7 @@
 #include <thread>
 
 #include "platform/linux/x11/Reader.h"
+#include "platform/linux/x11/Xkb.h"
 
 namespace vesk::testing {
 namespace {

@@ -1,9 +1,5 @@
 #include "platform/linux/x11/XKeyboard.h"
 
-// The header of xcb-xkb names a member "explicit".
-#define explicit explicitMember
-#include <xcb/xkb.h>
-#undef explicit
 #include <xkbcommon/xkbcommon-keysyms.h>
 #include <xkbcommon/xkbcommon-x11.h>
 
@@ -12,6 +8,7 @@
 #include <bit>
 
 #include "platform/linux/x11/KeyPositions.h"
+#include "platform/linux/x11/Xkb.h"
 
 namespace vesk::x11 {
 namespace {
