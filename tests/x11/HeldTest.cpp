@@ -45,11 +45,11 @@ TEST_F(HeldTest, EverythingIsLetGoByRelease) {
 }
 
 TEST_F(HeldTest, EverythingIsLetGoAtTheEndOfThePoster) {
-  {
+  for (const bool withText : {false, true}) {
     Hands hands;
     for (const int code : {65, 160, 20}) hands.key(code, true, 1);
     hands.button(0, true, 0.5, 0.5);
-    hands.text("日");
+    if (withText) hands.text("日");
   }
   EXPECT_EQ(session_.keysDown(), std::vector<int>{});
   EXPECT_EQ(session_.pointerState(), 0);

@@ -106,8 +106,9 @@ class Chromium final : public Program {
                 "--user-data-dir=%/profile --window-size=800,600 --window-position=0,0 "
                 "--app=file://%/page.html > %/output 2>&1",
                 "hromium") {
-    if (!eventually([this] { return text() == "ready"; }))
-      throw std::runtime_error("Chromium shows no page: " + text());
+    if (!eventually(
+            [this] { return title() == "ready" || title().find("¦") != std::string::npos; }))
+      throw std::runtime_error("Chromium shows no page: " + title());
   }
   std::string text() override { return part(title(), 0); }
   std::string selection() override { return part(title(), 1); }

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "platform/linux/x11/Reader.h"
-#include "platform/linux/x11/XcbXkb.h"
+#include "platform/linux/x11/Xkb.h"
 
 namespace vesk::testing {
 namespace {

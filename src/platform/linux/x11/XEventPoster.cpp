@@ -58,6 +58,9 @@ XEventPoster::~XEventPoster() {
   held_.keys.clear();
   makeCapsLockTrue(/*locked=*/false);
   typer_.takeBack();
+  record_.write(held_);
+  // An answer says that the server has done all of it; closing the connection alone sends nothing.
+  keyboard_.locks();
 }
 
 void XEventPoster::post(const MouseEvent& event) {

@@ -8,7 +8,7 @@
 #include <bit>
 
 #include "platform/linux/x11/KeyPositions.h"
-#include "platform/linux/x11/XcbXkb.h"
+#include "platform/linux/x11/Xkb.h"
 
 namespace vesk::x11 {
 namespace {
