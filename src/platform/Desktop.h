@@ -1,6 +1,8 @@
 #pragma once
 
+#include "platform/Displays.h"
 #include "platform/Permissions.h"
+#include "platform/ScreenCapture.h"
 
 namespace vesk {
 
@@ -12,6 +14,8 @@ class Desktop {
   virtual ~Desktop() = default;
 
   virtual Permissions& permissions() = 0;
+  virtual Displays& displays() = 0;
+  virtual ScreenCapture& screenCapture() = 0;
 };
 
 }  // namespace vesk

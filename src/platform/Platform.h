@@ -5,6 +5,7 @@
 
 #include "platform/Application.h"
 #include "platform/Clock.h"
+#include "platform/Compression.h"
 #include "platform/Desktop.h"
 #include "platform/Processes.h"
 #include "platform/Queues.h"
@@ -19,6 +20,7 @@ struct Platform {
   std::unique_ptr<Application> application;
   std::unique_ptr<Queues> queues;
   std::unique_ptr<Desktop> desktop;
+  std::unique_ptr<Compression> compression;
 };
 
 /// Thrown where there is no graphical session to run in; `what()` is one line for the person.

@@ -3,6 +3,7 @@
 #include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/QtApplication.h"
 #include "platform/linux/ThreadQueues.h"
+#include "platform/linux/X264Compression.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/XDesktop.h"
 
@@ -17,6 +18,7 @@ Platform makePlatform() {
   platform.application = std::make_unique<QtApplication>();
   platform.queues = std::make_unique<ThreadQueues>();
   platform.desktop = std::make_unique<x11::XDesktop>();
+  platform.compression = std::make_unique<X264Compression>();
   return platform;
 }
 
