@@ -35,6 +35,11 @@ constexpr int worthwhileStep = 4;
 
 constexpr auto patience = 1s;
 
+/// A screen that has stood still for some pictures is likely to go on: the bits of the next second
+/// may be spent at once on making it good.
+constexpr double advanceSeconds = 1;
+constexpr int ticksUntilAdvance = 12;
+
 /// Up to this part of the picture a change is a small one.
 constexpr std::size_t smallPart = 8;
 
@@ -96,7 +101,9 @@ PicturePlan::Decision PicturePlan::keyFrame(const Tick& tick) {
 PicturePlan::Decision PicturePlan::still(const Tick& tick) const {
   constexpr Decision skip{Action::skip, false, worstQuantiser, true, 0};
   if (tick.coarse == 0 || stillTicks_ < ticksUntilRefined) return skip;
-  int quantiser = quantiserFor(calmCost_.of(tick.coarse), credit_);
+  const double advance = stillTicks_ >= ticksUntilAdvance ? rate_ * advanceSeconds : 0;
+  const double allowed = std::min(credit_ + advance, mostBitsAtOnce);
+  int quantiser = quantiserFor(calmCost_.of(tick.coarse), allowed);
   // What has been waited for in vain is paid for out of the savings as they are.
   if (sinceRefined_ >= patience && credit_ > limit_ / 2) {
     quantiser = std::min(quantiser, std::max(goodQuantiser, coarseQuantiser_ - worthwhileStep));

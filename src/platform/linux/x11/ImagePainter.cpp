@@ -13,6 +13,10 @@ constexpr std::size_t keptImages = 4;
 /// A target pixel takes in source pixels this far beyond its own, by filtering.
 constexpr int filterReach = 2;
 
+std::ptrdiff_t offset(int y, int stride, int x) {
+  return static_cast<std::ptrdiff_t>(y) * stride + x;
+}
+
 }  // namespace
 
 ImagePainter::ImagePainter(PixelSize source, PixelSize target)
@@ -46,7 +50,7 @@ void ImagePainter::note(const PixelRect& changed) {
   for (int row = top / macroblockEdge; row <= std::min(bottom / macroblockEdge, down_ - 1); ++row) {
     for (int column = left / macroblockEdge;
          column <= std::min(right / macroblockEdge, across_ - 1); ++column) {
-      changedAt_[static_cast<std::size_t>(row * across_ + column)] = sequence_;
+      changedAt_[indexOf(row, column)] = sequence_;
     }
   }
 }
@@ -66,9 +70,7 @@ std::shared_ptr<Nv12Image> ImagePainter::freeImage() {
 
 /// Converts what the image lacks in one row of macroblocks, neighbours together.
 void ImagePainter::convertRow(const std::uint8_t* pixels, int stride, Nv12Image& image, int row) {
-  const auto lacks = [&](int column) {
-    return changedAt_[static_cast<std::size_t>(row * across_ + column)] > image.sequence;
-  };
+  const auto lacks = [&](int column) { return changedAt_[indexOf(row, column)] > image.sequence; };
   const int top = row * macroblockEdge;
   const int height = std::min(macroblockEdge, static_cast<int>(target_.height) - top);
   for (int column = 0; column < across_; ++column) {
@@ -84,7 +86,7 @@ void ImagePainter::convertRow(const std::uint8_t* pixels, int stride, Nv12Image&
 
 void ImagePainter::convert(const std::uint8_t* pixels, int stride, Nv12Image& image,
                            const PixelRect& area) {
-  const std::uint8_t* from = pixels + area.y * stride + area.x * 4;
+  const std::uint8_t* from = pixels + offset(area.y, stride, area.x * 4);
   int fromStride = stride;
   // A size that is only rounded down to even numbers loses its last row or column, nothing else.
   const bool scales = source_.width - target_.width > 1 || source_.height - target_.height > 1;
@@ -92,15 +94,15 @@ void ImagePainter::convert(const std::uint8_t* pixels, int stride, Nv12Image& im
     fromStride = static_cast<int>(target_.width) * 4;
     scaled_.resize(static_cast<std::size_t>(fromStride) * static_cast<std::size_t>(macroblockEdge));
     // The scaler addresses the whole target, of which only this row of macroblocks exists.
-    std::uint8_t* whole = scaled_.data() - static_cast<std::ptrdiff_t>(area.y) * fromStride;
+    std::uint8_t* whole = scaled_.data() - offset(area.y, fromStride, 0);
     libyuv::ARGBScaleClip(pixels, stride, static_cast<int>(source_.width),
                           static_cast<int>(source_.height), whole, fromStride,
                           static_cast<int>(target_.width), static_cast<int>(target_.height), area.x,
                           area.y, area.width, area.height, libyuv::kFilterBox);
-    from = scaled_.data() + area.x * 4;
+    from = scaled_.data() + offset(0, fromStride, area.x * 4);
   }
-  libyuv::ARGBToNV12(from, fromStride, image.luma() + area.y * image.stride() + area.x,
-                     image.stride(), image.chroma() + area.y / 2 * image.stride() + area.x,
+  libyuv::ARGBToNV12(from, fromStride, image.luma() + offset(area.y, image.stride(), area.x),
+                     image.stride(), image.chroma() + offset(area.y / 2, image.stride(), area.x),
                      image.stride(), area.width, area.height);
 }
 

@@ -22,6 +22,10 @@ class ImagePainter {
                                          const std::vector<PixelRect>& changed);
 
  private:
+  std::size_t indexOf(int row, int column) const {
+    return static_cast<std::size_t>(row) * static_cast<std::size_t>(across_) +
+           static_cast<std::size_t>(column);
+  }
   void note(const PixelRect& changed);
   std::shared_ptr<Nv12Image> freeImage();
   void convertRow(const std::uint8_t* pixels, int stride, Nv12Image& image, int row);

@@ -45,6 +45,7 @@ struct Rows {
 /// Whole rows fit into the shared picture without copying; rows that meet are fetched together.
 std::vector<Rows> rowsOf(const std::vector<PixelRect>& rects) {
   std::vector<Rows> rows;
+  rows.reserve(rects.size());
   for (const auto& rect : rects) rows.push_back({rect.y, rect.y + rect.height});
   std::ranges::sort(rows, {}, &Rows::first);
   std::vector<Rows> merged;
@@ -104,6 +105,7 @@ bool ScreenGrabber::attach() {
       connection_.get(),
       xcb_shm_attach_checked(connection_.get(), segment_, static_cast<std::uint32_t>(id), 0)));
   ::shmctl(id, IPC_RMID, nullptr);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): so does the system say that it failed
   if (address == reinterpret_cast<void*>(-1)) return false;
   if (error != nullptr) {
     ::shmdt(address);
@@ -249,7 +251,7 @@ void ScreenGrabber::paintCursor() {
   beneath_.clear();
   for (int y = area.y; y < area.y + area.height; ++y) {
     for (int x = area.x; x < area.x + area.width; ++x) {
-      std::uint8_t* place = pixels_ + y * stride() + x * 4;
+      std::uint8_t* place = at(x, y);
       std::uint32_t pixel = 0;
       std::memcpy(&pixel, place, sizeof pixel);
       beneath_.push_back(pixel);
@@ -263,9 +265,9 @@ void ScreenGrabber::paintCursor() {
 
 void ScreenGrabber::unpaintCursor() {
   if (!painted_) return;
-  const std::size_t row = static_cast<std::size_t>(painted_->width);
+  const auto row = static_cast<std::size_t>(painted_->width);
   for (int y = 0; y < painted_->height; ++y) {
-    std::memcpy(pixels_ + (painted_->y + y) * stride() + painted_->x * 4,
+    std::memcpy(at(painted_->x, painted_->y + y),
                 beneath_.data() + static_cast<std::size_t>(y) * row, row * 4);
   }
   painted_.reset();

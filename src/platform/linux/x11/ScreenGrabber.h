@@ -71,6 +71,9 @@ class ScreenGrabber {
     std::vector<std::uint32_t> image;  ///< premultiplied ARGB
   };
 
+  std::uint8_t* at(int x, int y) {
+    return pixels_ + static_cast<std::ptrdiff_t>(y) * stride() + static_cast<std::ptrdiff_t>(x) * 4;
+  }
   bool attach();
   bool supportsExtensions();
   void watch();
