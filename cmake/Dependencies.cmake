@@ -15,12 +15,22 @@ if(NOT APPLE)
   find_package(PkgConfig REQUIRED)
   find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
   pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
-    xcb xcb-randr xcb-shape xcb-xfixes xcb-xkb xcb-xtest)
+    xcb xcb-composite xcb-damage xcb-randr xcb-render xcb-shape xcb-shm xcb-xfixes xcb-xkb
+    xcb-xtest)
   pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon xkbcommon-x11)
+  pkg_check_modules(X264 REQUIRED IMPORTED_TARGET x264)
+  # Debian's libyuv brings no description of itself.
+  find_path(YUV_INCLUDE libyuv.h REQUIRED)
+  find_library(YUV_LIBRARY yuv REQUIRED)
+  add_library(Yuv::Yuv UNKNOWN IMPORTED)
+  set_target_properties(Yuv::Yuv PROPERTIES
+    IMPORTED_LOCATION ${YUV_LIBRARY}
+    INTERFACE_INCLUDE_DIRECTORIES ${YUV_INCLUDE})
 endif()
 
 if(VESK_BUILD_TESTS)
   find_package(GTest REQUIRED)
+  pkg_check_modules(OPENH264 REQUIRED IMPORTED_TARGET openh264)
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
 endif()
 if(VESK_BUILD_BENCHMARKS)

@@ -54,6 +54,9 @@ std::int32_t narrowed(std::int64_t edge) {
 Capturer::Capturer(const Parts& parts)
     : parts_(parts), queue_(parts.queues.makeSerialQueue("com.vesk.screen.capture")) {}
 
+/// The stream hands its images to the queue, so it ends first.
+Capturer::~Capturer() { stream_ = nullptr; }
+
 void Capturer::start(std::int64_t fps, std::int64_t bitrateKbps, Completion completion,
                      bool /*excluding*/) {
   fps_ = frameRate(fps);

@@ -43,6 +43,9 @@ class Capturer : public std::enable_shared_from_this<Capturer> {
   };
 
   explicit Capturer(const Parts& parts);
+  ~Capturer();
+  Capturer(const Capturer&) = delete;
+  Capturer& operator=(const Capturer&) = delete;
 
   /// Set once, before the first start.
   std::function<void(ByteView accessUnit, Ticks duration)> onAccessUnit;

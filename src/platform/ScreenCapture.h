@@ -17,6 +17,7 @@ namespace vesk {
 /// An error of the platform's own; its text is for the person and is passed on unchanged.
 struct PlatformError {
   std::string localizedDescription;
+  bool operator==(const PlatformError&) const = default;
 };
 
 /// Nothing on success.

@@ -3,10 +3,10 @@
 #include "platform/Platform.h"
 #include "platform/SystemClock.h"
 #include "platform/linux/LinuxProcesses.h"
-#include "platform/linux/Missing.h"
 #include "platform/linux/QtAlerts.h"
 #include "platform/linux/QtApplication.h"
 #include "platform/linux/ThreadQueues.h"
+#include "platform/linux/X264Compression.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/XDesktop.h"
 #include "platform/linux/x11/XOverlays.h"
@@ -22,7 +22,7 @@ Platform makePlatform() {
   platform.application = std::make_unique<QtApplication>();
   platform.queues = std::make_unique<ThreadQueues>();
   auto desktop = std::make_unique<x11::XDesktop>();
-  platform.compression = std::make_unique<missing::Compression>();
+  platform.compression = std::make_unique<X264Compression>();
   platform.alerts = std::make_unique<QtAlerts>(desktop->ownWindows(), desktop->inputGate());
   platform.overlays = std::make_unique<x11::XOverlays>(desktop->ownWindows());
   platform.desktop = std::move(desktop);

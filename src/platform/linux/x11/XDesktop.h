@@ -2,11 +2,11 @@
 
 #include "platform/Desktop.h"
 #include "platform/linux/InputGate.h"
-#include "platform/linux/Missing.h"
 #include "platform/linux/x11/OwnWindows.h"
 #include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XEventPoster.h"
 #include "platform/linux/x11/XPermissions.h"
+#include "platform/linux/x11/XScreenCapture.h"
 
 namespace vesk::x11 {
 
@@ -28,9 +28,9 @@ class XDesktop final : public Desktop {
   OwnWindows ownWindows_;
   XPermissions permissions_;
   XDisplays displays_;
-  missing::ScreenCapture screenCapture_;
   InputGate inputGate_;
   XEventPoster events_{inputGate_};
+  XScreenCapture screenCapture_;
 };
 
 }  // namespace vesk::x11

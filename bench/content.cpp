@@ -1,0 +1,132 @@
+// Draws what the benchmark shows on the X server that DISPLAY names: still, typing, scrolling or
+// video, until it is killed; after
+// SIGUSR1 the picture stands still.
+
+#include <xcb/xcb.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+/// Set by SIGUSR1: draw no more, so that a picture can be compared with the screen.
+volatile std::sig_atomic_t frozen = 0;
+
+using namespace std::chrono_literals;
+
+class Screen {
+ public:
+  Screen() : connection_(xcb_connect(nullptr, nullptr)) {
+    const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+    window_ = screen->root;
+    width_ = screen->width_in_pixels;
+    height_ = screen->height_in_pixels;
+    depth_ = screen->root_depth;
+    gc_ = xcb_generate_id(connection_);
+    xcb_create_gc(connection_, gc_, window_, 0, nullptr);
+    pixels_.resize(static_cast<std::size_t>(width_ * height_));
+  }
+
+  int width() const { return width_; }
+  int height() const { return height_; }
+  std::uint32_t& at(int x, int y) { return pixels_[static_cast<std::size_t>(y * width_ + x)]; }
+
+  void letter(int column, int line, unsigned shape) {
+    for (int y = 0; y < 18; ++y) {
+      for (int x = 0; x < 9; ++x) {
+        const bool body = y > 3 && y < 15 && x < 7 && shape % 5 != 0;
+        const bool stroke = x / 2 == static_cast<int>(shape >> 3 & 3) ||
+                            y / 2 == static_cast<int>(shape >> 5 & 7) ||
+                            (x + y) / 2 == static_cast<int>(shape >> 8 & 7);
+        at(column * 9 + x, line * 18 + y) = body && stroke ? 0x202020 : 0xf4f4f4;
+      }
+    }
+  }
+
+  /// Puts rows to the server, in pieces that fit into a request.
+  void show(int left, int top, int width, int height) {
+    std::vector<std::uint32_t> piece;
+    const int rows = std::max(1, 60'000 / width);
+    for (int y = top; y < top + height; y += rows) {
+      const int count = std::min(rows, top + height - y);
+      piece.clear();
+      for (int row = y; row < y + count; ++row) {
+        piece.insert(piece.end(), &at(left, row), &at(left, row) + width);
+      }
+      xcb_put_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, gc_,
+                    static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(count),
+                    static_cast<std::int16_t>(left), static_cast<std::int16_t>(y), 0, depth_,
+                    static_cast<std::uint32_t>(piece.size() * 4),
+                    reinterpret_cast<const std::uint8_t*>(piece.data()));
+    }
+    xcb_flush(connection_);
+  }
+
+  void scroll(int by) {
+    xcb_copy_area(connection_, window_, window_, gc_, 0, static_cast<std::int16_t>(by), 0, 0,
+                  static_cast<std::uint16_t>(width_), static_cast<std::uint16_t>(height_ - by));
+  }
+
+ private:
+  xcb_connection_t* connection_;
+  xcb_window_t window_;
+  xcb_gcontext_t gc_;
+  int width_;
+  int height_;
+  std::uint8_t depth_;
+  std::vector<std::uint32_t> pixels_;
+};
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  const std::string kind = argc > 1 ? argv[1] : "still";
+  std::signal(SIGUSR1, [](int) { frozen = 1; });
+  Screen screen;
+  std::mt19937 random(1);
+  const int columns = screen.width() / 9;
+  const int lines = screen.height() / 18;
+  for (int line = 0; line < lines; ++line) {
+    for (int column = 0; column < columns; ++column) {
+      screen.letter(column, line, static_cast<unsigned>(random()));
+    }
+  }
+  screen.show(0, 0, screen.width(), screen.height());
+  std::this_thread::sleep_for(3s);
+  const int last = (lines - 1) * 18;
+  for (int step = 0;; ++step) {
+    if (frozen != 0) {
+      std::this_thread::sleep_for(1h);
+    } else if (kind == "typing") {
+      const int column = step % columns;
+      const int line = lines / 2 + step / columns % 4;
+      screen.letter(column, line, static_cast<unsigned>(random()));
+      screen.show(column * 9, line * 18, 9, 18);
+      std::this_thread::sleep_for(100ms);
+    } else if (kind == "scrolling") {
+      for (int column = 0; column < columns; ++column) {
+        screen.letter(column, lines - 1, static_cast<unsigned>(random()));
+      }
+      screen.scroll(18);
+      screen.show(0, last, screen.width(), 18);
+      std::this_thread::sleep_for(33ms);
+    } else if (kind == "video") {
+      for (int y = 0; y < screen.height(); ++y) {
+        for (int x = 0; x < screen.width(); ++x) {
+          const auto wave = static_cast<std::uint32_t>((x + step * 6) / 3 + (y * 2 + step * 3) / 5);
+          screen.at(x, y) = (wave & 0xff) << 16 | ((wave * 2) & 0xff) << 8 | ((x ^ y) >> 3 & 0xff);
+        }
+      }
+      screen.show(0, 0, screen.width(), screen.height());
+      std::this_thread::sleep_for(20ms);
+    } else {
+      std::this_thread::sleep_for(1h);
+    }
+  }
+}

@@ -1,0 +1,81 @@
+#include <benchmark/benchmark.h>
+
+#include <random>
+
+#include "capture/annexB.h"
+#include "platform/linux/ScreenEncoder.h"
+#include "platform/linux/x11/ImagePainter.h"
+
+namespace {
+
+using namespace vesk;
+
+constexpr PixelSize full{1920, 1080};
+
+std::vector<std::uint8_t> someScreen(PixelSize size) {
+  std::vector<std::uint8_t> pixels(static_cast<std::size_t>(size.width * size.height * 4));
+  std::mt19937 random(1);
+  for (std::size_t i = 0; i < pixels.size(); i += 64) {
+    std::fill_n(pixels.begin() + static_cast<std::ptrdiff_t>(i), 64,
+                static_cast<std::uint8_t>(random()));
+  }
+  return pixels;
+}
+
+void convert(benchmark::State& state) {
+  const PixelSize source{full.width * state.range(0), full.height * state.range(0)};
+  const auto pixels = someScreen(source);
+  x11::ImagePainter painter(source, full);
+  const int width = static_cast<int>(source.width);
+  const int height = static_cast<int>(source.height);
+  for (auto each : state) {
+    benchmark::DoNotOptimize(painter.paint(pixels.data(), width * 4, {{0, 0, width, height}}));
+  }
+}
+BENCHMARK(convert)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
+
+void convertLetter(benchmark::State& state) {
+  const auto pixels = someScreen(full);
+  x11::ImagePainter painter(full, full);
+  painter.paint(pixels.data(), 1920 * 4, {{0, 0, 1920, 1080}});
+  for (auto each : state) {
+    benchmark::DoNotOptimize(painter.paint(pixels.data(), 1920 * 4, {{500, 500, 9, 18}}));
+  }
+}
+BENCHMARK(convertLetter)->Unit(benchmark::kMicrosecond);
+
+void encode(benchmark::State& state) {
+  const auto pixels = someScreen(full);
+  x11::ImagePainter painter(full, full);
+  ScreenEncoderSettings settings;
+  settings.encoder.width = 1920;
+  settings.encoder.height = 1080;
+  settings.bitRate = 4'000'000;
+  ScreenEncoder encoder(settings);
+  HostTime time{};
+  const int edge = static_cast<int>(state.range(0));
+  auto image = painter.paint(pixels.data(), 1920 * 4, {{0, 0, 1920, 1080}});
+  for (int i = 0; i < 100; ++i)
+    encoder.encode(*image, time += std::chrono::milliseconds(33), false);
+  for (auto each : state) {
+    if (edge > 0) image = painter.paint(pixels.data(), 1920 * 4, {{0, 0, edge, edge}});
+    encoder.encode(*image, time += std::chrono::milliseconds(33), false);
+  }
+}
+BENCHMARK(encode)->Arg(0)->Arg(16)->Arg(1000)->Unit(benchmark::kMicrosecond);
+
+void packUnits(benchmark::State& state) {
+  EncodedSample sample;
+  sample.data = std::vector<std::byte>(static_cast<std::size_t>(state.range(0)) + 4);
+  for (int i = 0; i < 4; ++i) {
+    (*sample.data)[static_cast<std::size_t>(i)] =
+        static_cast<std::byte>(state.range(0) >> (24 - 8 * i));
+  }
+  sample.notSync = true;
+  for (auto each : state) benchmark::DoNotOptimize(annexB(sample));
+}
+BENCHMARK(packUnits)->Arg(10)->Arg(20'000)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

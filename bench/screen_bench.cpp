@@ -1,0 +1,118 @@
+// Streams a private X server through the program's own capture and encoder, or waits while another
+// program does, and prints what that cost. See README.md.
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <future>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "capture/Capturer.h"
+#include "platform/SystemClock.h"
+#include "platform/linux/LinuxProcesses.h"
+#include "platform/linux/ThreadQueue.h"
+#include "platform/linux/X264Compression.h"
+#include "platform/linux/x11/XDisplays.h"
+#include "platform/linux/x11/XScreenCapture.h"
+
+namespace {
+
+using namespace vesk;
+using std::chrono::steady_clock;
+
+class WorkQueues final : public Queues {
+ public:
+  MainQueue& main() override { std::abort(); }
+  std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) override {
+    return std::make_unique<ThreadQueue>(label);
+  }
+  std::unique_ptr<Timer> makeTimer(SerialQueue& queue, TimerSchedule schedule,
+                                   Task handler) override {
+    return static_cast<ThreadQueue&>(queue).makeTimer(schedule, std::move(handler));
+  }
+};
+
+double cpuMilliseconds() {
+  rusage usage{};
+  ::getrusage(RUSAGE_SELF, &usage);
+  const auto milliseconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) * 1000 + static_cast<double>(time.tv_usec) / 1000;
+  };
+  return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
+}
+
+std::string residentPeak() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("VmHWM:")) return std::to_string(std::atoi(line.c_str() + 6) / 1024);
+  }
+  return "?";
+}
+
+struct Unit {
+  Bytes bytes;
+  steady_clock::time_point at;
+};
+
+}  // namespace
+
+/// Arguments: seconds to warm up, seconds to measure, frames a second, kbit/s, file for the stream.
+int main(int argc, char* argv[]) {
+  if (argc != 6) return EXIT_FAILURE;
+  const double warmUp = std::atof(argv[1]);
+  const double seconds = std::atof(argv[2]);
+  WorkQueues queues;
+  SystemClock clock;
+  LinuxProcesses processes;
+  x11::XDisplays displays;
+  x11::XScreenCapture screenCapture;
+  X264Compression compression;
+  const auto capturer = std::make_shared<Capturer>(
+      Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});
+  std::mutex mutex;
+  std::vector<Unit> units;
+  capturer->onAccessUnit = [&](ByteView unit, Ticks) {
+    const std::lock_guard lock(mutex);
+    units.push_back({Bytes(unit.begin(), unit.end()), steady_clock::now()});
+  };
+  std::promise<std::exception_ptr> started;
+  capturer->start(std::atoi(argv[3]), std::atoi(argv[4]),
+                  [&](auto error) { started.set_value(error); });
+  if (started.get_future().get() != nullptr) return EXIT_FAILURE;
+  std::this_thread::sleep_for(std::chrono::duration<double>(warmUp));
+  const auto from = steady_clock::now();
+  const double before = cpuMilliseconds();
+  std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+  const double cpu = (cpuMilliseconds() - before) / seconds;
+  const auto to = steady_clock::now();
+  capturer->stop();
+
+  std::ofstream stream(argv[5], std::ios::binary);
+  std::ofstream index(std::string(argv[5]) + ".index");
+  double bits = 0;
+  std::vector<std::size_t> sizes;
+  for (const auto& unit : units) {
+    stream.write(reinterpret_cast<const char*>(unit.bytes.data()),
+                 static_cast<std::streamsize>(unit.bytes.size()));
+    // The clock of the log is the one that the content's log uses too.
+    index << std::chrono::duration<double>(unit.at.time_since_epoch()).count() << ' '
+          << unit.bytes.size() << '\n';
+    if (unit.at < from || unit.at > to) continue;
+    bits += static_cast<double>(unit.bytes.size()) * 8;
+    sizes.push_back(unit.bytes.size());
+  }
+  std::sort(sizes.begin(), sizes.end());
+  std::printf("%.1f %.0f %zu %zu %s\n", cpu, bits / seconds / 1000, sizes.size(),
+              sizes.empty() ? 0 : sizes[sizes.size() / 2], residentPeak().c_str());
+  return EXIT_SUCCESS;
+}

@@ -1,0 +1,18 @@
+#include "platform/linux/X264Compression.h"
+
+#include "platform/linux/X264Encoder.h"
+#include "platform/linux/X264Session.h"
+
+namespace vesk {
+
+Compression::Result X264Compression::makeH264Session(
+    const CompressionSpecification& specification) {
+  // Whether the encoder opens is only found out by opening one; its real settings come later.
+  X264Settings settings;
+  settings.width = specification.width;
+  settings.height = specification.height;
+  if (!X264Encoder(settings)) return {refused, nullptr};
+  return {0, std::make_unique<X264Session>(specification)};
+}
+
+}  // namespace vesk

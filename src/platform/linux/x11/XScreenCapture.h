@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/Processes.h"
+#include "platform/ScreenCapture.h"
+
+namespace vesk::x11 {
+
+/// The monitors of the X server as what can be shared. X has no applications, so the list of them
+/// holds this program alone. Completions run before the call returns.
+class XScreenCapture final : public ScreenCapture {
+ public:
+  void shareableContent(Content completion) override;
+  std::unique_ptr<ScreenStream> makeStream(const ContentFilter& filter,
+                                           const StreamConfiguration& configuration,
+                                           std::function<void(PlatformError)> onStopped) override;
+};
+
+}  // namespace vesk::x11

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <memory>
+#include <random>
+
+#include "platform/linux/Nv12Image.h"
+
+namespace vesk::testing {
+
+/// A stream of images as a screen gives them: something like text on a light ground, of which parts
+/// change. Thread: the test's.
+class PaintedImages {
+ public:
+  explicit PaintedImages(PixelSize size) : image_(std::make_shared<Nv12Image>(size)) {
+    image_->sequence = 1;
+    text(0, 0, static_cast<int>(size.width), static_cast<int>(size.height));
+  }
+
+  std::shared_ptr<const Nv12Image> image() const { return image_; }
+
+  /// The next image, a copy of this one until it is painted on.
+  void next() {
+    auto copy = std::make_shared<Nv12Image>(image_->size());
+    const auto height = static_cast<std::size_t>(image_->size().height);
+    std::copy_n(image_->luma(), static_cast<std::size_t>(image_->stride()) * height * 3 / 2,
+                copy->luma());
+    copy->changedAt = image_->changedAt;
+    copy->sequence = image_->sequence + 1;
+    image_ = copy;
+  }
+
+  /// Rows of dark strokes that fill cells as letters do, some cells left blank.
+  void text(int left, int top, int width, int height) {
+    const auto salt = static_cast<unsigned>(random_());
+    paint(left, top, width, height, [salt](int x, int y) -> int {
+      const unsigned cell = (static_cast<unsigned>(x / 8) * 2654435761U) ^
+                            (static_cast<unsigned>(y / 16) * 40503U) ^ salt;
+      const bool blank = (cell >> 7) % 3 == 0 || y % 16 < 3 || y % 16 > 12 || x % 8 > 5;
+      const bool upright = x % 8 / 2 == static_cast<int>((cell >> 11) % 3);
+      const bool level = y % 16 / 2 == static_cast<int>((cell >> 14) % 8);
+      return !blank && (upright || level) ? 40 : 230;
+    });
+  }
+
+  void noise(int x, int y, int width, int height) {
+    paint(x, y, width, height, [this](int, int) { return 16 + static_cast<int>(random_() % 220); });
+  }
+
+  /// A picture that moves smoothly.
+  void gradient(int step) {
+    const auto size = image_->size();
+    paint(0, 0, static_cast<int>(size.width), static_cast<int>(size.height), [&](int x, int y) {
+      return 16 + (x * 3 + y * 2 + step * 9 + static_cast<int>(random_() % 12)) % 219;
+    });
+  }
+
+ private:
+  template <typename Value>
+  void paint(int left, int top, int width, int height, Value value) {
+    for (int y = top; y < top + height; ++y) {
+      for (int x = left; x < left + width; ++x) {
+        image_->luma()[y * image_->stride() + x] = static_cast<std::uint8_t>(value(x, y));
+      }
+    }
+    const int across = macroblocksAcross(image_->size().width);
+    for (int row = top / 16; row <= (top + height - 1) / 16; ++row) {
+      for (int column = left / 16; column <= (left + width - 1) / 16; ++column) {
+        image_->changedAt[static_cast<std::size_t>(row * across + column)] = image_->sequence;
+      }
+    }
+  }
+
+  std::shared_ptr<Nv12Image> image_;
+  std::mt19937 random_{7};
+};
+
+}  // namespace vesk::testing

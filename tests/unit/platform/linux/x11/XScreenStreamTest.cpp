@@ -1,0 +1,295 @@
+#include "platform/linux/x11/XScreenStream.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <condition_variable>
+#include <fstream>
+#include <functional>
+#include <future>
+
+#include "capture/Capturer.h"
+#include "platform/SystemClock.h"
+#include "platform/linux/LinuxProcesses.h"
+#include "platform/linux/Nv12Image.h"
+#include "platform/linux/ThreadQueue.h"
+#include "platform/linux/X264Compression.h"
+#include "platform/linux/x11/XDisplays.h"
+#include "platform/linux/x11/XScreenCapture.h"
+#include "support/H264Decoder.h"
+#include "support/XPainter.h"
+#include "support/XServer.h"
+
+namespace vesk::x11 {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::DisplayVariable;
+using testing::XPainter;
+using testing::XServer;
+
+constexpr auto deadline = 20s;
+constexpr std::uint32_t white = 0xffffff;
+constexpr std::uint32_t black = 0;
+
+/// Queues with threads, without a main loop.
+class WorkQueues final : public Queues {
+ public:
+  MainQueue& main() override { throw std::logic_error("no main queue here"); }
+  std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) override {
+    return std::make_unique<ThreadQueue>(label);
+  }
+  std::unique_ptr<Timer> makeTimer(SerialQueue& queue, TimerSchedule schedule,
+                                   Task handler) override {
+    return static_cast<ThreadQueue&>(queue).makeTimer(schedule, std::move(handler));
+  }
+};
+
+/// What the stream has delivered so far, from any thread.
+class Received {
+ public:
+  void add(const StreamSample& sample) {
+    const std::lock_guard lock(mutex_);
+    const bool complete = sample.status == static_cast<int>(FrameStatus::complete);
+    if (complete) {
+      ++images_;
+      image_ = std::dynamic_pointer_cast<const Nv12Image>(sample.image);
+    } else {
+      ++idle_;
+    }
+    changed_.notify_all();
+  }
+  void fail(const PlatformError& error) {
+    const std::lock_guard lock(mutex_);
+    errors_.push_back(error.localizedDescription);
+    changed_.notify_all();
+  }
+  template <typename Condition>
+  bool waitUntil(Condition condition) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, deadline, [&] { return condition(*this); });
+  }
+
+  int luma(int x, int y) const {
+    return image_ == nullptr ? -1 : image_->luma()[y * image_->stride() + x];
+  }
+  int images() const { return images_; }
+  int idle() const { return idle_; }
+  const std::vector<std::string>& errors() const { return errors_; }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::shared_ptr<const Nv12Image> image_;
+  int images_ = 0;
+  int idle_ = 0;
+  std::vector<std::string> errors_;
+};
+
+std::size_t sharedSegments() {
+  std::ifstream list("/proc/sysvipc/shm");
+  const std::string owner = " " + std::to_string(::getpid()) + " ";
+  std::size_t count = 0;
+  for (std::string line; std::getline(list, line);) count += line.find(owner) != std::string::npos;
+  return count;
+}
+
+class XScreenStreamTest : public ::testing::Test {
+ protected:
+  explicit XScreenStreamTest(const std::string& screen = "640x480x24") : server(screen) {}
+
+  std::unique_ptr<ScreenStream> makeStream(PixelSize size, bool cursor = false) {
+    StreamConfiguration configuration;
+    configuration.width = size.width;
+    configuration.height = size.height;
+    configuration.framesPerSecond = 60;
+    configuration.showsCursor = cursor;
+    ContentFilter filter;
+    filter.display.displayID = XDisplays().mainDisplay();
+    auto stream = XScreenCapture().makeStream(
+        filter, configuration, [this](const PlatformError& error) { received.fail(error); });
+    stream->addOutput([this](const auto& sample, auto) { received.add(sample); }, queue);
+    return stream;
+  }
+
+  static std::optional<PlatformError> wait(const std::function<void(Completion)>& call) {
+    std::promise<std::optional<PlatformError>> done;
+    call([&](auto error) { done.set_value(std::move(error)); });
+    return done.get_future().get();
+  }
+  static std::optional<PlatformError> start(ScreenStream& stream) {
+    return wait([&](Completion done) { stream.startCapture(std::move(done)); });
+  }
+  static std::optional<PlatformError> stop(ScreenStream& stream) {
+    return wait([&](Completion done) { stream.stopCapture(std::move(done)); });
+  }
+
+  XServer server;
+  DisplayVariable variable{server.display()};
+  Received received;
+  ThreadQueue queue{"test.samples"};
+};
+
+TEST_F(XScreenStreamTest, ShowsWhatIsDrawn) {
+  XPainter painter;
+  painter.fill(0, 0, 640, 480, black);
+  const auto stream = makeStream({640, 480});
+  ASSERT_EQ(start(*stream), std::nullopt);
+  EXPECT_TRUE(received.waitUntil([](auto& r) { return r.luma(320, 240) == 16; }));
+  painter.fill(300, 200, 40, 60, white);
+  EXPECT_TRUE(received.waitUntil([](auto& r) { return r.luma(320, 240) == 235; }));
+  EXPECT_EQ(received.luma(290, 240), 16);
+  painter.fill(310, 230, 20, 20, black);
+  EXPECT_TRUE(received.waitUntil([](auto& r) { return r.luma(320, 240) == 16; }));
+  EXPECT_EQ(received.luma(304, 210), 235);
+}
+
+TEST_F(XScreenStreamTest, SaysOnceThatNothingChanges) {
+  const auto stream = makeStream({640, 480});
+  ASSERT_EQ(start(*stream), std::nullopt);
+  ASSERT_TRUE(received.waitUntil([](auto& r) { return r.idle() == 1; }));
+  EXPECT_EQ(received.images(), 1);
+  XPainter painter;
+  painter.fill(0, 0, 10, 10, white);
+  ASSERT_TRUE(received.waitUntil([](auto& r) { return r.idle() == 2; }));
+  EXPECT_EQ(received.images(), 2);
+}
+
+TEST_F(XScreenStreamTest, ShowsThePointerWhereverItMoves) {
+  XPainter painter;
+  painter.fill(0, 0, 640, 480, white);
+  painter.showArrow();
+  painter.movePointer(100, 100);
+  const auto stream = makeStream({640, 480}, true);
+  ASSERT_EQ(start(*stream), std::nullopt);
+  const auto darkAt = [](int x, int y) {
+    return [x, y](auto& r) {
+      int darkest = 255;
+      for (int dy = -12; dy < 12; ++dy) {
+        for (int dx = -12; dx < 12; ++dx) darkest = std::min(darkest, r.luma(x + dx, y + dy));
+      }
+      return darkest >= 0 && darkest < 60;
+    };
+  };
+  EXPECT_TRUE(received.waitUntil(darkAt(100, 100)));
+  painter.movePointer(400, 300);
+  EXPECT_TRUE(received.waitUntil(darkAt(400, 300)));
+  EXPECT_FALSE(darkAt(100, 100)(received)) << "the pointer left a trace";
+  painter.movePointer(639, 479);
+  EXPECT_TRUE(received.waitUntil([&](auto& r) { return !darkAt(400, 300)(r); }));
+}
+
+TEST_F(XScreenStreamTest, ScalesDown) {
+  XPainter painter;
+  painter.fill(0, 0, 640, 480, black);
+  painter.fill(320, 0, 320, 480, white);
+  const auto stream = makeStream({320, 240});
+  ASSERT_EQ(start(*stream), std::nullopt);
+  ASSERT_TRUE(received.waitUntil([](auto& r) { return r.images() > 0; }));
+  EXPECT_EQ(received.luma(150, 100), 16);
+  EXPECT_EQ(received.luma(170, 100), 235);
+  painter.fill(100, 100, 40, 40, white);
+  EXPECT_TRUE(received.waitUntil([](auto& r) { return r.luma(60, 60) == 235; }));
+  EXPECT_EQ(received.luma(40, 60), 16);
+}
+
+TEST_F(XScreenStreamTest, EndsWithTheServerAndSaysSo) {
+  const auto stream = makeStream({640, 480});
+  ASSERT_EQ(start(*stream), std::nullopt);
+  ASSERT_TRUE(received.waitUntil([](auto& r) { return r.images() > 0; }));
+  server.kill();
+  EXPECT_TRUE(received.waitUntil([](auto& r) { return !r.errors().empty(); }));
+  EXPECT_EQ(received.errors(), std::vector<std::string>{"The X server is gone."});
+  EXPECT_EQ(stop(*stream), std::nullopt);
+}
+
+TEST_F(XScreenStreamTest, EndsWhenTheDisplayChangesItsSizeAndBeginsAnew) {
+  auto stream = makeStream({640, 480});
+  ASSERT_EQ(start(*stream), std::nullopt);
+  ASSERT_TRUE(received.waitUntil([](auto& r) { return r.images() > 0; }));
+  const std::string small =
+      "xrandr --newmode small 8 320 336 336 400 240 250 250 300 && "
+      "xrandr --addmode screen small && xrandr --output screen --mode small";
+  // Xvfb carries the change out and complains of it all the same; the monitors are what counts.
+  const int complaint = std::system((small + " 2>/dev/null").c_str());
+  ASSERT_TRUE(received.waitUntil([](auto& r) { return !r.errors().empty(); })) << complaint;
+  EXPECT_EQ(received.errors().size(), 1U);
+  EXPECT_TRUE(received.errors()[0].starts_with("The display ")) << received.errors()[0];
+  const auto display = XDisplays().mainDisplay();
+  EXPECT_EQ(XDisplays().pixels(display), (PixelSize{320, 240}));
+  stream = makeStream({320, 240});
+  EXPECT_EQ(start(*stream), std::nullopt);
+  const int before = received.images();
+  EXPECT_TRUE(received.waitUntil([&](auto& r) { return r.images() > before; }));
+}
+
+TEST_F(XScreenStreamTest, FailsForADisplayThatIsNotThere) {
+  StreamConfiguration configuration;
+  ContentFilter filter;
+  filter.display.displayID = 999'999;
+  XScreenStream stream(filter, configuration, [](const auto&) { ADD_FAILURE(); });
+  const auto error = start(stream);
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->localizedDescription, "The display was turned off or unplugged.");
+}
+
+TEST_F(XScreenStreamTest, LeavesNothingBehindHoweverOftenItRuns) {
+  const auto before = sharedSegments();
+  for (int i = 0; i < 200; ++i) {
+    const auto stream = makeStream({640, 480});
+    ASSERT_EQ(start(*stream), std::nullopt) << i;
+    if (i % 2 == 0) {
+      ASSERT_EQ(stop(*stream), std::nullopt) << i;
+    }
+  }
+  // The server lets go of a segment when it sees that the connection is gone.
+  const auto end = std::chrono::steady_clock::now() + deadline;
+  while (sharedSegments() > before && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(1ms);
+  }
+  EXPECT_EQ(sharedSegments(), before);
+}
+
+TEST_F(XScreenStreamTest, ReachesAViewerAsVideo) {
+  XPainter painter;
+  painter.fill(0, 0, 640, 480, black);
+  WorkQueues queues;
+  SystemClock clock;
+  LinuxProcesses processes;
+  XDisplays displays;
+  XScreenCapture screenCapture;
+  X264Compression compression;
+  const auto capturer = std::make_shared<Capturer>(
+      Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});
+  std::mutex mutex;
+  std::condition_variable arrived;
+  testing::H264Decoder decoder;
+  std::optional<testing::Luma> picture;
+  int failures = 0;
+  capturer->onAccessUnit = [&](ByteView accessUnit, Ticks) {
+    const std::lock_guard lock(mutex);
+    picture = decoder.decode(accessUnit);
+    failures += picture ? 0 : 1;
+    arrived.notify_all();
+  };
+  std::promise<std::exception_ptr> started;
+  capturer->start(30, 4000, [&](auto error) { started.set_value(error); });
+  ASSERT_EQ(started.get_future().get(), nullptr);
+  EXPECT_EQ(capturer->width(), 640);
+  EXPECT_EQ(capturer->height(), 480);
+  painter.fill(100, 100, 200, 200, white);
+  {
+    std::unique_lock lock(mutex);
+    EXPECT_TRUE(arrived.wait_for(lock, deadline, [&] {
+      return picture && picture->pixels[200 * 640 + 200] > 225 &&
+             picture->pixels[50 * 640 + 50] < 25;
+    }));
+  }
+  capturer->stop();
+  const std::lock_guard lock(mutex);
+  EXPECT_EQ(failures, 0);
+}
+
+}  // namespace
+}  // namespace vesk::x11
