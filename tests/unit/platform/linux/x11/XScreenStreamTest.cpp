@@ -149,11 +149,13 @@ TEST_F(XScreenStreamTest, SaysOnceThatNothingChanges) {
   const auto stream = makeStream({640, 480});
   ASSERT_EQ(start(*stream), std::nullopt);
   ASSERT_TRUE(received.waitUntil([](auto& r) { return r.idle() == 1; }));
-  EXPECT_EQ(received.images(), 1);
+  // A server that has only just started may still be drawing its first picture.
+  const int before = received.images();
+  EXPECT_GE(before, 1);
   XPainter painter;
   painter.fill(0, 0, 10, 10, white);
   ASSERT_TRUE(received.waitUntil([](auto& r) { return r.idle() == 2; }));
-  EXPECT_EQ(received.images(), 2);
+  EXPECT_EQ(received.images(), before + 1);
 }
 
 TEST_F(XScreenStreamTest, ShowsThePointerWhereverItMoves) {
