@@ -70,11 +70,13 @@ class XScreenStream::Run {
   }
 
   /// The thread's whole life.
-  void run(const Completion& started) {
-    if (const auto error = open()) {
-      started(error);
-    } else {
-      started(std::nullopt);
+  void run(Completion started) {
+    const auto error = open();
+    started(error);
+    // Whoever started the stream may hold it in the completion. Kept any longer, the thread would
+    // hold the stream, and the stream its thread, for ever.
+    started = nullptr;
+    if (!error) {
       const auto end = stream();
       painter_.reset();
       grabber_.reset();
@@ -221,7 +223,7 @@ void XScreenStream::startCapture(Completion completion) {
   ::pthread_sigmask(SIG_SETMASK, &all, &before);
   thread_ = std::thread([run = run_, completion = std::move(completion)]() mutable {
     ::pthread_setname_np(::pthread_self(), "screen");
-    run->run(std::exchange(completion, nullptr));
+    run->run(std::move(completion));
   });
   ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
