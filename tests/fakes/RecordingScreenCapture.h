@@ -15,9 +15,15 @@ struct RecordedStream {
   std::function<void(PlatformError)> onStopped;
   ScreenStream::Output output;
   SerialQueue* queue = nullptr;
-  Completion started;  ///< held when the test completes the start itself
+  Completion started;  ///< held back until `answerStart`
   int stops = 0;
   bool alive = true;
+
+  /// Answers a start that was held back. A start is answered once, and its call-back, which may
+  /// own the stream, is let go of then.
+  void answerStart(const std::optional<PlatformError>& error) {
+    std::exchange(started, nullptr)(error);
+  }
 
   void deliver(const StreamSample& sample, StreamOutputType type = StreamOutputType::screen) const {
     queue->async([output = output, sample, type] { output(sample, type); });
@@ -50,7 +56,7 @@ class RecordingScreenCapture final : public ScreenCapture {
   std::optional<PlatformError> outputError;
   std::optional<PlatformError> startError;
   std::optional<PlatformError> stopError;
-  bool holdStart = false;  ///< leave `RecordedStream::started` to the test
+  bool holdStart = false;  ///< leave the answer to `RecordedStream::answerStart`
   int contentRequests = 0;
   std::vector<std::shared_ptr<RecordedStream>> streams;
 

@@ -458,7 +458,7 @@ TEST_F(CapturerTest, CompletesTheStartWhenTheStreamRuns) {
   start();
   EXPECT_EQ(completions, 0);
   EXPECT_TRUE(log.messages().empty());
-  std::exchange(stream()->started, nullptr)(std::nullopt);
+  stream()->answerStart(std::nullopt);
   EXPECT_EQ(completions, 1);
   EXPECT_EQ(log.messages().size(), 1U);
 }

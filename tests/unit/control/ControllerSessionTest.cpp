@@ -115,7 +115,7 @@ TEST_F(ControllerSessionTest, StaysResponsiveWhileCaptureStarts) {
   EXPECT_TRUE(isSilent());
   tell(R"({"op":"viewer","name":"Bo"})");
   EXPECT_EQ(fakes_.overlays.made.size(), 0U);
-  stream()->started(std::nullopt);
+  stream()->answerStart(std::nullopt);
   manual_.run();
   EXPECT_EQ(heard().string("op"), "started");
   EXPECT_EQ(fakes_.overlays.shown()[1].label, "Anna is viewing this screen");

@@ -230,7 +230,10 @@ void XScreenStream::startCapture(Completion completion) {
 
 void XScreenStream::stopCapture(Completion completion) {
   if (!thread_.joinable()) return completion(std::nullopt);
-  run_->stop(std::move(completion));
+  // The completion may own this stream and is let go of on the stream's thread, perhaps before
+  // `stop` has returned here.
+  const auto run = run_;
+  run->stop(std::move(completion));
 }
 
 }  // namespace vesk::x11

@@ -221,8 +221,8 @@ TEST_F(XScreenStreamTest, EndsWhenTheDisplayChangesItsSizeAndBeginsAnew) {
   const auto display = XDisplays().mainDisplay();
   EXPECT_EQ(XDisplays().pixels(display), (PixelSize{320, 240}));
   stream = makeStream({320, 240});
-  EXPECT_EQ(start(*stream), std::nullopt);
   const int before = received.images();
+  EXPECT_EQ(start(*stream), std::nullopt);
   EXPECT_TRUE(received.waitUntil([&](auto& r) { return r.images() > before; }));
 }
 
