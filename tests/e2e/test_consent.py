@@ -1,17 +1,15 @@
 """The question to the person, from the agent's request to the answer that the agent hears."""
 
 import signal
-import subprocess
 
 import harness
 from harness import wait_until
+from sessions import AWAITING, STARTING, Person
 
-AWAITING = {"op": "state", "state": "awaiting-consent"}
-STARTING = {"op": "state", "state": "starting"}
 DENIED = {"op": "denied", "message": "The person at the Mac did not allow it."}
 
 
-class Consent(harness.Case):
+class Consent(Person):
     def setUp(self):
         super().setUp()
         self.start_window_manager("openbox")
@@ -19,28 +17,10 @@ class Consent(harness.Case):
         self.program = self.start_program()
         self.agent.next_message()
 
-    def person(self, *arguments):
-        """What the person does, with keyboard and mouse."""
-        result = subprocess.run(["xdotool", *arguments], env=self.environment(),
-                                capture_output=True, text=True, timeout=harness.PATIENCE)
-        return result.stdout.split()
-
-    def alerts(self):
-        return self.person("search", "--onlyvisible", "--name", "^Vesk Remote$")
-
     def ask(self, *lines):
         self.agent.send(*lines, {"op": "start", "viewer": "Anna", "consent": True})
         self.assertEqual(self.agent.next_message(), AWAITING)
         wait_until(self.alerts, "the alert is on the screen")
-
-    def answer(self, key):
-        """Presses a key until the alert has taken it: the first half second does not count."""
-        alert = self.alerts()
-
-        def gone():
-            self.person("key", key)
-            return self.alerts() != alert
-        wait_until(gone, f"the alert is gone after {key}")
 
     def test_return_allows(self):
         self.ask()

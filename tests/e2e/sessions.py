@@ -1,0 +1,78 @@
+"""What the tests of viewing sessions share: a session, what it left behind, and the person."""
+
+import pathlib
+import subprocess
+
+import harness
+from harness import wait_until
+
+AWAITING = {"op": "state", "state": "awaiting-consent"}
+STARTING = {"op": "state", "state": "starting"}
+
+
+class Session(harness.Case):
+    """The program with its agent, which records the video, under a window manager."""
+
+    def setUp(self):
+        super().setUp()
+        self.start_window_manager("openbox")
+        self.video = self.home / "video.h264"
+        self.durations = self.home / "durations"
+        self.agent = self.start_agent("--record", self.video, "--record-durations", self.durations)
+        self.program = self.start_program()
+        self.agent.next_message()
+
+    def units(self):
+        """Duration in ticks, size and kind of each access unit so far."""
+        if not self.durations.exists():
+            return []
+        lines = self.durations.read_text().splitlines()
+        return [(int(ticks), int(size), kind) for ticks, size, kind in map(str.split, lines)]
+
+    def run_session(self, **members):
+        self.agent.send({"op": "start", **members})
+        self.assertEqual(self.agent.next_message(), STARTING)
+        started = self.agent.next_message()
+        self.assertEqual(started, {"op": "started", "width": 1280, "height": 800,
+                                   "accessibility": True})
+
+    def wait_for_units(self, count):
+        wait_until(lambda: len(self.units()) >= count, f"{count} access units have come")
+
+    def overlays(self):
+        """How many windows of the program are in sight."""
+        tree = subprocess.run(["xwininfo", "-root", "-tree"], env=self.environment(),
+                              capture_output=True, text=True, timeout=harness.PATIENCE).stdout
+        return sum("Vesk Remote" in line and " 1x1+" not in line for line in tree.splitlines())
+
+    def footprint(self):
+        """How many descriptors, threads and windows the program has."""
+        process = pathlib.Path(f"/proc/{self.program.pid}")
+        return (len(list((process / "fd").iterdir())), len(list((process / "task").iterdir())),
+                self.overlays())
+
+    def expect_silence(self):
+        """Nothing more is sent: what was asked before the greeting of a new connection is done."""
+        self.agent.send("disconnect")
+        self.assertEqual(self.agent.next_message()["op"], "hello")
+
+
+class Person(harness.Case):
+    """The person at the screen, with keyboard and mouse."""
+
+    def person(self, *arguments):
+        result = subprocess.run(["xdotool", *arguments], env=self.environment(),
+                                capture_output=True, text=True, timeout=harness.PATIENCE)
+        return result.stdout.split()
+
+    def alerts(self):
+        return self.person("search", "--onlyvisible", "--name", "^Vesk Remote$")
+
+    def answer(self, key):
+        """Presses a key until the alert has taken it: the first half second does not count."""
+        alert = self.alerts()
+
+        def gone():
+            self.person("key", key)
+            return self.alerts() != alert
+        wait_until(gone, f"the alert is gone after {key}")
