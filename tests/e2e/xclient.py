@@ -14,8 +14,15 @@ _x11.XInternAtom.restype = ctypes.c_ulong
 _x11.XInternAtom.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int]
 _x11.XListProperties.restype = ctypes.POINTER(ctypes.c_ulong)
 _x11.XListProperties.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p]
+_x11.XQueryTree.argtypes = [ctypes.c_void_p, ctypes.c_ulong] + [ctypes.c_void_p] * 4
+_x11.XGetWindowAttributes.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p]
 _x11.XFree.argtypes = [ctypes.c_void_p]
 
+# A window may be gone before it is asked about: the answer tells, and the error need not.
+_ignore = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)(lambda *_: 0)
+_x11.XSetErrorHandler(_ignore)
+
+_MAP_STATE, _IS_VIEWABLE = 23, 2  # the field's place among the integers of XWindowAttributes
 _BUTTONS = {1: 0x100, 2: 0x200, 3: 0x400}
 
 
@@ -56,3 +63,17 @@ class XClient:
             window, child, x, y, inner_x, inner_y, mask)))
         held = {button for button, bit in _BUTTONS.items() if mask.value & bit}
         return (x.value, y.value), held
+
+    def in_sight(self):
+        """How many windows are mapped on the root."""
+        root, parent, count = ctypes.c_ulong(), ctypes.c_ulong(), ctypes.c_uint()
+        windows = ctypes.POINTER(ctypes.c_ulong)()
+        _x11.XQueryTree(self._display, self._root, ctypes.byref(root), ctypes.byref(parent),
+                        ctypes.byref(windows), ctypes.byref(count))
+        attributes = (ctypes.c_int * 64)()
+        viewable = 0
+        for i in range(count.value):
+            status = _x11.XGetWindowAttributes(self._display, windows[i], attributes)
+            viewable += bool(status and attributes[_MAP_STATE] == _IS_VIEWABLE)
+        _x11.XFree(windows)
+        return viewable
