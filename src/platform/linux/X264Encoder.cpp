@@ -35,9 +35,14 @@ x264_param_t parametersFor(const X264Settings& settings) {
   parameters.vui.i_transfer = transferOfSrgb;
   parameters.vui.i_colmatrix = matrixBt601;
   // Every picture comes with its quantiser: the encoder's own rate control knows nothing of the
-  // pictures that are put in between, nor of what a still screen has saved.
-  // A constant quantiser would hold every picture to that one, so it is a constant quality.
-  parameters.rc.i_rc_method = X264_RC_CRF;
+  // pictures that are put in between, nor of what a still screen has saved. With a constant
+  // quantiser it looks ahead at nothing, which saves a fifth of its time and memory, but clips what
+  // comes with a picture to what it would use for the kinds of pictures: from 11 to 51 with these.
+  constexpr float widestFactor = 10;
+  parameters.rc.i_rc_method = X264_RC_CQP;
+  parameters.rc.i_qp_constant = 31;
+  parameters.rc.f_ip_factor = widestFactor;
+  parameters.rc.f_pb_factor = widestFactor;
   x264_param_apply_profile(&parameters, "baseline");
   return parameters;
 }
