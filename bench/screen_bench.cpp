@@ -75,7 +75,8 @@ int main(int argc, char* argv[]) {
   SystemClock clock;
   LinuxProcesses processes;
   x11::XDisplays displays;
-  x11::XScreenCapture screenCapture;
+  const x11::OwnWindows ownWindows;
+  x11::XScreenCapture screenCapture(ownWindows);
   X264Compression compression;
   const auto capturer = std::make_shared<Capturer>(
       Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});

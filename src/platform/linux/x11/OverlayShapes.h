@@ -4,17 +4,9 @@
 #include <vector>
 
 #include "platform/Geometry.h"
+#include "platform/linux/x11/PixelRect.h"
 
 namespace vesk::x11 {
-
-/// A rectangle of whole pixels in the root window, or in a window.
-struct PixelRect {
-  std::int32_t x = 0;
-  std::int32_t y = 0;
-  std::int32_t width = 0;
-  std::int32_t height = 0;
-  bool operator==(const PixelRect&) const = default;
-};
 
 /// The pixels nearest to a rectangle in points. Neighbours stay neighbours: edges are rounded, not
 /// sizes.

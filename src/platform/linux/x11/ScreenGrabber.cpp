@@ -1,31 +1,19 @@
 #include "platform/linux/x11/ScreenGrabber.h"
 
-#include <sys/ipc.h>
-#include <sys/shm.h>
 #include <xcb/randr.h>
+#include <xcb/shm.h>
 #include <xcb/xcbext.h>
 
 #include <algorithm>
 #include <cstring>
 #include <span>
+#include <utility>
 
 namespace vesk::x11 {
 namespace {
 
 /// Above so many rectangles their bounding box is cheaper to fetch than they are to sort out.
 constexpr std::size_t mostRectangles = 24;
-
-PixelRect clipped(PixelRect rect, int width, int height) {
-  const int right = std::min(rect.x + rect.width, width);
-  const int bottom = std::min(rect.y + rect.height, height);
-  rect.x = std::max(rect.x, 0);
-  rect.y = std::max(rect.y, 0);
-  rect.width = std::max(right - rect.x, 0);
-  rect.height = std::max(bottom - rect.y, 0);
-  return rect;
-}
-
-bool isEmpty(const PixelRect& rect) { return rect.width <= 0 || rect.height <= 0; }
 
 std::uint32_t blended(std::uint32_t over, std::uint32_t under) {
   const std::uint32_t keep = 255 - (over >> 24);
@@ -59,16 +47,35 @@ std::vector<Rows> rowsOf(const std::vector<PixelRect>& rects) {
   return merged;
 }
 
+/// While it lives, nothing else happens on the screen: windows stay where they are. Nobody notices
+/// the moment that it takes.
+class ServerGrab {
+ public:
+  explicit ServerGrab(const Connection& connection) : connection_(connection) {
+    xcb_grab_server(connection_.get());
+  }
+  ~ServerGrab() {
+    xcb_ungrab_server(connection_.get());
+    xcb_flush(connection_.get());
+  }
+  ServerGrab(const ServerGrab&) = delete;
+  ServerGrab& operator=(const ServerGrab&) = delete;
+
+ private:
+  const Connection& connection_;
+};
+
 }  // namespace
 
-ScreenGrabber::ScreenGrabber(const Monitor& monitor, bool showsCursor)
-    : monitor_(monitor), showsCursor_(showsCursor) {
-  if (connection_ && supportsExtensions() && attach()) watch();
+ScreenGrabber::ScreenGrabber(const Monitor& monitor, bool showsCursor, const OwnWindows* leftOut)
+    : monitor_(monitor), showsCursor_(showsCursor), leftOut_(leftOut) {
+  if (!connection_ || !supportsExtensions()) return;
+  pixels_ = std::make_unique<SharedPixels>(
+      connection_, static_cast<std::size_t>(stride()) * static_cast<std::size_t>(monitor_.height));
+  if (*this) watch();
 }
 
-ScreenGrabber::~ScreenGrabber() {
-  if (pixels_ != nullptr) ::shmdt(pixels_);
-}
+ScreenGrabber::~ScreenGrabber() = default;
 
 bool ScreenGrabber::supportsExtensions() {
   auto* c = connection_.get();
@@ -91,30 +98,6 @@ bool ScreenGrabber::supportsExtensions() {
   return damageVersion != nullptr && fixesVersion != nullptr && screen->root_depth >= 24;
 }
 
-/// The segment is marked for removal as soon as the server has it, so that nothing of it is left
-/// however this process ends.
-bool ScreenGrabber::attach() {
-  const std::size_t size =
-      static_cast<std::size_t>(stride()) * static_cast<std::size_t>(monitor_.height);
-  if (size == 0) return false;
-  const int id = ::shmget(IPC_PRIVATE, size, IPC_CREAT | 0600);
-  if (id < 0) return false;
-  void* address = ::shmat(id, nullptr, 0);
-  segment_ = xcb_generate_id(connection_.get());
-  const ReplyPtr<xcb_generic_error_t> error(xcb_request_check(
-      connection_.get(),
-      xcb_shm_attach_checked(connection_.get(), segment_, static_cast<std::uint32_t>(id), 0)));
-  ::shmctl(id, IPC_RMID, nullptr);
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): so does the system say that it failed
-  if (address == reinterpret_cast<void*>(-1)) return false;
-  if (error != nullptr) {
-    ::shmdt(address);
-    return false;
-  }
-  pixels_ = static_cast<std::uint8_t*>(address);
-  return true;
-}
-
 void ScreenGrabber::watch() {
   auto* c = connection_.get();
   const xcb_window_t root = connection_.root();
@@ -126,20 +109,31 @@ void ScreenGrabber::watch() {
   xcb_randr_select_input(c, root,
                          XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
                              XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+  if (leftOut_ != nullptr && connection_.offers("Composite")) {
+    underneath_ = std::make_unique<Underneath>(connection_, *leftOut_, area());
+  }
   xcb_flush(c);
 }
 
 std::optional<ScreenGrabber::News> ScreenGrabber::readEvents() {
-  News news;
+  pollEvents();
+  if (!connection_) return std::nullopt;
+  return std::exchange(news_, {});
+}
+
+void ScreenGrabber::pollEvents() {
   while (auto* raw = xcb_poll_for_event(connection_.get())) {
     const ReplyPtr<xcb_generic_event_t> event(raw);
     const auto type = static_cast<std::uint8_t>(event->response_type & 0x7f);
-    if (type == damageEvent_ + XCB_DAMAGE_NOTIFY) news.drawn = true;
+    if (type == damageEvent_ + XCB_DAMAGE_NOTIFY &&
+        reinterpret_cast<const xcb_damage_notify_event_t&>(*event).damage == damage_) {
+      news_.drawn = drawn_ = true;
+    }
     if (type == cursorEvent_ + XCB_XFIXES_CURSOR_NOTIFY) cursorStale_ = true;
-    if (type == randrEvent_ || type == randrEvent_ + XCB_RANDR_NOTIFY) news.layoutChanged = true;
+    if (type == randrEvent_ || type == randrEvent_ + XCB_RANDR_NOTIFY) news_.layoutChanged = true;
+    if (underneath_ != nullptr && underneath_->handle(*event)) news_.drawn = true;
   }
-  if (!connection_) return std::nullopt;
-  return news;
+  if (underneath_ != nullptr && underneath_->isOverdue()) news_.drawn = true;
 }
 
 bool ScreenGrabber::cursorChanged() {
@@ -156,10 +150,14 @@ bool ScreenGrabber::cursorChanged() {
 }
 
 std::optional<std::vector<PixelRect>> ScreenGrabber::grab() {
-  auto changed = takeDamage();
+  std::vector<PixelRect> changed;
   if (painted_) changed.push_back(*painted_);
   unpaintCursor();
-  if (!fetchRows(changed)) return std::nullopt;
+  if (!update(changed, !everything_)) return std::nullopt;
+  // An own window that has come up just now may be in the picture; it does not stay there.
+  pollEvents();
+  const bool again = underneath_ != nullptr && underneath_->isStale() && underneath_->isNeeded();
+  if (again && !update(changed, false)) return std::nullopt;
   if (showsCursor_) {
     if (cursorStale_) {
       loadCursor();
@@ -172,22 +170,67 @@ std::optional<std::vector<PixelRect>> ScreenGrabber::grab() {
   return changed;
 }
 
+bool ScreenGrabber::mayHaveChanged() const {
+  return everything_ || drawn_ ||
+         (underneath_ != nullptr && (underneath_->isStale() || underneath_->isDamaged()));
+}
+
+/// Fetches what has changed and adds to the list where that is.
+bool ScreenGrabber::update(std::vector<PixelRect>& changed, bool pictureIsClean) {
+  if (!mayHaveChanged()) return true;
+  const auto asked = request(pictureIsClean);
+  bool complete = true;
+  for (const auto rows : asked.rows) {
+    const ReplyPtr<xcb_shm_get_image_reply_t> reply(
+        xcb_shm_get_image_reply(connection_.get(), rows, nullptr));
+    complete = complete && reply != nullptr;
+  }
+  changed.insert(changed.end(), asked.changed.begin(), asked.changed.end());
+  if (underneath_ != nullptr) {
+    complete = underneath_->collect() && complete;
+    for (const auto& rows : rowsOf(asked.changed)) {
+      underneath_->copyRows(monitor_.y + rows.first, monitor_.y + rows.end, *pixels_);
+    }
+  }
+  return complete && static_cast<bool>(connection_);
+}
+
+/// Asks the server for everything at one moment, in which own windows stay where they are.
+ScreenGrabber::Asked ScreenGrabber::request(bool pictureIsClean) {
+  std::optional<ServerGrab> grab;
+  if (underneath_ != nullptr && underneath_->isNeeded()) grab.emplace(connection_);
+  Asked asked{takeDamage(), {}};
+  if (underneath_ == nullptr) {
+    asked.rows = requestRows(asked.changed);
+    return asked;
+  }
+  // The replies have brought along what has happened until now.
+  pollEvents();
+  if (underneath_->isStale()) {
+    const auto moved = underneath_->readStack(pictureIsClean ? pixels_.get() : nullptr);
+    for (const auto& rect : moved) asked.changed.push_back(inMonitor(rect));
+  }
+  asked.rows = requestRows(asked.changed);
+  for (const auto& rect : underneath_->takeDamage()) asked.changed.push_back(inMonitor(rect));
+  underneath_->request();
+  return asked;
+}
+
 std::vector<PixelRect> ScreenGrabber::takeDamage() {
   auto* c = connection_.get();
+  drawn_ = false;
   xcb_damage_subtract(c, damage_, XCB_NONE, region_);
-  if (everything_) {
-    everything_ = false;
-    return {{0, 0, monitor_.width, monitor_.height}};
-  }
+  const bool everything = std::exchange(everything_, false);
+  // What own windows have drawn is not to be seen, and what lies beneath them tells of itself.
+  if (underneath_ != nullptr && !everything) underneath_->cutOut(region_);
   const ReplyPtr<xcb_xfixes_fetch_region_reply_t> region(
       xcb_xfixes_fetch_region_reply(c, xcb_xfixes_fetch_region(c, region_), nullptr));
+  if (everything) return {{0, 0, monitor_.width, monitor_.height}};
   std::vector<PixelRect> found;
   if (region == nullptr) return found;
   const auto add = [&](const xcb_rectangle_t& rect) {
-    const PixelRect inside =
-        clipped({rect.x - monitor_.x, rect.y - monitor_.y, rect.width, rect.height}, monitor_.width,
-                monitor_.height);
-    if (!isEmpty(inside)) found.push_back(inside);
+    const PixelRect inside = inMonitor({rect.x, rect.y, rect.width, rect.height});
+    if (!inside.isEmpty()) found.push_back(inside);
   };
   const std::span rects(
       xcb_xfixes_fetch_region_rectangles(region.get()),
@@ -200,23 +243,25 @@ std::vector<PixelRect> ScreenGrabber::takeDamage() {
   return found;
 }
 
-bool ScreenGrabber::fetchRows(const std::vector<PixelRect>& damaged) {
-  auto* c = connection_.get();
+PixelRect ScreenGrabber::inMonitor(const PixelRect& rect) const {
+  PixelRect inside = intersection(rect, area());
+  inside.x -= monitor_.x;
+  inside.y -= monitor_.y;
+  return inside;
+}
+
+std::vector<xcb_shm_get_image_cookie_t> ScreenGrabber::requestRows(
+    const std::vector<PixelRect>& damaged) {
   std::vector<xcb_shm_get_image_cookie_t> requests;
   for (const auto& rows : rowsOf(damaged)) {
     requests.push_back(xcb_shm_get_image(
-        c, connection_.root(), static_cast<std::int16_t>(monitor_.x),
+        connection_.get(), connection_.root(), static_cast<std::int16_t>(monitor_.x),
         static_cast<std::int16_t>(monitor_.y + rows.first),
         static_cast<std::uint16_t>(monitor_.width),
-        static_cast<std::uint16_t>(rows.end - rows.first), ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP, segment_,
-        static_cast<std::uint32_t>(rows.first * stride())));
+        static_cast<std::uint16_t>(rows.end - rows.first), ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP,
+        pixels_->segment(), static_cast<std::uint32_t>(rows.first * stride())));
   }
-  bool complete = true;
-  for (const auto request : requests) {
-    const ReplyPtr<xcb_shm_get_image_reply_t> reply(xcb_shm_get_image_reply(c, request, nullptr));
-    complete = complete && reply != nullptr;
-  }
-  return complete && static_cast<bool>(connection_);
+  return requests;
 }
 
 void ScreenGrabber::loadCursor() {
@@ -237,8 +282,8 @@ void ScreenGrabber::loadCursor() {
 }
 
 PixelRect ScreenGrabber::visible(const Cursor& cursor) const {
-  return clipped({cursor.x, cursor.y, cursor.width, cursor.height}, monitor_.width,
-                 monitor_.height);
+  return intersection({cursor.x, cursor.y, cursor.width, cursor.height},
+                      {0, 0, monitor_.width, monitor_.height});
 }
 
 void ScreenGrabber::paintCursor() {
@@ -246,7 +291,7 @@ void ScreenGrabber::paintCursor() {
   const PixelRect area = visible(cursor_);
   const auto cells =
       static_cast<std::size_t>(cursor_.width) * static_cast<std::size_t>(cursor_.height);
-  if (isEmpty(area) || cursor_.image.size() < cells) return;
+  if (area.isEmpty() || cursor_.image.size() < cells) return;
   painted_ = area;
   beneath_.clear();
   for (int y = area.y; y < area.y + area.height; ++y) {

@@ -30,7 +30,7 @@ class XDesktop final : public Desktop {
   XDisplays displays_;
   InputGate inputGate_;
   XEventPoster events_{inputGate_};
-  XScreenCapture screenCapture_;
+  XScreenCapture screenCapture_{ownWindows_};
 };
 
 }  // namespace vesk::x11

@@ -23,7 +23,7 @@ void XScreenCapture::shareableContent(Content completion) {
 std::unique_ptr<ScreenStream> XScreenCapture::makeStream(
     const ContentFilter& filter, const StreamConfiguration& configuration,
     std::function<void(PlatformError)> onStopped) {
-  return std::make_unique<XScreenStream>(filter, configuration, std::move(onStopped));
+  return std::make_unique<XScreenStream>(filter, configuration, ownWindows_, std::move(onStopped));
 }
 
 }  // namespace vesk::x11

@@ -2,6 +2,7 @@
 
 #include "platform/Processes.h"
 #include "platform/ScreenCapture.h"
+#include "platform/linux/x11/OwnWindows.h"
 
 namespace vesk::x11 {
 
@@ -9,10 +10,16 @@ namespace vesk::x11 {
 /// holds this program alone. Completions run before the call returns.
 class XScreenCapture final : public ScreenCapture {
  public:
+  /// `ownWindows` outlives this object and its streams.
+  explicit XScreenCapture(const OwnWindows& ownWindows) : ownWindows_(ownWindows) {}
+
   void shareableContent(Content completion) override;
   std::unique_ptr<ScreenStream> makeStream(const ContentFilter& filter,
                                            const StreamConfiguration& configuration,
                                            std::function<void(PlatformError)> onStopped) override;
+
+ private:
+  const OwnWindows& ownWindows_;
 };
 
 }  // namespace vesk::x11

@@ -38,16 +38,22 @@ bool sameArea(const Monitor& a, const Monitor& b) {
   return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
 }
 
+bool leavesOutThisProgram(const ContentFilter& filter) {
+  return std::ranges::count(filter.excludingApplications, ::getpid(),
+                            &RunningApplication::processID) > 0;
+}
+
 }  // namespace
 
 /// What the stream and its thread share. Samples go out under the lock that stopping takes, so that
 /// none does once `stop` has returned.
 class XScreenStream::Run {
  public:
-  Run(DisplayId display, const StreamConfiguration& configuration,
+  Run(DisplayId display, const StreamConfiguration& configuration, const OwnWindows* leftOut,
       std::function<void(PlatformError)> onStopped)
       : display_(display),
         configuration_(configuration),
+        leftOut_(leftOut),
         interval_(nanoseconds(std::chrono::seconds(1)) /
                   std::max(configuration.framesPerSecond, 1)),
         onStopped_(std::move(onStopped)),
@@ -98,7 +104,7 @@ class XScreenStream::Run {
     const auto monitor = monitorOf(connection, display_);
     if (!monitor) return displayGone;
     monitor_ = *monitor;
-    grabber_ = std::make_unique<ScreenGrabber>(monitor_, configuration_.showsCursor);
+    grabber_ = std::make_unique<ScreenGrabber>(monitor_, configuration_.showsCursor, leftOut_);
     if (!*grabber_) return notReadable;
     painter_ =
         std::make_unique<ImagePainter>(PixelSize{monitor_.width, monitor_.height},
@@ -124,9 +130,13 @@ class XScreenStream::Run {
         continue;
       }
       due = now + interval_;
+      bool sent = false;
       if (drawn || grabber_->cursorChanged()) {
-        if (auto error = sendImage()) return error;
-        drawn = idle = false;
+        if (auto error = sendImage(sent)) return error;
+        drawn = false;
+      }
+      if (sent) {
+        idle = false;
       } else {
         if (!std::exchange(idle, true)) {
           deliver({true, nullptr, static_cast<int>(FrameStatus::idle)});
@@ -146,10 +156,13 @@ class XScreenStream::Run {
     return std::nullopt;
   }
 
-  std::optional<PlatformError> sendImage() {
+  /// Nothing is sent when what was drawn is not to be seen.
+  std::optional<PlatformError> sendImage(bool& sent) {
     const auto changed = grabber_->grab();
     if (!changed)
       return layoutError().value_or(grabber_->connection() ? displayChanged : serverGone);
+    sent = !changed->empty();
+    if (!sent) return std::nullopt;
     const auto image = painter_->paint(grabber_->pixels(), grabber_->stride(), *changed);
     deliver({true, image, static_cast<int>(FrameStatus::complete)});
     return std::nullopt;
@@ -179,6 +192,7 @@ class XScreenStream::Run {
 
   DisplayId display_;
   StreamConfiguration configuration_;
+  const OwnWindows* leftOut_;
   nanoseconds interval_;
   std::function<void(PlatformError)> onStopped_;
   Descriptor wake_;
@@ -196,8 +210,11 @@ class XScreenStream::Run {
 };
 
 XScreenStream::XScreenStream(const ContentFilter& filter, const StreamConfiguration& configuration,
+                             const OwnWindows& ownWindows,
                              std::function<void(PlatformError)> onStopped)
-    : run_(std::make_shared<Run>(filter.display.displayID, configuration, std::move(onStopped))) {}
+    : run_(std::make_shared<Run>(filter.display.displayID, configuration,
+                                 leavesOutThisProgram(filter) ? &ownWindows : nullptr,
+                                 std::move(onStopped))) {}
 
 XScreenStream::~XScreenStream() {
   run_->stop(nullptr);

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "platform/ScreenCapture.h"
+#include "platform/linux/x11/OwnWindows.h"
 
 namespace vesk::x11 {
 
@@ -11,12 +12,16 @@ namespace vesk::x11 {
 /// is drawn, looks at the pointer once per frame, and sends at most one image per frame. When
 /// nothing has changed any more it says so once, by an idle sample.
 ///
+/// When this program is among the applications to be left out, so are its own windows: what lies
+/// beneath them is shown.
+///
 /// The stream ends by itself when its monitor changes its size or place or is turned off, and when
 /// the server is gone. It may be destroyed on its own thread.
 class XScreenStream final : public ScreenStream {
  public:
+  /// `ownWindows` outlives the stream.
   XScreenStream(const ContentFilter& filter, const StreamConfiguration& configuration,
-                std::function<void(PlatformError)> onStopped);
+                const OwnWindows& ownWindows, std::function<void(PlatformError)> onStopped);
   ~XScreenStream() override;
   XScreenStream(const XScreenStream&) = delete;
   XScreenStream& operator=(const XScreenStream&) = delete;

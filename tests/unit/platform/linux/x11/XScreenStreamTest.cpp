@@ -107,7 +107,7 @@ class XScreenStreamTest : public ::testing::Test {
     configuration.showsCursor = cursor;
     ContentFilter filter;
     filter.display.displayID = XDisplays().mainDisplay();
-    auto stream = XScreenCapture().makeStream(
+    auto stream = XScreenCapture(ownWindows).makeStream(
         filter, configuration, [this](const PlatformError& error) { received.fail(error); });
     stream->addOutput([this](const auto& sample, auto) { received.add(sample); }, queue);
     return stream;
@@ -127,6 +127,7 @@ class XScreenStreamTest : public ::testing::Test {
 
   XServer server;
   DisplayVariable variable{server.display()};
+  OwnWindows ownWindows;
   Received received;
   ThreadQueue queue{"test.samples"};
 };
@@ -230,7 +231,8 @@ TEST_F(XScreenStreamTest, FailsForADisplayThatIsNotThere) {
   StreamConfiguration configuration;
   ContentFilter filter;
   filter.display.displayID = 999'999;
-  XScreenStream stream(filter, configuration, [](const auto&) { ADD_FAILURE(); });
+  XScreenStream stream(filter, configuration, ownWindows,
+                       [](const auto&) { ADD_FAILURE(); });
   const auto error = start(stream);
   ASSERT_TRUE(error);
   EXPECT_EQ(error->localizedDescription, "The display was turned off or unplugged.");
@@ -260,7 +262,7 @@ TEST_F(XScreenStreamTest, ReachesAViewerAsVideo) {
   SystemClock clock;
   LinuxProcesses processes;
   XDisplays displays;
-  XScreenCapture screenCapture;
+  XScreenCapture screenCapture(ownWindows);
   X264Compression compression;
   const auto capturer = std::make_shared<Capturer>(
       Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});

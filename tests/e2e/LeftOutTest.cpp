@@ -1,0 +1,218 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "e2e/TwinDesktops.h"
+
+namespace vesk::testing {
+namespace {
+
+using Kind = PresenceDesktop::Kind;
+using x11::PixelRect;
+
+constexpr PixelRect beneathTheAlert{300, 220, 120, 90};
+constexpr PixelRect acrossTheAlert{150, 150, 250, 200};
+constexpr PixelRect beneathTheStrip{180, 2, 200, 60};
+constexpr PixelRect atTheEdge{-40, 300, 200, 150};
+
+/// For a person to look at, where a test has failed.
+void keepPicture(const Pixels& pixels, const std::string& name) {
+  const char* const folder = std::getenv("VESK_TEST_PICTURES");
+  if (folder == nullptr) return;
+  std::ofstream file(std::string(folder) + "/" + name + ".ppm", std::ios::binary);
+  file << "P6\n" << TwinDesktops::width << " " << TwinDesktops::height << "\n255\n";
+  for (const std::uint32_t pixel : pixels) {
+    file.put(static_cast<char>(pixel >> 16)).put(static_cast<char>(pixel >> 8));
+    file.put(static_cast<char>(pixel));
+  }
+}
+
+class LeftOutTest : public ::testing::TestWithParam<Kind> {
+ protected:
+  /// Shadows, which a compositor that draws them is the only one to know of.
+  bool hasShadows() const { return GetParam() == Kind::xfwm4Compositing; }
+
+  void expectTheSame(const std::string& step) {
+    const int pixels = hasShadows() ? 16'000 : 0;
+    const int levels = hasShadows() ? 64 : 0;
+    const auto left = twins.settledDifference(pixels, levels);
+    const bool same = left.pixels <= pixels && left.most <= levels;
+    EXPECT_TRUE(same) << step << ": " << left.pixels << " pixels differ by up to " << left.most
+                      << " within " << left.area.width << "x" << left.area.height << "+"
+                      << left.area.x << "+" << left.area.y;
+    RecordProperty(step, left.pixels);
+    EXPECT_EQ(twins.ownPixelsSeen(), 0) << step;
+    const auto* const info = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string name = std::string(info->name()) + "-" + step;
+    std::ranges::replace(name, '/', '-');
+    if (!same) keepPicture(twins.grabbed(), name);
+    if (!same) keepPicture(twins.reference(), name + "-expected");
+  }
+
+  TwinDesktops twins{GetParam()};
+};
+
+TEST_P(LeftOutTest, ShowsWhatLiesBeneathWindowsThatOpenLater) {
+  twins.open(acrossTheAlert, {0x40c040});
+  twins.open(beneathTheStrip, {0xc0c040});
+  twins.capture();
+  expectTheSame("before");
+  twins.openAllOwn();
+  expectTheSame("open");
+  twins.closeAllOwn();
+  expectTheSame("closed");
+  twins.openAllOwn();
+  expectTheSame("again");
+}
+
+TEST_P(LeftOutTest, FollowsWhatIsDrawnBeneath) {
+  const int small = twins.open(beneathTheAlert, {0x4040c0});
+  const int top = twins.open(beneathTheStrip, {0xc0c040});
+  const int side = twins.open(atTheEdge, {0x808080});
+  twins.capture();
+  twins.openAllOwn();
+  expectTheSame("open");
+  twins.draw(small, {10, 10, 40, 30}, 0xf0f0f0);
+  expectTheSame("drawn beneath the alert");
+  twins.draw(top, {30, 5, 100, 12}, 0x202020);
+  expectTheSame("drawn beneath the strip");
+  twins.draw(side, {38, 20, 9, 60}, 0xffff00);
+  expectTheSame("drawn beneath the edge");
+  for (int i = 0; i < 20; ++i) {
+    twins.draw(small, {i * 5, i * 4, 5, 4}, 0x00ff00U + static_cast<unsigned>(i));
+    expectTheSame("stroke " + std::to_string(i));
+  }
+}
+
+TEST_P(LeftOutTest, FollowsWindowsThatMoveBeneath) {
+  const int moving = twins.open(acrossTheAlert, {0x40c040});
+  const int other = twins.open(beneathTheAlert, {0x4040c0});
+  twins.draw(moving, {20, 20, 50, 150}, 0xf08020);
+  twins.capture();
+  twins.openAllOwn();
+  expectTheSame("open");
+  for (int i = 0; i < 10; ++i) {
+    twins.move(moving, {150 + i * 30, 150 - i * 15, 250, 200});
+    expectTheSame("step " + std::to_string(i));
+  }
+  twins.raise(moving);
+  expectTheSame("raised");
+  twins.raise(other);
+  expectTheSame("covered");
+  twins.move(moving, {240, 180, 330, 190});
+  expectTheSame("resized");
+  twins.close(other);
+  expectTheSame("closed");
+  twins.unmap(moving);
+  expectTheSame("unmapped");
+  twins.open({270, 210, 200, 120}, {0xc04040});
+  expectTheSame("opened");
+}
+
+TEST_P(LeftOutTest, ShowsEveryKindOfWindowBeneath) {
+  const int cut = twins.open({260, 180, 100, 120}, {0x40c040});
+  twins.cutOff(cut, {10, 15, 60, 80});
+  twins.open({380, 230, 80, 60}, {.colour = 0xc0c040, .border = 6});
+  twins.open({430, 200, 90, 120}, {.colour = 0x80402010, .alpha = true});
+  twins.capture();
+  twins.openAllOwn();
+  expectTheSame("open");
+  twins.cutOff(cut, {0, 40, 100, 40});
+  expectTheSame("cut otherwise");
+  twins.open({535, 280, 200, 120}, {.colour = 0x5090a0, .managed = true});
+  expectTheSame("managed");
+}
+
+TEST_P(LeftOutTest, FollowsOwnWindowsThatMoveAndClose) {
+  twins.open(acrossTheAlert, {0x40c040});
+  twins.capture();
+  const auto strip = twins.openOwn({200, 0, 400, 26});
+  const auto alert = twins.openOwn({250, 200, 300, 150}, true);
+  expectTheSame("open");
+  for (int i = 1; i < 8; ++i) {
+    twins.moveOwn(strip, 200 - i * 20, i * 25);
+    twins.moveOwn(alert, 250 + i * 20, 200 - i * 10);
+    expectTheSame("step " + std::to_string(i));
+  }
+  twins.closeOwn(alert);
+  expectTheSame("alert closed");
+  twins.closeOwn(strip);
+  expectTheSame("strip closed");
+}
+
+TEST_P(LeftOutTest, LeavesOutWindowsThatWereThereBefore) {
+  twins.open(acrossTheAlert, {0x40c040});
+  twins.openAllOwn();
+  twins.capture();
+  const auto left = twins.settledDifference(hasShadows() ? 16'000 : 0, hasShadows() ? 64 : 0);
+  EXPECT_LE(left.pixels, hasShadows() ? 16'000 : 0) << left.area.x << " " << left.area.y;
+  const auto pixels = twins.grabbed();
+  EXPECT_EQ(std::ranges::count(pixels, TwinDesktops::ownColour), 0);
+}
+
+TEST_P(LeftOutTest, ShowsTheWallpaperBeneath) {
+  const int window = twins.open(acrossTheAlert, {0x40c040});
+  twins.setWallpaper(0x60a0e0);
+  twins.capture();
+  expectTheSame("before");
+  twins.openAllOwn();
+  expectTheSame("open");
+  twins.close(window);
+  expectTheSame("uncovered");
+  twins.setWallpaper(0xe0a060);
+  expectTheSame("replaced");
+}
+
+std::string nameOf(const ::testing::TestParamInfo<Kind>& info) {
+  switch (info.param) {
+    case Kind::bare:
+      return "Bare";
+    case Kind::openbox:
+      return "Openbox";
+    case Kind::openboxPicom:
+      return "OpenboxPicom";
+    case Kind::xfwm4:
+      return "Xfwm4";
+    case Kind::xfwm4Compositing:
+      return "Xfwm4Compositing";
+  }
+  return "";
+}
+
+INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutTest,
+                         ::testing::Values(Kind::bare, Kind::openbox, Kind::openboxPicom,
+                                           Kind::xfwm4, Kind::xfwm4Compositing),
+                         nameOf);
+
+class LeftOutWithoutCompositorTest : public ::testing::TestWithParam<Kind> {
+ protected:
+  TwinDesktops twins{GetParam()};
+};
+
+TEST_P(LeftOutWithoutCompositorTest, ShowsTheRootWindowBeneath) {
+  const int window = twins.open(beneathTheAlert, {0x40c040});
+  twins.paintRoot({220, 180, 360, 20}, 0xf08020);
+  twins.paintRoot({0, 100, 8, 50}, 0xf08020);
+  twins.capture();
+  twins.openAllOwn();
+  EXPECT_TRUE(twins.settledDifference().isNone());
+  twins.close(window);
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "a background that no one ever saw";
+  EXPECT_EQ(twins.ownPixelsSeen(), 0);
+}
+
+TEST_P(LeftOutWithoutCompositorTest, DoesNothingWhileNothingHappens) {
+  twins.open(acrossTheAlert, {0x40c040});
+  twins.capture();
+  twins.openAllOwn();
+  ASSERT_TRUE(twins.settledDifference().isNone());
+  ASSERT_TRUE(PresenceDesktop::waitUntil([&] { return twins.isQuiet(300); }));
+  EXPECT_TRUE(twins.isQuiet(1000));
+}
+
+INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutWithoutCompositorTest,
+                         ::testing::Values(Kind::bare, Kind::openbox, Kind::xfwm4), nameOf);
+
+}  // namespace
+}  // namespace vesk::testing

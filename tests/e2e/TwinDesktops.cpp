@@ -1,0 +1,341 @@
+#include "e2e/TwinDesktops.h"
+
+#include <poll.h>
+#include <xcb/composite.h>
+#include <xcb/shape.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstring>
+
+#include "platform/linux/x11/OverlayShapes.h"
+#include "platform/linux/x11/Properties.h"
+#include "platform/linux/x11/Randr.h"
+
+namespace vesk::testing {
+namespace {
+
+using x11::PixelRect;
+using x11::ReplyPtr;
+
+const std::string screenSize =
+    std::to_string(TwinDesktops::width) + "x" + std::to_string(TwinDesktops::height) + "x24";
+
+xcb_rectangle_t rectangle(const PixelRect& rect) {
+  return {static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
+          static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height)};
+}
+
+void fill(xcb_connection_t* c, xcb_drawable_t target, const PixelRect& area, std::uint32_t colour) {
+  const xcb_gcontext_t context = xcb_generate_id(c);
+  xcb_create_gc(c, context, target, XCB_GC_FOREGROUND, &colour);
+  const auto rect = rectangle(area);
+  xcb_poly_fill_rectangle(c, target, context, 1, &rect);
+  xcb_free_gc(c, context);
+}
+
+xcb_visualid_t alphaVisual(xcb_connection_t* c) {
+  const auto* const screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+  for (auto depth = xcb_screen_allowed_depths_iterator(screen); depth.rem > 0;
+       xcb_depth_next(&depth)) {
+    if (depth.data->depth == 32) return xcb_depth_visuals_iterator(depth.data).data->visual_id;
+  }
+  return XCB_NONE;
+}
+
+/// In the order of the mask's bits: background, border, override-redirect, colour map.
+xcb_window_t makeWindow(xcb_connection_t* c, const PixelRect& frame,
+                        const TwinDesktops::Look& look) {
+  const auto* const screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+  const xcb_window_t window = xcb_generate_id(c);
+  xcb_colormap_t colormap = screen->default_colormap;
+  if (look.alpha) {
+    colormap = xcb_generate_id(c);
+    xcb_create_colormap(c, XCB_COLORMAP_ALLOC_NONE, colormap, screen->root, alphaVisual(c));
+  }
+  const std::array<std::uint32_t, 4> values{look.colour, 0x123456, look.managed ? 0U : 1U,
+                                            colormap};
+  xcb_create_window(
+      c, look.alpha ? 32 : XCB_COPY_FROM_PARENT, window, screen->root,
+      static_cast<std::int16_t>(frame.x), static_cast<std::int16_t>(frame.y),
+      static_cast<std::uint16_t>(frame.width), static_cast<std::uint16_t>(frame.height),
+      static_cast<std::uint16_t>(look.border), XCB_WINDOW_CLASS_INPUT_OUTPUT,
+      look.alpha ? alphaVisual(c) : XCB_COPY_FROM_PARENT,
+      XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP,
+      values.data());
+  // Where it is asked to be, and the focus stays where it is.
+  constexpr std::uint32_t userPosition = 1;
+  std::array<std::uint32_t, 18> sizeHints{userPosition};
+  xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NORMAL_HINTS,
+                      XCB_ATOM_WM_SIZE_HINTS, 32, 18, sizeHints.data());
+  constexpr std::uint32_t inputHint = 1;
+  std::array<std::uint32_t, 9> hints{inputHint, 0};
+  xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, 32, 9,
+                      hints.data());
+  return window;
+}
+
+/// Whether somebody keeps the contents of windows off the screen, to draw them himself.
+bool isComposed(xcb_connection_t* c) {
+  const ReplyPtr<xcb_composite_query_version_reply_t> version(
+      xcb_composite_query_version_reply(c, xcb_composite_query_version(c, 0, 4), nullptr));
+  const xcb_window_t window = makeWindow(c, {-5, -5, 1, 1}, {});
+  xcb_map_window(c, window);
+  const xcb_pixmap_t pixmap = xcb_generate_id(c);
+  const ReplyPtr<xcb_generic_error_t> refused(
+      xcb_request_check(c, xcb_composite_name_window_pixmap_checked(c, window, pixmap)));
+  xcb_destroy_window(c, window);
+  xcb_flush(c);
+  return refused == nullptr;
+}
+
+}  // namespace
+
+Difference difference(const Pixels& a, const Pixels& b, int width) {
+  Difference result;
+  int left = width;
+  int top = -1;
+  int right = 0;
+  int bottom = 0;
+  for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
+    if (a[i] == b[i]) continue;
+    ++result.pixels;
+    for (const unsigned shift : {0U, 8U, 16U}) {
+      const int level =
+          static_cast<int>(a[i] >> shift & 255U) - static_cast<int>(b[i] >> shift & 255U);
+      result.most = std::max(result.most, std::abs(level));
+    }
+    const int x = static_cast<int>(i) % width;
+    const int y = static_cast<int>(i) / width;
+    left = std::min(left, x);
+    right = std::max(right, x + 1);
+    if (top < 0) top = y;
+    bottom = y + 1;
+  }
+  if (result.pixels > 0) result.area = {left, top, right - left, bottom - top};
+  return result;
+}
+
+template <typename Do>
+void TwinDesktops::onBoth(Do what) {
+  for (auto& side : sides_) {
+    what(side);
+    xcb_flush(side.connection());
+  }
+}
+
+TwinDesktops::TwinDesktops(PresenceDesktop::Kind kind)
+    : captured_(kind, screenSize),
+      other_(kind, screenSize),
+      sides_{Side{&captured_, {}}, Side{&other_, {}}},
+      display_(captured_.server().display()) {
+  setRootColour(0x305070);
+  // A compositor is there before it does anything.
+  onBoth([](Side& side) {
+    if (side.desktop->composited() &&
+        !PresenceDesktop::waitUntil([&] { return isComposed(side.connection()); })) {
+      throw std::runtime_error("the compositor does nothing");
+    }
+  });
+}
+
+TwinDesktops::~TwinDesktops() = default;
+
+int TwinDesktops::open(const PixelRect& frame, const Look& look) {
+  const int number = nextWindow_++;
+  onBoth([&](Side& side) {
+    const xcb_window_t window = makeWindow(side.connection(), frame, look);
+    side.windows[number] = window;
+    xcb_map_window(side.connection(), window);
+    xcb_flush(side.connection());
+    // One after the other, so that window managers stack them alike.
+    PresenceDesktop::waitUntil([&] { return side.desktop->isShown(window); });
+  });
+  return number;
+}
+
+void TwinDesktops::move(int window, const PixelRect& frame) {
+  const std::array<std::uint32_t, 4> values{
+      static_cast<std::uint32_t>(frame.x), static_cast<std::uint32_t>(frame.y),
+      static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height)};
+  onBoth([&](Side& side) {
+    xcb_configure_window(side.connection(), side.windows[window],
+                         XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
+                             XCB_CONFIG_WINDOW_HEIGHT,
+                         values.data());
+  });
+}
+
+void TwinDesktops::raise(int window) {
+  const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+  onBoth([&](Side& side) {
+    xcb_configure_window(side.connection(), side.windows[window], XCB_CONFIG_WINDOW_STACK_MODE,
+                         &above);
+  });
+  // The own windows come back to the top, as the program sees to.
+  for (const xcb_window_t own : ownOpen_) {
+    xcb_configure_window(captured_.connection(), own, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+  }
+  xcb_flush(captured_.connection());
+}
+
+void TwinDesktops::unmap(int window) {
+  onBoth([&](Side& side) { xcb_unmap_window(side.connection(), side.windows[window]); });
+}
+
+void TwinDesktops::close(int window) {
+  onBoth([&](Side& side) { xcb_destroy_window(side.connection(), side.windows[window]); });
+}
+
+void TwinDesktops::cutOff(int window, const PixelRect& visible) {
+  const auto rect = rectangle(visible);
+  onBoth([&](Side& side) {
+    xcb_shape_rectangles(side.connection(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING,
+                         XCB_CLIP_ORDERING_UNSORTED, side.windows[window], 0, 0, 1, &rect);
+  });
+}
+
+void TwinDesktops::draw(int window, const PixelRect& area, std::uint32_t colour) {
+  onBoth([&](Side& side) { fill(side.connection(), side.windows[window], area, colour); });
+}
+
+void TwinDesktops::paintRoot(const PixelRect& area, std::uint32_t colour) {
+  onBoth([&](Side& side) { fill(side.connection(), side.desktop->root(), area, colour); });
+}
+
+void TwinDesktops::setRootColour(std::uint32_t colour) {
+  onBoth([&](Side& side) {
+    auto* const c = side.connection();
+    xcb_change_window_attributes(c, side.desktop->root(), XCB_CW_BACK_PIXEL, &colour);
+    xcb_clear_area(c, 0, side.desktop->root(), 0, 0, 0, 0);
+  });
+}
+
+void TwinDesktops::setWallpaper(std::uint32_t colour) {
+  onBoth([&](Side& side) {
+    auto* const c = side.connection();
+    const xcb_pixmap_t pixmap = xcb_generate_id(c);
+    xcb_create_pixmap(c, 24, pixmap, side.desktop->root(), width, height);
+    for (int x = 0; x < width; x += 20) {
+      fill(c, pixmap, {x, 0, 20, height}, x % 40 == 0 ? colour : colour / 2);
+    }
+    xcb_change_window_attributes(c, side.desktop->root(), XCB_CW_BACK_PIXMAP, &pixmap);
+    xcb_clear_area(c, 0, side.desktop->root(), 0, 0, 0, 0);
+    for (const auto* const name : {"_XROOTPMAP_ID", "ESETROOT_PMAP_ID"}) {
+      xcb_change_property(c, XCB_PROP_MODE_REPLACE, side.desktop->root(), x11::atom(c, name),
+                          XCB_ATOM_PIXMAP, 32, 1, &pixmap);
+    }
+  });
+}
+
+xcb_window_t TwinDesktops::openOwn(const PixelRect& frame, bool managed) {
+  auto* const c = captured_.connection();
+  const xcb_window_t window = makeWindow(c, frame, {ownColour, managed});
+  if (managed) {
+    x11::setAtoms(c, window, "_NET_WM_STATE", {"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY"});
+  } else {
+    x11::setAtoms(c, window, "_NET_WM_WINDOW_TYPE", {"_NET_WM_WINDOW_TYPE_DOCK"});
+  }
+  ownWindows_.add(window);
+  ownOpen_.push_back(window);
+  xcb_map_window(c, window);
+  xcb_flush(c);
+  PresenceDesktop::waitUntil([&] { return captured_.isShown(window); });
+  return window;
+}
+
+void TwinDesktops::moveOwn(xcb_window_t window, int x, int y) {
+  const std::array<std::uint32_t, 2> values{static_cast<std::uint32_t>(x),
+                                            static_cast<std::uint32_t>(y)};
+  xcb_configure_window(captured_.connection(), window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y,
+                       values.data());
+  xcb_flush(captured_.connection());
+}
+
+void TwinDesktops::closeOwn(xcb_window_t window) {
+  xcb_destroy_window(captured_.connection(), window);
+  xcb_flush(captured_.connection());
+  ownWindows_.remove(window);
+  std::erase(ownOpen_, window);
+}
+
+void TwinDesktops::openAllOwn() {
+  for (const auto& edge : x11::borderEdges({0, 0, width, height}, 8)) openOwn(edge);
+  openOwn({200, 0, 400, 26});
+  openOwn({250, 200, 300, 150}, true);
+}
+
+void TwinDesktops::closeAllOwn() {
+  while (!ownOpen_.empty()) closeOwn(ownOpen_.back());
+}
+
+void TwinDesktops::capture() {
+  // The windows here do not draw themselves anew when they are uncovered. Capturing makes the
+  // server keep what they show, so it has to on both sides.
+  auto* const c = other_.connection();
+  const ReplyPtr<xcb_composite_query_version_reply_t> version(
+      xcb_composite_query_version_reply(c, xcb_composite_query_version(c, 0, 4), nullptr));
+  xcb_composite_redirect_subwindows(c, other_.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+  grabber_ = std::make_unique<x11::ScreenGrabber>(x11::monitors(x11::Connection()).at(0), false,
+                                                  &ownWindows_);
+  if (!*grabber_ || !take()) throw std::runtime_error("the screen cannot be captured");
+}
+
+bool TwinDesktops::take() {
+  const auto changed = grabber_->grab();
+  if (!changed) return false;
+  if (!changed->empty()) ++imagesTaken_;
+  const auto pixels = grabbed();
+  ownPixelsSeen_ += static_cast<int>(std::ranges::count(pixels, ownColour));
+  return true;
+}
+
+Difference TwinDesktops::settledDifference(int pixels, int most) {
+  using namespace std::chrono;
+  const auto deadline = steady_clock::now() + seconds(8);
+  Difference left;
+  do {
+    const auto news = grabber_->readEvents();
+    if (!news) throw std::runtime_error("the server is gone");
+    if (news->drawn && !take()) throw std::runtime_error("the screen cannot be read");
+    left = difference(grabbed(), reference(), width);
+    if (left.pixels <= pixels && left.most <= std::max(most, left.pixels == 0 ? 0 : most)) {
+      return left;
+    }
+    pollfd waiting{grabber_->descriptor(), POLLIN, 0};
+    ::poll(&waiting, 1, 20);  // the other desktop may be the one that is not ready yet
+  } while (steady_clock::now() < deadline);
+  return left;
+}
+
+bool TwinDesktops::isQuiet(int milliseconds) {
+  while (const auto news = grabber_->readEvents()) {
+    if (!news->drawn) break;
+    take();
+  }
+  pollfd waiting{grabber_->descriptor(), POLLIN, 0};
+  return ::poll(&waiting, 1, milliseconds) == 0;
+}
+
+Pixels TwinDesktops::reference() {
+  const ReplyPtr<xcb_get_image_reply_t> image(
+      xcb_get_image_reply(other_.connection(),
+                          xcb_get_image(other_.connection(), XCB_IMAGE_FORMAT_Z_PIXMAP,
+                                        other_.root(), 0, 0, width, height, ~0U),
+                          nullptr));
+  Pixels pixels(static_cast<std::size_t>(width * height));
+  if (image == nullptr) return pixels;
+  std::memcpy(pixels.data(), xcb_get_image_data(image.get()), pixels.size() * 4);
+  for (auto& pixel : pixels) pixel &= 0xffffff;
+  return pixels;
+}
+
+Pixels TwinDesktops::grabbed() const {
+  Pixels pixels(static_cast<std::size_t>(width * height));
+  std::memcpy(pixels.data(), grabber_->pixels(), pixels.size() * 4);
+  for (auto& pixel : pixels) pixel &= 0xffffff;
+  return pixels;
+}
+
+}  // namespace vesk::testing
