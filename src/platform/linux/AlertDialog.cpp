@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QWindow>
+#include <chrono>
 
 #include "platform/linux/AlertIcon.h"
 #include "platform/linux/AlertText.h"
@@ -56,6 +57,10 @@ AlertDialog::AlertDialog()
   bold.setBold(true);
   bold.setPointSizeF(bold.pointSizeF() * 1.15);
   message_->setFont(bold);
+  untilInSight_.setInterval(std::chrono::seconds(1));
+  connect(&untilInSight_, &QTimer::timeout, this, [this] {
+    if (onMissing) onMissing();
+  });
   layOut();
 }
 
@@ -101,8 +106,14 @@ void AlertDialog::showEvent(QShowEvent* event) {
   QDialog::showEvent(event);
   if (!buttons_.empty()) buttons_.front()->setFocus(Qt::TabFocusReason);
   windowHandle()->installEventFilter(this);
+  untilInSight_.start();
   QAccessibleEvent alert(this, QAccessible::Alert);
   QAccessible::updateAccessibility(&alert);
+}
+
+void AlertDialog::changeEvent(QEvent* event) {
+  QDialog::changeEvent(event);
+  if (event->type() == QEvent::WindowStateChange && isMinimized() && onMissing) onMissing();
 }
 
 bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
@@ -110,6 +121,7 @@ bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::Expose:
       if (!windowHandle()->isExposed()) break;
       if (!sinceInSight_.isValid()) sinceInSight_.start();
+      untilInSight_.stop();
       if (onExposed) onExposed();
       break;
     case QEvent::FocusIn:
