@@ -1,6 +1,7 @@
 #include "platform/linux/AlertDialog.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QKeyEvent>
@@ -9,6 +10,7 @@
 #include <QWindow>
 #include <chrono>
 
+#include "platform/linux/AlertColours.h"
 #include "platform/linux/AlertIcon.h"
 #include "platform/linux/AlertText.h"
 
@@ -57,6 +59,7 @@ AlertDialog::AlertDialog()
   bold.setBold(true);
   bold.setPointSizeF(bold.pointSizeF() * 1.15);
   message_->setFont(bold);
+  connect(qApp, &QApplication::focusChanged, this, [this] { markDefaultButton(); });
   untilInSight_.setInterval(std::chrono::seconds(1));
   connect(&untilInSight_, &QTimer::timeout, this, [this] {
     if (onMissing) onMissing();
@@ -102,10 +105,18 @@ void AlertDialog::layOut() {
   grid->setSizeConstraint(QLayout::SetFixedSize);
 }
 
+/// The focus takes the default along, so one look tells what Return does.
+void AlertDialog::markDefaultButton() {
+  for (auto* const button : buttons_) {
+    button->setPalette(button->isDefault() ? defaultButtonPalette(palette()) : palette());
+  }
+}
+
 void AlertDialog::showEvent(QShowEvent* event) {
   QDialog::showEvent(event);
   if (!buttons_.empty()) buttons_.front()->setFocus(Qt::TabFocusReason);
   windowHandle()->installEventFilter(this);
+  markDefaultButton();
   untilInSight_.start();
   QAccessibleEvent alert(this, QAccessible::Alert);
   QAccessible::updateAccessibility(&alert);

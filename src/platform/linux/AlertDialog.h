@@ -45,6 +45,7 @@ class AlertDialog final : public QDialog {
 
  private:
   void layOut();
+  void markDefaultButton();
   bool keysCount() const;
 
   QLabel* message_;
