@@ -26,13 +26,26 @@ std::array<Descriptor, 2> makePipe() {
   return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
+/// The last property that it sets up when it starts; one that is starting may lose windows.
+std::string signOfLife(PresenceDesktop::Kind kind) {
+  const bool openbox =
+      kind == PresenceDesktop::Kind::openbox || kind == PresenceDesktop::Kind::openboxPicom;
+  return openbox ? "_NET_CLIENT_LIST" : "_NET_SUPPORTING_WM_CHECK";
+}
+
 }  // namespace
+
+int patience() {
+  const char* const seconds = std::getenv("VESK_PATIENCE");
+  return 1000 * (seconds == nullptr ? 30 : std::atoi(seconds));
+}
 
 PresenceWindow::PresenceWindow(std::vector<std::string> environment) {
   auto [commandsOut, commandsIn] = makePipe();
   auto [linesOut, linesIn] = makePipe();
-  const std::string shell =
-      "exec \"$0\" <&" + std::to_string(commandsOut.get()) + " >&" + std::to_string(linesIn.get());
+  // Not every shell takes a descriptor of two digits.
+  const std::string shell = "exec \"$0\" </proc/self/fd/" + std::to_string(commandsOut.get()) +
+                            " >/proc/self/fd/" + std::to_string(linesIn.get());
   process_ = std::make_unique<ChildProcess>(
       std::vector<std::string>{"sh", "-c", shell, VESK_PRESENCE_WINDOW}, std::move(environment),
       std::vector<int>{commandsOut.get(), linesIn.get()});
@@ -80,8 +93,7 @@ PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen)
     manager_ =
         std::make_unique<ChildProcess>(std::vector<std::string>{"xfwm4", compositor}, variables);
   }
-  if (kind != Kind::bare &&
-      !waitUntil([&] { return !property(root_, "_NET_SUPPORTING_WM_CHECK").empty(); })) {
+  if (kind != Kind::bare && !waitUntil([&] { return hasProperty(root_, signOfLife(kind)); })) {
     throw std::runtime_error("the window manager did not start");
   }
   if (kind == Kind::openboxPicom) startPicom();
@@ -115,16 +127,24 @@ void PresenceDesktop::stopPicom() {
   waitUntil([&] { return !composited(); });
 }
 
-std::uint32_t PresenceDesktop::pixel(int x, int y) {
+std::vector<std::uint32_t> PresenceDesktop::pixels(int x, int y, int width, int height) {
   const ReplyPtr<xcb_get_image_reply_t> image(xcb_get_image_reply(
       connection_,
       xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, root_, static_cast<std::int16_t>(x),
-                    static_cast<std::int16_t>(y), 1, 1, ~0U),
+                    static_cast<std::int16_t>(y), static_cast<std::uint16_t>(width),
+                    static_cast<std::uint16_t>(height), ~0U),
       nullptr));
-  if (image == nullptr) return 0xffffffff;
-  const std::uint8_t* bytes = xcb_get_image_data(image.get());
-  return bytes[0] | static_cast<std::uint32_t>(bytes[1]) << 8U |
-         static_cast<std::uint32_t>(bytes[2]) << 16U;
+  if (image == nullptr) return {};
+  const auto* const values =
+      reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(image.get()));
+  std::vector<std::uint32_t> result(values, values + std::ptrdiff_t{width} * height);
+  for (auto& value : result) value &= 0xffffffU;
+  return result;
+}
+
+std::uint32_t PresenceDesktop::pixel(int x, int y) {
+  const auto all = pixels(x, y, 1, 1);
+  return all.empty() ? 0xffffffff : all.front();
 }
 
 bool PresenceDesktop::waitForPixel(int x, int y, std::uint32_t colour, int tolerance) {
@@ -176,6 +196,13 @@ xcb_window_t PresenceDesktop::focus() {
   const ReplyPtr<xcb_get_input_focus_reply_t> reply(
       xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
   return reply == nullptr ? xcb_window_t{XCB_NONE} : reply->focus;
+}
+
+bool PresenceDesktop::hasProperty(xcb_window_t window, const std::string& name) {
+  const ReplyPtr<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+      connection_, xcb_get_property(connection_, 0, window, atomOf(name), XCB_ATOM_ANY, 0, 0),
+      nullptr));
+  return reply != nullptr && reply->type != XCB_NONE;
 }
 
 std::vector<std::uint32_t> PresenceDesktop::property(xcb_window_t window, const std::string& name) {
@@ -233,21 +260,76 @@ xcb_window_t PresenceDesktop::makeWindow(int x, int y, int width, int height, st
   return window;
 }
 
-void PresenceDesktop::makeFullScreen(xcb_window_t window) {
-  for (const auto& state : {"_NET_WM_STATE_FULLSCREEN", "_NET_WM_STATE_ABOVE"}) {
-    xcb_client_message_event_t message{};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = window;
-    message.type = atomOf("_NET_WM_STATE");
-    message.data.data32[0] = 1;
-    message.data.data32[1] = atomOf(state);
-    message.data.data32[3] = 1;
-    xcb_send_event(connection_, 0, root_,
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char*>(&message));
-  }
+void PresenceDesktop::destroyWindow(xcb_window_t window) {
+  xcb_destroy_window(connection_, window);
   xcb_flush(connection_);
+}
+
+void PresenceDesktop::makeFullScreen(xcb_window_t window) {
+  for (const auto* const state : {"_NET_WM_STATE_FULLSCREEN", "_NET_WM_STATE_ABOVE"}) {
+    tellRoot(window, "_NET_WM_STATE", {1, atomOf(state), 0, 1, 0});
+  }
+}
+
+void PresenceDesktop::tellRoot(xcb_window_t about, const std::string& type,
+                               std::array<std::uint32_t, 5> data) {
+  xcb_client_message_event_t message{};
+  message.response_type = XCB_CLIENT_MESSAGE;
+  message.format = 32;
+  message.window = about;
+  message.type = atomOf(type);
+  std::ranges::copy(data, std::begin(message.data.data32));
+  xcb_send_event(connection_, 0, root_,
+                 XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                 reinterpret_cast<const char*>(&message));
+  xcb_flush(connection_);
+}
+
+void PresenceDesktop::tellWindow(xcb_window_t window, const std::string& protocol) {
+  xcb_client_message_event_t message{};
+  message.response_type = XCB_CLIENT_MESSAGE;
+  message.format = 32;
+  message.window = window;
+  message.type = atomOf("WM_PROTOCOLS");
+  message.data.data32[0] = atomOf(protocol);
+  xcb_send_event(connection_, 0, window, XCB_EVENT_MASK_NO_EVENT,
+                 reinterpret_cast<const char*>(&message));
+  xcb_flush(connection_);
+}
+
+void PresenceDesktop::goToWorkspace(std::uint32_t number) {
+  tellRoot(root_, "_NET_CURRENT_DESKTOP", {number, 0, 0, 0, 0});
+  waitUntil([&] { return property(root_, "_NET_CURRENT_DESKTOP") == std::vector{number}; });
+}
+
+void PresenceDesktop::setNumber(xcb_window_t window, const std::string& property,
+                                std::uint32_t value) {
+  xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, atomOf(property),
+                      XCB_ATOM_CARDINAL, 32, 1, &value);
+}
+
+void PresenceDesktop::setMonitor(const std::string& geometry) {
+  ChildProcess xrandr({"xrandr", "--setmonitor", "only", geometry, "screen"}, environment());
+  constexpr int nothing = 0;
+  if (xrandr.stop(nothing) != 0) throw std::runtime_error("the monitor could not be set");
+}
+
+xcb_window_t PresenceDesktop::topLevelAt(int x, int y) {
+  const ReplyPtr<xcb_translate_coordinates_reply_t> place(xcb_translate_coordinates_reply(
+      connection_,
+      xcb_translate_coordinates(connection_, root_, root_, static_cast<std::int16_t>(x),
+                                static_cast<std::int16_t>(y)),
+      nullptr));
+  return place == nullptr ? xcb_window_t{XCB_NONE} : place->child;
+}
+
+xcb_window_t PresenceDesktop::topLevelOf(xcb_window_t window) {
+  while (true) {
+    const ReplyPtr<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window), nullptr));
+    if (tree == nullptr || tree->parent == root_) return window;
+    window = tree->parent;
+  }
 }
 
 bool PresenceDesktop::pressArrives(xcb_window_t window, std::uint8_t button) {

@@ -2,6 +2,7 @@
 
 #include <xcb/xcb.h>
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -16,6 +17,10 @@
 
 namespace vesk::testing {
 
+/// Milliseconds far beyond what anything takes, also on a machine with much else to do. The
+/// environment variable VESK_PATIENCE sets another number of seconds.
+int patience();
+
 /// The program that shows alert and banner at a test's command; ended and waited for at the end.
 class PresenceWindow {
  public:
@@ -24,7 +29,7 @@ class PresenceWindow {
   void send(const std::string& command);
 
   /// The next line that it prints, or nothing when `limit` passes first.
-  std::optional<std::string> line(int limitInMilliseconds = 10'000);
+  std::optional<std::string> line(int limitInMilliseconds = patience());
 
   std::optional<std::string> ask(const std::string& command) {
     send(command);
@@ -58,6 +63,8 @@ class PresenceDesktop {
 
   /// A colour as 0xrrggbb, as the screen shows it.
   std::uint32_t pixel(int x, int y);
+  /// All of a rectangle, row by row.
+  std::vector<std::uint32_t> pixels(int x, int y, int width, int height);
 
   /// Waits until the pixel has that colour, give or take `tolerance` in each channel.
   bool waitForPixel(int x, int y, std::uint32_t colour, int tolerance = 2);
@@ -67,6 +74,7 @@ class PresenceDesktop {
   bool isShown(xcb_window_t window);
   xcb_window_t focus();
   std::vector<std::uint32_t> property(xcb_window_t window, const std::string& name);
+  bool hasProperty(xcb_window_t window, const std::string& name);
   int topLevelWindows();
 
   void key(std::uint32_t keysym);
@@ -75,20 +83,37 @@ class PresenceDesktop {
   /// A window of the test's own; `overrideRedirect` keeps the window manager out.
   xcb_window_t makeWindow(int x, int y, int width, int height, std::uint32_t colour,
                           bool overrideRedirect);
+  void destroyWindow(xcb_window_t window);
+
   /// Asks the window manager to show it over the whole screen and above the others.
   void makeFullScreen(xcb_window_t window);
+
+  /// A message as a pager or a window manager sends it, to the root window about another one.
+  void tellRoot(xcb_window_t about, const std::string& type, std::array<std::uint32_t, 5> data);
+  /// A message of the window manager's protocol to the window itself.
+  void tellWindow(xcb_window_t window, const std::string& protocol);
+
+  void goToWorkspace(std::uint32_t number);
+  void setNumber(xcb_window_t window, const std::string& property, std::uint32_t value);
+
+  /// Makes a part of the screen its only monitor: WIDTH/MILLIMETRESxHEIGHT/MILLIMETRES+X+Y.
+  void setMonitor(const std::string& geometry);
+
+  /// The top-level window that a click at that place would go to.
+  xcb_window_t topLevelAt(int x, int y);
+  xcb_window_t topLevelOf(xcb_window_t window);
 
   /// Whether a press of that button at that place reaches a window of the test's own.
   bool pressArrives(xcb_window_t window, std::uint8_t button);
 
-  static bool waitUntil(const std::function<bool()>& condition, int limitInMilliseconds = 10'000);
+  static bool waitUntil(const std::function<bool()>& condition,
+                        int limitInMilliseconds = patience());
 
   xcb_connection_t* connection() const { return connection_; }
   xcb_window_t root() const { return root_; }
-
- private:
   xcb_atom_t atomOf(const std::string& name);
 
+ private:
   Kind kind_;
   TemporaryFolder folder_;
   XServer server_;

@@ -1,13 +1,16 @@
 #include "platform/linux/AlertDialog.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QWindow>
+#include <chrono>
 
+#include "platform/linux/AlertColours.h"
 #include "platform/linux/AlertIcon.h"
 #include "platform/linux/AlertText.h"
 
@@ -56,6 +59,11 @@ AlertDialog::AlertDialog()
   bold.setBold(true);
   bold.setPointSizeF(bold.pointSizeF() * 1.15);
   message_->setFont(bold);
+  connect(qApp, &QApplication::focusChanged, this, [this] { markDefaultButton(); });
+  untilInSight_.setInterval(std::chrono::seconds(1));
+  connect(&untilInSight_, &QTimer::timeout, this, [this] {
+    if (onMissing) onMissing();
+  });
   layOut();
 }
 
@@ -97,12 +105,26 @@ void AlertDialog::layOut() {
   grid->setSizeConstraint(QLayout::SetFixedSize);
 }
 
+/// The focus takes the default along, so one look tells what Return does.
+void AlertDialog::markDefaultButton() {
+  for (auto* const button : buttons_) {
+    button->setPalette(button->isDefault() ? defaultButtonPalette(palette()) : palette());
+  }
+}
+
 void AlertDialog::showEvent(QShowEvent* event) {
   QDialog::showEvent(event);
   if (!buttons_.empty()) buttons_.front()->setFocus(Qt::TabFocusReason);
   windowHandle()->installEventFilter(this);
+  markDefaultButton();
+  untilInSight_.start();
   QAccessibleEvent alert(this, QAccessible::Alert);
   QAccessible::updateAccessibility(&alert);
+}
+
+void AlertDialog::changeEvent(QEvent* event) {
+  QDialog::changeEvent(event);
+  if (event->type() == QEvent::WindowStateChange && isMinimized() && onMissing) onMissing();
 }
 
 bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
@@ -110,6 +132,7 @@ bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::Expose:
       if (!windowHandle()->isExposed()) break;
       if (!sinceInSight_.isValid()) sinceInSight_.start();
+      untilInSight_.stop();
       if (onExposed) onExposed();
       break;
     case QEvent::FocusIn:

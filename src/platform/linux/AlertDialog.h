@@ -2,6 +2,7 @@
 
 #include <QDialog>
 #include <QElapsedTimer>
+#include <QTimer>
 #include <functional>
 #include <vector>
 
@@ -33,18 +34,25 @@ class AlertDialog final : public QDialog {
   /// Called each time the window comes into sight.
   std::function<void()> onExposed;
 
+  /// Called when the window should be in sight and is not: every second until it first is, and when
+  /// it was minimised. No list of windows shows it, so the person could not bring it back.
+  std::function<void()> onMissing;
+
  protected:
   void showEvent(QShowEvent* event) override;
+  void changeEvent(QEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   void layOut();
+  void markDefaultButton();
   bool keysCount() const;
 
   QLabel* message_;
   QLabel* informative_;
   QDialogButtonBox* buttonBox_;
   std::vector<QPushButton*> buttons_;
+  QTimer untilInSight_;
   QElapsedTimer sinceInSight_;
   QElapsedTimer sinceInFocus_;
 };

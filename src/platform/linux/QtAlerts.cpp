@@ -52,6 +52,7 @@ class QtAlerts::QtAlert final : public Alert {
     alerts_.ownWindows_.add(window_);
     x11::keepOnEveryWorkspace(window_);
     dialog_.onExposed = [this] { comeToTheFront(); };
+    dialog_.onMissing = [this] { x11::mapAgain(window_); };
     alerts_.modal_.push_back(&dialog_);
     alerts_.inputGate_.close();
     const int result = dialog_.exec();

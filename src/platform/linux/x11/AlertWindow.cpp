@@ -56,6 +56,13 @@ void keepOnEveryWorkspace(xcb_window_t window) {
   setCardinal(connection, window, "_NET_WM_DESKTOP", allWorkspaces);
 }
 
+void mapAgain(xcb_window_t window) {
+  auto* const connection = qtConnection();
+  if (connection == nullptr) return;
+  xcb_map_window(connection, window);
+  xcb_flush(connection);
+}
+
 void bringToTheFront(xcb_window_t window) {
   auto* const connection = qtConnection();
   if (connection == nullptr) return;

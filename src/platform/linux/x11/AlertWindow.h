@@ -9,6 +9,10 @@ namespace vesk::x11 {
 /// For a window that is not shown yet: on all workspaces, and in no task bar and no pager.
 void keepOnEveryWorkspace(xcb_window_t window);
 
+/// For a window that is to be seen and is not, whether a window manager that was just starting
+/// never heard of it or the person has minimised it: asks anew. Harmless for one in sight.
+void mapAgain(xcb_window_t window);
+
 /// For a window in sight: raises it and gives it the focus, whatever has it now.
 void bringToTheFront(xcb_window_t window);
 

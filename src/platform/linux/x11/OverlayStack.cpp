@@ -6,6 +6,7 @@
 #include <array>
 #include <optional>
 
+#include "platform/linux/x11/CompositorBypass.h"
 #include "platform/linux/x11/Properties.h"
 #include "platform/linux/x11/XOverlay.h"
 
@@ -31,6 +32,11 @@ std::optional<xcb_window_t> restacked(const xcb_generic_event_t& event) {
   }
 }
 
+/// Whether the server itself made the window: the one that a compositor shows its picture in.
+bool isServersOwn(const Connection& connection, xcb_window_t window) {
+  return (window & ~xcb_get_setup(connection.get())->resource_id_mask) == 0;
+}
+
 }  // namespace
 
 OverlayStack::OverlayStack()
@@ -41,6 +47,11 @@ OverlayStack::OverlayStack()
   if (!connection_) return;
   watchCompositor();
   watchWindows();
+}
+
+Composition OverlayStack::composition() const {
+  if (!composited_) return Composition::none;
+  return compositorAside_ ? Composition::bypassed : Composition::blended;
 }
 
 void OverlayStack::orderFront(XOverlay& overlay) {
@@ -72,6 +83,8 @@ void OverlayStack::watchCompositor() {
   const ReplyPtr<xcb_get_selection_owner_reply_t> owner(
       xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr));
   composited_ = owner != nullptr && owner->owner != XCB_NONE;
+  // The compositor's own window cannot be asked about without bringing it up.
+  compositorAside_ = asideIsGuess_ = composited_ && isCompositorLikelyAside(connection_);
 }
 
 void OverlayStack::watchWindows() {
@@ -89,20 +102,37 @@ void OverlayStack::readEvents() {
 }
 
 void OverlayStack::handle(const xcb_generic_event_t& event) {
-  if ((event.response_type & 0x7f) == selectionNotify_) {
-    setComposited(reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event).owner !=
-                  XCB_NONE);
-    return;
-  }
+  followCompositor(event);
   const auto window = restacked(event);
   if (window && !isOwn(*window)) raiseSoon();
 }
 
-void OverlayStack::setComposited(bool composited) {
-  if (composited == composited_) return;
+void OverlayStack::followCompositor(const xcb_generic_event_t& event) {
+  const int type = event.response_type & 0x7f;
+  if (type == selectionNotify_) {
+    const auto& notify = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
+    setCompositor(notify.owner != XCB_NONE, /*aside=*/false);
+  } else if (type == XCB_UNMAP_NOTIFY) {
+    const auto& notify = reinterpret_cast<const xcb_unmap_notify_event_t&>(event);
+    if (isServersOwn(connection_, notify.window)) {
+      setCompositor(composited_, /*aside=*/true);
+    } else if (asideIsGuess_ && !isCompositorLikelyAside(connection_)) {
+      setCompositor(composited_, /*aside=*/false);
+    }
+  } else if (type == XCB_MAP_NOTIFY) {
+    const auto& notify = reinterpret_cast<const xcb_map_notify_event_t&>(event);
+    if (isServersOwn(connection_, notify.window)) setCompositor(composited_, /*aside=*/false);
+  }
+}
+
+void OverlayStack::setCompositor(bool composited, bool aside) {
+  const Composition before = composition();
   composited_ = composited;
-  for (auto* const overlay : overlays_) overlay->repaint();
-  xcb_flush(connection_.get());
+  compositorAside_ = aside;
+  asideIsGuess_ = false;
+  if (composition() == before) return;
+  for (auto* const overlay : overlays_) overlay->adapt();
+  raise();
 }
 
 bool OverlayStack::isOwn(xcb_window_t window) const {

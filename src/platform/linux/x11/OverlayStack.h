@@ -12,6 +12,13 @@ namespace vesk::x11 {
 
 class XOverlay;
 
+/// What becomes of a window on its way to the screen.
+enum class Composition {
+  none,      ///< it is shown as it is
+  blended,   ///< a compositor shows it, translucent where it has alpha
+  bypassed,  ///< there is a compositor, but it has stepped aside for a full-screen program
+};
+
 /// The overlays that exist at a time, their connection to the server, and what must be done for
 /// them when other programs move windows about or a compositor comes and goes.
 ///
@@ -25,8 +32,8 @@ class OverlayStack {
 
   const Connection& connection() const { return connection_; }
 
-  /// Whether somebody blends translucent windows at this moment.
-  bool composited() const { return composited_; }
+  /// At this moment.
+  Composition composition() const;
 
   /// Puts the overlay on top of all.
   void orderFront(XOverlay& overlay);
@@ -39,7 +46,8 @@ class OverlayStack {
   void watchWindows();
   void readEvents();
   void handle(const xcb_generic_event_t& event);
-  void setComposited(bool composited);
+  void followCompositor(const xcb_generic_event_t& event);
+  void setCompositor(bool composited, bool aside);
   bool isOwn(xcb_window_t window) const;
   void raiseSoon();
   void raise();
@@ -48,7 +56,9 @@ class OverlayStack {
   Connection connection_;
   QSocketNotifier notifier_;
   std::vector<XOverlay*> overlays_;  ///< top to bottom
-  bool composited_ = false;
+  bool composited_ = false;          ///< a compositor runs
+  bool compositorAside_ = false;     ///< its picture is off the screen
+  bool asideIsGuess_ = false;        ///< nobody has told so far
   int selectionNotify_ = -1;
   QElapsedTimer sinceRaised_;
   QTimer laterRaise_;

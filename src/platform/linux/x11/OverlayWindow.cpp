@@ -50,9 +50,9 @@ std::vector<xcb_rectangle_t> rectangles(const std::vector<PixelRect>& parts) {
 }  // namespace
 
 OverlayWindow::OverlayWindow(const Connection& connection, OwnWindows& ownWindows,
-                             const PixelRect& frame)
+                             const PixelRect& frame, Kind kind)
     : connection_(connection), ownWindows_(ownWindows) {
-  create(frame);
+  create(frame, kind);
   auto* const c = connection_.get();
   // An empty input shape: whatever is pressed or turned over the window goes to what is beneath.
   xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, window_,
@@ -61,6 +61,7 @@ OverlayWindow::OverlayWindow(const Connection& connection, OwnWindows& ownWindow
   // neither.
   setAtoms(c, window_, "_NET_WM_WINDOW_TYPE", {"_NET_WM_WINDOW_TYPE_DOCK"});
   setCardinal(c, window_, "_COMPTON_SHADOW", 0);
+  if (kind == Kind::plain) setCardinal(c, window_, "_NET_WM_BYPASS_COMPOSITOR", 1);
   constexpr std::string_view title = "Vesk Remote";
   xcb_change_property(c, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
                       title.size(), title.data());
@@ -75,10 +76,11 @@ OverlayWindow::~OverlayWindow() {
   ownWindows_.remove(window_);
 }
 
-void OverlayWindow::create(const PixelRect& frame) {
+void OverlayWindow::create(const PixelRect& frame, Kind kind) {
   auto* const c = connection_.get();
   const auto& screen = screenOf(connection_);
-  xcb_visualid_t visual = alphaVisual(screen, alphaDepth);
+  xcb_visualid_t visual =
+      kind == Kind::plain ? xcb_visualid_t{XCB_NONE} : alphaVisual(screen, alphaDepth);
   depth_ = visual == XCB_NONE ? screen.root_depth : alphaDepth;
   xcb_colormap_t colormap = screen.default_colormap;
   if (visual == XCB_NONE) {

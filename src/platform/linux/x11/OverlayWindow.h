@@ -19,7 +19,13 @@ namespace vesk::x11 {
 /// outlive it. Fails: in silence.
 class OverlayWindow {
  public:
-  OverlayWindow(const Connection& connection, OwnWindows& ownWindows, const PixelRect& frame);
+  enum class Kind {
+    translucent,  ///< where the server knows of alpha
+    plain,        ///< as any program's window: what a compositor that steps aside lets through
+  };
+
+  OverlayWindow(const Connection& connection, OwnWindows& ownWindows, const PixelRect& frame,
+                Kind kind);
   ~OverlayWindow();
   OverlayWindow(const OverlayWindow&) = delete;
   OverlayWindow& operator=(const OverlayWindow&) = delete;
@@ -44,7 +50,7 @@ class OverlayWindow {
  private:
   static constexpr std::uint8_t alphaDepth = 32;
 
-  void create(const PixelRect& frame);
+  void create(const PixelRect& frame, Kind kind);
   std::uint32_t pixelOf(const Colour& colour) const;
 
   const Connection& connection_;

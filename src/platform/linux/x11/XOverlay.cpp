@@ -13,32 +13,23 @@ XOverlay::XOverlay(std::shared_ptr<OverlayStack> stack, OwnWindows& ownWindows,
     : stack_(std::move(stack)),
       appearance_(appearance),
       scale_(scale),
+      ownWindows_(ownWindows),
       frame_(pixelRect(appearance_.frame, scale)) {
   if (!stack_->connection()) return;
-  const auto make = [&](const PixelRect& frame) {
-    return std::make_unique<OverlayWindow>(stack_->connection(), ownWindows, frame);
-  };
-  if (appearance_.border) {
-    const auto thickness =
-        static_cast<std::int32_t>(std::lround(appearance_.border->width * scale_));
-    for (const auto& edge : borderEdges(frame_, thickness)) {
-      edges_.push_back(make(edge));
-    }
-  }
-  if (appearance_.background) background_ = make(frame_);
-  repaint();
+  adapt();
 }
 
 XOverlay::~XOverlay() { stack_->orderOut(*this); }
 
 void XOverlay::orderFrontRegardless() {
+  inFront_ = true;
   stack_->orderFront(*this);
-  for (const auto& edge : edges_) edge->map();
-  if (background_ != nullptr) background_->map();
+  mapWindows();
   xcb_flush(stack_->connection().get());
 }
 
 void XOverlay::orderOut() {
+  inFront_ = false;
   stack_->orderOut(*this);
   for (const auto& edge : edges_) edge->unmap();
   if (background_ != nullptr) background_->unmap();
@@ -59,14 +50,41 @@ std::vector<xcb_window_t> XOverlay::windows() const {
   return ids;
 }
 
-void XOverlay::repaint() {
+void XOverlay::adapt() {
+  // A compositor that has stepped aside lets only windows through that are like any program's, and
+  // only those that come up after it did.
+  const auto kind = stack_->composition() == Composition::bypassed
+                        ? OverlayWindow::Kind::plain
+                        : OverlayWindow::Kind::translucent;
+  const bool anew = windows().empty() || kind != kind_;
+  kind_ = kind;
+  if (anew) makeWindows();
   for (const auto& edge : edges_) edge->fill(asBlended(appearance_.border->colour));
   if (background_ != nullptr) paintBackground();
+  if (anew && inFront_) mapWindows();
+}
+
+void XOverlay::makeWindows() {
+  const auto make = [&](const PixelRect& frame) {
+    return std::make_unique<OverlayWindow>(stack_->connection(), ownWindows_, frame, kind_);
+  };
+  edges_.clear();
+  if (appearance_.border) {
+    const auto thickness =
+        static_cast<std::int32_t>(std::lround(appearance_.border->width * scale_));
+    for (const auto& edge : borderEdges(frame_, thickness)) edges_.push_back(make(edge));
+  }
+  if (appearance_.background) background_ = make(frame_);
+}
+
+void XOverlay::mapWindows() {
+  for (const auto& edge : edges_) edge->map();
+  if (background_ != nullptr) background_->map();
 }
 
 Colour XOverlay::asBlended(Colour colour) const {
   // Nobody blends: what is translucent would come out as a mixture with black.
-  if (!stack_->composited()) colour.alpha = 1;
+  if (stack_->composition() != Composition::blended) colour.alpha = 1;
   return colour;
 }
 
@@ -78,12 +96,13 @@ void XOverlay::paintBackground() {
                        appearance_.label,
                        text_};
   background_->show(picture.paint());
-  // Where nobody blends, what is outside the corners would come out black: it is cut off.
-  const bool blended = stack_->composited() && background_->hasAlpha();
+  // Where nobody blends, what is outside the corners would come out black: it is cut off. A window
+  // that a compositor is to let through must be whole: its corners stay square.
+  const bool cut = stack_->composition() == Composition::none ||
+                   (stack_->composition() == Composition::blended && !background_->hasAlpha());
   const auto radius =
       static_cast<std::int32_t>(std::lround(appearance_.bottomCornerRadius * scale_));
-  background_->cutTo(blended ? std::vector<PixelRect>{}
-                             : tabRows(frame_.width, frame_.height, radius));
+  background_->cutTo(cut ? tabRows(frame_.width, frame_.height, radius) : std::vector<PixelRect>{});
 }
 
 }  // namespace vesk::x11

@@ -28,18 +28,23 @@ class XOverlay final : public Overlay {
   /// From top to bottom.
   std::vector<xcb_window_t> windows() const;
 
-  /// Draws everything as it has to look with, or without, a compositor.
-  void repaint();
+  /// Makes everything look as it has to with, or without, a compositor.
+  void adapt();
 
  private:
+  void makeWindows();
+  void mapWindows();
   Colour asBlended(Colour colour) const;
   void paintBackground();
 
   std::shared_ptr<OverlayStack> stack_;
   OverlayAppearance appearance_;
   double scale_;
+  OwnWindows& ownWindows_;
   PixelRect frame_;
   std::string text_;
+  bool inFront_ = false;
+  OverlayWindow::Kind kind_ = OverlayWindow::Kind::translucent;
   std::unique_ptr<OverlayWindow> background_;
   std::vector<std::unique_ptr<OverlayWindow>> edges_;
 };

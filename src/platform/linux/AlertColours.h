@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QColor>
+#include <QPalette>
+
+/// Colours of an alert beyond what the desktop's style draws by itself. Thread: any.
+namespace vesk {
+
+/// How well one colour can be read on the other, from 1 to 21, whichever is the lighter.
+double contrast(const QColor& one, const QColor& other);
+
+/// The desktop's palette, for the button that Return presses: filled with the desktop's accent
+/// colour, as dark as its text needs it.
+QPalette defaultButtonPalette(const QPalette& palette);
+
+}  // namespace vesk

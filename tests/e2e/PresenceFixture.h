@@ -1,0 +1,87 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "e2e/PresenceDesktop.h"
+
+namespace vesk::testing {
+
+using Kind = PresenceDesktop::Kind;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr std::uint32_t returnKey = 0xff0d;
+constexpr std::uint32_t tabKey = 0xff09;
+constexpr std::uint32_t escapeKey = 0xff1b;
+constexpr std::uint32_t backdrop = 0x4a6a8a;
+constexpr std::uint32_t red = 0xcc0d0d;
+constexpr std::uint32_t redOverBackdrop = 0xb22026;  // four fifths of it
+
+inline std::string nameOf(const ::testing::TestParamInfo<Kind>& info) {
+  switch (info.param) {
+    case Kind::bare:
+      return "bare";
+    case Kind::openbox:
+      return "openbox";
+    case Kind::openboxPicom:
+      return "openboxPicom";
+    case Kind::xfwm4:
+      return "xfwm4";
+    case Kind::xfwm4Compositing:
+      return "xfwm4Compositing";
+  }
+  return "";
+}
+
+struct Place {
+  int x, y, width, height;
+};
+
+inline Place placeOf(PresenceDesktop& desktop, xcb_window_t window) {
+  auto* const c = desktop.connection();
+  const x11::ReplyPtr<xcb_get_geometry_reply_t> size(
+      xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
+  const x11::ReplyPtr<xcb_translate_coordinates_reply_t> origin(xcb_translate_coordinates_reply(
+      c, xcb_translate_coordinates(c, window, desktop.root(), 0, 0), nullptr));
+  if (size == nullptr || origin == nullptr) return {};
+  return {origin->dst_x, origin->dst_y, size->width, size->height};
+}
+
+/// The program on a server with, or without, a window manager and a compositor.
+class PresenceTest : public ::testing::TestWithParam<Kind> {
+ protected:
+  /// The alert, once it has the focus and its keys count.
+  xcb_window_t ask(const std::string& name) {
+    program_.send("ask " + name);
+    const xcb_window_t alert = desktop_.alert();
+    EXPECT_NE(alert, xcb_window_t{XCB_NONE});
+    EXPECT_TRUE(PresenceDesktop::waitUntil([&] { return desktop_.focus() == alert; }));
+    // Nothing on the screen tells that the time in which keys are ignored is over.
+    std::this_thread::sleep_for(milliseconds(800));
+    return alert;
+  }
+
+  /// Covers the screen by a left and a right half, so that no compositor steps aside for them.
+  std::array<xcb_window_t, 2> coverTheScreen() {
+    return {desktop_.makeWindow(0, 0, 640, 800, backdrop, true),
+            desktop_.makeWindow(640, 0, 640, 800, backdrop, true)};
+  }
+
+  Place placeOf(xcb_window_t window) { return testing::placeOf(desktop_, window); }
+
+  PresenceDesktop desktop_{GetParam()};
+  PresenceWindow program_{desktop_.environment()};
+};
+
+/// Where it makes no difference who manages the windows.
+class OnOpenboxTest : public ::testing::Test {
+ protected:
+  PresenceDesktop desktop_{Kind::openbox};
+};
+
+}  // namespace vesk::testing
