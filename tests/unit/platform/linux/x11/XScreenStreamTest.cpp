@@ -107,8 +107,9 @@ class XScreenStreamTest : public ::testing::Test {
     configuration.showsCursor = cursor;
     ContentFilter filter;
     filter.display.displayID = XDisplays().mainDisplay();
-    auto stream = XScreenCapture(ownWindows).makeStream(
-        filter, configuration, [this](const PlatformError& error) { received.fail(error); });
+    auto stream = XScreenCapture(ownWindows)
+                      .makeStream(filter, configuration,
+                                  [this](const PlatformError& error) { received.fail(error); });
     stream->addOutput([this](const auto& sample, auto) { received.add(sample); }, queue);
     return stream;
   }
@@ -231,8 +232,7 @@ TEST_F(XScreenStreamTest, FailsForADisplayThatIsNotThere) {
   StreamConfiguration configuration;
   ContentFilter filter;
   filter.display.displayID = 999'999;
-  XScreenStream stream(filter, configuration, ownWindows,
-                       [](const auto&) { ADD_FAILURE(); });
+  XScreenStream stream(filter, configuration, ownWindows, [](const auto&) { ADD_FAILURE(); });
   const auto error = start(stream);
   ASSERT_TRUE(error);
   EXPECT_EQ(error->localizedDescription, "The display was turned off or unplugged.");
