@@ -1,0 +1,11 @@
+#pragma once
+#include "../CoreGraphics/CoreGraphics.h"
+
+typedef struct BRIDGED_TO(id) __CVBuffer *CVBufferRef;
+typedef CVBufferRef CVImageBufferRef;
+typedef CVImageBufferRef CVPixelBufferRef;
+
+NONNULL_BEGIN OWNERSHIP_BY_NAME_BEGIN
+DECLARED size_t CVPixelBufferGetWidth(CVPixelBufferRef buffer);
+DECLARED size_t CVPixelBufferGetHeight(CVPixelBufferRef buffer);
+OWNERSHIP_BY_NAME_END NONNULL_END

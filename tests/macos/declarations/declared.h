@@ -1,0 +1,33 @@
+#pragma once
+// What the declarations of every framework are written with.
+#include <stddef.h>
+#include <stdint.h>
+#include <sys/types.h>
+
+#ifdef __cplusplus
+#define DECLARED extern "C"
+#else
+#define DECLARED extern
+#endif
+#define SINCE(version) __attribute__((availability(macos, introduced = version)))
+#define UNTIL(version) __attribute__((availability(macos, introduced = 10.0, deprecated = version)))
+#define NONNULL_BEGIN _Pragma("clang assume_nonnull begin")
+#define NONNULL_END _Pragma("clang assume_nonnull end")
+#define OWNERSHIP_BY_NAME_BEGIN _Pragma("clang arc_cf_code_audited begin")
+#define OWNERSHIP_BY_NAME_END _Pragma("clang arc_cf_code_audited end")
+#define BRIDGED_TO(class) __attribute__((objc_bridge(class)))
+
+typedef long NSInteger;
+typedef unsigned long NSUInteger;
+typedef double NSTimeInterval;
+
+#ifdef __OBJC__
+#if __OBJC_BOOL_IS_BOOL
+typedef bool BOOL;
+#else
+typedef signed char BOOL;
+#endif
+#define YES __objc_yes
+#define NO __objc_no
+#define nil __null
+#endif
