@@ -11,11 +11,11 @@ namespace vesk::mac {
 namespace {
 
 SCContentFilter* _Nullable systemFilter(const ContentFilter& filter) {
-  SCDisplay* const display = nativeObject<SCDisplay>(filter.display.native);
+  auto* const display = nativeObject<SCDisplay>(filter.display.native);
   if (display == nil) return nil;
   NSMutableArray<SCRunningApplication*>* const excluded = [NSMutableArray array];
   for (const auto& application : filter.excludingApplications) {
-    SCRunningApplication* const running = nativeObject<SCRunningApplication>(application.native);
+    auto* const running = nativeObject<SCRunningApplication>(application.native);
     if (running != nil) [excluded addObject:static_cast<SCRunningApplication* _Nonnull>(running)];
   }
   return [[SCContentFilter alloc] initWithDisplay:static_cast<SCDisplay* _Nonnull>(display)

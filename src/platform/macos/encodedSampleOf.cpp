@@ -9,7 +9,7 @@ using Bytes = std::vector<std::byte>;
 
 /// Nothing without data, and when it cannot be read.
 std::optional<Bytes> dataOf(CMSampleBufferRef _Nonnull sample) {
-  const CMBlockBufferRef buffer = CMSampleBufferGetDataBuffer(sample);
+  auto* const buffer = CMSampleBufferGetDataBuffer(sample);
   if (buffer == nullptr) return std::nullopt;
   Bytes data(CMBlockBufferGetDataLength(buffer));
   // The system calls it an error to copy nothing.

@@ -9,7 +9,7 @@
 #include <cstdlib>
 
 // Not every system's headers declare it.
-extern char** environ;
+extern char** environ;  // NOLINT(readability-redundant-declaration)
 
 namespace vesk {
 

@@ -9,6 +9,7 @@
 #else
 #define DECLARED extern
 #endif
+#ifdef __clang__
 #define SINCE(version) __attribute__((availability(macos, introduced = version)))
 #define UNTIL(version) __attribute__((availability(macos, introduced = 10.0, deprecated = version)))
 #define NONNULL_BEGIN _Pragma("clang assume_nonnull begin")
@@ -16,6 +17,18 @@
 #define OWNERSHIP_BY_NAME_BEGIN _Pragma("clang arc_cf_code_audited begin")
 #define OWNERSHIP_BY_NAME_END _Pragma("clang arc_cf_code_audited end")
 #define BRIDGED_TO(class) __attribute__((objc_bridge(class)))
+#else
+// The files that are C++ alone run on Linux too, where another compiler may read this.
+#define SINCE(version)
+#define NONNULL_BEGIN
+#define NONNULL_END
+#define OWNERSHIP_BY_NAME_BEGIN
+#define OWNERSHIP_BY_NAME_END
+#define BRIDGED_TO(class)
+#define _Nonnull
+#define _Nullable
+#define _Null_unspecified
+#endif
 
 typedef long NSInteger;
 typedef unsigned long NSUInteger;

@@ -30,6 +30,7 @@ DECLARED const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
 DECLARED const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
 DECLARED CFTypeRef CFRetain(CFTypeRef object);
 DECLARED void CFRelease(CFTypeRef object);
+DECLARED CFIndex CFGetRetainCount(CFTypeRef object);
 DECLARED CFTypeID CFGetTypeID(CFTypeRef object);
 DECLARED CFTypeID CFBooleanGetTypeID(void);
 DECLARED Boolean CFBooleanGetValue(CFBooleanRef boolean);
