@@ -9,7 +9,7 @@ namespace vesk::mac {
 
 /// Where the window system's news of one stream goes. Once disconnected, nothing is called back any
 /// more, and what is being called back has returned, unless it is what disconnects.
-/// Thread: any.
+/// Thread: any. Samples never wait for whoever is being told of the end.
 class StreamCallbacks {
  public:
   explicit StreamCallbacks(std::function<void(PlatformError)> onStopped)
@@ -23,8 +23,11 @@ class StreamCallbacks {
   void disconnect();
 
  private:
-  std::recursive_mutex mutex_;
+  // Held during a call, so that a disconnection waits for it; recursive, so that the call itself
+  // may disconnect.
+  std::recursive_mutex outputMutex_;
   ScreenStream::Output output_;
+  std::recursive_mutex stoppedMutex_;
   std::function<void(PlatformError)> onStopped_;
 };
 

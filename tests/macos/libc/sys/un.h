@@ -9,5 +9,4 @@ struct sockaddr_un {
 };
 static_assert(sizeof(sockaddr_un) == 106);
 
-#undef MSG_NOSIGNAL
 #define SO_NOSIGPIPE 0x1022

@@ -65,5 +65,21 @@ TEST_F(StreamCallbacksTest, WaitsForACallThatIsUnderWay) {
   EXPECT_TRUE(returned);
 }
 
+TEST(StreamCallbacksEndTest, DeliversSamplesWhileTheEndIsBeingTold) {
+  std::promise<void> told;
+  std::promise<void> mayReturn;
+  StreamCallbacks callbacks([&](const PlatformError&) {
+    told.set_value();
+    mayReturn.get_future().wait();
+  });
+  int samples = 0;
+  callbacks.setOutput([&](const StreamSample&, StreamOutputType) { ++samples; });
+  auto end = std::async(std::launch::async, [&] { callbacks.stopped({"unplugged"}); });
+  told.get_future().wait();
+  callbacks.deliver({}, StreamOutputType::screen);
+  EXPECT_EQ(samples, 1);
+  mayReturn.set_value();
+}
+
 }  // namespace
 }  // namespace vesk::mac
