@@ -26,8 +26,12 @@ vesk::ImageBufferRef imageOf(CMSampleBufferRef _Nonnull buffer) {
 }
 
 vesk::StreamSample sampleOf(CMSampleBufferRef _Nonnull buffer) {
-  if (CMSampleBufferIsValid(buffer) == 0) return {.valid = false};
-  return {.valid = true, .image = imageOf(buffer), .status = statusOf(buffer)};
+  vesk::StreamSample sample;
+  sample.valid = CMSampleBufferIsValid(buffer) != 0;
+  if (!sample.valid) return sample;
+  sample.image = imageOf(buffer);
+  sample.status = statusOf(buffer);
+  return sample;
 }
 
 }  // namespace
