@@ -5,8 +5,8 @@
 
 #include "input/InputInjector.h"
 #include "platform/Displays.h"
+#include "platform/InputGate.h"
 #include "platform/SystemClock.h"
-#include "platform/linux/InputGate.h"
 #include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XEventPoster.h"
 

@@ -3,6 +3,15 @@
 add_library(vesk_options INTERFACE)
 target_compile_options(vesk_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Werror)
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  # The Mac's frameworks say where null may be. That is no part of the language, which the files of
+  # that platform need not pretend.
+  target_compile_options(vesk_options INTERFACE -Wno-nullability-extension)
+endif()
+if(APPLE)
+  target_compile_options(vesk_options INTERFACE
+    -Wnullable-to-nonnull-conversion -Wunguarded-availability)
+endif()
 target_include_directories(vesk_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 
 if(VESK_SANITIZERS)

@@ -5,7 +5,12 @@ find_package(Threads REQUIRED)
 # GNU libunistring tells where one character ends and the next begins. It comes with no file of its
 # own for CMake or pkg-config.
 find_path(UNISTRING_INCLUDE_DIR unigbrk.h REQUIRED)
-find_library(UNISTRING_LIBRARY unistring REQUIRED)
+if(APPLE)
+  # A bundle has to bring along what the system does not have, so it is linked in.
+  find_library(UNISTRING_LIBRARY NAMES libunistring.a unistring REQUIRED)
+else()
+  find_library(UNISTRING_LIBRARY unistring REQUIRED)
+endif()
 add_library(Unistring::Unistring UNKNOWN IMPORTED)
 set_target_properties(Unistring::Unistring PROPERTIES
   IMPORTED_LOCATION "${UNISTRING_LIBRARY}"
@@ -30,7 +35,9 @@ endif()
 
 if(VESK_BUILD_TESTS)
   find_package(GTest REQUIRED)
-  pkg_check_modules(OPENH264 REQUIRED IMPORTED_TARGET openh264)
+  if(NOT APPLE)
+    pkg_check_modules(OPENH264 REQUIRED IMPORTED_TARGET openh264)
+  endif()
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
 endif()
 if(VESK_BUILD_BENCHMARKS)

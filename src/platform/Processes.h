@@ -30,9 +30,9 @@ class Processes {
   virtual void runAndWait(const std::string& path, const std::vector<std::string>& arguments) = 0;
 
   /// The running applications of this user with that bundle identifier, this process included, in
-  /// the order of their process identifiers. Where bundles do not exist: the processes of this user
-  /// that run an executable of the same file name as this one's, wherever it lies and also when it
-  /// was replaced since.
+  /// the system's order. Where bundles do not exist: the processes of this user that run an
+  /// executable of the same file name as this one's, wherever it lies and also when it was replaced
+  /// since, in the order of their process identifiers.
   virtual std::vector<ProcessId> runningApplications(std::string_view bundleIdentifier) const = 0;
 
   /// Ends a process without asking it. False when the system refuses.

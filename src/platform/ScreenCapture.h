@@ -23,14 +23,20 @@ struct PlatformError {
 /// Nothing on success.
 using Completion = std::function<void(std::optional<PlatformError>)>;
 
+/// The platform's own object behind a value of the seam, where it has one. The core carries it back
+/// and knows nothing else of it.
+using NativeObject = std::shared_ptr<const void>;
+
 struct ShareableDisplay {
   DisplayId displayID = 0;
   std::int64_t width = 0;   ///< points
   std::int64_t height = 0;  ///< points
+  NativeObject native = nullptr;
 };
 
 struct RunningApplication {
   ProcessId processID = 0;
+  NativeObject native = nullptr;
 };
 
 /// What the window system lets this program share.

@@ -5,46 +5,22 @@
 #include <utility>
 #include <vector>
 
-#include "fakes/ManualQueues.h"
-#include "platform/linux/ThreadQueue.h"
+#include "contract/QueueWorlds.h"
 
 /// What every serial queue promises, the one that tests use and the one that the program uses.
 
 namespace vesk {
 namespace {
 
-/// A queue of the tests' own, whose tasks run when the test lets them.
-class ManualWorld {
- public:
-  std::unique_ptr<SerialQueue> makeQueue() { return queues_.makeSerialQueue("com.vesk.test"); }
-  void settle(SerialQueue&) { queues_.run(); }
-
- private:
-  fakes::ManualClock clock_;
-  fakes::ManualQueues queues_{clock_};
-};
-
-/// A queue with a thread.
-class ThreadWorld {
- public:
-  static std::unique_ptr<SerialQueue> makeQueue() {
-    return std::make_unique<ThreadQueue>("com.vesk.test");
-  }
-  static void settle(SerialQueue& queue) {
-    queue.sync([] {});
-  }
-};
-
 template <typename World>
 class SerialQueueContract : public ::testing::Test {
  protected:
   World world_;
-  std::unique_ptr<SerialQueue> queue_ = world_.makeQueue();
+  std::unique_ptr<SerialQueue> queue_ = world_.queues().makeSerialQueue("com.vesk.test");
   std::vector<int> order_;
 };
 
-using Worlds = ::testing::Types<ManualWorld, ThreadWorld>;
-TYPED_TEST_SUITE(SerialQueueContract, Worlds);
+TYPED_TEST_SUITE(SerialQueueContract, vesk::testing::QueueWorlds);
 
 TYPED_TEST(SerialQueueContract, RunsTasksInTheOrderOfSubmission) {
   for (int i = 0; i < 100; ++i) this->queue_->async([this, i] { this->order_.push_back(i); });

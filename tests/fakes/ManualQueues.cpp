@@ -8,7 +8,10 @@ namespace vesk::fakes {
 class ManualQueues::ManualSerialQueue final : public SerialQueue {
  public:
   explicit ManualSerialQueue(ManualQueues& queues) : queues_(queues) {}
-  ~ManualSerialQueue() override { queues_.runQueue(this); }
+  ~ManualSerialQueue() override {
+    queues_.runQueue(this);
+    queues_.removeAlarmsOf(this);
+  }
   void async(Task task) override { queues_.submit(this, std::move(task)); }
   void sync(const Task& task) override {
     queues_.runQueue(this);
@@ -136,6 +139,11 @@ void ManualQueues::ringDueAlarms() {
 void ManualQueues::removeAlarms(const void* timer) {
   const std::lock_guard lock(mutex_);
   std::erase_if(alarms_, [&](const Alarm& alarm) { return alarm.timer == timer; });
+}
+
+void ManualQueues::removeAlarmsOf(const void* queue) {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(alarms_, [&](const Alarm& alarm) { return alarm.queue == queue; });
 }
 
 }  // namespace vesk::fakes

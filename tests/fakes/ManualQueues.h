@@ -72,6 +72,7 @@ class ManualQueues final : public Queues {
   std::optional<HostTime> nextAlarm() const;
   void ringDueAlarms();
   void removeAlarms(const void* timer);
+  void removeAlarmsOf(const void* queue);
 
   ManualClock& clock_;
   ManualMainQueue main_{*this};

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "platform/UnixSocket.h"
+
 namespace vesk::testing {
 namespace {
 
@@ -31,7 +33,7 @@ Bytes textBytes(std::string_view text) {
 
 void UnixPeer::write(ByteView data) const {
   while (!data.empty()) {
-    const auto count = ::send(socket_.get(), data.data(), data.size(), MSG_NOSIGNAL);
+    const auto count = unixSocket::write(socket_.get(), data);
     if (count <= 0) throw std::runtime_error("the program's end is closed");
     data = data.subspan(static_cast<std::size_t>(count));
   }

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "input/InputInjector.h"
+#include "platform/InputGate.h"
 #include "platform/SystemClock.h"
-#include "platform/linux/InputGate.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XEventPoster.h"

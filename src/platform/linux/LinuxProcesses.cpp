@@ -1,15 +1,11 @@
 #include "platform/linux/LinuxProcesses.h"
 
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 
 namespace vesk {
@@ -44,26 +40,6 @@ std::optional<ProcessId> processId(const fs::path& folder) {
 
 }  // namespace
 
-ProcessId LinuxProcesses::currentProcessId() const { return ::getpid(); }
-
-std::optional<std::string> LinuxProcesses::environment(const std::string& name) const {
-  const char* value = std::getenv(name.c_str());
-  if (value == nullptr) return std::nullopt;
-  return value;
-}
-
-void LinuxProcesses::runAndWait(const std::string& path,
-                                const std::vector<std::string>& arguments) {
-  std::vector<char*> argv{const_cast<char*>(path.c_str())};
-  for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
-
-  pid_t child = 0;
-  if (::posix_spawn(&child, path.c_str(), nullptr, nullptr, argv.data(), environ) != 0) return;
-  while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-  }
-}
-
 std::vector<ProcessId> LinuxProcesses::runningApplications(std::string_view) const {
   std::vector<ProcessId> found;
   const auto own = executableName("/proc/self");
@@ -79,9 +55,5 @@ std::vector<ProcessId> LinuxProcesses::runningApplications(std::string_view) con
 }
 
 bool LinuxProcesses::forceTerminate(ProcessId process) { return ::kill(process, SIGKILL) == 0; }
-
-void LinuxProcesses::terminate(ProcessId process) { ::kill(process, SIGTERM); }
-
-void LinuxProcesses::exit(int status) { std::exit(status); }
 
 }  // namespace vesk

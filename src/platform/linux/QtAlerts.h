@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "platform/Alerts.h"
-#include "platform/linux/InputGate.h"
+#include "platform/InputGate.h"
 #include "platform/linux/x11/OwnWindows.h"
 
 class QDialog;

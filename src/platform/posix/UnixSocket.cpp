@@ -10,10 +10,10 @@
 namespace vesk::unixSocket {
 namespace {
 
-#ifdef MSG_NOSIGNAL
-constexpr int sendFlags = MSG_NOSIGNAL;
+#ifdef SO_NOSIGPIPE
+constexpr int sendFlags = 0;  // the option does it for the whole socket, on every version
 #else
-constexpr int sendFlags = 0;  // SO_NOSIGPIPE does it for the whole socket
+constexpr int sendFlags = MSG_NOSIGNAL;
 #endif
 
 sockaddr_un addressOf(std::string_view path) {

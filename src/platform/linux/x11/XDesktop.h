@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Desktop.h"
-#include "platform/linux/InputGate.h"
+#include "platform/InputGate.h"
 #include "platform/linux/x11/OwnWindows.h"
 #include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XEventPoster.h"

@@ -6,8 +6,8 @@
 #include <set>
 
 #include "platform/Events.h"
+#include "platform/InputGate.h"
 #include "platform/linux/IdleTimer.h"
-#include "platform/linux/InputGate.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/HeldRecord.h"
 #include "platform/linux/x11/TextTyper.h"

@@ -1,4 +1,4 @@
-#include "platform/linux/InputGate.h"
+#include "platform/InputGate.h"
 
 #include <gtest/gtest.h>
 

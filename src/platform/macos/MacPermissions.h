@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/Permissions.h"
+
+namespace vesk::mac {
+
+/// The grants of the privacy settings: screen recording, and accessibility, which posting events
+/// needs. Thread, failure: as `Permissions` says.
+class MacPermissions final : public Permissions {
+ public:
+  bool preflightScreenCaptureAccess() override;
+  bool requestScreenCaptureAccess() override;
+  bool isProcessTrusted() override;
+  bool isProcessTrustedWithPrompt() override;
+};
+
+}  // namespace vesk::mac

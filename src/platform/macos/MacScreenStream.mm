@@ -1,0 +1,107 @@
+#include "platform/macos/MacScreenStream.h"
+
+#include <utility>
+
+#include "platform/macos/DispatchQueue.h"
+#include "platform/macos/NativeObject.h"
+#include "platform/macos/StreamReceiver.h"
+#include "platform/macos/guarded.h"
+
+namespace vesk::mac {
+namespace {
+
+SCContentFilter* _Nullable systemFilter(const ContentFilter& filter) {
+  auto* const display = nativeObject<SCDisplay>(filter.display.native);
+  if (display == nil) return nil;
+  NSMutableArray<SCRunningApplication*>* const excluded = [NSMutableArray array];
+  for (const auto& application : filter.excludingApplications) {
+    auto* const running = nativeObject<SCRunningApplication>(application.native);
+    if (running != nil) [excluded addObject:static_cast<SCRunningApplication* _Nonnull>(running)];
+  }
+  return [[SCContentFilter alloc] initWithDisplay:static_cast<SCDisplay* _Nonnull>(display)
+                            excludingApplications:excluded
+                                 exceptingWindows:@[]];
+}
+
+SCStreamConfiguration* _Nonnull systemConfiguration(const StreamConfiguration& wanted) {
+  SCStreamConfiguration* const configuration = [SCStreamConfiguration new];
+  configuration.width = static_cast<size_t>(wanted.width);
+  configuration.height = static_cast<size_t>(wanted.height);
+  configuration.pixelFormat = static_cast<OSType>(wanted.pixelFormat);
+  configuration.minimumFrameInterval = CMTimeMake(1, wanted.framesPerSecond);
+  configuration.showsCursor = wanted.showsCursor ? YES : NO;
+  configuration.queueDepth = wanted.queueDepth;
+  return configuration;
+}
+
+/// Only where the system says no and not why.
+PlatformError orUnknown(std::optional<PlatformError> error) {
+  return std::move(error).value_or(PlatformError{"The display cannot be captured."});
+}
+
+}  // namespace
+
+MacScreenStream::MacScreenStream(const ContentFilter& filter,
+                                 const StreamConfiguration& configuration,
+                                 std::function<void(PlatformError)> onStopped)
+    : callbacks_(std::make_shared<StreamCallbacks>(std::move(onStopped))),
+      receiver_([[VeskStreamReceiver alloc] initWithCallbacks:callbacks_]) {
+  refusal_ = guarded([&] {
+    SCContentFilter* const systems = systemFilter(filter);
+    if (systems == nil) return;
+    stream_ = [[SCStream alloc] initWithFilter:static_cast<SCContentFilter* _Nonnull>(systems)
+                                 configuration:systemConfiguration(configuration)
+                                      delegate:receiver_];
+  });
+}
+
+MacScreenStream::~MacScreenStream() {
+  if (mayRun_) stopCapture([](const auto&) {});
+  callbacks_->disconnect();
+}
+
+std::optional<PlatformError> MacScreenStream::addOutput(Output output, SerialQueue& queue) {
+  if (stream_ == nil) return orUnknown(refusal_);
+  callbacks_->setOutput(std::move(output));
+  BOOL added = NO;
+  NSError* error = nil;
+  const auto refused = guarded([&] {
+    added = [stream_ addStreamOutput:receiver_
+                                type:SCStreamOutputTypeScreen
+                  sampleHandlerQueue:static_cast<DispatchQueue&>(queue).queue()
+                               error:&error];
+  });
+  if (added) return std::nullopt;
+  return orUnknown(refused ? refused : platformError(error));
+}
+
+void MacScreenStream::startCapture(Completion completion) {
+  if (stream_ == nil) return completion(orUnknown(refusal_));
+  mayRun_ = true;
+  const auto refused = guarded([&] {
+    [stream_ startCaptureWithCompletionHandler:^(NSError* _Nullable error) {
+      completion(platformError(error));
+    }];
+  });
+  if (refused) completion(refused);
+}
+
+/// The stream and what it calls live until the system has said that it is over.
+void MacScreenStream::stopCapture(Completion completion) {
+  if (stream_ == nil) return completion(orUnknown(refusal_));
+  mayRun_ = false;
+  SCStream* stream = stream_;
+  VeskStreamReceiver* receiver = receiver_;
+  const auto callbacks = callbacks_;
+  const auto refused = guarded([&] {
+    [stream_ stopCaptureWithCompletionHandler:^(NSError* _Nullable error) {
+      callbacks->disconnect();
+      completion(platformError(error));
+      (void)stream;
+      (void)receiver;
+    }];
+  });
+  if (refused) completion(refused);
+}
+
+}  // namespace vesk::mac

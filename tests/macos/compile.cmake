@@ -1,0 +1,15 @@
+# Compiles TARGET of this project for the Mac: cmake -D… -P compile.cmake
+#   SOURCE, BUILD   this project, and the folder to build in
+#   ARCHITECTURE    x86_64 or arm64
+#   GENERATOR, LAUNCHER  how the build around this one was set up
+execute_process(
+  COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${BUILD} -G ${GENERATOR}
+    -DCMAKE_TOOLCHAIN_FILE=${SOURCE}/tests/macos/toolchain.cmake
+    -DMAC_ARCHITECTURE=${ARCHITECTURE}
+    -DCMAKE_BUILD_TYPE=Debug
+    -DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}
+    -DCMAKE_OBJCXX_COMPILER_LAUNCHER=${LAUNCHER}
+  COMMAND_ERROR_IS_FATAL ANY)
+execute_process(
+  COMMAND ${CMAKE_COMMAND} --build ${BUILD} --target ${TARGET}
+  COMMAND_ERROR_IS_FATAL ANY)

@@ -1,0 +1,2 @@
+#pragma once
+// Asked for by test libraries; nothing in it is used.

@@ -1,0 +1,2 @@
+#pragma once
+// Every function of the C library is there.

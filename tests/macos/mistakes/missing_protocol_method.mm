@@ -1,0 +1,12 @@
+// refused: method 'applicationDidFinishLaunching:' in protocol 'NSApplicationDelegate' not implemented
+#import <AppKit/AppKit.h>
+
+@interface Delegate : NSObject <NSApplicationDelegate>
+@end
+
+@implementation Delegate
+#ifndef MISTAKE
+- (void)applicationDidFinishLaunching:(NSNotification*)notification {
+}
+#endif
+@end

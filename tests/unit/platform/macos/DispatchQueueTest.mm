@@ -1,0 +1,55 @@
+#include "platform/macos/DispatchQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <memory>
+#include <thread>
+
+#include "support/UnixListener.h"
+
+namespace vesk::mac {
+namespace {
+
+using namespace std::chrono_literals;
+using vesk::testing::patience;
+
+TEST(DispatchQueueTest, RunsItsTasksOffTheCallersThread) {
+  DispatchQueue queue("com.vesk.test");
+  std::promise<std::thread::id> thread;
+  queue.async([&] { thread.set_value(std::this_thread::get_id()); });
+  EXPECT_NE(thread.get_future().get(), std::this_thread::get_id());
+}
+
+TEST(DispatchQueueTest, MayBeDestroyedByItsOwnTask) {
+  auto queue = std::make_unique<DispatchQueue>("com.vesk.test");
+  DispatchQueue& alias = *queue;
+  std::promise<void> done;
+  alias.async([&done, owned = std::make_shared<decltype(queue)>(std::move(queue))] {
+    owned->reset();
+    done.set_value();
+  });
+  EXPECT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
+}
+
+TEST(DispatchQueueTest, LetsATimerOutliveIt) {
+  auto queue = std::make_unique<DispatchQueue>("com.vesk.test");
+  const auto never = queue->makeTimer({1h, 0ms}, [] {});
+  const auto timer = queue->makeTimer({1h, 0ms}, [] {});
+  timer->resume();
+  queue.reset();
+  timer->cancel();
+}
+
+TEST(DispatchQueueDeathTest, RefusesToWaitForItself) {
+  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_DEATH(
+      {
+        DispatchQueue queue("com.vesk.test");
+        queue.sync([&] { queue.sync([] {}); });
+      },
+      "wait for itself");
+}
+
+}  // namespace
+}  // namespace vesk::mac

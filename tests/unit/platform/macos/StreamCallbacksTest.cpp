@@ -1,0 +1,85 @@
+#include "platform/macos/StreamCallbacks.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vesk::mac {
+namespace {
+
+class StreamCallbacksTest : public ::testing::Test {
+ protected:
+  StreamCallbacksTest() {
+    callbacks_.setOutput([this](const StreamSample&, StreamOutputType) { ++samples_; });
+  }
+  void deliver() { callbacks_.deliver({}, StreamOutputType::screen); }
+
+  int samples_ = 0;
+  std::vector<std::string> ends_;
+  StreamCallbacks callbacks_{
+      [this](const PlatformError& error) { ends_.push_back(error.localizedDescription); }};
+};
+
+TEST_F(StreamCallbacksTest, HandsSamplesAndTheFirstEndOn) {
+  deliver();
+  deliver();
+  callbacks_.stopped({"unplugged"});
+  callbacks_.stopped({"again"});
+  EXPECT_EQ(samples_, 2);
+  EXPECT_EQ(ends_, std::vector<std::string>{"unplugged"});
+}
+
+TEST_F(StreamCallbacksTest, CallsNothingBackOnceDisconnected) {
+  callbacks_.disconnect();
+  deliver();
+  callbacks_.stopped({"late"});
+  EXPECT_EQ(samples_, 0);
+  EXPECT_TRUE(ends_.empty());
+}
+
+TEST_F(StreamCallbacksTest, MayBeDisconnectedFromWithinACall) {
+  callbacks_.setOutput([this](const StreamSample&, StreamOutputType) {
+    callbacks_.disconnect();
+    ++samples_;
+  });
+  deliver();
+  deliver();
+  EXPECT_EQ(samples_, 1);
+}
+
+TEST_F(StreamCallbacksTest, WaitsForACallThatIsUnderWay) {
+  std::promise<void> entered;
+  bool returned = false;
+  callbacks_.setOutput([&](const StreamSample&, StreamOutputType) {
+    entered.set_value();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    returned = true;
+  });
+  auto call = std::async(std::launch::async, [this] { deliver(); });
+  entered.get_future().wait();
+  callbacks_.disconnect();
+  EXPECT_TRUE(returned);
+}
+
+TEST(StreamCallbacksEndTest, DeliversSamplesWhileTheEndIsBeingTold) {
+  std::promise<void> told;
+  std::promise<void> mayReturn;
+  StreamCallbacks callbacks([&](const PlatformError&) {
+    told.set_value();
+    mayReturn.get_future().wait();
+  });
+  int samples = 0;
+  callbacks.setOutput([&](const StreamSample&, StreamOutputType) { ++samples; });
+  auto end = std::async(std::launch::async, [&] { callbacks.stopped({"unplugged"}); });
+  told.get_future().wait();
+  callbacks.deliver({}, StreamOutputType::screen);
+  EXPECT_EQ(samples, 1);
+  mayReturn.set_value();
+}
+
+}  // namespace
+}  // namespace vesk::mac
