@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "e2e/TwinDesktops.h"
+#include "support/XResources.h"
 
 namespace vesk::testing {
 namespace {
@@ -200,6 +201,26 @@ TEST_P(LeftOutWithoutCompositorTest, ShowsTheRootWindowBeneath) {
   twins.close(window);
   EXPECT_TRUE(twins.settledDifference().isNone()) << "a background that no one ever saw";
   EXPECT_EQ(twins.ownPixelsSeen(), 0);
+}
+
+TEST_P(LeftOutWithoutCompositorTest, LetsGoOfWhatItComposedWith) {
+  twins.open(acrossTheAlert, {0x40c040});
+  twins.capture();
+  const auto cycle = [&] {
+    twins.openAllOwn();
+    EXPECT_TRUE(twins.settledDifference().isNone());
+    twins.closeAllOwn();
+    EXPECT_TRUE(twins.settledDifference().isNone());
+    return twins.isQuiet(100);
+  };
+  ASSERT_TRUE(PresenceDesktop::waitUntil(cycle));
+  const auto before = countXResources();
+  for (int i = 0; i < 20; ++i) cycle();
+  EXPECT_TRUE(PresenceDesktop::waitUntil([&] {
+    twins.isQuiet(50);
+    return countXResources().objects <= before.objects;
+  })) << countXResources().objects
+      << " instead of " << before.objects;
 }
 
 TEST_P(LeftOutWithoutCompositorTest, DoesNothingWhileNothingHappens) {
