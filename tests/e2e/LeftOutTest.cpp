@@ -165,26 +165,12 @@ TEST_P(LeftOutTest, ShowsTheWallpaperBeneath) {
   expectTheSame("replaced");
 }
 
-std::string nameOf(const ::testing::TestParamInfo<Kind>& info) {
-  switch (info.param) {
-    case Kind::bare:
-      return "Bare";
-    case Kind::openbox:
-      return "Openbox";
-    case Kind::openboxPicom:
-      return "OpenboxPicom";
-    case Kind::xfwm4:
-      return "Xfwm4";
-    case Kind::xfwm4Compositing:
-      return "Xfwm4Compositing";
-  }
-  return "";
-}
+std::string name(const ::testing::TestParamInfo<Kind>& info) { return nameOf(info.param); }
 
 INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutTest,
                          ::testing::Values(Kind::bare, Kind::openbox, Kind::openboxPicom,
                                            Kind::xfwm4, Kind::xfwm4Compositing),
-                         nameOf);
+                         name);
 
 class LeftOutWithoutCompositorTest : public ::testing::TestWithParam<Kind> {
  protected:
@@ -233,7 +219,7 @@ TEST_P(LeftOutWithoutCompositorTest, DoesNothingWhileNothingHappens) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutWithoutCompositorTest,
-                         ::testing::Values(Kind::bare, Kind::openbox, Kind::xfwm4), nameOf);
+                         ::testing::Values(Kind::bare, Kind::openbox, Kind::xfwm4), name);
 
 }  // namespace
 }  // namespace vesk::testing

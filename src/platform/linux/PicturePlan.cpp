@@ -99,7 +99,8 @@ PicturePlan::Decision PicturePlan::keyFrame(const Tick& tick) {
   if (tick.changed == 0 && keyRepeatable_ && !afterKeyFrame_) {
     return {Action::repeatKey, true, goodQuantiser, true, macroblocks_, mostBitsEver};
   }
-  const bool good = begun_ && calm_ && tick.coarse == 0;
+  // Whatever it was like before, a picture that has become good stays good.
+  const bool good = begun_ && (calm_ || tick.changed == 0) && tick.coarse == 0;
   const double allowed = std::max(good ? credit_ : std::min(credit_, 0.0), rate_ * keyFrameSeconds);
   const int quantiser = quantiserFor(keyCost_.of(macroblocks_), std::min(allowed, mostBitsAtOnce));
   const auto most = static_cast<std::size_t>(std::min(allowed, mostBitsAtOnce) * misjudged);

@@ -93,6 +93,15 @@ TEST_F(PicturePlanTest, RepeatsAGoodKeyFrameForAsLongAsNothingChanges) {
   EXPECT_EQ(tick(0, true).action, Action::encode) << "the picture has changed since";
 }
 
+TEST_F(PicturePlanTest, MakesGoodKeyFramesOnceAVideoHasStopped) {
+  ticks(90, macroblocks);
+  ticks(60, 0);
+  EXPECT_EQ(coarse_, 0U);
+  const auto key = tick(0, true);
+  EXPECT_TRUE(key.keyFrame);
+  EXPECT_EQ(key.quantiser, PicturePlan::goodQuantiser);
+}
+
 TEST_F(PicturePlanTest, EncodesASmallChangeWellAtOnce) {
   tick(macroblocks);
   ticks(60, 0);

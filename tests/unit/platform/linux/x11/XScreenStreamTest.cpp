@@ -18,6 +18,7 @@
 #include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XScreenCapture.h"
 #include "support/H264Decoder.h"
+#include "support/WorkQueues.h"
 #include "support/XPainter.h"
 #include "support/XResources.h"
 #include "support/XServer.h"
@@ -27,25 +28,13 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::DisplayVariable;
+using testing::WorkQueues;
 using testing::XPainter;
 using testing::XServer;
 
 constexpr auto deadline = 20s;
 constexpr std::uint32_t white = 0xffffff;
 constexpr std::uint32_t black = 0;
-
-/// Queues with threads, without a main loop.
-class WorkQueues final : public Queues {
- public:
-  MainQueue& main() override { throw std::logic_error("no main queue here"); }
-  std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) override {
-    return std::make_unique<ThreadQueue>(label);
-  }
-  std::unique_ptr<Timer> makeTimer(SerialQueue& queue, TimerSchedule schedule,
-                                   Task handler) override {
-    return static_cast<ThreadQueue&>(queue).makeTimer(schedule, std::move(handler));
-  }
-};
 
 /// What the stream has delivered so far, from any thread.
 class Received {
