@@ -209,6 +209,22 @@ TEST_P(LeftOutWithoutCompositorTest, LetsGoOfWhatItComposedWith) {
       << " instead of " << before.objects;
 }
 
+TEST_P(LeftOutWithoutCompositorTest, FollowsACompositorThatComesAndGoes) {
+  twins.setWallpaper(0x60a0e0);
+  const int window = twins.open(acrossTheAlert, {0x40c040});
+  twins.open(beneathTheAlert, {.colour = 0x80402010, .alpha = true});
+  twins.capture();
+  twins.openAllOwn();
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "before";
+  twins.startCompositor();
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "composed";
+  twins.move(window, {170, 180, 250, 200});
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "moved";
+  twins.stopCompositor();
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "after";
+  EXPECT_EQ(twins.ownPixelsSeen(), 0);
+}
+
 TEST_P(LeftOutWithoutCompositorTest, DoesNothingWhileNothingHappens) {
   twins.open(acrossTheAlert, {0x40c040});
   twins.capture();

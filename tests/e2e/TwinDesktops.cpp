@@ -159,6 +159,14 @@ TwinDesktops::TwinDesktops(PresenceDesktop::Kind kind)
 
 TwinDesktops::~TwinDesktops() = default;
 
+void TwinDesktops::startCompositor() {
+  onBoth([](Side& side) { side.desktop->startPicom(); });
+}
+
+void TwinDesktops::stopCompositor() {
+  onBoth([](Side& side) { side.desktop->stopPicom(); });
+}
+
 int TwinDesktops::open(const PixelRect& frame, const Look& look) {
   const int number = nextWindow_++;
   onBoth([&](Side& side) {

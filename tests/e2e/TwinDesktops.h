@@ -45,7 +45,9 @@ class TwinDesktops {
   explicit TwinDesktops(PresenceDesktop::Kind kind);
   ~TwinDesktops();
 
-  PresenceDesktop& captured() { return captured_; }
+  /// Where there is none.
+  void startCompositor();
+  void stopCompositor();
 
   struct Look {
     std::uint32_t colour = 0xffffff;
