@@ -1,12 +1,15 @@
-// Draws what the benchmark shows on the X server that DISPLAY names: still, typing, scrolling or
-// video, until it is killed; after
-// SIGUSR1 the picture stands still.
+// Draws what the benchmark shows on the X server that DISPLAY names, in a window over all of it:
+// still, typing, scrolling, video, or a pointer that moves, until it is killed; after SIGUSR1 the
+// picture stands still. Prints when each letter that is typed has reached the screen.
 
 #include <xcb/xcb.h>
 
+#include <array>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <string>
@@ -24,10 +27,17 @@ class Screen {
  public:
   Screen() : connection_(xcb_connect(nullptr, nullptr)) {
     const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
-    window_ = screen->root;
+    root_ = screen->root;
     width_ = screen->width_in_pixels;
     height_ = screen->height_in_pixels;
     depth_ = screen->root_depth;
+    window_ = xcb_generate_id(connection_);
+    const std::array<std::uint32_t, 3> values{0xf4f4f4, 1, emptyCursor()};
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, root_, 0, 0,
+                      screen->width_in_pixels, screen->height_in_pixels, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_CURSOR, values.data());
+    xcb_map_window(connection_, window_);
     gc_ = xcb_generate_id(connection_);
     xcb_create_gc(connection_, gc_, window_, 0, nullptr);
     pixels_.resize(static_cast<std::size_t>(width_ * height_));
@@ -40,12 +50,27 @@ class Screen {
   void letter(int column, int line, unsigned shape) {
     for (int y = 0; y < 18; ++y) {
       for (int x = 0; x < 9; ++x) {
-        const bool body = y > 3 && y < 15 && x < 7 && shape % 5 != 0;
+        const bool body = y > 3 && y < 15 && x < 7 && shape != 0;
         const bool stroke = x / 2 == static_cast<int>(shape >> 3 & 3) ||
                             y / 2 == static_cast<int>(shape >> 5 & 7) ||
                             (x + y) / 2 == static_cast<int>(shape >> 8 & 7);
         at(column * 9 + x, line * 18 + y) = body && stroke ? 0x202020 : 0xf4f4f4;
       }
+    }
+  }
+
+  /// One line of words, as wide as a paragraph's line is; or none, between paragraphs.
+  void words(int line, std::mt19937& random) {
+    const int columns = width_ / 9;
+    constexpr int margin = 6;
+    const bool blank = random() % 7 == 0;
+    const int end =
+        margin + static_cast<int>(random() % static_cast<unsigned>(columns - 2 * margin));
+    int left = static_cast<int>(random() % 9) + 1;
+    for (int column = 0; column < columns; ++column) {
+      const bool letterHere = !blank && column >= margin && column < end && left > 0;
+      letter(column, line, letterHere ? static_cast<unsigned>(random()) | 1U : 0U);
+      if (--left < 0) left = static_cast<int>(random() % 9) + 1;
     }
   }
 
@@ -73,8 +98,44 @@ class Screen {
                   static_cast<std::uint16_t>(width_), static_cast<std::uint16_t>(height_ - by));
   }
 
+  /// Waits until the server has drawn everything.
+  void finish() {
+    std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+  }
+
+  void showPointer() {
+    const auto font = xcb_generate_id(connection_);
+    xcb_open_font(connection_, font, 6, "cursor");
+    const xcb_cursor_t cursor = xcb_generate_id(connection_);
+    constexpr std::uint16_t arrow = 2;
+    xcb_create_glyph_cursor(connection_, cursor, font, font, arrow, arrow + 1, 0, 0, 0, 0xffff,
+                            0xffff, 0xffff);
+    xcb_change_window_attributes(connection_, window_, XCB_CW_CURSOR, &cursor);
+  }
+
+  void movePointer(int x, int y) {
+    xcb_warp_pointer(connection_, XCB_NONE, root_, 0, 0, 0, 0, static_cast<std::int16_t>(x),
+                     static_cast<std::int16_t>(y));
+    xcb_flush(connection_);
+  }
+
  private:
+  /// The picture is compared with the screen as others read it, which is without a pointer.
+  xcb_cursor_t emptyCursor() {
+    const xcb_pixmap_t nothing = xcb_generate_id(connection_);
+    xcb_create_pixmap(connection_, 1, nothing, root_, 1, 1);
+    const xcb_gcontext_t context = xcb_generate_id(connection_);
+    const std::uint32_t zero = 0;
+    xcb_create_gc(connection_, context, nothing, XCB_GC_FOREGROUND, &zero);
+    const xcb_rectangle_t all{0, 0, 1, 1};
+    xcb_poly_fill_rectangle(connection_, nothing, context, 1, &all);
+    const xcb_cursor_t cursor = xcb_generate_id(connection_);
+    xcb_create_cursor(connection_, cursor, nothing, nothing, 0, 0, 0, 0, 0, 0, 0, 0);
+    return cursor;
+  }
+
   xcb_connection_t* connection_;
+  xcb_window_t root_;
   xcb_window_t window_;
   xcb_gcontext_t gc_;
   int width_;
@@ -92,12 +153,9 @@ int main(int argc, char* argv[]) {
   std::mt19937 random(1);
   const int columns = screen.width() / 9;
   const int lines = screen.height() / 18;
-  for (int line = 0; line < lines; ++line) {
-    for (int column = 0; column < columns; ++column) {
-      screen.letter(column, line, static_cast<unsigned>(random()));
-    }
-  }
+  for (int line = 0; line < lines; ++line) screen.words(line, random);
   screen.show(0, 0, screen.width(), screen.height());
+  if (kind == "pointer") screen.showPointer();
   std::this_thread::sleep_for(3s);
   const int last = (lines - 1) * 18;
   for (int step = 0;; ++step) {
@@ -108,14 +166,22 @@ int main(int argc, char* argv[]) {
       const int line = lines / 2 + step / columns % 4;
       screen.letter(column, line, static_cast<unsigned>(random()));
       screen.show(column * 9, line * 18, 9, 18);
+      screen.finish();
+      std::printf("%.6f\n",
+                  std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+                      .count());
+      std::fflush(stdout);
       std::this_thread::sleep_for(100ms);
     } else if (kind == "scrolling") {
-      for (int column = 0; column < columns; ++column) {
-        screen.letter(column, lines - 1, static_cast<unsigned>(random()));
-      }
+      screen.words(lines - 1, random);
       screen.scroll(18);
       screen.show(0, last, screen.width(), 18);
       std::this_thread::sleep_for(33ms);
+    } else if (kind == "pointer") {
+      const double angle = step * 0.05;
+      screen.movePointer(static_cast<int>(screen.width() / 2 + 400 * std::cos(angle)),
+                         static_cast<int>(screen.height() / 2 + 300 * std::sin(angle)));
+      std::this_thread::sleep_for(20ms);
     } else if (kind == "video") {
       for (int y = 0; y < screen.height(); ++y) {
         for (int x = 0; x < screen.width(); ++x) {

@@ -12,7 +12,10 @@
 #include <cstdlib>
 #include <fstream>
 #include <future>
+#include <iomanip>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,6 +25,8 @@
 #include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/ThreadQueue.h"
 #include "platform/linux/X264Compression.h"
+#include "platform/linux/x11/OverlayShapes.h"
+#include "platform/linux/x11/OverlayWindow.h"
 #include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XScreenCapture.h"
 
@@ -59,58 +64,86 @@ std::string residentPeak() {
   return "?";
 }
 
+/// Windows where the program has its strip and its border.
+class OwnOverlays {
+ public:
+  explicit OwnOverlays(x11::OwnWindows& ownWindows) {
+    const auto monitor = x11::monitors(connection_).at(0);
+    const x11::PixelRect all{monitor.x, monitor.y, monitor.width, monitor.height};
+    auto frames = x11::borderEdges(all, 8);
+    frames.push_back({all.x + all.width / 2 - 320, all.y, 640, 26});
+    for (const auto& frame : frames) {
+      windows_.push_back(std::make_unique<x11::OverlayWindow>(connection_, ownWindows, frame));
+      windows_.back()->fill({0.8, 0.1, 0.1, 1});
+      windows_.back()->map();
+    }
+    xcb_flush(connection_.get());
+  }
+
+ private:
+  x11::Connection connection_;
+  std::vector<std::unique_ptr<x11::OverlayWindow>> windows_;
+};
+
 struct Unit {
-  Bytes bytes;
+  std::size_t size = 0;
   steady_clock::time_point at;
 };
 
 }  // namespace
 
-/// Arguments: seconds to warm up, seconds to measure, frames a second, kbit/s, file for the stream.
+/// Arguments: seconds to warm up, seconds to measure, frames a second, kbit/s, file for the stream,
+/// and "overlays" to show the strip and the border meanwhile.
 int main(int argc, char* argv[]) {
-  if (argc != 6) return EXIT_FAILURE;
+  if (argc < 6) return EXIT_FAILURE;
   const double warmUp = std::atof(argv[1]);
   const double seconds = std::atof(argv[2]);
   WorkQueues queues;
   SystemClock clock;
   LinuxProcesses processes;
   x11::XDisplays displays;
-  const x11::OwnWindows ownWindows;
+  x11::OwnWindows ownWindows;
   x11::XScreenCapture screenCapture(ownWindows);
   X264Compression compression;
   const auto capturer = std::make_shared<Capturer>(
       Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});
   std::mutex mutex;
   std::vector<Unit> units;
+  std::ofstream stream(argv[5], std::ios::binary);
   capturer->onAccessUnit = [&](ByteView unit, Ticks) {
     const std::lock_guard lock(mutex);
-    units.push_back({Bytes(unit.begin(), unit.end()), steady_clock::now()});
+    units.push_back({unit.size(), steady_clock::now()});
+    stream.write(reinterpret_cast<const char*>(unit.data()),
+                 static_cast<std::streamsize>(unit.size()));
   };
   std::promise<std::exception_ptr> started;
   capturer->start(std::atoi(argv[3]), std::atoi(argv[4]),
                   [&](auto error) { started.set_value(error); });
   if (started.get_future().get() != nullptr) return EXIT_FAILURE;
+  std::optional<OwnOverlays> overlays;
+  if (argc > 6) overlays.emplace(ownWindows);
   std::this_thread::sleep_for(std::chrono::duration<double>(warmUp));
   const auto from = steady_clock::now();
   const double before = cpuMilliseconds();
   std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
   const double cpu = (cpuMilliseconds() - before) / seconds;
   const auto to = steady_clock::now();
+  // Hidden before the stream ends: what they cover is kept only as long as it runs.
+  overlays.reset();
   capturer->stop();
+  stream.close();
 
-  std::ofstream stream(argv[5], std::ios::binary);
   std::ofstream index(std::string(argv[5]) + ".index");
+  index << std::fixed << std::setprecision(6);
   double bits = 0;
   std::vector<std::size_t> sizes;
   for (const auto& unit : units) {
-    stream.write(reinterpret_cast<const char*>(unit.bytes.data()),
-                 static_cast<std::streamsize>(unit.bytes.size()));
     // The clock of the log is the one that the content's log uses too.
-    index << std::chrono::duration<double>(unit.at.time_since_epoch()).count() << ' '
-          << unit.bytes.size() << '\n';
+    index << std::chrono::duration<double>(unit.at.time_since_epoch()).count() << ' ' << unit.size
+          << '\n';
     if (unit.at < from || unit.at > to) continue;
-    bits += static_cast<double>(unit.bytes.size()) * 8;
-    sizes.push_back(unit.bytes.size());
+    bits += static_cast<double>(unit.size) * 8;
+    sizes.push_back(unit.size);
   }
   std::sort(sizes.begin(), sizes.end());
   std::printf("%.1f %.0f %zu %zu %s\n", cpu, bits / seconds / 1000, sizes.size(),

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "e2e/TwinDesktops.h"
+#include "support/XResources.h"
 
 namespace vesk::testing {
 namespace {
@@ -164,26 +165,12 @@ TEST_P(LeftOutTest, ShowsTheWallpaperBeneath) {
   expectTheSame("replaced");
 }
 
-std::string nameOf(const ::testing::TestParamInfo<Kind>& info) {
-  switch (info.param) {
-    case Kind::bare:
-      return "Bare";
-    case Kind::openbox:
-      return "Openbox";
-    case Kind::openboxPicom:
-      return "OpenboxPicom";
-    case Kind::xfwm4:
-      return "Xfwm4";
-    case Kind::xfwm4Compositing:
-      return "Xfwm4Compositing";
-  }
-  return "";
-}
+std::string name(const ::testing::TestParamInfo<Kind>& info) { return nameOf(info.param); }
 
 INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutTest,
                          ::testing::Values(Kind::bare, Kind::openbox, Kind::openboxPicom,
                                            Kind::xfwm4, Kind::xfwm4Compositing),
-                         nameOf);
+                         name);
 
 class LeftOutWithoutCompositorTest : public ::testing::TestWithParam<Kind> {
  protected:
@@ -202,6 +189,42 @@ TEST_P(LeftOutWithoutCompositorTest, ShowsTheRootWindowBeneath) {
   EXPECT_EQ(twins.ownPixelsSeen(), 0);
 }
 
+TEST_P(LeftOutWithoutCompositorTest, LetsGoOfWhatItComposedWith) {
+  twins.open(acrossTheAlert, {0x40c040});
+  twins.capture();
+  const auto cycle = [&] {
+    twins.openAllOwn();
+    EXPECT_TRUE(twins.settledDifference().isNone());
+    twins.closeAllOwn();
+    EXPECT_TRUE(twins.settledDifference().isNone());
+    return twins.isQuiet(100);
+  };
+  ASSERT_TRUE(PresenceDesktop::waitUntil(cycle));
+  const auto before = countXResources();
+  for (int i = 0; i < 20; ++i) cycle();
+  EXPECT_TRUE(PresenceDesktop::waitUntil([&] {
+    twins.isQuiet(50);
+    return countXResources().objects <= before.objects;
+  })) << countXResources().objects
+      << " instead of " << before.objects;
+}
+
+TEST_P(LeftOutWithoutCompositorTest, FollowsACompositorThatComesAndGoes) {
+  twins.setWallpaper(0x60a0e0);
+  const int window = twins.open(acrossTheAlert, {0x40c040});
+  twins.open(beneathTheAlert, {.colour = 0x80402010, .alpha = true});
+  twins.capture();
+  twins.openAllOwn();
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "before";
+  twins.startCompositor();
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "composed";
+  twins.move(window, {170, 180, 250, 200});
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "moved";
+  twins.stopCompositor();
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "after";
+  EXPECT_EQ(twins.ownPixelsSeen(), 0);
+}
+
 TEST_P(LeftOutWithoutCompositorTest, DoesNothingWhileNothingHappens) {
   twins.open(acrossTheAlert, {0x40c040});
   twins.capture();
@@ -212,7 +235,7 @@ TEST_P(LeftOutWithoutCompositorTest, DoesNothingWhileNothingHappens) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutWithoutCompositorTest,
-                         ::testing::Values(Kind::bare, Kind::openbox, Kind::xfwm4), nameOf);
+                         ::testing::Values(Kind::bare, Kind::openbox, Kind::xfwm4), name);
 
 }  // namespace
 }  // namespace vesk::testing

@@ -92,6 +92,23 @@ bool isComposed(xcb_connection_t* c) {
 
 }  // namespace
 
+std::string nameOf(PresenceDesktop::Kind kind) {
+  using Kind = PresenceDesktop::Kind;
+  switch (kind) {
+    case Kind::bare:
+      return "Bare";
+    case Kind::openbox:
+      return "Openbox";
+    case Kind::openboxPicom:
+      return "OpenboxPicom";
+    case Kind::xfwm4:
+      return "Xfwm4";
+    case Kind::xfwm4Compositing:
+      return "Xfwm4Compositing";
+  }
+  return "";
+}
+
 Difference difference(const Pixels& a, const Pixels& b, int width) {
   Difference result;
   int left = width;
@@ -141,6 +158,14 @@ TwinDesktops::TwinDesktops(PresenceDesktop::Kind kind)
 }
 
 TwinDesktops::~TwinDesktops() = default;
+
+void TwinDesktops::startCompositor() {
+  onBoth([](Side& side) { side.desktop->startPicom(); });
+}
+
+void TwinDesktops::stopCompositor() {
+  onBoth([](Side& side) { side.desktop->stopPicom(); });
+}
 
 int TwinDesktops::open(const PixelRect& frame, const Look& look) {
   const int number = nextWindow_++;

@@ -15,6 +15,9 @@
 
 namespace vesk::testing {
 
+/// For the names of tests.
+std::string nameOf(PresenceDesktop::Kind kind);
+
 /// The pixels of a screen, without padding bits.
 using Pixels = std::vector<std::uint32_t>;
 
@@ -42,7 +45,9 @@ class TwinDesktops {
   explicit TwinDesktops(PresenceDesktop::Kind kind);
   ~TwinDesktops();
 
-  PresenceDesktop& captured() { return captured_; }
+  /// Where there is none.
+  void startCompositor();
+  void stopCompositor();
 
   struct Look {
     std::uint32_t colour = 0xffffff;

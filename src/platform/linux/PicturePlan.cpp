@@ -17,6 +17,13 @@ constexpr double mostBitsAtOnce = 6e6;
 /// Saved up over this long at most; a picture then goes out in one burst.
 constexpr double savingSeconds = 4;
 
+/// Beyond this a picture is never sent.
+constexpr auto mostBitsEver = static_cast<std::size_t>(8e6);
+
+/// A key frame whose cost was misjudged by more than this is made anew: the viewer would wait long
+/// for it.
+constexpr double misjudged = 2;
+
 /// What is kept of the savings while much changes: a burst of a video is no gain to anybody.
 constexpr double busySavingSeconds = 0.25;
 
@@ -90,16 +97,32 @@ void PicturePlan::earn(const Tick& tick) {
 
 PicturePlan::Decision PicturePlan::keyFrame(const Tick& tick) {
   if (tick.changed == 0 && keyRepeatable_ && !afterKeyFrame_) {
-    return {Action::repeatKey, true, goodQuantiser, true, macroblocks_};
+    return {Action::repeatKey, true, goodQuantiser, true, macroblocks_, mostBitsEver};
   }
-  const bool good = begun_ && calm_ && tick.coarse == 0;
+  // Whatever it was like before, a picture that has become good stays good.
+  const bool good = begun_ && (calm_ || tick.changed == 0) && tick.coarse == 0;
   const double allowed = std::max(good ? credit_ : std::min(credit_, 0.0), rate_ * keyFrameSeconds);
   const int quantiser = quantiserFor(keyCost_.of(macroblocks_), std::min(allowed, mostBitsAtOnce));
-  return {Action::encode, true, quantiser, true, macroblocks_};
+  const auto most = static_cast<std::size_t>(std::min(allowed, mostBitsAtOnce) * misjudged);
+  return {Action::encode, true, quantiser, true, macroblocks_, std::min(most, mostBitsEver)};
+}
+
+std::optional<PicturePlan::Decision> PicturePlan::smaller(Decision decision, std::size_t bits,
+                                                          std::size_t macroblocks) {
+  if (decision.action != Action::encode || decision.quantiser >= worstQuantiser) {
+    return std::nullopt;
+  }
+  const double factor = static_cast<double>(bits) / static_cast<double>(decision.mostBits);
+  const double steps = std::ceil(quantisersPerHalving * std::log2(std::max(factor, 1.0)) + 1);
+  decision.quantiser = std::min(decision.quantiser + static_cast<int>(steps), worstQuantiser);
+  decision.keyFrame = true;
+  decision.refine = true;
+  decision.macroblocks = macroblocks;
+  return decision;
 }
 
 PicturePlan::Decision PicturePlan::still(const Tick& tick) const {
-  constexpr Decision skip{Action::skip, false, worstQuantiser, true, 0};
+  constexpr Decision skip{Action::skip, false, worstQuantiser, true, 0, mostBitsEver};
   if (tick.coarse == 0 || stillTicks_ < ticksUntilRefined) return skip;
   const double advance = stillTicks_ >= ticksUntilAdvance ? rate_ * advanceSeconds : 0;
   const double allowed = std::min(credit_ + advance, mostBitsAtOnce);
@@ -111,7 +134,7 @@ PicturePlan::Decision PicturePlan::still(const Tick& tick) const {
   const bool worthwhile =
       quantiser == goodQuantiser || quantiser <= coarseQuantiser_ - worthwhileStep;
   if (!worthwhile) return skip;
-  return {Action::encode, false, quantiser, true, tick.coarse};
+  return {Action::encode, false, quantiser, true, tick.coarse, mostBitsEver};
 }
 
 PicturePlan::Decision PicturePlan::change(const Tick& tick) {
@@ -121,8 +144,8 @@ PicturePlan::Decision PicturePlan::change(const Tick& tick) {
   const int quantiser = quantiserFor(calmCost_.of(all), credit_ / 2);
   const bool worthwhile =
       quantiser == goodQuantiser || quantiser <= coarseQuantiser_ - worthwhileStep;
-  if (worthwhile) return {Action::encode, false, quantiser, true, all};
-  return {Action::encode, false, goodQuantiser, false, tick.changed};
+  if (worthwhile) return {Action::encode, false, quantiser, true, all, mostBitsEver};
+  return {Action::encode, false, goodQuantiser, false, tick.changed, mostBitsEver};
 }
 
 PicturePlan::Decision PicturePlan::busy(const Tick& tick) {
@@ -133,7 +156,7 @@ PicturePlan::Decision PicturePlan::busy(const Tick& tick) {
   // One cheap picture does not make the next one cheap.
   constexpr int finerAtOnce = 2;
   busyQuantiser_ = std::max(wanted, busyQuantiser_ - finerAtOnce);
-  return {Action::encode, false, busyQuantiser_, true, tick.changed};
+  return {Action::encode, false, busyQuantiser_, true, tick.changed, mostBitsEver};
 }
 
 void PicturePlan::sent(const Decision& decision, std::size_t bits) {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace vesk {
 
@@ -18,7 +19,7 @@ namespace vesk {
 class PicturePlan {
  public:
   /// The quantiser of a good picture; finer ones look no better.
-  static constexpr int goodQuantiser = 20;
+  static constexpr int goodQuantiser = 18;
   static constexpr int worstQuantiser = 51;
 
   enum class Action {
@@ -41,11 +42,17 @@ class PicturePlan {
     int quantiser = worstQuantiser;
     bool refine = true;           ///< coarse macroblocks too, not the changed ones only
     std::size_t macroblocks = 0;  ///< that the bits will be spent on
+    std::size_t mostBits = 0;     ///< a larger picture must not be sent
   };
 
   explicit PicturePlan(std::size_t macroblocks) : macroblocks_(macroblocks) {}
 
   Decision next(const Tick& tick);
+
+  /// What to do instead of a picture that came out too large: a key frame, coarser by that much.
+  /// Nothing when no coarser one can be made.
+  static std::optional<Decision> smaller(Decision decision, std::size_t bits,
+                                         std::size_t macroblocks);
 
   /// Told after every decision how large the picture came out.
   void sent(const Decision& decision, std::size_t bits);

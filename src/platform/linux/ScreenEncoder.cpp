@@ -56,8 +56,8 @@ std::optional<EncodedSample> ScreenEncoder::encode(const Nv12Image& image, HostT
   tick.keyFrame = forceKeyFrame || keyFrameIsDue(time);
   lastTime_ = time;
 
-  const auto decision = plan_.next(tick);
-  auto data = produce(image, decision);
+  auto decision = plan_.next(tick);
+  auto data = produceInTheLimit(image, decision);
   if (!data) return std::nullopt;
   lastImage_ = image.sequence;
   if (decision.keyFrame) {
@@ -65,6 +65,7 @@ std::optional<EncodedSample> ScreenEncoder::encode(const Nv12Image& image, HostT
     lastKeyTime_ = time;
   }
   ++sinceKey_;
+  lastWasKey_ = decision.keyFrame;
   plan_.sent(decision, data->size() * 8);
 
   EncodedSample sample;
@@ -102,6 +103,25 @@ void ScreenEncoder::mark(const Nv12Image& image, const PicturePlan::Decision& de
     unchanged_[i] = encoded ? 0 : X264Encoder::unchangedMark();
     if (encoded) quantisers_[i] = static_cast<std::uint8_t>(decision.quantiser);
   }
+}
+
+/// A key frame needs no other picture, so one that came out too large is only made anew: nobody has
+/// seen it.
+std::optional<Bytes> ScreenEncoder::produceInTheLimit(const Nv12Image& image,
+                                                      PicturePlan::Decision& decision) {
+  auto data = produce(image, decision);
+  int keyFrames = decision.keyFrame ? 1 : 0;
+  while (data && data->size() * 8 > decision.mostBits) {
+    const auto smaller = PicturePlan::smaller(decision, data->size() * 8, unchanged_.size());
+    if (!smaller) break;
+    decision = *smaller;
+    data = produce(image, decision);
+    ++keyFrames;
+  }
+  // The encoder gives its key frames one of two identifiers by turns. Two that are sent one after
+  // the other must differ in it.
+  if (data && lastWasKey_ && keyFrames > 0 && keyFrames % 2 == 0) data = produce(image, decision);
+  return data;
 }
 
 std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,

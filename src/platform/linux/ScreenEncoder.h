@@ -42,6 +42,7 @@ class ScreenEncoder {
   bool keyFrameIsDue(HostTime time) const;
   void compare(const Nv12Image& image, PicturePlan::Tick& tick);
   void mark(const Nv12Image& image, const PicturePlan::Decision& decision);
+  std::optional<Bytes> produceInTheLimit(const Nv12Image& image, PicturePlan::Decision& decision);
   std::optional<Bytes> produce(const Nv12Image& image, const PicturePlan::Decision& decision);
   Bytes skip() const;
   Bytes numbered(Bytes units) const;
@@ -55,6 +56,7 @@ class ScreenEncoder {
   Nv12Image::Sequence lastImage_ = 0;
   std::optional<HostTime> lastTime_;
   std::optional<HostTime> lastKeyTime_;
+  bool lastWasKey_ = false;
   std::int64_t sinceKey_ = 0;  ///< pictures sent from the key frame on, itself included
 
   std::uint32_t nextNumber_ = 0;         ///< the frame number of the next picture

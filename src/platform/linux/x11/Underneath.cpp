@@ -84,12 +84,14 @@ std::vector<PixelRect> Underneath::readStack(const SharedPixels* screen) {
   const auto before = stack_.windows();
   stack_.read();
   const auto parts = coveredParts();
-  const bool blendedBefore = std::exchange(composited_, stack_.isComposited());
+  // Who draws the windows draws the background too.
+  const bool redrawn = std::exchange(composited_, stack_.isComposited()) != stack_.isComposited();
+  wallpaperReplaced_ = wallpaperReplaced_ || redrawn;
   const bool partsChanged = parts != parts_ || wallpaperReplaced_;
   std::vector<PixelRect> changed;
   if (partsChanged) changed = rebuild(parts, before, screen);
   wallpaperReplaced_ = false;
-  if (chooseWindows() || blendedBefore != composited_) {
+  if (chooseWindows()) {
     for (const auto& patch : patches_) patch->markStale();
     changed.insert(changed.end(), parts_.begin(), parts_.end());
   }

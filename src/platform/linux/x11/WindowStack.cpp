@@ -73,7 +73,7 @@ void WindowStack::handle(const xcb_generic_event_t& event) {
   if (const auto window = changedWindow(event)) return markStale(*window);
   const int type = event.response_type & 0x7f;
   if (type == fixesEvent_ + XCB_XFIXES_SELECTION_NOTIFY) stale_ = true;
-  if (type == shapeEvent_ + XCB_SHAPE_NOTIFY) {
+  if (shapeEvent_ != 0 && type == shapeEvent_ + XCB_SHAPE_NOTIFY) {
     markStale(reinterpret_cast<const xcb_shape_notify_event_t&>(event).affected_window);
   }
 }

@@ -1,0 +1,123 @@
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <future>
+#include <mutex>
+
+#include "capture/Capturer.h"
+#include "e2e/TwinDesktops.h"
+#include "platform/SystemClock.h"
+#include "platform/linux/LinuxProcesses.h"
+#include "platform/linux/X264Compression.h"
+#include "platform/linux/x11/XDisplays.h"
+#include "platform/linux/x11/XScreenCapture.h"
+#include "support/H264Decoder.h"
+#include "support/WorkQueues.h"
+
+namespace vesk::testing {
+namespace {
+
+using Kind = PresenceDesktop::Kind;
+
+/// What a viewer sees of the captured desktop, decoded as it comes.
+class Video {
+ public:
+  explicit Video(const x11::OwnWindows& ownWindows) : screenCapture_(ownWindows) {
+    capturer_->onAccessUnit = [this](ByteView unit, Ticks) {
+      const std::lock_guard lock(mutex_);
+      picture_ = decoder_.decode(unit);
+      failures_ += picture_ ? 0 : 1;
+      arrived_.notify_all();
+    };
+    std::promise<std::exception_ptr> started;
+    capturer_->start(30, 8000, [&](auto error) { started.set_value(error); });
+    if (const auto error = started.get_future().get()) std::rethrow_exception(error);
+  }
+  ~Video() { capturer_->stop(); }
+  Video(const Video&) = delete;
+  Video& operator=(const Video&) = delete;
+
+  /// The likeness of the last picture, once it is that good or a second has passed.
+  double likeness(const std::vector<std::uint8_t>& luma, double enough) {
+    std::unique_lock lock(mutex_);
+    double best = 0;
+    arrived_.wait_for(lock, std::chrono::seconds(1), [&] {
+      if (picture_) best = psnr(*picture_, luma.data(), TwinDesktops::width);
+      return best >= enough;
+    });
+    return best;
+  }
+  int failures() {
+    const std::lock_guard lock(mutex_);
+    return failures_;
+  }
+
+ private:
+  WorkQueues queues_;
+  SystemClock clock_;
+  LinuxProcesses processes_;
+  x11::XDisplays displays_;
+  x11::XScreenCapture screenCapture_;
+  X264Compression compression_;
+  std::mutex mutex_;
+  std::condition_variable arrived_;
+  H264Decoder decoder_;
+  std::optional<Luma> picture_;
+  int failures_ = 0;
+  std::shared_ptr<Capturer> capturer_ = std::make_shared<Capturer>(
+      Capturer::Parts{queues_, clock_, processes_, displays_, screenCapture_, compression_});
+};
+
+std::vector<std::uint8_t> lumaOf(const Pixels& pixels) {
+  std::vector<std::uint8_t> luma;
+  luma.reserve(pixels.size());
+  for (const std::uint32_t pixel : pixels) {
+    luma.push_back(
+        static_cast<std::uint8_t>(16.5 + (65.481 * (pixel >> 16 & 255) +
+                                          128.553 * (pixel >> 8 & 255) + 24.966 * (pixel & 255)) /
+                                             255));
+  }
+  return luma;
+}
+
+class LeftOutVideoTest : public ::testing::TestWithParam<Kind> {
+ protected:
+  /// The pointer is in the picture, and not on the other desktop's.
+  static constexpr double enough = 34;
+
+  /// A compositor may be late on the other desktop, too.
+  void expectTheSame(Video& video, const std::string& step) {
+    double likeness = 0;
+    PresenceDesktop::waitUntil(
+        [&] {
+          likeness = video.likeness(lumaOf(twins.reference()), enough);
+          return likeness >= enough;
+        },
+        20'000);
+    EXPECT_GE(likeness, enough) << step;
+  }
+
+  TwinDesktops twins{GetParam()};
+};
+
+TEST_P(LeftOutVideoTest, ReachesTheViewerWithoutOwnWindows) {
+  const int moving = twins.open({150, 150, 250, 200}, {0x40c040});
+  twins.draw(moving, {20, 20, 50, 150}, 0xf08020);
+  Video video(twins.ownWindows());
+  twins.openAllOwn();
+  expectTheSame(video, "open");
+  for (int i = 0; i < 6; ++i) {
+    twins.move(moving, {150 + i * 50, 150 - i * 25, 250, 200});
+    twins.draw(moving, {100, 10 + i * 20, 120, 15}, 0x202020);
+    expectTheSame(video, "step " + std::to_string(i));
+  }
+  EXPECT_EQ(video.failures(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutVideoTest,
+                         ::testing::Values(Kind::bare, Kind::openbox, Kind::openboxPicom,
+                                           Kind::xfwm4, Kind::xfwm4Compositing),
+                         [](const auto& test) { return nameOf(test.param); });
+
+}  // namespace
+}  // namespace vesk::testing
