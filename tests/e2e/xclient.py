@@ -15,6 +15,12 @@ _x11.XInternAtom.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int]
 _x11.XListProperties.restype = ctypes.POINTER(ctypes.c_ulong)
 _x11.XListProperties.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p]
 _x11.XFree.argtypes = [ctypes.c_void_p]
+_x11.XGetImage.restype = ctypes.c_void_p
+_x11.XGetImage.argtypes = ([ctypes.c_void_p, ctypes.c_ulong] + [ctypes.c_int] * 2
+                           + [ctypes.c_uint] * 2 + [ctypes.c_ulong, ctypes.c_int])
+_x11.XDestroyImage.argtypes = [ctypes.c_void_p]
+_x11.XGetPixel.restype = ctypes.c_ulong
+_x11.XGetPixel.argtypes = [ctypes.c_void_p, ctypes.c_int, ctypes.c_int]
 
 _BUTTONS = {1: 0x100, 2: 0x200, 3: 0x400}
 
@@ -56,3 +62,11 @@ class XClient:
             window, child, x, y, inner_x, inner_y, mask)))
         held = {button for button, bit in _BUTTONS.items() if mask.value & bit}
         return (x.value, y.value), held
+
+    def pixel(self, x, y):
+        """The colour of a place on the screen, as 0xrrggbb."""
+        all_planes, whole_pixels = 0xffffffff, 2
+        image = _x11.XGetImage(self._display, self._root, x, y, 1, 1, all_planes, whole_pixels)
+        colour = _x11.XGetPixel(image, 0, 0) & 0xffffff
+        _x11.XDestroyImage(image)
+        return colour
