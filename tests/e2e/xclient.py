@@ -21,8 +21,19 @@ _x11.XGetImage.argtypes = ([ctypes.c_void_p, ctypes.c_ulong] + [ctypes.c_int] * 
 _x11.XDestroyImage.argtypes = [ctypes.c_void_p]
 _x11.XGetPixel.restype = ctypes.c_ulong
 _x11.XGetPixel.argtypes = [ctypes.c_void_p, ctypes.c_int, ctypes.c_int]
+_x11.XSelectInput.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_long]
+_x11.XFlush.argtypes = [ctypes.c_void_p]
+_x11.XNextEvent.argtypes = [ctypes.c_void_p, ctypes.c_void_p]
 
 _BUTTONS = {1: 0x100, 2: 0x200, 3: 0x400}
+
+
+class _MotionEvent(ctypes.Structure):
+    _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
+                ("display", ctypes.c_void_p), ("window", ctypes.c_ulong), ("root", ctypes.c_ulong),
+                ("subwindow", ctypes.c_ulong), ("time", ctypes.c_ulong), ("x", ctypes.c_int),
+                ("y", ctypes.c_int), ("x_root", ctypes.c_int), ("y_root", ctypes.c_int),
+                ("rest", ctypes.c_long * 16)]
 
 
 class XClient:
@@ -62,6 +73,18 @@ class XClient:
             window, child, x, y, inner_x, inner_y, mask)))
         held = {button for button, bit in _BUTTONS.items() if mask.value & bit}
         return (x.value, y.value), held
+
+    def watch_motion(self):
+        """From now on `next_motion` has the pointer's motions over the bare screen."""
+        pointer_motion = 1 << 6
+        _x11.XSelectInput(self._display, self._root, pointer_motion)
+        self.pointer()  # an answer: the server knows of the wish
+
+    def next_motion(self):
+        """Waits for the next one. Its place on the screen."""
+        event = _MotionEvent()
+        _x11.XNextEvent(self._display, ctypes.byref(event))
+        return event.x_root, event.y_root
 
     def pixel(self, x, y):
         """The colour of a place on the screen, as 0xrrggbb."""
