@@ -41,7 +41,7 @@ TEST_P(AlertOnScreenTest, TakesNoKeyThatWasMeantForAnotherProgram) {
   desktop_.key(returnKey);
   EXPECT_EQ(program_.line(300), std::nullopt);
   EXPECT_TRUE(desktop_.isShown(alert));
-  std::this_thread::sleep_for(milliseconds(500));
+  untilKeysCount();
   desktop_.key(escapeKey);
   EXPECT_EQ(program_.line(), "denied");
 }

@@ -61,9 +61,15 @@ class PresenceTest : public ::testing::TestWithParam<Kind> {
     const xcb_window_t alert = desktop_.alert();
     EXPECT_NE(alert, xcb_window_t{XCB_NONE});
     EXPECT_TRUE(PresenceDesktop::waitUntil([&] { return desktop_.focus() == alert; }));
-    // Nothing on the screen tells that the time in which keys are ignored is over.
-    std::this_thread::sleep_for(milliseconds(800));
+    untilKeysCount();
     return alert;
+  }
+
+  /// The half second in which keys are ignored begins when the program knows of its focus, and
+  /// nothing on the screen tells that it is over.
+  void untilKeysCount() {
+    EXPECT_EQ(program_.ask("focus"), "focused");
+    std::this_thread::sleep_for(milliseconds(600));
   }
 
   /// Covers the screen by a left and a right half, so that no compositor steps aside for them.

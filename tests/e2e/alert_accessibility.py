@@ -44,7 +44,7 @@ def has(node, state):
 
 def find(role, name):
     """The one on any application's tree, waited for."""
-    deadline = time.monotonic() + 10
+    deadline = time.monotonic() + 30
     while time.monotonic() < deadline:
         for node in nodes(Atspi.get_desktop(0)):
             if (node.get_role_name(), node.get_name()) == (role, name):
@@ -74,7 +74,7 @@ def check(program, display):
             assert actions.do_action(0)
             assert shown.stdout.readline() == answer
         shown.stdin.close()
-        assert shown.wait(10) == 0
+        assert shown.wait(30) == 0
     finally:
         shown.kill()
         shown.wait()

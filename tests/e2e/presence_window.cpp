@@ -4,11 +4,13 @@
 //   show STRIP BORDER THICKNESS NAME
 //   viewer NAME
 //   hide
+//   focus                        prints "focused" as soon as the alert knows that it has the focus
 //   ping                         prints "pong" from the main queue
 //   windows                      prints the own windows that are listed
 // A name may hold the escapes \n and \\. The end of the input ends the program.
 
 #include <QGuiApplication>
+#include <QWindow>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -55,6 +57,9 @@ class Commands final : public ApplicationDelegate {
         std::istringstream words(line.substr(4));
         Consent::ask(platform_.queues->main(), *platform_.alerts, restOf(words),
                      [](bool allowed) { say(allowed ? "allowed" : "denied"); });
+      } else if (line == "focus") {
+        // Not by the main queue, which waits for the alert's end.
+        QMetaObject::invokeMethod(qApp, [] { tellFocus(); });
       } else {
         platform_.queues->main().async([this, line] { run(line); });
       }
@@ -63,6 +68,13 @@ class Commands final : public ApplicationDelegate {
       banner_.hide();
       QGuiApplication::exit(0);
     });
+  }
+
+  static void tellFocus() {
+    if (QGuiApplication::focusWindow() != nullptr) return say("focused");
+    QObject::connect(
+        qApp, &QGuiApplication::focusWindowChanged, qApp, [] { say("focused"); },
+        static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
   }
 
   void run(const std::string& line) {

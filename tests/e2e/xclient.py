@@ -17,6 +17,15 @@ _x11.XListProperties.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_
 _x11.XQueryTree.argtypes = [ctypes.c_void_p, ctypes.c_ulong] + [ctypes.c_void_p] * 4
 _x11.XGetWindowAttributes.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p]
 _x11.XFree.argtypes = [ctypes.c_void_p]
+_x11.XGetImage.restype = ctypes.c_void_p
+_x11.XGetImage.argtypes = ([ctypes.c_void_p, ctypes.c_ulong] + [ctypes.c_int] * 2
+                           + [ctypes.c_uint] * 2 + [ctypes.c_ulong, ctypes.c_int])
+_x11.XDestroyImage.argtypes = [ctypes.c_void_p]
+_x11.XGetPixel.restype = ctypes.c_ulong
+_x11.XGetPixel.argtypes = [ctypes.c_void_p, ctypes.c_int, ctypes.c_int]
+_x11.XSelectInput.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_long]
+_x11.XFlush.argtypes = [ctypes.c_void_p]
+_x11.XNextEvent.argtypes = [ctypes.c_void_p, ctypes.c_void_p]
 
 # A window may be gone before it is asked about: the answer tells, and the error need not.
 _ignore = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)(lambda *_: 0)
@@ -24,6 +33,14 @@ _x11.XSetErrorHandler(_ignore)
 
 _MAP_STATE, _IS_VIEWABLE = 23, 2  # the field's place among the integers of XWindowAttributes
 _BUTTONS = {1: 0x100, 2: 0x200, 3: 0x400}
+
+
+class _MotionEvent(ctypes.Structure):
+    _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
+                ("display", ctypes.c_void_p), ("window", ctypes.c_ulong), ("root", ctypes.c_ulong),
+                ("subwindow", ctypes.c_ulong), ("time", ctypes.c_ulong), ("x", ctypes.c_int),
+                ("y", ctypes.c_int), ("x_root", ctypes.c_int), ("y_root", ctypes.c_int),
+                ("rest", ctypes.c_long * 16)]
 
 
 class XClient:
@@ -77,3 +94,23 @@ class XClient:
             viewable += bool(status and attributes[_MAP_STATE] == _IS_VIEWABLE)
         _x11.XFree(windows)
         return viewable
+
+    def watch_motion(self):
+        """From now on `next_motion` has the pointer's motions over the bare screen."""
+        pointer_motion = 1 << 6
+        _x11.XSelectInput(self._display, self._root, pointer_motion)
+        self.pointer()  # an answer: the server knows of the wish
+
+    def next_motion(self):
+        """Waits for the next one. Its place on the screen."""
+        event = _MotionEvent()
+        _x11.XNextEvent(self._display, ctypes.byref(event))
+        return event.x_root, event.y_root
+
+    def pixel(self, x, y):
+        """The colour of a place on the screen, as 0xrrggbb."""
+        all_planes, whole_pixels = 0xffffffff, 2
+        image = _x11.XGetImage(self._display, self._root, x, y, 1, 1, all_planes, whole_pixels)
+        colour = _x11.XGetPixel(image, 0, 0) & 0xffffff
+        _x11.XDestroyImage(image)
+        return colour

@@ -108,7 +108,7 @@ class Chromium final : public Program {
                 "hromium") {
     if (!eventually(
             [this] { return title() == "ready" || title().find("¦") != std::string::npos; }))
-      throw std::runtime_error("Chromium shows no page: " + title());
+      throw std::runtime_error("Chromium shows no page: " + title() + "\n" + Program::text());
   }
   std::string text() override { return part(title(), 0); }
   std::string selection() override { return part(title(), 1); }

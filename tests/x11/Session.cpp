@@ -32,7 +32,7 @@ std::string output(const std::string& command) {
 
 bool eventually(const std::function<bool()>& holds) {
   using namespace std::chrono;
-  const auto deadline = steady_clock::now() + seconds(20);
+  const auto deadline = steady_clock::now() + seconds(30);
   while (!holds()) {
     if (steady_clock::now() > deadline) return false;
     std::this_thread::sleep_for(milliseconds(5));
@@ -54,8 +54,9 @@ Session::Session(Windows windows) {
       connection_->get(), xcb_xkb_use_extension(connection_->get(), 1, 0), nullptr));
   if (windows == Windows::bare) return;
   windowManager_ = std::make_unique<ChildProcess>(std::vector<std::string>{"openbox"});
-  const bool managed =
-      eventually([this] { return !text(connection_->root(), "_NET_SUPPORTING_WM_CHECK").empty(); });
+  // Its list of windows, empty as yet, is the last that it tells of when it starts: windows that
+  // come up earlier may be lost to it for good.
+  const bool managed = eventually([this] { return has(connection_->root(), "_NET_CLIENT_LIST"); });
   if (!managed) throw std::runtime_error("no window manager");
 }
 
@@ -70,6 +71,14 @@ xcb_atom_t Session::atom(const std::string& name) const {
   const ReplyPtr<xcb_intern_atom_reply_t> reply(
       xcb_intern_atom_reply(connection_->get(), request, nullptr));
   return reply == nullptr ? xcb_atom_t{XCB_ATOM_NONE} : reply->atom;
+}
+
+bool Session::has(xcb_window_t window, const std::string& property) const {
+  const auto request = xcb_get_property(connection_->get(), 0, window, atom(property),
+                                        XCB_GET_PROPERTY_TYPE_ANY, 0, 0);
+  const ReplyPtr<xcb_get_property_reply_t> reply(
+      xcb_get_property_reply(connection_->get(), request, nullptr));
+  return reply != nullptr && reply->type != XCB_NONE;
 }
 
 std::string Session::text(xcb_window_t window, const std::string& property) const {

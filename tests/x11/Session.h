@@ -19,7 +19,7 @@
 
 namespace vesk::testing {
 
-/// Waits until something holds that no event tells of. False after twenty seconds, far beyond what
+/// Waits until something holds that no event tells of. False after thirty seconds, far beyond what
 /// any test needs.
 bool eventually(const std::function<bool()>& holds);
 
@@ -41,6 +41,8 @@ class Session {
 
   /// Waits until a window whose class holds `name` is the active one. That window, or none.
   xcb_window_t waitForActive(const std::string& name);
+
+  bool has(xcb_window_t window, const std::string& property) const;
 
   /// The property as text.
   std::string text(xcb_window_t window, const std::string& property) const;
