@@ -67,6 +67,12 @@ AlertDialog::AlertDialog()
   layOut();
 }
 
+AlertDialog::~AlertDialog() {
+  // The buttons lose the focus when the dialog's base is taken down, and the list of them is gone
+  // by then.
+  disconnect(qApp, nullptr, this, nullptr);
+}
+
 void AlertDialog::setMessageText(const QString& text) {
   setText(*message_, text);
   setAccessibleName(message_->accessibleName());

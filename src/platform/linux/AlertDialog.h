@@ -26,6 +26,9 @@ class AlertDialog final : public QDialog {
   static constexpr int firstButton = 1000;
 
   AlertDialog();
+  ~AlertDialog() override;
+  AlertDialog(const AlertDialog&) = delete;
+  AlertDialog& operator=(const AlertDialog&) = delete;
 
   void setMessageText(const QString& text);
   void setInformativeText(const QString& text);
