@@ -95,7 +95,7 @@ void TextTyper::lendFor(std::span<const Planned> part) {
 /// questions is given time instead.
 void TextTyper::awaitReader(SpareKeys::Time lastUse) {
   constexpr std::chrono::milliseconds patience{1000};
-  constexpr std::chrono::milliseconds untilRead{60};
+  constexpr std::chrono::milliseconds untilRead{200};  // of a terminal on a busy machine
   const auto onOther = [this](const auto& event) { keyboard_.note(event, spares_.keycodes()); };
   if (reader_.hasReadEverything(SpareKeys::Time::clock::now() + patience, onOther)) return;
   std::this_thread::sleep_until(lastUse + untilRead);
