@@ -252,6 +252,8 @@ void TwinDesktops::setWallpaper(std::uint32_t colour) {
                           XCB_ATOM_PIXMAP, 32, 1, &pixmap);
     }
   });
+  // A compositor takes its time, and until then the picture shows what was there before.
+  onBoth([&](Side& side) { side.desktop->waitForPixel(725, 550, colour); });
 }
 
 xcb_window_t TwinDesktops::openOwn(const PixelRect& frame, bool managed) {

@@ -151,13 +151,14 @@ bool ScreenGrabber::cursorChanged() {
 
 std::optional<std::vector<PixelRect>> ScreenGrabber::grab() {
   std::vector<PixelRect> changed;
-  if (painted_) changed.push_back(*painted_);
+  const auto before = painted_;
   unpaintCursor();
   if (!update(changed, !everything_)) return std::nullopt;
   // An own window that has come up just now may be in the picture; it does not stay there.
   pollEvents();
   const bool again = underneath_ != nullptr && underneath_->isStale() && underneath_->isNeeded();
   if (again && !update(changed, false)) return std::nullopt;
+  const bool redrawn = showsCursor_ && cursorStale_;
   if (showsCursor_) {
     if (cursorStale_) {
       loadCursor();
@@ -166,7 +167,11 @@ std::optional<std::vector<PixelRect>> ScreenGrabber::grab() {
     }
     paintCursor();
   }
-  if (painted_) changed.push_back(*painted_);
+  // A pointer that stays as it is changes nothing.
+  if (redrawn || before != painted_) {
+    if (before) changed.push_back(*before);
+    if (painted_) changed.push_back(*painted_);
+  }
   return changed;
 }
 

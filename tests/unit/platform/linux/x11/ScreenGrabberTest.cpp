@@ -129,6 +129,9 @@ TEST_F(ScreenGrabberTest, PaintsThePointerAndTakesItAwayAgain) {
   EXPECT_EQ(changed->size(), 2U) << "where it was, and where it is";
   EXPECT_TRUE(darkNear(200, 100));
   EXPECT_FALSE(darkNear(50, 60));
+  painter.fill(10, 10, 4, 4, 0xff0000);
+  EXPECT_EQ(next(*grabber), (std::vector<PixelRect>{{10, 10, 4, 4}})) << "it has not moved";
+  EXPECT_TRUE(darkNear(200, 100));
 }
 
 TEST_F(ScreenGrabberTest, FindsNothingWhereNothingWasDrawn) {
