@@ -230,13 +230,19 @@ TEST_F(XScreenStreamTest, FailsForADisplayThatIsNotThere) {
 }
 
 TEST_F(XScreenStreamTest, LeavesNothingBehindHoweverOftenItRuns) {
+  const auto segments = sharedSegments();
+  // The server lets go of everything when it sees that a connection is gone.
+  const auto waitWhile = [](const auto& condition) {
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    while (condition() && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(1ms);
+  };
   {
     // What the server makes once and keeps is made for the first stream.
     const auto stream = makeStream({640, 480});
     ASSERT_EQ(start(*stream), std::nullopt);
     ASSERT_EQ(stop(*stream), std::nullopt);
   }
-  const auto segments = sharedSegments();
+  waitWhile([&] { return sharedSegments() != segments; });
   const auto inProcess = testing::countProcessResources();
   const auto inServer = testing::countXResources();
   for (int i = 0; i < 200; ++i) {
@@ -246,12 +252,7 @@ TEST_F(XScreenStreamTest, LeavesNothingBehindHoweverOftenItRuns) {
       ASSERT_EQ(stop(*stream), std::nullopt) << i;
     }
   }
-  // The server lets go of everything when it sees that the connection is gone.
-  const auto end = std::chrono::steady_clock::now() + deadline;
-  const auto left = [&] {
-    return sharedSegments() != segments || testing::countXResources() != inServer;
-  };
-  while (left() && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(1ms);
+  waitWhile([&] { return sharedSegments() != segments || testing::countXResources() != inServer; });
   EXPECT_EQ(sharedSegments(), segments);
   EXPECT_EQ(testing::countXResources(), inServer);
   EXPECT_EQ(testing::countProcessResources(), inProcess);
