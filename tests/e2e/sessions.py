@@ -23,10 +23,11 @@ class Session(harness.Case):
         self.agent.next_message()
 
     def units(self):
-        """Duration in ticks, size and kind of each access unit so far."""
+        """Duration in ticks, size and kind of each access unit so far, the one of which only a
+        part of the line is there yet left out."""
         if not self.durations.exists():
             return []
-        lines = self.durations.read_text().splitlines()
+        *lines, _ = self.durations.read_text().split("\n")
         return [(int(ticks), int(size), kind) for ticks, size, kind in map(str.split, lines)]
 
     def run_session(self, **members):

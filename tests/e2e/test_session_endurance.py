@@ -24,15 +24,18 @@ class Endurance(Session):
         super().setUp()
 
     def wait_for_lines(self, file, count, seconds=harness.PATIENCE):
-        """Reads on where it stopped, until `count` lines have been read; they are returned."""
+        """Reads on where it stopped, until `count` lines have been read; they are returned.
+        A line that lies across two pages of the file may be seen before its end is there."""
         lines = []
+        begun = ""
         deadline = time.monotonic() + seconds
         while len(lines) < count:
             if time.monotonic() > deadline:
                 raise harness.Timeout(f"{len(lines)} of {count} access units came")
-            line = file.readline()
-            if line.endswith("\n"):
-                lines.append(line)
+            begun += file.readline()
+            if begun.endswith("\n"):
+                lines.append(begun)
+                begun = ""
             else:
                 time.sleep(0.002)
         return lines
