@@ -10,7 +10,7 @@ using AlertOnScreenTest = PresenceTest;
 INSTANTIATE_TEST_SUITE_P(On, AlertOnScreenTest,
                          ::testing::Values(Kind::bare, Kind::openbox, Kind::openboxPicom,
                                            Kind::xfwm4, Kind::xfwm4Compositing),
-                         nameOf);
+                         nameOfDesktop);
 
 TEST_P(AlertOnScreenTest, AnswersByKeys) {
   ask("Ada");
@@ -146,7 +146,7 @@ class ManagedAlertTest : public PresenceTest {};
 INSTANTIATE_TEST_SUITE_P(On, ManagedAlertTest,
                          ::testing::Values(Kind::openbox, Kind::openboxPicom, Kind::xfwm4,
                                            Kind::xfwm4Compositing),
-                         nameOf);
+                         nameOfDesktop);
 
 /// No task bar lists it, so nobody could bring it back.
 TEST_P(ManagedAlertTest, ComesBackWhenItIsMinimised) {

@@ -10,7 +10,7 @@ using BannerOnScreenTest = PresenceTest;
 INSTANTIATE_TEST_SUITE_P(On, BannerOnScreenTest,
                          ::testing::Values(Kind::bare, Kind::openbox, Kind::openboxPicom,
                                            Kind::xfwm4, Kind::xfwm4Compositing),
-                         nameOf);
+                         nameOfDesktop);
 
 TEST_P(BannerOnScreenTest, DrawsStripAndBorderWhereTheyBelong) {
   coverTheScreen();

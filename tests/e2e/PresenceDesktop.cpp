@@ -15,6 +15,8 @@
 #include <string_view>
 #include <thread>
 
+#include "platform/linux/x11/Properties.h"
+
 namespace vesk::testing {
 namespace {
 
@@ -105,11 +107,8 @@ PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen)
 PresenceDesktop::~PresenceDesktop() { xcb_disconnect(connection_); }
 
 bool PresenceDesktop::composited() const {
-  const auto intern = xcb_intern_atom(connection_, 0, 13, "_NET_WM_CM_S0");
-  const ReplyPtr<xcb_intern_atom_reply_t> selection(
-      xcb_intern_atom_reply(connection_, intern, nullptr));
   const ReplyPtr<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
-      connection_, xcb_get_selection_owner(connection_, selection->atom), nullptr));
+      connection_, xcb_get_selection_owner(connection_, atomOf("_NET_WM_CM_S0")), nullptr));
   return owner != nullptr && owner->owner != XCB_NONE;
 }
 
@@ -353,12 +352,25 @@ bool PresenceDesktop::waitUntil(const std::function<bool()>& condition, int limi
   return true;
 }
 
-xcb_atom_t PresenceDesktop::atomOf(const std::string& name) {
-  const ReplyPtr<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-      connection_,
-      xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data()),
-      nullptr));
-  return reply->atom;
+xcb_atom_t PresenceDesktop::atomOf(const std::string& name) const {
+  return x11::atom(connection_, name);
+}
+
+std::string nameOf(PresenceDesktop::Kind kind) {
+  using Kind = PresenceDesktop::Kind;
+  switch (kind) {
+    case Kind::bare:
+      return "Bare";
+    case Kind::openbox:
+      return "Openbox";
+    case Kind::openboxPicom:
+      return "OpenboxPicom";
+    case Kind::xfwm4:
+      return "Xfwm4";
+    case Kind::xfwm4Compositing:
+      return "Xfwm4Compositing";
+  }
+  return "";
 }
 
 }  // namespace vesk::testing

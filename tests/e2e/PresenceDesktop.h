@@ -111,7 +111,7 @@ class PresenceDesktop {
 
   xcb_connection_t* connection() const { return connection_; }
   xcb_window_t root() const { return root_; }
-  xcb_atom_t atomOf(const std::string& name);
+  xcb_atom_t atomOf(const std::string& name) const;
 
  private:
   Kind kind_;
@@ -123,5 +123,8 @@ class PresenceDesktop {
   std::unique_ptr<ChildProcess> manager_;
   std::unique_ptr<ChildProcess> compositor_;
 };
+
+/// For the names of tests.
+std::string nameOf(PresenceDesktop::Kind kind);
 
 }  // namespace vesk::testing

@@ -22,20 +22,8 @@ constexpr std::uint32_t backdrop = 0x4a6a8a;
 constexpr std::uint32_t red = 0xcc0d0d;
 constexpr std::uint32_t redOverBackdrop = 0xb22026;  // four fifths of it
 
-inline std::string nameOf(const ::testing::TestParamInfo<Kind>& info) {
-  switch (info.param) {
-    case Kind::bare:
-      return "bare";
-    case Kind::openbox:
-      return "openbox";
-    case Kind::openboxPicom:
-      return "openboxPicom";
-    case Kind::xfwm4:
-      return "xfwm4";
-    case Kind::xfwm4Compositing:
-      return "xfwm4Compositing";
-  }
-  return "";
+inline std::string nameOfDesktop(const ::testing::TestParamInfo<Kind>& info) {
+  return nameOf(info.param);
 }
 
 struct Place {

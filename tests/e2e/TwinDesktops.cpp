@@ -92,23 +92,6 @@ bool isComposed(xcb_connection_t* c) {
 
 }  // namespace
 
-std::string nameOf(PresenceDesktop::Kind kind) {
-  using Kind = PresenceDesktop::Kind;
-  switch (kind) {
-    case Kind::bare:
-      return "Bare";
-    case Kind::openbox:
-      return "Openbox";
-    case Kind::openboxPicom:
-      return "OpenboxPicom";
-    case Kind::xfwm4:
-      return "Xfwm4";
-    case Kind::xfwm4Compositing:
-      return "Xfwm4Compositing";
-  }
-  return "";
-}
-
 Difference difference(const Pixels& a, const Pixels& b, int width) {
   Difference result;
   int left = width;

@@ -15,9 +15,6 @@
 
 namespace vesk::testing {
 
-/// For the names of tests.
-std::string nameOf(PresenceDesktop::Kind kind);
-
 /// The pixels of a screen, without padding bits.
 using Pixels = std::vector<std::uint32_t>;
 

@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "platform/linux/x11/Properties.h"
 #include "platform/linux/x11/Reader.h"
 #include "platform/linux/x11/Xkb.h"
 
@@ -65,25 +66,19 @@ void Session::setLayout(std::vector<std::string> layout) {
   if (run(std::move(layout)) != 0) throw std::runtime_error("setxkbmap failed");
 }
 
-xcb_atom_t Session::atom(const std::string& name) const {
-  const auto request =
-      xcb_intern_atom(connection_->get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
-  const ReplyPtr<xcb_intern_atom_reply_t> reply(
-      xcb_intern_atom_reply(connection_->get(), request, nullptr));
-  return reply == nullptr ? xcb_atom_t{XCB_ATOM_NONE} : reply->atom;
-}
-
 bool Session::has(xcb_window_t window, const std::string& property) const {
-  const auto request = xcb_get_property(connection_->get(), 0, window, atom(property),
-                                        XCB_GET_PROPERTY_TYPE_ANY, 0, 0);
+  const auto request =
+      xcb_get_property(connection_->get(), 0, window, x11::atom(connection_->get(), property),
+                       XCB_GET_PROPERTY_TYPE_ANY, 0, 0);
   const ReplyPtr<xcb_get_property_reply_t> reply(
       xcb_get_property_reply(connection_->get(), request, nullptr));
   return reply != nullptr && reply->type != XCB_NONE;
 }
 
 std::string Session::text(xcb_window_t window, const std::string& property) const {
-  const auto request = xcb_get_property(connection_->get(), 0, window, atom(property),
-                                        XCB_GET_PROPERTY_TYPE_ANY, 0, 100000);
+  const auto request =
+      xcb_get_property(connection_->get(), 0, window, x11::atom(connection_->get(), property),
+                       XCB_GET_PROPERTY_TYPE_ANY, 0, 100000);
   const ReplyPtr<xcb_get_property_reply_t> reply(
       xcb_get_property_reply(connection_->get(), request, nullptr));
   if (reply == nullptr) return {};

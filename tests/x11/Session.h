@@ -63,8 +63,6 @@ class Session {
   void settle() const;
 
  private:
-  xcb_atom_t atom(const std::string& name) const;
-
   XServer server_;
   std::unique_ptr<x11::Connection> connection_;
   std::unique_ptr<ChildProcess> windowManager_;

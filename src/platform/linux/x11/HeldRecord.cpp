@@ -1,8 +1,8 @@
 #include "platform/linux/x11/HeldRecord.h"
 
 #include <span>
-#include <string_view>
 
+#include "platform/linux/x11/Properties.h"
 #include "platform/linux/x11/XTest.h"
 
 namespace vesk::x11 {
@@ -68,11 +68,7 @@ Held decode(const std::vector<std::uint32_t>& numbers) {
 }
 
 HeldRecord::HeldRecord(const Connection& connection) : connection_(connection) {
-  if (!connection_) return;
-  constexpr std::string_view name = "_VESK_REMOTE_HELD";
-  const ReplyPtr<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-      connection_.get(), xcb_intern_atom(connection_.get(), 0, name.size(), name.data()), nullptr));
-  if (atom != nullptr) property_ = atom->atom;
+  if (connection_) property_ = atom(connection_.get(), "_VESK_REMOTE_HELD");
 }
 
 Held HeldRecord::read() const {

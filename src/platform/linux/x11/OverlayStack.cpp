@@ -7,30 +7,15 @@
 #include <optional>
 
 #include "platform/linux/x11/CompositorBypass.h"
-#include "platform/linux/x11/Properties.h"
 #include "platform/linux/x11/XOverlay.h"
+#include "platform/linux/x11/compositorSelection.h"
+#include "platform/linux/x11/restackedWindow.h"
 
 namespace vesk::x11 {
 namespace {
 
 /// Two programs that both want to be on top, a screen locker for one, must not chase each other.
 constexpr int millisecondsBetweenRaises = 250;
-
-/// The window that another program has put, or may have put, above ours.
-std::optional<xcb_window_t> restacked(const xcb_generic_event_t& event) {
-  switch (event.response_type & 0x7f) {
-    case XCB_MAP_NOTIFY:
-      return reinterpret_cast<const xcb_map_notify_event_t&>(event).window;
-    case XCB_CONFIGURE_NOTIFY:
-      return reinterpret_cast<const xcb_configure_notify_event_t&>(event).window;
-    case XCB_REPARENT_NOTIFY:
-      return reinterpret_cast<const xcb_reparent_notify_event_t&>(event).window;
-    case XCB_CIRCULATE_NOTIFY:
-      return reinterpret_cast<const xcb_circulate_notify_event_t&>(event).window;
-    default:
-      return std::nullopt;
-  }
-}
 
 /// Whether the server itself made the window: the one that a compositor shows its picture in.
 bool isServersOwn(const Connection& connection, xcb_window_t window) {
@@ -73,13 +58,8 @@ void OverlayStack::watchCompositor() {
       xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
   selectionNotify_ = extension->first_event + XCB_XFIXES_SELECTION_NOTIFY;
 
-  // A compositor owns this selection as long as it runs. Asked after the wish to be told, so that
-  // none slips through in between.
-  const xcb_atom_t selection = atom(c, "_NET_WM_CM_S0");
-  xcb_xfixes_select_selection_input(c, connection_.root(), selection,
-                                    XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
-                                        XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
-                                        XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+  // Asked after the wish to be told, so that none slips through in between.
+  const xcb_atom_t selection = watchCompositorSelection(connection_);
   const ReplyPtr<xcb_get_selection_owner_reply_t> owner(
       xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr));
   composited_ = owner != nullptr && owner->owner != XCB_NONE;
@@ -103,7 +83,8 @@ void OverlayStack::readEvents() {
 
 void OverlayStack::handle(const xcb_generic_event_t& event) {
   followCompositor(event);
-  const auto window = restacked(event);
+  // Another program has put it, or may have put it, above ours.
+  const auto window = restackedWindow(event);
   if (window && !isOwn(*window)) raiseSoon();
 }
 

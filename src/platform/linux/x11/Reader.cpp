@@ -5,22 +5,16 @@
 #include <algorithm>
 #include <span>
 
+#include "platform/linux/x11/Properties.h"
+
 namespace vesk::x11 {
 
 Reader::Reader(const Connection& connection) : connection_(connection) {}
 
-xcb_atom_t Reader::atom(std::string_view name) const {
-  const auto request =
-      xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
-  const ReplyPtr<xcb_intern_atom_reply_t> reply(
-      xcb_intern_atom_reply(connection_.get(), request, nullptr));
-  return reply == nullptr ? xcb_atom_t{XCB_ATOM_NONE} : reply->atom;
-}
-
 bool Reader::hasReadEverything(Clock::time_point deadline, const OtherEvent& onOther) {
   if (ping_ == XCB_ATOM_NONE) {
-    protocols_ = atom("WM_PROTOCOLS");
-    ping_ = atom("_NET_WM_PING");
+    protocols_ = atom(connection_.get(), "WM_PROTOCOLS");
+    ping_ = atom(connection_.get(), "_NET_WM_PING");
   }
   const xcb_window_t window = windowThatAnswers();
   if (window == XCB_NONE) return false;

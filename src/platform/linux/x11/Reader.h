@@ -25,7 +25,6 @@ class Reader {
   bool hasReadEverything(Clock::time_point deadline, const OtherEvent& onOther);
 
  private:
-  xcb_atom_t atom(std::string_view name) const;
   xcb_window_t windowThatAnswers() const;
   bool answers(xcb_window_t window) const;
   void listenToRoot(std::uint32_t mask) const;

@@ -9,7 +9,8 @@
 #include <optional>
 #include <span>
 
-#include "platform/linux/x11/Properties.h"
+#include "platform/linux/x11/compositorSelection.h"
+#include "platform/linux/x11/restackedWindow.h"
 
 namespace vesk::x11 {
 namespace {
@@ -17,21 +18,14 @@ namespace {
 /// The window of which an event tells that its place among the others, or its contents' place in
 /// the server, has changed.
 std::optional<xcb_window_t> changedWindow(const xcb_generic_event_t& event) {
+  if (const auto window = restackedWindow(event)) return window;
   switch (event.response_type & 0x7f) {
-    case XCB_MAP_NOTIFY:
-      return reinterpret_cast<const xcb_map_notify_event_t&>(event).window;
     case XCB_UNMAP_NOTIFY:
       return reinterpret_cast<const xcb_unmap_notify_event_t&>(event).window;
     case XCB_DESTROY_NOTIFY:
       return reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window;
-    case XCB_CONFIGURE_NOTIFY:
-      return reinterpret_cast<const xcb_configure_notify_event_t&>(event).window;
     case XCB_GRAVITY_NOTIFY:
       return reinterpret_cast<const xcb_gravity_notify_event_t&>(event).window;
-    case XCB_REPARENT_NOTIFY:
-      return reinterpret_cast<const xcb_reparent_notify_event_t&>(event).window;
-    case XCB_CIRCULATE_NOTIFY:
-      return reinterpret_cast<const xcb_circulate_notify_event_t&>(event).window;
     default:
       return std::nullopt;
   }
@@ -58,11 +52,7 @@ void WindowStack::watch() {
   auto* const c = connection_.get();
   const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
   xcb_change_window_attributes(c, connection_.root(), XCB_CW_EVENT_MASK, &mask);
-  compositor_ = atom(c, "_NET_WM_CM_S0");
-  xcb_xfixes_select_selection_input(c, connection_.root(), compositor_,
-                                    XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
-                                        XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
-                                        XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+  compositor_ = watchCompositorSelection(connection_);
   const auto* const fixes = xcb_get_extension_data(c, &xcb_xfixes_id);
   const auto* const shape = xcb_get_extension_data(c, &xcb_shape_id);
   if (fixes != nullptr) fixesEvent_ = fixes->first_event;

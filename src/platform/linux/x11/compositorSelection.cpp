@@ -1,0 +1,18 @@
+#include "platform/linux/x11/compositorSelection.h"
+
+#include <xcb/xfixes.h>
+
+#include "platform/linux/x11/Properties.h"
+
+namespace vesk::x11 {
+
+xcb_atom_t watchCompositorSelection(const Connection& connection) {
+  const xcb_atom_t selection = atom(connection.get(), "_NET_WM_CM_S0");
+  xcb_xfixes_select_selection_input(connection.get(), connection.root(), selection,
+                                    XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                                        XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                                        XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+  return selection;
+}
+
+}  // namespace vesk::x11
