@@ -73,8 +73,9 @@ class OwnOverlays {
     auto frames = x11::borderEdges(all, 8);
     frames.push_back({all.x + all.width / 2 - 320, all.y, 640, 26});
     for (const auto& frame : frames) {
-      windows_.push_back(std::make_unique<x11::OverlayWindow>(
-          connection_, ownWindows, frame, x11::OverlayWindow::Kind::translucent));
+      windows_.push_back(std::make_unique<x11::OverlayWindow>(connection_, ownWindows, frame,
+                                                              x11::OverlayWindow::Kind::translucent,
+                                                              "_NET_WM_WINDOW_TYPE_DOCK"));
       windows_.back()->fill({0.8, 0.1, 0.1, 1});
       windows_.back()->map();
     }

@@ -12,6 +12,7 @@
 #include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XScreenCapture.h"
 #include "support/H264Decoder.h"
+#include "support/Patience.h"
 #include "support/WorkQueues.h"
 
 namespace vesk::testing {
@@ -88,7 +89,7 @@ class LeftOutVideoTest : public ::testing::TestWithParam<Kind> {
   /// A compositor may be late on the other desktop, too.
   void expectTheSame(Video& video, const std::string& step) {
     double likeness = 0;
-    PresenceDesktop::waitUntil(
+    waitUntil(
         [&] {
           likeness = video.likeness(lumaOf(twins.reference()), enough);
           return likeness >= enough;
@@ -116,7 +117,8 @@ TEST_P(LeftOutVideoTest, ReachesTheViewerWithoutOwnWindows) {
 
 INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutVideoTest,
                          ::testing::Values(Kind::bare, Kind::openbox, Kind::openboxPicom,
-                                           Kind::xfwm4, Kind::xfwm4Compositing),
+                                           Kind::xfwm4, Kind::xfwm4Compositing, Kind::mutter,
+                                           Kind::kwin),
                          [](const auto& test) { return nameOf(test.param); });
 
 }  // namespace

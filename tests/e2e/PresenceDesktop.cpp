@@ -1,105 +1,31 @@
 #include "e2e/PresenceDesktop.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
 #include <xcb/xtest.h>
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdlib>
 #include <deque>
-#include <filesystem>
 #include <stdexcept>
 #include <string_view>
-#include <thread>
 
 #include "platform/linux/x11/Properties.h"
+#include "support/Patience.h"
 
 namespace vesk::testing {
-namespace {
 
 using x11::ReplyPtr;
 
-std::array<Descriptor, 2> makePipe() {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-  return {Descriptor(ends[0]), Descriptor(ends[1])};
-}
-
-/// The last property that it sets up when it starts; one that is starting may lose windows.
-std::string signOfLife(PresenceDesktop::Kind kind) {
-  const bool openbox =
-      kind == PresenceDesktop::Kind::openbox || kind == PresenceDesktop::Kind::openboxPicom;
-  return openbox ? "_NET_CLIENT_LIST" : "_NET_SUPPORTING_WM_CHECK";
-}
-
-}  // namespace
-
-int patience() {
-  const char* const seconds = std::getenv("VESK_PATIENCE");
-  return 1000 * (seconds == nullptr ? 30 : std::atoi(seconds));
-}
-
-PresenceWindow::PresenceWindow(std::vector<std::string> environment) {
-  auto [commandsOut, commandsIn] = makePipe();
-  auto [linesOut, linesIn] = makePipe();
-  // Not every shell takes a descriptor of two digits.
-  const std::string shell = "exec \"$0\" </proc/self/fd/" + std::to_string(commandsOut.get()) +
-                            " >/proc/self/fd/" + std::to_string(linesIn.get());
-  process_ = std::make_unique<ChildProcess>(
-      std::vector<std::string>{"sh", "-c", shell, VESK_PRESENCE_WINDOW}, std::move(environment),
-      std::vector<int>{commandsOut.get(), linesIn.get()});
-  in_ = std::move(commandsIn);
-  out_ = std::move(linesOut);
-  commandsOut.close();
-  linesIn.close();
-  if (line() != "ready") throw std::runtime_error("the program did not start");
-}
-
-void PresenceWindow::send(const std::string& command) {
-  const std::string text = command + "\n";
-  if (::write(in_.get(), text.data(), text.size()) < 0) throw std::runtime_error("it has ended");
-}
-
-std::optional<std::string> PresenceWindow::line(int limitInMilliseconds) {
-  std::string text;
-  pollfd waiting{out_.get(), POLLIN, 0};
-  while (::poll(&waiting, 1, limitInMilliseconds) > 0) {
-    char c = 0;
-    if (::read(out_.get(), &c, 1) != 1) return std::nullopt;
-    if (c == '\n') return text;
-    text += c;
-  }
-  return std::nullopt;
-}
-
-PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen)
-    : kind_(kind), server_(screen) {
+PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen) : server_(screen) {
   connection_ = xcb_connect(server_.display().c_str(), nullptr);
   root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
-  if (kind == Kind::openbox || kind == Kind::openboxPicom) {
-    manager_ = std::make_unique<ChildProcess>(std::vector<std::string>{"openbox"}, environment());
-  }
-  if (kind == Kind::xfwm4 || kind == Kind::xfwm4Compositing) {
-    const std::string bus = folder_.path() / "bus";
-    bus_ = std::make_unique<ChildProcess>(std::vector<std::string>{
-        "dbus-daemon", "--session", "--nofork", "--nosyslog", "--address=unix:path=" + bus});
-    waitUntil([&] { return std::filesystem::exists(bus); });
-    auto variables = environment();
-    variables.insert(variables.end(),
-                     {"DBUS_SESSION_BUS_ADDRESS=unix:path=" + bus, "NO_AT_BRIDGE=1"});
-    const std::string compositor =
-        kind == Kind::xfwm4Compositing ? "--compositor=on" : "--compositor=off";
-    manager_ =
-        std::make_unique<ChildProcess>(std::vector<std::string>{"xfwm4", compositor}, variables);
-  }
-  if (kind != Kind::bare && !waitUntil([&] { return hasProperty(root_, signOfLife(kind)); })) {
+  manager_ = std::make_unique<DesktopManager>(kind, server_.environment());
+  const std::string sign = DesktopManager::signOfLife(kind);
+  if (!sign.empty() && !waitUntil([&] { return hasProperty(root_, sign); })) {
     throw std::runtime_error("the window manager did not start");
   }
   if (kind == Kind::openboxPicom) startPicom();
-  if (kind == Kind::xfwm4Compositing && !waitUntil([&] { return composited(); })) {
+  if (DesktopManager::composes(kind) && !waitUntil([&] { return composited(); })) {
     throw std::runtime_error("the window manager does not compose");
   }
 }
@@ -342,35 +268,8 @@ bool PresenceDesktop::pressArrives(xcb_window_t window, std::uint8_t button) {
   });
 }
 
-bool PresenceDesktop::waitUntil(const std::function<bool()>& condition, int limitInMilliseconds) {
-  using namespace std::chrono;
-  const auto deadline = steady_clock::now() + milliseconds(limitInMilliseconds);
-  while (!condition()) {
-    if (steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(milliseconds(5));  // a screen tells nobody when it changes
-  }
-  return true;
-}
-
 xcb_atom_t PresenceDesktop::atomOf(const std::string& name) const {
   return x11::atom(connection_, name);
-}
-
-std::string nameOf(PresenceDesktop::Kind kind) {
-  using Kind = PresenceDesktop::Kind;
-  switch (kind) {
-    case Kind::bare:
-      return "Bare";
-    case Kind::openbox:
-      return "Openbox";
-    case Kind::openboxPicom:
-      return "OpenboxPicom";
-    case Kind::xfwm4:
-      return "Xfwm4";
-    case Kind::xfwm4Compositing:
-      return "Xfwm4Compositing";
-  }
-  return "";
 }
 
 }  // namespace vesk::testing

@@ -4,50 +4,20 @@
 
 #include <array>
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "platform/Descriptor.h"
+#include "e2e/DesktopManager.h"
 #include "platform/linux/x11/Connection.h"
-#include "support/TemporaryFolder.h"
 #include "support/XServer.h"
 
 namespace vesk::testing {
 
-/// Milliseconds far beyond what anything takes, also on a machine with much else to do. The
-/// environment variable VESK_PATIENCE sets another number of seconds.
-int patience();
-
-/// The program that shows alert and banner at a test's command; ended and waited for at the end.
-class PresenceWindow {
- public:
-  explicit PresenceWindow(std::vector<std::string> environment);
-
-  void send(const std::string& command);
-
-  /// The next line that it prints, or nothing when `limit` passes first.
-  std::optional<std::string> line(int limitInMilliseconds = patience());
-
-  std::optional<std::string> ask(const std::string& command) {
-    send(command);
-    return line();
-  }
-
-  pid_t pid() const { return process_->pid(); }
-
- private:
-  Descriptor in_;
-  Descriptor out_;
-  std::unique_ptr<ChildProcess> process_;
-};
-
 /// What runs on a server beside the program, and who looks at it and types: the test.
 class PresenceDesktop {
  public:
-  enum class Kind { bare, openbox, openboxPicom, xfwm4, xfwm4Compositing };
+  using Kind = DesktopKind;
 
   explicit PresenceDesktop(Kind kind, const std::string& screen = "1280x800x24");
   ~PresenceDesktop();
@@ -106,25 +76,16 @@ class PresenceDesktop {
   /// Whether a press of that button at that place reaches a window of the test's own.
   bool pressArrives(xcb_window_t window, std::uint8_t button);
 
-  static bool waitUntil(const std::function<bool()>& condition,
-                        int limitInMilliseconds = patience());
-
   xcb_connection_t* connection() const { return connection_; }
   xcb_window_t root() const { return root_; }
   xcb_atom_t atomOf(const std::string& name) const;
 
  private:
-  Kind kind_;
-  TemporaryFolder folder_;
   XServer server_;
   xcb_connection_t* connection_ = nullptr;
   xcb_window_t root_ = XCB_NONE;
-  std::unique_ptr<ChildProcess> bus_;
-  std::unique_ptr<ChildProcess> manager_;
+  std::unique_ptr<DesktopManager> manager_;
   std::unique_ptr<ChildProcess> compositor_;
 };
-
-/// For the names of tests.
-std::string nameOf(PresenceDesktop::Kind kind);
 
 }  // namespace vesk::testing

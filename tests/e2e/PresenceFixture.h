@@ -8,6 +8,8 @@
 #include <thread>
 
 #include "e2e/PresenceDesktop.h"
+#include "e2e/PresenceWindow.h"
+#include "support/Patience.h"
 
 namespace vesk::testing {
 
@@ -48,7 +50,7 @@ class PresenceTest : public ::testing::TestWithParam<Kind> {
     program_.send("ask " + name);
     const xcb_window_t alert = desktop_.alert();
     EXPECT_NE(alert, xcb_window_t{XCB_NONE});
-    EXPECT_TRUE(PresenceDesktop::waitUntil([&] { return desktop_.focus() == alert; }));
+    EXPECT_TRUE(waitUntil([&] { return desktop_.focus() == alert; }));
     untilKeysCount();
     return alert;
   }

@@ -12,6 +12,7 @@
 #include "platform/linux/x11/OverlayShapes.h"
 #include "platform/linux/x11/Properties.h"
 #include "platform/linux/x11/Randr.h"
+#include "support/Patience.h"
 
 namespace vesk::testing {
 namespace {
@@ -90,30 +91,29 @@ bool isComposed(xcb_connection_t* c) {
   return refused == nullptr;
 }
 
+/// In the channel where two colours differ most.
+int levelsBetween(std::uint32_t a, std::uint32_t b) {
+  int most = 0;
+  for (const unsigned shift : {0U, 8U, 16U}) {
+    most = std::max(
+        most, std::abs(static_cast<int>(a >> shift & 255U) - static_cast<int>(b >> shift & 255U)));
+  }
+  return most;
+}
+
 }  // namespace
 
-Difference difference(const Pixels& a, const Pixels& b, int width) {
+Difference difference(const Pixels& a, const Pixels& b, int width, int toleratedLevels) {
   Difference result;
-  int left = width;
-  int top = -1;
-  int right = 0;
-  int bottom = 0;
   for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
-    if (a[i] == b[i]) continue;
+    const int levels = levelsBetween(a[i], b[i]);
+    if (levels <= toleratedLevels) continue;
     ++result.pixels;
-    for (const unsigned shift : {0U, 8U, 16U}) {
-      const int level =
-          static_cast<int>(a[i] >> shift & 255U) - static_cast<int>(b[i] >> shift & 255U);
-      result.most = std::max(result.most, std::abs(level));
-    }
-    const int x = static_cast<int>(i) % width;
-    const int y = static_cast<int>(i) / width;
-    left = std::min(left, x);
-    right = std::max(right, x + 1);
-    if (top < 0) top = y;
-    bottom = y + 1;
+    if (levels > Difference::loudLevels) ++result.loud;
+    result.most = std::max(result.most, levels);
+    const auto place = static_cast<int>(i);
+    result.area = around(result.area, {place % width, place / width, 1, 1});
   }
-  if (result.pixels > 0) result.area = {left, top, right - left, bottom - top};
   return result;
 }
 
@@ -129,12 +129,12 @@ TwinDesktops::TwinDesktops(PresenceDesktop::Kind kind)
     : captured_(kind, screenSize),
       other_(kind, screenSize),
       sides_{Side{&captured_, {}}, Side{&other_, {}}},
-      display_(captured_.server().display()) {
+      display_(captured_.server().display()),
+      showsWallpaper_(kind != DesktopKind::mutter && kind != DesktopKind::kwin) {
   setRootColour(0x305070);
   // A compositor is there before it does anything.
   onBoth([](Side& side) {
-    if (side.desktop->composited() &&
-        !PresenceDesktop::waitUntil([&] { return isComposed(side.connection()); })) {
+    if (side.desktop->composited() && !waitUntil([&] { return isComposed(side.connection()); })) {
       throw std::runtime_error("the compositor does nothing");
     }
   });
@@ -158,7 +158,7 @@ int TwinDesktops::open(const PixelRect& frame, const Look& look) {
     xcb_map_window(side.connection(), window);
     xcb_flush(side.connection());
     // One after the other, so that window managers stack them alike.
-    PresenceDesktop::waitUntil([&] { return side.desktop->isShown(window); });
+    waitUntil([&] { return side.desktop->isShown(window); });
   });
   return number;
 }
@@ -236,22 +236,30 @@ void TwinDesktops::setWallpaper(std::uint32_t colour) {
     }
   });
   // A compositor takes its time, and until then the picture shows what was there before.
+  if (!showsWallpaper_) return;
   onBoth([&](Side& side) { side.desktop->waitForPixel(725, 550, colour); });
 }
 
 xcb_window_t TwinDesktops::openOwn(const PixelRect& frame, bool managed) {
   auto* const c = captured_.connection();
-  const xcb_window_t window = makeWindow(c, frame, {ownColour, managed});
+  // As the program does, so that a compositor casts no shadow of what is translucent.
+  const bool translucent = !managed && captured_.composited();
+  constexpr std::uint32_t opaque = 0xff000000;
+  const xcb_window_t window = makeWindow(
+      c, frame, {.colour = opaque | ownColour, .managed = managed, .alpha = translucent});
   if (managed) {
     x11::setAtoms(c, window, "_NET_WM_STATE", {"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY"});
   } else {
     x11::setAtoms(c, window, "_NET_WM_WINDOW_TYPE", {"_NET_WM_WINDOW_TYPE_DOCK"});
   }
+  // Two windows of one name would get numbers behind it.
+  xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, 3,
+                      "own");
   ownWindows_.add(window);
   ownOpen_.push_back(window);
   xcb_map_window(c, window);
   xcb_flush(c);
-  PresenceDesktop::waitUntil([&] { return captured_.isShown(window); });
+  waitUntil([&] { return captured_.isShown(window); });
   return window;
 }
 
@@ -301,7 +309,7 @@ bool TwinDesktops::take() {
   return true;
 }
 
-Difference TwinDesktops::settledDifference(int pixels, int most) {
+Difference TwinDesktops::settledDifference(const Tolerance& limit) {
   using namespace std::chrono;
   const auto deadline = steady_clock::now() + seconds(8);
   Difference left;
@@ -309,10 +317,8 @@ Difference TwinDesktops::settledDifference(int pixels, int most) {
     const auto news = grabber_->readEvents();
     if (!news) throw std::runtime_error("the server is gone");
     if (news->drawn && !take()) throw std::runtime_error("the screen cannot be read");
-    left = difference(grabbed(), reference(), width);
-    if (left.pixels <= pixels && left.most <= std::max(most, left.pixels == 0 ? 0 : most)) {
-      return left;
-    }
+    left = difference(grabbed(), reference(), width, limit.levels);
+    if (left.isWithin(limit)) return left;
     pollfd waiting{grabber_->descriptor(), POLLIN, 0};
     ::poll(&waiting, 1, 20);  // the other desktop may be the one that is not ready yet
   } while (steady_clock::now() < deadline);

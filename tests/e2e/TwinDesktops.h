@@ -18,15 +18,28 @@ namespace vesk::testing {
 /// The pixels of a screen, without padding bits.
 using Pixels = std::vector<std::uint32_t>;
 
+/// What two pictures of a screen may differ in and still count as the same.
+struct Tolerance {
+  int levels = 0;  ///< of a channel, that no pixel is held to
+  int pixels = 0;  ///< beyond that: shadows
+  int loud = 0;    ///< of these, with more levels than a shadow has: rounded corners
+};
+
 /// How two pictures of a screen differ.
 struct Difference {
-  int pixels = 0;       ///< that differ at all
+  static constexpr int loudLevels = 64;
+
+  int pixels = 0;       ///< that differ by more than is tolerated
+  int loud = 0;         ///< of them, by more than a shadow does
   int most = 0;         ///< levels in a channel
   x11::PixelRect area;  ///< around all of them
   bool isNone() const { return pixels == 0; }
+  bool isWithin(const Tolerance& limit) const {
+    return pixels <= limit.pixels && loud <= limit.loud;
+  }
 };
 
-Difference difference(const Pixels& a, const Pixels& b, int width);
+Difference difference(const Pixels& a, const Pixels& b, int width, int toleratedLevels);
 
 /// Two desktops of a kind with the same windows, one of which shows own windows of the program
 /// beside them. What is captured of that one must look like the other.
@@ -80,7 +93,7 @@ class TwinDesktops {
 
   /// Captures until the picture differs from the other desktop's screen in no more than that;
   /// the difference that is left after a generous time.
-  Difference settledDifference(int pixels = 0, int most = 0);
+  Difference settledDifference(const Tolerance& limit = {});
 
   /// Whether nothing happens for that long.
   bool isQuiet(int milliseconds);
@@ -107,6 +120,7 @@ class TwinDesktops {
   PresenceDesktop other_;
   std::array<Side, 2> sides_;
   DisplayVariable display_;
+  bool showsWallpaper_;  ///< the one that the root window names
   x11::OwnWindows ownWindows_;
   std::vector<xcb_window_t> ownOpen_;
   std::unique_ptr<x11::ScreenGrabber> grabber_;

@@ -19,25 +19,24 @@ xcb_window_t rootOf(xcb_connection_t* connection) {
 }
 
 bool hasWindowManager(xcb_connection_t* connection) {
-  const auto request =
-      xcb_get_property(connection, 0, rootOf(connection),
-                       atom(connection, "_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1);
-  const ReplyPtr<xcb_get_property_reply_t> reply(
-      xcb_get_property_reply(connection, request, nullptr));
-  return reply != nullptr && xcb_get_property_value_length(reply.get()) > 0;
+  return !numbers(connection, rootOf(connection), "_NET_SUPPORTING_WM_CHECK").empty();
 }
+
+constexpr std::uint32_t allWorkspaces = 0xffffffff;
 
 /// Asks as a pager does, which window managers take for the person's own wish; what programs ask
 /// for themselves they may turn down.
-void askToBeActive(xcb_connection_t* connection, xcb_window_t window) {
-  constexpr std::uint32_t fromAPager = 2;
+constexpr std::uint32_t fromAPager = 2;  // the source of a wish
+
+void askManager(xcb_connection_t* connection, xcb_window_t window, std::string_view wish,
+                std::uint32_t first, std::uint32_t second) {
   xcb_client_message_event_t message{};
   message.response_type = XCB_CLIENT_MESSAGE;
   message.format = 32;
   message.window = window;
-  message.type = atom(connection, "_NET_ACTIVE_WINDOW");
-  message.data.data32[0] = fromAPager;
-  message.data.data32[1] = XCB_CURRENT_TIME;
+  message.type = atom(connection, wish);
+  message.data.data32[0] = first;
+  message.data.data32[1] = second;
   xcb_send_event(connection, 0, rootOf(connection),
                  XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                  reinterpret_cast<const char*>(&message));
@@ -52,7 +51,6 @@ void keepOnEveryWorkspace(xcb_window_t window) {
   setAtoms(connection, window, "_NET_WM_STATE",
            {"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY", "_NET_WM_STATE_SKIP_TASKBAR",
             "_NET_WM_STATE_SKIP_PAGER"});
-  constexpr std::uint32_t allWorkspaces = 0xffffffff;
   setCardinal(connection, window, "_NET_WM_DESKTOP", allWorkspaces);
 }
 
@@ -67,7 +65,9 @@ void bringToTheFront(xcb_window_t window) {
   auto* const connection = qtConnection();
   if (connection == nullptr) return;
   if (hasWindowManager(connection)) {
-    askToBeActive(connection, window);
+    // A modal dialog may have been put on the workspace of the moment, whatever it had asked for.
+    askManager(connection, window, "_NET_WM_DESKTOP", allWorkspaces, fromAPager);
+    askManager(connection, window, "_NET_ACTIVE_WINDOW", fromAPager, XCB_CURRENT_TIME);
   } else {
     const std::uint32_t onTop = XCB_STACK_MODE_ABOVE;
     xcb_configure_window(connection, window, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);

@@ -1,9 +1,7 @@
 #include "platform/linux/x11/CompositorBypass.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <span>
-#include <vector>
 
 #include "platform/linux/x11/Properties.h"
 
@@ -30,19 +28,8 @@ bool isUnmanagedInSight(const Connection& connection, xcb_window_t window) {
          attributes->override_redirect != 0 && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
 }
 
-std::vector<std::uint32_t> numbers(const Connection& connection, xcb_window_t window,
-                                   std::string_view property) {
-  constexpr std::uint32_t most = 1024;
-  auto* const c = connection.get();
-  const ReplyPtr<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-      c, xcb_get_property(c, 0, window, atom(c, property), XCB_ATOM_ANY, 0, most), nullptr));
-  if (reply == nullptr || reply->format != 32) return {};
-  const auto* const values = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
-  return {values, values + reply->value_len};
-}
-
 bool asksForIt(const Connection& connection, xcb_window_t client) {
-  return std::ranges::count(numbers(connection, client, "_NET_WM_BYPASS_COMPOSITOR"), 1U) > 0;
+  return std::ranges::count(numbers(connection.get(), client, "_NET_WM_BYPASS_COMPOSITOR"), 1U) > 0;
 }
 
 }  // namespace
@@ -59,7 +46,7 @@ bool isCompositorLikelyAside(const Connection& connection) {
   });
   return unmanaged ||
          std::ranges::any_of(
-             numbers(connection, connection.root(), "_NET_CLIENT_LIST"), [&](xcb_window_t client) {
+             numbers(c, connection.root(), "_NET_CLIENT_LIST"), [&](xcb_window_t client) {
                return asksForIt(connection, client) && coversTheScreen(connection, client);
              });
 }

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <ranges>
+#include <utility>
 
 #include "platform/linux/x11/CompositorBypass.h"
 #include "platform/linux/x11/XOverlay.h"
@@ -39,6 +41,12 @@ Composition OverlayStack::composition() const {
   return compositorAside_ ? Composition::bypassed : Composition::blended;
 }
 
+/// Panels get no shadow and are not faded in. Where there are layers, theirs is below menus, and
+/// that of notices is with them.
+std::string_view OverlayStack::windowType() const {
+  return manager_.stacksByItself ? "_NET_WM_WINDOW_TYPE_NOTIFICATION" : "_NET_WM_WINDOW_TYPE_DOCK";
+}
+
 void OverlayStack::orderFront(XOverlay& overlay) {
   std::erase(overlays_, &overlay);
   overlays_.insert(overlays_.begin(), &overlay);
@@ -59,9 +67,10 @@ void OverlayStack::watchCompositor() {
   selectionNotify_ = extension->first_event + XCB_XFIXES_SELECTION_NOTIFY;
 
   // Asked after the wish to be told, so that none slips through in between.
-  const xcb_atom_t selection = watchCompositorSelection(connection_);
+  compositor_ = watchCompositorSelection(connection_);
   const ReplyPtr<xcb_get_selection_owner_reply_t> owner(
-      xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr));
+      xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, compositor_), nullptr));
+  manager_ = compositingManager(connection_, compositor_);
   composited_ = owner != nullptr && owner->owner != XCB_NONE;
   // The compositor's own window cannot be asked about without bringing it up.
   compositorAside_ = asideIsGuess_ = composited_ && isCompositorLikelyAside(connection_);
@@ -83,15 +92,32 @@ void OverlayStack::readEvents() {
 
 void OverlayStack::handle(const xcb_generic_event_t& event) {
   followCompositor(event);
-  // Another program has put it, or may have put it, above ours.
+  if (!mayHide(event)) return;
+  hidden_ = hidden_ || manager_.stacksByItself;
+  raiseSoon();
+}
+
+/// Whether another program has put a window, or may have put it, above ours.
+bool OverlayStack::mayHide(const xcb_generic_event_t& event) const {
   const auto window = restackedWindow(event);
-  if (window && !isOwn(*window)) raiseSoon();
+  if (!window || isOwn(*window)) return false;
+  if (!manager_.stacksByItself) return true;
+  if ((event.response_type & 0x7f) != XCB_MAP_NOTIFY) return false;
+  // What it manages is below.
+  if (reinterpret_cast<const xcb_map_notify_event_t&>(event).override_redirect == 0) return false;
+  const ReplyPtr<xcb_get_geometry_reply_t> place(xcb_get_geometry_reply(
+      connection_.get(), xcb_get_geometry(connection_.get(), *window), nullptr));
+  if (place == nullptr) return false;
+  const PixelRect frame{place->x, place->y, place->width, place->height};
+  return std::ranges::any_of(overlays_,
+                             [&](const XOverlay* overlay) { return overlay->meets(frame); });
 }
 
 void OverlayStack::followCompositor(const xcb_generic_event_t& event) {
   const int type = event.response_type & 0x7f;
   if (type == selectionNotify_) {
     const auto& notify = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
+    manager_ = compositingManager(connection_, compositor_);
     setCompositor(notify.owner != XCB_NONE, /*aside=*/false);
   } else if (type == XCB_UNMAP_NOTIFY) {
     const auto& notify = reinterpret_cast<const xcb_unmap_notify_event_t&>(event);
@@ -145,6 +171,7 @@ void OverlayStack::stack(xcb_window_t window, std::optional<xcb_window_t> above)
 
 void OverlayStack::raise() {
   sinceRaised_.start();
+  if (std::exchange(hidden_, false)) mapAnew();
   // From top to bottom, each below the one before: where all is in place already, the server
   // changes nothing, and no compositor draws anything anew.
   std::optional<xcb_window_t> above;
@@ -155,6 +182,11 @@ void OverlayStack::raise() {
     }
   }
   xcb_flush(connection_.get());
+}
+
+/// From bottom to top.
+void OverlayStack::mapAnew() {
+  for (auto* const overlay : overlays_ | std::views::reverse) overlay->mapAnew();
 }
 
 }  // namespace vesk::x11

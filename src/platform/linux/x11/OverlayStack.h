@@ -4,8 +4,10 @@
 #include <QSocketNotifier>
 #include <QTimer>
 #include <optional>
+#include <string_view>
 #include <vector>
 
+#include "platform/linux/x11/CompositingManager.h"
 #include "platform/linux/x11/Connection.h"
 
 namespace vesk::x11 {
@@ -35,6 +37,10 @@ class OverlayStack {
   /// At this moment.
   Composition composition() const;
 
+  /// The type that a window has to say it is of, so that it is shown above all others, and without
+  /// a shadow if there is a choice.
+  std::string_view windowType() const;
+
   /// Puts the overlay on top of all.
   void orderFront(XOverlay& overlay);
 
@@ -49,16 +55,21 @@ class OverlayStack {
   void followCompositor(const xcb_generic_event_t& event);
   void setCompositor(bool composited, bool aside);
   bool isOwn(xcb_window_t window) const;
+  bool mayHide(const xcb_generic_event_t& event) const;
   void raiseSoon();
   void raise();
+  void mapAnew();
   void stack(xcb_window_t window, std::optional<xcb_window_t> above) const;
 
   Connection connection_;
   QSocketNotifier notifier_;
   std::vector<XOverlay*> overlays_;  ///< top to bottom
-  bool composited_ = false;          ///< a compositor runs
-  bool compositorAside_ = false;     ///< its picture is off the screen
-  bool asideIsGuess_ = false;        ///< nobody has told so far
+  xcb_atom_t compositor_ = XCB_NONE;
+  CompositingManager manager_;
+  bool composited_ = false;       ///< a compositor runs
+  bool compositorAside_ = false;  ///< its picture is off the screen
+  bool asideIsGuess_ = false;     ///< nobody has told so far
+  bool hidden_ = false;           ///< where only what comes up last is on top
   int selectionNotify_ = -1;
   QElapsedTimer sinceRaised_;
   QTimer laterRaise_;

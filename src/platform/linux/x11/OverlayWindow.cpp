@@ -50,16 +50,15 @@ std::vector<xcb_rectangle_t> rectangles(const std::vector<PixelRect>& parts) {
 }  // namespace
 
 OverlayWindow::OverlayWindow(const Connection& connection, OwnWindows& ownWindows,
-                             const PixelRect& frame, Kind kind)
+                             const PixelRect& frame, Kind kind, std::string_view type)
     : connection_(connection), ownWindows_(ownWindows) {
   create(frame, kind);
   auto* const c = connection_.get();
   // An empty input shape: whatever is pressed or turned over the window goes to what is beneath.
   xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, window_,
                        0, 0, 0, nullptr);
-  // Compositors ask for the kind of window before they give it a shadow or fade it in. Panels get
-  // neither.
-  setAtoms(c, window_, "_NET_WM_WINDOW_TYPE", {"_NET_WM_WINDOW_TYPE_DOCK"});
+  // Compositors ask for the type of a window before they give it a shadow, fade it in, or stack it.
+  setAtoms(c, window_, "_NET_WM_WINDOW_TYPE", {type});
   setCardinal(c, window_, "_COMPTON_SHADOW", 0);
   if (kind == Kind::plain) setCardinal(c, window_, "_NET_WM_BYPASS_COMPOSITOR", 1);
   constexpr std::string_view title = "Vesk Remote";

@@ -3,6 +3,7 @@
 #include <xcb/xcb.h>
 
 #include <QImage>
+#include <string_view>
 #include <vector>
 
 #include "platform/Overlays.h"
@@ -24,8 +25,9 @@ class OverlayWindow {
     plain,        ///< as any program's window: what a compositor that steps aside lets through
   };
 
+  /// `type` is the name of an atom: what the window tells compositors that it is.
   OverlayWindow(const Connection& connection, OwnWindows& ownWindows, const PixelRect& frame,
-                Kind kind);
+                Kind kind, std::string_view type);
   ~OverlayWindow();
   OverlayWindow(const OverlayWindow&) = delete;
   OverlayWindow& operator=(const OverlayWindow&) = delete;

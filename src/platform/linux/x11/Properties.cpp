@@ -1,10 +1,21 @@
 #include "platform/linux/x11/Properties.h"
 
-#include <vector>
-
 #include "platform/linux/x11/Connection.h"
 
 namespace vesk::x11 {
+namespace {
+
+/// In units of 4 bytes.
+constexpr std::uint32_t longest = 1024;
+
+ReplyPtr<xcb_get_property_reply_t> read(xcb_connection_t* connection, xcb_window_t window,
+                                        std::string_view property) {
+  const auto request = xcb_get_property(connection, /*_delete=*/0, window,
+                                        atom(connection, property), XCB_ATOM_ANY, 0, longest);
+  return ReplyPtr<xcb_get_property_reply_t>(xcb_get_property_reply(connection, request, nullptr));
+}
+
+}  // namespace
 
 xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
   const auto request = xcb_intern_atom(connection, /*only_if_exists=*/0,
@@ -27,6 +38,21 @@ void setCardinal(xcb_connection_t* connection, xcb_window_t window, std::string_
                  std::uint32_t value) {
   xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(connection, property),
                       XCB_ATOM_CARDINAL, /*format=*/32, 1, &value);
+}
+
+std::vector<std::uint32_t> numbers(xcb_connection_t* connection, xcb_window_t window,
+                                   std::string_view property) {
+  const auto reply = read(connection, window, property);
+  if (reply == nullptr || reply->format != 32) return {};
+  const auto* const values = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+  return {values, values + reply->value_len};
+}
+
+std::string text(xcb_connection_t* connection, xcb_window_t window, std::string_view property) {
+  const auto reply = read(connection, window, property);
+  if (reply == nullptr || reply->format != 8) return {};
+  const auto* const letters = static_cast<const char*>(xcb_get_property_value(reply.get()));
+  return {letters, letters + reply->value_len};
 }
 
 }  // namespace vesk::x11

@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <string>
 #include <string_view>
+#include <vector>
 
 /// Atoms and properties of windows. Thread: the connection's.
 namespace vesk::x11 {
@@ -19,5 +21,14 @@ void setAtoms(xcb_connection_t* connection, xcb_window_t window, std::string_vie
 /// Sets a property that is one number.
 void setCardinal(xcb_connection_t* connection, xcb_window_t window, std::string_view property,
                  std::uint32_t value);
+
+/// The numbers, atoms or windows of which a property is a list, a thousand of them at most; none
+/// where it has none. Waits for the server.
+std::vector<std::uint32_t> numbers(xcb_connection_t* connection, xcb_window_t window,
+                                   std::string_view property);
+
+/// A property that is text, in the encoding that it has; empty where there is none. Waits for the
+/// server.
+std::string text(xcb_connection_t* connection, xcb_window_t window, std::string_view property);
 
 }  // namespace vesk::x11

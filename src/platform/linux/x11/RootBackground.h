@@ -22,9 +22,16 @@ class RootBackground {
   /// Whether the event tells of another wallpaper.
   bool isReplacedBy(const xcb_generic_event_t& event) const;
 
+  /// Who paints what is seen where no window is.
+  enum class Painter {
+    server,      ///< the root window's background
+    compositor,  ///< the wallpaper that the root window names; without one, what it likes
+    itsOwn,      ///< a compositor with a wallpaper of its own
+  };
+
   /// Paints that part of the root window into a pixmap of the part's size. Waits for the server.
-  /// Under a compositor, which draws what it likes, `colour` stands for what cannot be known.
-  void paint(xcb_pixmap_t target, const PixelRect& part, bool composited, std::uint32_t colour);
+  /// `colour` stands for what cannot be known.
+  void paint(xcb_pixmap_t target, const PixelRect& part, Painter painter, std::uint32_t colour);
 
  private:
   xcb_pixmap_t wallpaper() const;

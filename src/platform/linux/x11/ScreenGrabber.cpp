@@ -216,7 +216,11 @@ ScreenGrabber::Asked ScreenGrabber::request(bool pictureIsClean) {
     for (const auto& rect : moved) asked.changed.push_back(inMonitor(rect));
   }
   asked.rows = requestRows(asked.changed);
-  for (const auto& rect : underneath_->takeDamage()) asked.changed.push_back(inMonitor(rect));
+  std::vector<PixelRect> drawn;
+  for (const auto& rect : asked.changed) {
+    drawn.push_back({rect.x + monitor_.x, rect.y + monitor_.y, rect.width, rect.height});
+  }
+  for (const auto& rect : underneath_->takeDamage(drawn)) asked.changed.push_back(inMonitor(rect));
   underneath_->request();
   return asked;
 }

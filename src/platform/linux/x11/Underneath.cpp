@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ranges>
 #include <span>
 #include <utility>
 
@@ -22,7 +23,7 @@ constexpr std::chrono::milliseconds longestFading{500};
 std::vector<PixelRect> withoutWindows(std::vector<PixelRect> parts,
                                       const std::vector<StackedWindow>& windows) {
   for (const auto& window : windows) {
-    if (!window.own) parts = without(parts, window.frame);
+    if (!window.own) parts = without(parts, window.shown);
   }
   return parts;
 }
@@ -86,7 +87,8 @@ std::vector<PixelRect> Underneath::readStack(const SharedPixels* screen) {
   const auto parts = coveredParts();
   // Who draws the windows draws the background too.
   const bool redrawn = std::exchange(composited_, stack_.isComposited()) != stack_.isComposited();
-  wallpaperReplaced_ = wallpaperReplaced_ || redrawn;
+  const bool shown = painter() != RootBackground::Painter::itsOwn;
+  wallpaperReplaced_ = (wallpaperReplaced_ && shown) || redrawn;
   const bool partsChanged = parts != parts_ || wallpaperReplaced_;
   std::vector<PixelRect> changed;
   if (partsChanged) changed = rebuild(parts, before, screen);
@@ -199,7 +201,7 @@ void Underneath::paintBackgrounds(const std::vector<std::unique_ptr<Patch>>& old
                                   const SharedPixels* screen) {
   const std::uint32_t colour = composited_ && !patches_.empty() ? bareColour() : 0;
   for (const auto& patch : patches_) {
-    background_.paint(patch->background(), patch->area(), composited_, colour);
+    background_.paint(patch->background(), patch->area(), painter(), colour);
     if (wallpaperReplaced_) continue;
     for (const auto& other : old) patch->inheritBackground(*other);
     if (screen == nullptr) continue;
@@ -207,6 +209,11 @@ void Underneath::paintBackgrounds(const std::vector<std::unique_ptr<Patch>>& old
       patch->rememberBackground(piece, *screen, area_);
     }
   }
+}
+
+RootBackground::Painter Underneath::painter() const {
+  if (stack_.manager().drawsWallpaper) return RootBackground::Painter::itsOwn;
+  return composited_ ? RootBackground::Painter::compositor : RootBackground::Painter::server;
 }
 
 /// Of the screen where no window is.
@@ -238,7 +245,7 @@ bool Underneath::chooseWindows() {
   for (const auto& window : stack_.windows()) {
     const auto format = formats_.find(window.visual);
     const auto covers = [&](const PixelRect& part) {
-      return !intersection(part, window.frame).isEmpty();
+      return !intersection(part, window.shown).isEmpty();
     };
     if (window.own || format == formats_.end() || std::ranges::none_of(parts_, covers)) continue;
     auto& contents = chosen[window.id];
@@ -256,6 +263,24 @@ bool Underneath::chooseWindows() {
   changed = changed || order != bottomToTop_;
   contents_ = std::move(chosen);
   bottomToTop_ = std::move(order);
+  return lookAtFrames() || changed;
+}
+
+/// Whether the colour of a frame that the compositor alone has is another than before.
+bool Underneath::lookAtFrames() {
+  bool changed = false;
+  auto hidden = parts_;
+  for (const auto& window : stack_.windows() | std::views::reverse) {
+    const auto found = contents_.find(window.id);
+    if (found != contents_.end() && window.kept != window.shown) {
+      auto pieces = without({intersection(window.shown, area_)}, window.kept);
+      for (const auto& cover : hidden) pieces = without(pieces, cover);
+      auto& colour = found->second->frameColour();
+      colour.setInSight(std::move(pieces));
+      changed = colour.look(connection_) || changed;
+    }
+    if (!window.own) hidden.push_back(window.shown);
+  }
   return changed;
 }
 
@@ -263,7 +288,31 @@ void Underneath::cutOut(xcb_xfixes_region_t region) const {
   if (!patches_.empty()) xcb_xfixes_subtract_region(connection_.get(), region, covered_, region);
 }
 
-std::vector<PixelRect> Underneath::takeDamage() {
+std::vector<PixelRect> Underneath::takeDamage(const std::vector<PixelRect>& drawn) {
+  auto rects = damageOfContents();
+  const auto ofFrames = damageOfFrames(drawn);
+  rects.insert(rects.end(), ofFrames.begin(), ofFrames.end());
+  for (const auto& patch : patches_) {
+    for (const auto& rect : rects) patch->markStale(rect);
+  }
+  return rects;
+}
+
+/// A frame that looks different where it is in sight does so where it is hidden.
+std::vector<PixelRect> Underneath::damageOfFrames(const std::vector<PixelRect>& drawn) {
+  std::vector<PixelRect> rects;
+  for (const auto& [id, contents] : contents_) {
+    auto& colour = contents->frameColour();
+    if (!colour.isTouchedBy(drawn) || !colour.look(connection_)) continue;
+    for (const auto& part : parts_) {
+      const auto rect = intersection(part, contents->window().shown);
+      if (!rect.isEmpty()) rects.push_back(rect);
+    }
+  }
+  return rects;
+}
+
+std::vector<PixelRect> Underneath::damageOfContents() {
   auto* const c = connection_.get();
   if (!isDamaged()) return {};
   xcb_xfixes_set_region(c, drawn_, 0, nullptr);
@@ -271,12 +320,7 @@ std::vector<PixelRect> Underneath::takeDamage() {
   xcb_xfixes_intersect_region(c, drawn_, covered_, drawn_);
   const ReplyPtr<xcb_xfixes_fetch_region_reply_t> region(
       xcb_xfixes_fetch_region_reply(c, xcb_xfixes_fetch_region(c, drawn_), nullptr));
-  if (region == nullptr) return {};
-  auto rects = rectanglesOf(*region);
-  for (const auto& patch : patches_) {
-    for (const auto& rect : rects) patch->markStale(rect);
-  }
-  return rects;
+  return region == nullptr ? std::vector<PixelRect>{} : rectanglesOf(*region);
 }
 
 void Underneath::request() {

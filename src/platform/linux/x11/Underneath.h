@@ -53,8 +53,9 @@ class Underneath {
   /// Takes out of a region of the root window what the own windows cover.
   void cutOut(xcb_xfixes_region_t region) const;
 
-  /// What was drawn beneath the own windows since this was asked last.
-  std::vector<PixelRect> takeDamage();
+  /// What was drawn beneath the own windows since this was asked last, given what was `drawn` in
+  /// sight, in the root window.
+  std::vector<PixelRect> takeDamage(const std::vector<PixelRect>& drawn);
 
   /// Asks the server for the pixels that have changed; `collect` waits until they have come.
   void request();
@@ -83,7 +84,11 @@ class Underneath {
   void paintBackgrounds(const std::vector<std::unique_ptr<Patch>>& old,
                         const std::vector<StackedWindow>& before, const SharedPixels* screen);
   std::uint32_t bareColour() const;
+  RootBackground::Painter painter() const;
   bool chooseWindows();
+  bool lookAtFrames();
+  std::vector<PixelRect> damageOfContents();
+  std::vector<PixelRect> damageOfFrames(const std::vector<PixelRect>& drawn);
 
   const Connection& connection_;
   PixelRect area_;

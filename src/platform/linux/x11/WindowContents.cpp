@@ -3,7 +3,14 @@
 #include <xcb/composite.h>
 #include <xcb/shape.h>
 
+#include <vector>
+
 namespace vesk::x11 {
+namespace {
+
+std::int16_t narrow(std::int32_t value) { return static_cast<std::int16_t>(value); }
+
+}  // namespace
 
 WindowContents::WindowContents(const Connection& connection, const StackedWindow& window,
                                xcb_render_pictformat_t format)
@@ -49,14 +56,15 @@ void WindowContents::release() {
 
 void WindowContents::paintInto(xcb_render_picture_t target, const PixelRect& part,
                                const PixelRect& within, bool blended) const {
-  const PixelRect area = intersection(intersection(within, part), window_.frame);
-  if (area.isEmpty()) return;
+  if (intersection(intersection(within, part), window_.shown).isEmpty()) return;
   auto* const c = connection_.get();
-  const auto narrow = [](std::int32_t value) { return static_cast<std::int16_t>(value); };
   // The outline counts from inside the border, the contents from outside.
   xcb_xfixes_set_picture_clip_region(c, target, outline_,
                                      narrow(window_.frame.x + window_.border - part.x),
                                      narrow(window_.frame.y + window_.border - part.y));
+  paintFrame(target, part, within);
+  const PixelRect area = intersection(intersection(within, part), window_.kept);
+  if (area.isEmpty()) return;
   constexpr std::uint8_t alphaDepth = 32;
   const bool over = blended && window_.depth == alphaDepth;
   xcb_render_composite(c, over ? XCB_RENDER_PICT_OP_OVER : XCB_RENDER_PICT_OP_SRC, picture_,
@@ -64,6 +72,26 @@ void WindowContents::paintInto(xcb_render_picture_t target, const PixelRect& par
                        narrow(area.y - window_.frame.y), 0, 0, narrow(area.x - part.x),
                        narrow(area.y - part.y), static_cast<std::uint16_t>(area.width),
                        static_cast<std::uint16_t>(area.height));
+}
+
+void WindowContents::paintFrame(xcb_render_picture_t target, const PixelRect& part,
+                                const PixelRect& within) const {
+  const auto colour = frameColour_.colour();
+  if (!colour) return;
+  std::vector<xcb_rectangle_t> pieces;
+  const PixelRect area = intersection(intersection(within, part), window_.shown);
+  for (const auto& piece : without({area}, window_.kept)) {
+    if (piece.isEmpty()) continue;
+    pieces.push_back({narrow(piece.x - part.x), narrow(piece.y - part.y),
+                      static_cast<std::uint16_t>(piece.width),
+                      static_cast<std::uint16_t>(piece.height)});
+  }
+  const auto channel = [&](int shift) {
+    return static_cast<std::uint16_t>((*colour >> shift & 0xffU) * 0x101U);
+  };
+  xcb_render_fill_rectangles(connection_.get(), XCB_RENDER_PICT_OP_SRC, target,
+                             {channel(16), channel(8), channel(0), 0xffff},
+                             static_cast<std::uint32_t>(pieces.size()), pieces.data());
 }
 
 void WindowContents::takeDamage(xcb_xfixes_region_t all, xcb_xfixes_region_t scratch) {

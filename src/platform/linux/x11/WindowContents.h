@@ -5,7 +5,8 @@
 #include <xcb/xfixes.h>
 
 #include "platform/linux/x11/Connection.h"
-#include "platform/linux/x11/WindowStack.h"
+#include "platform/linux/x11/FrameColour.h"
+#include "platform/linux/x11/StackedWindow.h"
 
 namespace vesk::x11 {
 
@@ -27,6 +28,9 @@ class WindowContents {
   /// After the window has changed, or the server has put its contents elsewhere.
   void renew(const StackedWindow& window);
 
+  /// What stands for its frame, where only the compositor has that.
+  FrameColour& frameColour() { return frameColour_; }
+
   /// Paints what lies in `part` of the root window into a picture of that part.
   void paintInto(xcb_render_picture_t target, const PixelRect& part, const PixelRect& within,
                  bool blended) const;
@@ -41,12 +45,15 @@ class WindowContents {
   void takeDamage(xcb_xfixes_region_t all, xcb_xfixes_region_t scratch);
 
  private:
+  void paintFrame(xcb_render_picture_t target, const PixelRect& part,
+                  const PixelRect& within) const;
   void acquire();
   void release();
 
   const Connection& connection_;
   StackedWindow window_;
   xcb_render_pictformat_t format_;
+  FrameColour frameColour_;
   xcb_pixmap_t pixmap_ = XCB_NONE;
   xcb_render_picture_t picture_ = XCB_NONE;
   xcb_xfixes_region_t outline_ = XCB_NONE;

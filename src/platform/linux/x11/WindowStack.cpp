@@ -9,6 +9,7 @@
 #include <optional>
 #include <span>
 
+#include "platform/linux/x11/Properties.h"
 #include "platform/linux/x11/compositorSelection.h"
 #include "platform/linux/x11/restackedWindow.h"
 
@@ -46,13 +47,14 @@ StackedWindow describe(xcb_window_t id, const xcb_get_geometry_reply_t& geometry
 }  // namespace
 
 WindowStack::WindowStack(const Connection& connection, const OwnWindows& ownWindows)
-    : connection_(connection), ownWindows_(ownWindows) {}
+    : connection_(connection), ownWindows_(ownWindows), frames_(connection) {}
 
 void WindowStack::watch() {
   auto* const c = connection_.get();
   const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
   xcb_change_window_attributes(c, connection_.root(), XCB_CW_EVENT_MASK, &mask);
   compositor_ = watchCompositorSelection(connection_);
+  managerCheck_ = atom(c, "_NET_SUPPORTING_WM_CHECK");
   const auto* const fixes = xcb_get_extension_data(c, &xcb_xfixes_id);
   const auto* const shape = xcb_get_extension_data(c, &xcb_shape_id);
   if (fixes != nullptr) fixesEvent_ = fixes->first_event;
@@ -62,10 +64,18 @@ void WindowStack::watch() {
 void WindowStack::handle(const xcb_generic_event_t& event) {
   if (const auto window = changedWindow(event)) return markStale(*window);
   const int type = event.response_type & 0x7f;
-  if (type == fixesEvent_ + XCB_XFIXES_SELECTION_NOTIFY) stale_ = true;
+  if (tellsOfManager(event)) stale_ = managerStale_ = true;
   if (shapeEvent_ != 0 && type == shapeEvent_ + XCB_SHAPE_NOTIFY) {
     markStale(reinterpret_cast<const xcb_shape_notify_event_t&>(event).affected_window);
   }
+}
+
+/// Whether another program may manage or compose the windows from now on.
+bool WindowStack::tellsOfManager(const xcb_generic_event_t& event) const {
+  const int type = event.response_type & 0x7f;
+  if (type == fixesEvent_ + XCB_XFIXES_SELECTION_NOTIFY) return true;
+  return type == XCB_PROPERTY_NOTIFY &&
+         reinterpret_cast<const xcb_property_notify_event_t&>(event).atom == managerCheck_;
 }
 
 void WindowStack::markStale(xcb_window_t window) {
@@ -118,6 +128,8 @@ void WindowStack::read() {
   const ReplyPtr<xcb_get_selection_owner_reply_t> compositor(
       xcb_get_selection_owner_reply(c, owner, nullptr));
   composited_ = compositor != nullptr && compositor->owner != XCB_NONE;
+  if (std::exchange(managerStale_, false)) manager_ = compositingManager(connection_, compositor_);
+  frames_.measure(windows_, manager_);
 }
 
 std::vector<xcb_window_t> WindowStack::childrenOfRoot() const {

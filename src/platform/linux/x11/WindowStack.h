@@ -7,23 +7,13 @@
 #include <utility>
 #include <vector>
 
+#include "platform/linux/x11/CompositingManager.h"
 #include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/FrameGeometry.h"
 #include "platform/linux/x11/OwnWindows.h"
-#include "platform/linux/x11/PixelRect.h"
+#include "platform/linux/x11/StackedWindow.h"
 
 namespace vesk::x11 {
-
-/// A window that is shown directly on the root window.
-struct StackedWindow {
-  xcb_window_t id = XCB_NONE;
-  PixelRect frame;  ///< with its border, in the root window
-  std::int32_t border = 0;
-  std::uint8_t depth = 0;
-  xcb_visualid_t visual = XCB_NONE;
-  bool own = false;     ///< it is, or it holds, one of the program's own windows
-  bool framed = false;  ///< and a window manager has put a frame around that
-  bool operator==(const StackedWindow&) const = default;
-};
 
 /// The windows on the root window from bottom to top, read anew only once the server has told of a
 /// change.
@@ -52,11 +42,15 @@ class WindowStack {
   /// Whether somebody blends translucent windows and casts shadows.
   bool isComposited() const { return composited_; }
 
+  /// The window manager, if it is who composes.
+  const CompositingManager& manager() const { return manager_; }
+
   /// The windows whose contents may lie elsewhere in the server since this was asked last.
   std::set<xcb_window_t> takeReplaced() { return std::exchange(replaced_, {}); }
 
  private:
   bool isOurs(xcb_window_t window) const;
+  bool tellsOfManager(const xcb_generic_event_t& event) const;
   void markStale(xcb_window_t window);
   std::vector<xcb_window_t> childrenOfRoot() const;
   std::vector<xcb_window_t> framesOf(const std::vector<xcb_window_t>& windows,
@@ -65,9 +59,13 @@ class WindowStack {
   const Connection& connection_;
   const OwnWindows& ownWindows_;
   xcb_atom_t compositor_ = XCB_NONE;
+  xcb_atom_t managerCheck_ = XCB_NONE;
+  CompositingManager manager_;
+  FrameGeometry frames_;
   std::uint8_t fixesEvent_ = 0;
   std::uint8_t shapeEvent_ = 0;
   bool stale_ = true;
+  bool managerStale_ = true;
   bool composited_ = false;
   std::vector<StackedWindow> windows_;
   std::set<xcb_window_t> replaced_;

@@ -56,23 +56,49 @@ void XOverlay::adapt() {
   const auto kind = stack_->composition() == Composition::bypassed
                         ? OverlayWindow::Kind::plain
                         : OverlayWindow::Kind::translucent;
-  const bool anew = windows().empty() || kind != kind_;
+  const auto type = stack_->windowType();
+  const bool anew = windows().empty() || kind != kind_ || type != type_;
   kind_ = kind;
+  type_ = type;
   if (anew) makeWindows();
+  paint();
+  if (anew && inFront_) mapWindows();
+}
+
+void XOverlay::mapAnew() {
+  if (!inFront_) return;
+  // Nothing is missing in between: the old ones go when the new ones have come.
+  const auto oldEdges = std::exchange(edges_, {});
+  const auto oldBackground = std::move(background_);
+  makeWindows();
+  paint();
+  mapWindows();
+}
+
+bool XOverlay::meets(const PixelRect& part) const {
+  if (!inFront_) return false;
+  const auto meetsPart = [&](const PixelRect& rect) { return !intersection(rect, part).isEmpty(); };
+  if (appearance_.background && meetsPart(frame_)) return true;
+  return appearance_.border &&
+         std::ranges::any_of(borderEdges(frame_, borderThickness()), meetsPart);
+}
+
+std::int32_t XOverlay::borderThickness() const {
+  return static_cast<std::int32_t>(std::lround(appearance_.border->width * scale_));
+}
+
+void XOverlay::paint() {
   for (const auto& edge : edges_) edge->fill(asBlended(appearance_.border->colour));
   if (background_ != nullptr) paintBackground();
-  if (anew && inFront_) mapWindows();
 }
 
 void XOverlay::makeWindows() {
   const auto make = [&](const PixelRect& frame) {
-    return std::make_unique<OverlayWindow>(stack_->connection(), ownWindows_, frame, kind_);
+    return std::make_unique<OverlayWindow>(stack_->connection(), ownWindows_, frame, kind_, type_);
   };
   edges_.clear();
   if (appearance_.border) {
-    const auto thickness =
-        static_cast<std::int32_t>(std::lround(appearance_.border->width * scale_));
-    for (const auto& edge : borderEdges(frame_, thickness)) edges_.push_back(make(edge));
+    for (const auto& edge : borderEdges(frame_, borderThickness())) edges_.push_back(make(edge));
   }
   if (appearance_.background) background_ = make(frame_);
 }

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/Overlays.h"
@@ -31,8 +32,16 @@ class XOverlay final : public Overlay {
   /// Makes everything look as it has to with, or without, a compositor.
   void adapt();
 
+  /// Puts other windows in the place of its windows, which come up as any that is new.
+  void mapAnew();
+
+  /// Whether it shows something in that part of the root window.
+  bool meets(const PixelRect& part) const;
+
  private:
+  std::int32_t borderThickness() const;
   void makeWindows();
+  void paint();
   void mapWindows();
   Colour asBlended(Colour colour) const;
   void paintBackground();
@@ -45,6 +54,7 @@ class XOverlay final : public Overlay {
   std::string text_;
   bool inFront_ = false;
   OverlayWindow::Kind kind_ = OverlayWindow::Kind::translucent;
+  std::string_view type_;
   std::unique_ptr<OverlayWindow> background_;
   std::vector<std::unique_ptr<OverlayWindow>> edges_;
 };
