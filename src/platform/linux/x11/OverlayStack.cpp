@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <optional>
-#include <ranges>
 #include <utility>
 
 #include "platform/linux/x11/CompositorBypass.h"
@@ -186,7 +185,7 @@ void OverlayStack::raise() {
 
 /// From bottom to top.
 void OverlayStack::mapAnew() {
-  for (auto* const overlay : overlays_ | std::views::reverse) overlay->mapAnew();
+  std::for_each(overlays_.rbegin(), overlays_.rend(), [](XOverlay* each) { each->mapAnew(); });
 }
 
 }  // namespace vesk::x11

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <ranges>
 #include <span>
 #include <utility>
 
@@ -270,7 +269,8 @@ bool Underneath::chooseWindows() {
 bool Underneath::lookAtFrames() {
   bool changed = false;
   auto hidden = parts_;
-  for (const auto& window : stack_.windows() | std::views::reverse) {
+  const auto& windows = stack_.windows();
+  std::for_each(windows.rbegin(), windows.rend(), [&](const StackedWindow& window) {
     const auto found = contents_.find(window.id);
     if (found != contents_.end() && window.kept != window.shown) {
       auto pieces = without({intersection(window.shown, area_)}, window.kept);
@@ -280,7 +280,7 @@ bool Underneath::lookAtFrames() {
       changed = colour.look(connection_) || changed;
     }
     if (!window.own) hidden.push_back(window.shown);
-  }
+  });
   return changed;
 }
 

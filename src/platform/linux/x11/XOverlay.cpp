@@ -69,7 +69,7 @@ void XOverlay::mapAnew() {
   if (!inFront_) return;
   // Nothing is missing in between: the old ones go when the new ones have come.
   const auto oldEdges = std::exchange(edges_, {});
-  const auto oldBackground = std::move(background_);
+  const auto oldBackground = std::exchange(background_, nullptr);
   makeWindows();
   paint();
   mapWindows();
