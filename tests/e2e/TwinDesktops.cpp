@@ -1,5 +1,6 @@
 #include "e2e/TwinDesktops.h"
 
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <xcb/composite.h>
 #include <xcb/shape.h>
@@ -7,7 +8,9 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 
 #include "platform/linux/x11/OverlayShapes.h"
 #include "platform/linux/x11/Properties.h"
@@ -115,6 +118,20 @@ Difference difference(const Pixels& a, const Pixels& b, int width, int tolerated
     result.area = around(result.area, {place % width, place / width, 1, 1});
   }
   return result;
+}
+
+void keepPicture(const Pixels& pixels, const std::string& step) {
+  const char* const folder = std::getenv("VESK_TEST_PICTURES");
+  if (folder == nullptr) return;
+  const auto* const test = ::testing::UnitTest::GetInstance()->current_test_info();
+  std::string name = std::string(test->name()) + "-" + step;
+  std::ranges::replace(name, '/', '-');
+  std::ofstream file(std::string(folder) + "/" + name + ".ppm", std::ios::binary);
+  file << "P6\n" << TwinDesktops::width << " " << TwinDesktops::height << "\n255\n";
+  for (const std::uint32_t pixel : pixels) {
+    file.put(static_cast<char>(pixel >> 16)).put(static_cast<char>(pixel >> 8));
+    file.put(static_cast<char>(pixel));
+  }
 }
 
 template <typename Do>
@@ -334,12 +351,11 @@ bool TwinDesktops::isQuiet(int milliseconds) {
   return ::poll(&waiting, 1, milliseconds) == 0;
 }
 
-Pixels TwinDesktops::reference() {
-  const ReplyPtr<xcb_get_image_reply_t> image(
-      xcb_get_image_reply(other_.connection(),
-                          xcb_get_image(other_.connection(), XCB_IMAGE_FORMAT_Z_PIXMAP,
-                                        other_.root(), 0, 0, width, height, ~0U),
-                          nullptr));
+Pixels TwinDesktops::screenOf(const PresenceDesktop& desktop) {
+  auto* const c = desktop.connection();
+  const ReplyPtr<xcb_get_image_reply_t> image(xcb_get_image_reply(
+      c, xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, desktop.root(), 0, 0, width, height, ~0U),
+      nullptr));
   Pixels pixels(static_cast<std::size_t>(width * height));
   if (image == nullptr) return pixels;
   std::memcpy(pixels.data(), xcb_get_image_data(image.get()), pixels.size() * 4);

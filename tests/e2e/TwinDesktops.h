@@ -41,6 +41,10 @@ struct Difference {
 
 Difference difference(const Pixels& a, const Pixels& b, int width, int toleratedLevels);
 
+/// Leaves a picture of a desktop, of that step of the running test, in the folder that the
+/// environment variable VESK_TEST_PICTURES names, if it does: for a person to look at.
+void keepPicture(const Pixels& pixels, const std::string& step);
+
 /// Two desktops of a kind with the same windows, one of which shows own windows of the program
 /// beside them. What is captured of that one must look like the other.
 ///
@@ -102,7 +106,9 @@ class TwinDesktops {
   int ownPixelsSeen() const { return ownPixelsSeen_; }
   int imagesTaken() const { return imagesTaken_; }
 
-  Pixels reference();
+  Pixels reference() { return screenOf(other_); }
+  /// With the own windows.
+  Pixels captured() { return screenOf(captured_); }
   Pixels grabbed() const;
   x11::OwnWindows& ownWindows() { return ownWindows_; }
 
@@ -115,6 +121,7 @@ class TwinDesktops {
   template <typename Do>
   void onBoth(Do what);
   bool take();
+  static Pixels screenOf(const PresenceDesktop& desktop);
 
   PresenceDesktop captured_;
   PresenceDesktop other_;

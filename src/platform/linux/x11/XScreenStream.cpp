@@ -11,6 +11,7 @@
 #include <csignal>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 #include "platform/Descriptor.h"
 #include "platform/linux/x11/ImagePainter.h"
@@ -106,6 +107,10 @@ class XScreenStream::Run {
     monitor_ = *monitor;
     grabber_ = std::make_unique<ScreenGrabber>(monitor_, configuration_.showsCursor, leftOut_);
     if (!*grabber_) return notReadable;
+    // Own windows come up once the stream has started. What they cover then has been seen before.
+    auto everything = grabber_->grab();
+    if (!everything) return notReadable;
+    unsent_ = std::move(*everything);
     painter_ =
         std::make_unique<ImagePainter>(PixelSize{monitor_.width, monitor_.height},
                                        PixelSize{configuration_.width, configuration_.height});
@@ -158,9 +163,11 @@ class XScreenStream::Run {
 
   /// Nothing is sent when what was drawn is not to be seen.
   std::optional<PlatformError> sendImage(bool& sent) {
-    const auto changed = grabber_->grab();
+    auto changed = grabber_->grab();
     if (!changed)
       return layoutError().value_or(grabber_->connection() ? displayChanged : serverGone);
+    changed->insert(changed->end(), unsent_.begin(), unsent_.end());
+    unsent_.clear();
     sent = !changed->empty();
     if (!sent) return std::nullopt;
     const auto image = painter_->paint(grabber_->pixels(), grabber_->stride(), *changed);
@@ -207,6 +214,7 @@ class XScreenStream::Run {
   Monitor monitor_;
   std::unique_ptr<ScreenGrabber> grabber_;
   std::unique_ptr<ImagePainter> painter_;
+  std::vector<PixelRect> unsent_;  ///< of the monitor, grabbed and in no image yet
 };
 
 XScreenStream::XScreenStream(const ContentFilter& filter, const StreamConfiguration& configuration,

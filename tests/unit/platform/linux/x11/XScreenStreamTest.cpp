@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <condition_variable>
 #include <fstream>
 #include <functional>
@@ -123,6 +124,31 @@ class XScreenStreamTest : public ::testing::Test {
   Received received;
   ThreadQueue queue{"test.samples"};
 };
+
+/// What is drawn on the root window itself is kept nowhere once a window covers it.
+TEST_F(XScreenStreamTest, HasSeenWhatAnOwnWindowCoversThatOpensAsSoonAsItHasStarted) {
+  XPainter painter;
+  painter.fill(0, 0, 640, 480, white);
+  const Connection connection;
+  const xcb_window_t window = xcb_generate_id(connection.get());
+  constexpr std::array<std::uint32_t, 2> values{black, 1};
+  xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, connection.root(), 50, 50, 200,
+                    100, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                    XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values.data());
+  ownWindows.add(window);
+  const auto stream = makeStream({640, 480});
+  ASSERT_FALSE(wait([&](Completion done) {
+    stream->startCapture([&, done](const auto& error) {
+      const ReplyPtr<xcb_generic_error_t> refused(
+          xcb_request_check(connection.get(), xcb_map_window_checked(connection.get(), window)));
+      done(error);
+    });
+  }));
+  ASSERT_TRUE(received.waitUntil([](auto& r) { return r.images() > 0; }));
+  EXPECT_EQ(received.luma(20, 20), 235);
+  EXPECT_EQ(received.luma(150, 100), 235);
+  EXPECT_FALSE(stop(*stream));
+}
 
 TEST_F(XScreenStreamTest, ShowsWhatIsDrawn) {
   XPainter painter;
