@@ -14,6 +14,7 @@ STILL_SECONDS = int(os.environ.get("VESK_STILL_SECONDS", 120))
 SESSIONS = int(os.environ.get("VESK_SESSIONS", 60))
 RATE = 30
 TICKS = 90_000
+LONGEST_WAIT = 0.25  # seconds, of a program on a machine with much else to do
 MIB = 1024
 
 
@@ -41,8 +42,8 @@ class Endurance(Session):
         return lines
 
     def test_a_still_session_keeps_the_clock(self):
-        """A frame lasts for three at most, so that a machine that lets the program wait for longer
-        takes time away: beside other tests it has the right of way, if this user may give it."""
+        """A frame's duration is that of three at most. One that lasts for longer does so because the
+        machine lets the program wait, which has the right of way here, if this user may give it."""
         self.run_session(fps=RATE)
         self.wait_for_units(1)
         with self.durations.open() as file:
@@ -51,9 +52,13 @@ class Endurance(Session):
             frames = STILL_SECONDS * RATE
             lines = self.wait_for_lines(file, frames, 2 * STILL_SECONDS + harness.PATIENCE)
             clock = time.monotonic() - begin
-        seconds = sum(int(line.split()[0]) for line in lines) / TICKS
-        print(f"{frames} frames, {seconds:.3f} s of durations in {clock:.3f} s")
-        self.assertAlmostEqual(seconds, clock, delta=clock / 1000)
+        durations = [int(line.split()[0]) for line in lines]
+        seconds = sum(durations) / TICKS
+        capped = sum(ticks == 3 * TICKS // RATE for ticks in durations)
+        print(f"{frames} frames, {capped} of them capped, "
+              f"{seconds:.3f} s of durations in {clock:.3f} s")
+        self.assertLessEqual(capped, frames / 500)
+        self.assertAlmostEqual(seconds, clock, delta=clock / 1000 + capped * LONGEST_WAIT)
         # A tick that comes late is not made up for, so that a few frames may be missing.
         self.assertAlmostEqual(clock, STILL_SECONDS, delta=STILL_SECONDS / 100)
 
