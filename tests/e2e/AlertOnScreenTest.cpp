@@ -7,11 +7,7 @@ namespace {
 
 using AlertOnScreenTest = PresenceTest;
 
-INSTANTIATE_TEST_SUITE_P(On, AlertOnScreenTest,
-                         ::testing::Values(Kind::bare, Kind::openbox, Kind::openboxPicom,
-                                           Kind::xfwm4, Kind::xfwm4Compositing, Kind::mutter,
-                                           Kind::kwin),
-                         nameOfDesktop);
+INSTANTIATE_TEST_SUITE_P(On, AlertOnScreenTest, ::testing::ValuesIn(everyDesktop), nameOfDesktop);
 
 TEST_P(AlertOnScreenTest, AnswersByKeys) {
   ask("Ada");

@@ -7,11 +7,7 @@ namespace {
 
 using BannerOnScreenTest = PresenceTest;
 
-INSTANTIATE_TEST_SUITE_P(On, BannerOnScreenTest,
-                         ::testing::Values(Kind::bare, Kind::openbox, Kind::openboxPicom,
-                                           Kind::xfwm4, Kind::xfwm4Compositing, Kind::mutter,
-                                           Kind::kwin),
-                         nameOfDesktop);
+INSTANTIATE_TEST_SUITE_P(On, BannerOnScreenTest, ::testing::ValuesIn(everyDesktop), nameOfDesktop);
 
 TEST_P(BannerOnScreenTest, DrawsStripAndBorderWhereTheyBelong) {
   coverTheScreen();

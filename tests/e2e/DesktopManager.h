@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +12,11 @@ namespace vesk::testing {
 
 /// What manages, and perhaps composes, the windows of a server.
 enum class DesktopKind { bare, openbox, openboxPicom, xfwm4, xfwm4Compositing, mutter, kwin };
+
+inline constexpr std::array everyDesktop{
+    DesktopKind::bare,  DesktopKind::openbox,          DesktopKind::openboxPicom,
+    DesktopKind::xfwm4, DesktopKind::xfwm4Compositing, DesktopKind::mutter,
+    DesktopKind::kwin};
 
 /// For the names of tests.
 std::string nameOf(DesktopKind kind);

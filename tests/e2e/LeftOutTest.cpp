@@ -181,11 +181,7 @@ TEST_P(LeftOutTest, ShowsTheWallpaperBeneath) {
 
 std::string name(const ::testing::TestParamInfo<Kind>& info) { return nameOf(info.param); }
 
-INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutTest,
-                         ::testing::Values(Kind::bare, Kind::openbox, Kind::openboxPicom,
-                                           Kind::xfwm4, Kind::xfwm4Compositing, Kind::mutter,
-                                           Kind::kwin),
-                         name);
+INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutTest, ::testing::ValuesIn(everyDesktop), name);
 
 class LeftOutWithoutCompositorTest : public ::testing::TestWithParam<Kind> {
  protected:

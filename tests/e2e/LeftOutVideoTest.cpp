@@ -129,10 +129,7 @@ TEST_P(LeftOutVideoTest, ReachesTheViewerWithoutOwnWindows) {
   EXPECT_EQ(video.failures(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutVideoTest,
-                         ::testing::Values(Kind::bare, Kind::openbox, Kind::openboxPicom,
-                                           Kind::xfwm4, Kind::xfwm4Compositing, Kind::mutter,
-                                           Kind::kwin),
+INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutVideoTest, ::testing::ValuesIn(everyDesktop),
                          [](const auto& test) { return nameOf(test.param); });
 
 }  // namespace

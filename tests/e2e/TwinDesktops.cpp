@@ -15,6 +15,7 @@
 #include "platform/linux/x11/OverlayShapes.h"
 #include "platform/linux/x11/Properties.h"
 #include "platform/linux/x11/Randr.h"
+#include "platform/linux/x11/rectangles.h"
 #include "support/Patience.h"
 
 namespace vesk::testing {
@@ -25,11 +26,6 @@ using x11::ReplyPtr;
 
 const std::string screenSize =
     std::to_string(TwinDesktops::width) + "x" + std::to_string(TwinDesktops::height) + "x24";
-
-xcb_rectangle_t rectangle(const PixelRect& rect) {
-  return {static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
-          static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height)};
-}
 
 void fill(xcb_connection_t* c, xcb_drawable_t target, const PixelRect& area, std::uint32_t colour) {
   const xcb_gcontext_t context = xcb_generate_id(c);

@@ -24,9 +24,9 @@ bool hasWindowManager(xcb_connection_t* connection) {
 
 constexpr std::uint32_t allWorkspaces = 0xffffffff;
 
-/// Asks as a pager does, which window managers take for the person's own wish; what programs ask
-/// for themselves they may turn down.
-constexpr std::uint32_t fromAPager = 2;  // the source of a wish
+/// The source of a wish. Window managers take a pager's for the person's own; what programs ask for
+/// themselves they may turn down.
+constexpr std::uint32_t fromAPager = 2;
 
 void askManager(xcb_connection_t* connection, xcb_window_t window, std::string_view wish,
                 std::uint32_t first, std::uint32_t second) {

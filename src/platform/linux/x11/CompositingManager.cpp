@@ -5,28 +5,19 @@
 #include "platform/linux/x11/Properties.h"
 
 namespace vesk::x11 {
-namespace {
-
-/// The server gives each of its clients a range of identifiers.
-bool haveOneMaker(const Connection& connection, xcb_window_t a, xcb_window_t b) {
-  return ((a ^ b) & ~xcb_get_setup(connection.get())->resource_id_mask) == 0;
-}
-
-}  // namespace
 
 bool CompositingManager::hasMade(const Connection& connection, xcb_window_t other) const {
-  return window != XCB_NONE && haveOneMaker(connection, window, other);
+  return window != XCB_NONE && connection.makerOf(other) == connection.makerOf(window);
 }
 
-CompositingManager compositingManager(const Connection& connection, xcb_atom_t selection) {
+CompositingManager compositingManager(const Connection& connection, xcb_window_t compositor) {
+  if (compositor == XCB_NONE) return {};
   auto* const c = connection.get();
-  const ReplyPtr<xcb_get_selection_owner_reply_t> compositor(
-      xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr));
   const auto check = numbers(c, connection.root(), "_NET_SUPPORTING_WM_CHECK");
-  if (compositor == nullptr || compositor->owner == XCB_NONE || check.size() != 1) return {};
-  if (!haveOneMaker(connection, compositor->owner, check.front())) return {};
-  const std::string name = text(c, check.front(), "_NET_WM_NAME");
+  if (check.size() != 1) return {};
   CompositingManager manager{.window = check.front()};
+  if (!manager.hasMade(connection, compositor)) return {};
+  const std::string name = text(c, manager.window, "_NET_WM_NAME");
   const bool mutter = name == "GNOME Shell" || name.starts_with("Mutter");
   const bool kwin = name == "KWin";
   manager.padsFrames = mutter;

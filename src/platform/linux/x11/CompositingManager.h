@@ -21,9 +21,9 @@ struct CompositingManager {
   bool hasMade(const Connection& connection, xcb_window_t other) const;
 };
 
-/// The one that runs, told by the name that it gives itself: Mutter and what is built on it, and
-/// KWin. Any other shows what the server keeps.
-/// Thread: the connection's. Waits for the server.
-CompositingManager compositingManager(const Connection& connection, xcb_atom_t selection);
+/// The one that runs, given the window that owns the compositor's selection, if one does. It is
+/// told by the name that it gives itself: Mutter and what is built on it, and KWin. Any other shows
+/// what the server keeps. Thread: the connection's. Waits for the server.
+CompositingManager compositingManager(const Connection& connection, xcb_window_t compositor);
 
 }  // namespace vesk::x11

@@ -8,6 +8,10 @@ xcb_window_t Connection::root() const {
   return xcb_setup_roots_iterator(xcb_get_setup(get())).data->root;
 }
 
+std::uint32_t Connection::makerOf(xcb_window_t window) const {
+  return window & ~xcb_get_setup(get())->resource_id_mask;
+}
+
 bool Connection::offers(std::string_view extension) const {
   const auto request =
       xcb_query_extension(get(), static_cast<std::uint16_t>(extension.size()), extension.data());

@@ -2,6 +2,7 @@
 
 #include <xcb/xcb.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -30,6 +31,10 @@ class Connection {
 
   /// The first screen's root window.
   xcb_window_t root() const;
+
+  /// Which of the server's clients has made the window, by the part of its identifier that the
+  /// server gave that client; 0 for the server itself.
+  std::uint32_t makerOf(xcb_window_t window) const;
 
   /// Whether the server offers an extension of that name.
   bool offers(std::string_view extension) const;

@@ -9,10 +9,6 @@
 namespace vesk::x11 {
 namespace {
 
-PixelRect movedBy(const PixelRect& rect, const PixelRect& origin) {
-  return {rect.x + origin.x, rect.y + origin.y, rect.width, rect.height};
-}
-
 /// `rect` grown by what the manager says of the frame's sides: left, right, top, bottom.
 PixelRect withFrame(const PixelRect& rect, const std::vector<std::uint32_t>& sides) {
   const auto side = [&](std::size_t i) { return static_cast<std::int32_t>(sides.at(i)); };
@@ -33,8 +29,8 @@ void FrameGeometry::measure(std::vector<StackedWindow>& windows,
     const bool fits = found != before.end() && found->second.frame.width == window.frame.width &&
                       found->second.frame.height == window.frame.height;
     const auto known = fits ? found->second : inspect(window, manager);
-    window.shown = movedBy(known.shown, window.frame);
-    window.kept = movedBy(known.kept, window.frame);
+    window.shown = moved(known.shown, window.frame.x, window.frame.y);
+    window.kept = moved(known.kept, window.frame.x, window.frame.y);
     // A frame that is shown whole may be one that its window has not come into yet.
     if (known.kept != known.frame) known_[window.id] = known;
   }

@@ -1,7 +1,5 @@
 #include "platform/linux/x11/HeldRecord.h"
 
-#include <span>
-
 #include "platform/linux/x11/Properties.h"
 #include "platform/linux/x11/XTest.h"
 
@@ -72,17 +70,7 @@ HeldRecord::HeldRecord(const Connection& connection) : connection_(connection) {
 }
 
 Held HeldRecord::read() const {
-  constexpr std::uint32_t enough = 1024;
-  const ReplyPtr<xcb_get_property_reply_t> property(
-      xcb_get_property_reply(connection_.get(),
-                             xcb_get_property(connection_.get(), 0, connection_.root(), property_,
-                                              XCB_ATOM_CARDINAL, 0, enough),
-                             nullptr));
-  if (property == nullptr || property->format != 32) return {};
-  const std::span values(
-      static_cast<const std::uint32_t*>(xcb_get_property_value(property.get())),
-      static_cast<std::size_t>(xcb_get_property_value_length(property.get())) / 4);
-  return decode({values.begin(), values.end()});
+  return decode(numbers(connection_.get(), connection_.root(), property_, XCB_ATOM_CARDINAL));
 }
 
 void HeldRecord::undoPredecessor(const XKeyboard& keyboard) {

@@ -20,7 +20,7 @@ constexpr int millisecondsBetweenRaises = 250;
 
 /// Whether the server itself made the window: the one that a compositor shows its picture in.
 bool isServersOwn(const Connection& connection, xcb_window_t window) {
-  return (window & ~xcb_get_setup(connection.get())->resource_id_mask) == 0;
+  return connection.makerOf(window) == 0;
 }
 
 }  // namespace
@@ -66,11 +66,12 @@ void OverlayStack::watchCompositor() {
   selectionNotify_ = extension->first_event + XCB_XFIXES_SELECTION_NOTIFY;
 
   // Asked after the wish to be told, so that none slips through in between.
-  compositor_ = watchCompositorSelection(connection_);
+  const xcb_atom_t selection = watchCompositorSelection(connection_);
   const ReplyPtr<xcb_get_selection_owner_reply_t> owner(
-      xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, compositor_), nullptr));
-  manager_ = compositingManager(connection_, compositor_);
-  composited_ = owner != nullptr && owner->owner != XCB_NONE;
+      xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr));
+  const xcb_window_t compositor = owner == nullptr ? xcb_window_t{XCB_NONE} : owner->owner;
+  manager_ = compositingManager(connection_, compositor);
+  composited_ = compositor != XCB_NONE;
   // The compositor's own window cannot be asked about without bringing it up.
   compositorAside_ = asideIsGuess_ = composited_ && isCompositorLikelyAside(connection_);
 }
@@ -116,7 +117,7 @@ void OverlayStack::followCompositor(const xcb_generic_event_t& event) {
   const int type = event.response_type & 0x7f;
   if (type == selectionNotify_) {
     const auto& notify = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
-    manager_ = compositingManager(connection_, compositor_);
+    manager_ = compositingManager(connection_, notify.owner);
     setCompositor(notify.owner != XCB_NONE, /*aside=*/false);
   } else if (type == XCB_UNMAP_NOTIFY) {
     const auto& notify = reinterpret_cast<const xcb_unmap_notify_event_t&>(event);

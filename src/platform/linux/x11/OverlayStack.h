@@ -64,7 +64,6 @@ class OverlayStack {
   Connection connection_;
   QSocketNotifier notifier_;
   std::vector<XOverlay*> overlays_;  ///< top to bottom
-  xcb_atom_t compositor_ = XCB_NONE;
   CompositingManager manager_;
   bool composited_ = false;       ///< a compositor runs
   bool compositorAside_ = false;  ///< its picture is off the screen

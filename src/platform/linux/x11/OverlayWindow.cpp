@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "platform/linux/x11/Properties.h"
+#include "platform/linux/x11/rectangles.h"
 
 namespace vesk::x11 {
 namespace {
@@ -34,17 +35,6 @@ std::uint16_t sixteenBits(double part) {
 /// A premultiplied part of a colour in its place in the pixel.
 std::uint32_t eightBits(double part, unsigned shift) {
   return static_cast<std::uint32_t>(std::lround(part * 255)) << shift;
-}
-
-std::vector<xcb_rectangle_t> rectangles(const std::vector<PixelRect>& parts) {
-  std::vector<xcb_rectangle_t> result;
-  result.reserve(parts.size());
-  for (const auto& part : parts) {
-    result.push_back({static_cast<std::int16_t>(part.x), static_cast<std::int16_t>(part.y),
-                      static_cast<std::uint16_t>(part.width),
-                      static_cast<std::uint16_t>(part.height)});
-  }
-  return result;
 }
 
 }  // namespace

@@ -23,6 +23,10 @@ PixelRect padded(const PixelRect& rect, std::int32_t by) {
   return {rect.x - by, rect.y - by, rect.width + 2 * by, rect.height + 2 * by};
 }
 
+PixelRect moved(const PixelRect& rect, std::int32_t right, std::int32_t down) {
+  return {rect.x + right, rect.y + down, rect.width, rect.height};
+}
+
 std::vector<PixelRect> without(const std::vector<PixelRect>& rects, const PixelRect& cut) {
   std::vector<PixelRect> rest;
   const auto add = [&](const PixelRect& piece) {

@@ -27,6 +27,9 @@ PixelRect around(const PixelRect& a, const PixelRect& b);
 /// `rect` grown by so much on every side.
 PixelRect padded(const PixelRect& rect, std::int32_t by);
 
+/// `rect` in another place, so far to the right and down.
+PixelRect moved(const PixelRect& rect, std::int32_t right, std::int32_t down);
+
 /// What is left of each rectangle outside `cut`.
 std::vector<PixelRect> without(const std::vector<PixelRect>& rects, const PixelRect& cut);
 

@@ -9,9 +9,9 @@ namespace {
 constexpr std::uint32_t longest = 1024;
 
 ReplyPtr<xcb_get_property_reply_t> read(xcb_connection_t* connection, xcb_window_t window,
-                                        std::string_view property) {
-  const auto request = xcb_get_property(connection, /*_delete=*/0, window,
-                                        atom(connection, property), XCB_ATOM_ANY, 0, longest);
+                                        xcb_atom_t property, xcb_atom_t type) {
+  const auto request =
+      xcb_get_property(connection, /*_delete=*/0, window, property, type, 0, longest);
   return ReplyPtr<xcb_get_property_reply_t>(xcb_get_property_reply(connection, request, nullptr));
 }
 
@@ -42,14 +42,19 @@ void setCardinal(xcb_connection_t* connection, xcb_window_t window, std::string_
 
 std::vector<std::uint32_t> numbers(xcb_connection_t* connection, xcb_window_t window,
                                    std::string_view property) {
-  const auto reply = read(connection, window, property);
+  return numbers(connection, window, atom(connection, property), XCB_ATOM_ANY);
+}
+
+std::vector<std::uint32_t> numbers(xcb_connection_t* connection, xcb_window_t window,
+                                   xcb_atom_t property, xcb_atom_t type) {
+  const auto reply = read(connection, window, property, type);
   if (reply == nullptr || reply->format != 32) return {};
   const auto* const values = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
   return {values, values + reply->value_len};
 }
 
 std::string text(xcb_connection_t* connection, xcb_window_t window, std::string_view property) {
-  const auto reply = read(connection, window, property);
+  const auto reply = read(connection, window, atom(connection, property), XCB_ATOM_ANY);
   if (reply == nullptr || reply->format != 8) return {};
   const auto* const letters = static_cast<const char*>(xcb_get_property_value(reply.get()));
   return {letters, letters + reply->value_len};

@@ -27,6 +27,10 @@ void setCardinal(xcb_connection_t* connection, xcb_window_t window, std::string_
 std::vector<std::uint32_t> numbers(xcb_connection_t* connection, xcb_window_t window,
                                    std::string_view property);
 
+/// The same by its atom, of that type only.
+std::vector<std::uint32_t> numbers(xcb_connection_t* connection, xcb_window_t window,
+                                   xcb_atom_t property, xcb_atom_t type);
+
 /// A property that is text, in the encoding that it has; empty where there is none. Waits for the
 /// server.
 std::string text(xcb_connection_t* connection, xcb_window_t window, std::string_view property);

@@ -37,10 +37,9 @@ void RootBackground::paint(xcb_pixmap_t target, const PixelRect& part, Painter p
 /// Whoever sets a wallpaper leaves its number with the root window.
 xcb_pixmap_t RootBackground::wallpaper() const {
   auto* const c = connection_.get();
-  const ReplyPtr<xcb_get_property_reply_t> property(xcb_get_property_reply(
-      c, xcb_get_property(c, 0, connection_.root(), property_, XCB_ATOM_PIXMAP, 0, 1), nullptr));
-  if (property == nullptr || property->format != 32 || property->value_len != 1) return XCB_NONE;
-  const auto pixmap = *static_cast<const xcb_pixmap_t*>(xcb_get_property_value(property.get()));
+  const auto named = numbers(c, connection_.root(), property_, XCB_ATOM_PIXMAP);
+  if (named.empty()) return XCB_NONE;
+  const xcb_pixmap_t pixmap = named.front();
   const ReplyPtr<xcb_get_geometry_reply_t> geometry(
       xcb_get_geometry_reply(c, xcb_get_geometry(c, pixmap), nullptr));
   const auto depth = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root_depth;

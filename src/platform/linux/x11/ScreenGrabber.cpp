@@ -212,14 +212,12 @@ ScreenGrabber::Asked ScreenGrabber::request(bool pictureIsClean) {
   // The replies have brought along what has happened until now.
   pollEvents();
   if (underneath_->isStale()) {
-    const auto moved = underneath_->readStack(pictureIsClean ? pixels_.get() : nullptr);
-    for (const auto& rect : moved) asked.changed.push_back(inMonitor(rect));
+    const auto restacked = underneath_->readStack(pictureIsClean ? pixels_.get() : nullptr);
+    for (const auto& rect : restacked) asked.changed.push_back(inMonitor(rect));
   }
   asked.rows = requestRows(asked.changed);
-  std::vector<PixelRect> drawn;
-  for (const auto& rect : asked.changed) {
-    drawn.push_back({rect.x + monitor_.x, rect.y + monitor_.y, rect.width, rect.height});
-  }
+  auto drawn = asked.changed;
+  for (auto& rect : drawn) rect = moved(rect, monitor_.x, monitor_.y);
   for (const auto& rect : underneath_->takeDamage(drawn)) asked.changed.push_back(inMonitor(rect));
   underneath_->request();
   return asked;
@@ -253,10 +251,7 @@ std::vector<PixelRect> ScreenGrabber::takeDamage() {
 }
 
 PixelRect ScreenGrabber::inMonitor(const PixelRect& rect) const {
-  PixelRect inside = intersection(rect, area());
-  inside.x -= monitor_.x;
-  inside.y -= monitor_.y;
-  return inside;
+  return moved(intersection(rect, area()), -monitor_.x, -monitor_.y);
 }
 
 std::vector<xcb_shm_get_image_cookie_t> ScreenGrabber::requestRows(

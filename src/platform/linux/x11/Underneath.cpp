@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/linux/x11/PictureFormats.h"
+#include "platform/linux/x11/rectangles.h"
 
 namespace vesk::x11 {
 namespace {
@@ -169,12 +170,7 @@ std::vector<PixelRect> Underneath::rebuild(const std::vector<PixelRect>& parts,
 }
 
 void Underneath::noteParts() {
-  std::vector<xcb_rectangle_t> rects;
-  for (const auto& part : parts_) {
-    rects.push_back({static_cast<std::int16_t>(part.x), static_cast<std::int16_t>(part.y),
-                     static_cast<std::uint16_t>(part.width),
-                     static_cast<std::uint16_t>(part.height)});
-  }
+  const auto rects = rectangles(parts_);
   xcb_xfixes_set_region(connection_.get(), covered_, static_cast<std::uint32_t>(rects.size()),
                         rects.data());
 }

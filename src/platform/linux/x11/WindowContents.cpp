@@ -3,7 +3,7 @@
 #include <xcb/composite.h>
 #include <xcb/shape.h>
 
-#include <vector>
+#include "platform/linux/x11/rectangles.h"
 
 namespace vesk::x11 {
 namespace {
@@ -78,20 +78,16 @@ void WindowContents::paintFrame(xcb_render_picture_t target, const PixelRect& pa
                                 const PixelRect& within) const {
   const auto colour = frameColour_.colour();
   if (!colour) return;
-  std::vector<xcb_rectangle_t> pieces;
   const PixelRect area = intersection(intersection(within, part), window_.shown);
-  for (const auto& piece : without({area}, window_.kept)) {
-    if (piece.isEmpty()) continue;
-    pieces.push_back({narrow(piece.x - part.x), narrow(piece.y - part.y),
-                      static_cast<std::uint16_t>(piece.width),
-                      static_cast<std::uint16_t>(piece.height)});
-  }
+  auto pieces = without({area}, window_.kept);
+  for (auto& piece : pieces) piece = moved(piece, -part.x, -part.y);
+  const auto rects = rectangles(pieces);
   const auto channel = [&](int shift) {
     return static_cast<std::uint16_t>((*colour >> shift & 0xffU) * 0x101U);
   };
   xcb_render_fill_rectangles(connection_.get(), XCB_RENDER_PICT_OP_SRC, target,
                              {channel(16), channel(8), channel(0), 0xffff},
-                             static_cast<std::uint32_t>(pieces.size()), pieces.data());
+                             static_cast<std::uint32_t>(rects.size()), rects.data());
 }
 
 void WindowContents::takeDamage(xcb_xfixes_region_t all, xcb_xfixes_region_t scratch) {

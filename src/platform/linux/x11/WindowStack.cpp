@@ -86,8 +86,7 @@ void WindowStack::markStale(xcb_window_t window) {
 
 /// What this connection itself has made is nothing to be shown.
 bool WindowStack::isOurs(xcb_window_t window) const {
-  const auto* const setup = xcb_get_setup(connection_.get());
-  return (window & ~setup->resource_id_mask) == setup->resource_id_base;
+  return connection_.makerOf(window) == xcb_get_setup(connection_.get())->resource_id_base;
 }
 
 bool WindowStack::expectsOwnWindows() const {
@@ -125,10 +124,11 @@ void WindowStack::read() {
     window.framed = wasOwn ? before->framed : window.own && std::ranges::count(own, window.id) == 0;
   }
   windows_ = std::move(found);
-  const ReplyPtr<xcb_get_selection_owner_reply_t> compositor(
+  const ReplyPtr<xcb_get_selection_owner_reply_t> reply(
       xcb_get_selection_owner_reply(c, owner, nullptr));
-  composited_ = compositor != nullptr && compositor->owner != XCB_NONE;
-  if (std::exchange(managerStale_, false)) manager_ = compositingManager(connection_, compositor_);
+  const xcb_window_t compositor = reply == nullptr ? xcb_window_t{XCB_NONE} : reply->owner;
+  composited_ = compositor != XCB_NONE;
+  if (std::exchange(managerStale_, false)) manager_ = compositingManager(connection_, compositor);
   frames_.measure(windows_, manager_);
 }
 
