@@ -49,7 +49,8 @@ void decodeMove(benchmark::State& state) {
 }
 
 void decodeAndPostMove(benchmark::State& state) {
-  const InputGate gate;
+  const SystemClock clock;
+  const InputGate gate(clock);
   x11::XEventPoster poster(gate);
   OneDisplay displays;
   run(state, poster, displays);
@@ -57,7 +58,8 @@ void decodeAndPostMove(benchmark::State& state) {
 
 /// With the bounds of the main display asked of the server, as the program does it.
 void decodeMeasureAndPostMove(benchmark::State& state) {
-  const InputGate gate;
+  const SystemClock clock;
+  const InputGate gate(clock);
   x11::XEventPoster poster(gate);
   x11::XDisplays displays;
   run(state, poster, displays);

@@ -2,6 +2,7 @@
 
 #include "platform/Displays.h"
 #include "platform/Events.h"
+#include "platform/InputGate.h"
 #include "platform/Permissions.h"
 #include "platform/ScreenCapture.h"
 
@@ -18,6 +19,9 @@ class Desktop {
   virtual Displays& displays() = 0;
   virtual ScreenCapture& screenCapture() = 0;
   virtual EventPoster& events() = 0;
+
+  /// What `events` asks before each stroke.
+  virtual InputGate& inputGate() = 0;
 };
 
 }  // namespace vesk

@@ -1,19 +1,51 @@
 #pragma once
 
-#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+
+#include "platform/Clock.h"
 
 namespace vesk {
 
-/// Shut while the person is being asked something: a viewer must not be able to give the answer.
-/// Thread: any. Counts: as often as it was closed it must be opened. Fails: never.
+/// Whether the viewer's hands may move. It is shut while the person is being asked something, since
+/// a viewer must not be able to give the answer, and once the time that an end of input leaves to
+/// what is under way is over. Whoever posts asks it before each single stroke.
+///
+/// Thread: any, but for `onClose`, which is set before the gate is used and taken away after.
+/// Owns: nothing; the clock outlives it. Fails: never.
 class InputGate {
  public:
-  void close() { ++closed_; }
-  void open() { --closed_; }
-  bool isOpen() const { return closed_ == 0; }
+  explicit InputGate(const Clock& clock) : clock_(clock) {}
+
+  /// Waits for the stroke on its way and lets go of everything that the viewer holds. Called by
+  /// each `close`, on its thread, with the gate shut.
+  std::function<void()> onClose;
+
+  /// Shuts the gate at once. When this returns, nothing that is posted is on its way any more and
+  /// nothing is held. Counts: as often as it was closed the gate must be opened.
+  void close();
+  void open();
+
+  /// Input is at an end: what is under way may go on until `deadline`, then the gate is shut until
+  /// `ended` tells that the end was carried out. Ends are carried out in their order.
+  void endBy(HostTime deadline);
+  void ended();
+
+  bool isOpen() const;
+
+  /// Sleeps until `time`, or until the gate is shut where that comes first. Whether it is open.
+  bool sleepUntil(HostTime time) const;
 
  private:
-  std::atomic<int> closed_ = 0;
+  bool isOpenNow() const;
+
+  const Clock& clock_;
+  mutable std::mutex mutex_;
+  mutable std::condition_variable changed_;
+  int closed_ = 0;
+  std::deque<HostTime> ends_;  ///< not carried out yet, the first one first
 };
 
 }  // namespace vesk

@@ -18,15 +18,19 @@ namespace vesk::fakes {
 /// A session whose every part is a fake.
 class FakeDesktop final : public Desktop {
  public:
+  explicit FakeDesktop(const Clock& clock) : gate(clock) {}
+
   Permissions& permissions() override { return thePermissions; }
   Displays& displays() override { return theDisplays; }
   ScreenCapture& screenCapture() override { return theScreen; }
   EventPoster& events() override { return theEvents; }
+  InputGate& inputGate() override { return gate; }
 
   FakePermissions thePermissions;
   FakeDisplays theDisplays;
   RecordingScreenCapture theScreen;
   RecordingEventPoster theEvents;
+  InputGate gate;
 };
 
 /// A whole platform of fakes, but for the queues and the clock, which the test chooses. It has no
@@ -40,16 +44,16 @@ class FakePlatform {
 
   Platform platform;
   RecordingProcesses& processes = make<RecordingProcesses>(platform.processes);
-  FakeDesktop& desktop = make<FakeDesktop>(platform.desktop);
+  FakeDesktop& desktop = make<FakeDesktop>(platform.desktop, *platform.clock);
   RecordingCompression& compression = make<RecordingCompression>(platform.compression);
   RecordingAlerts& alerts = make<RecordingAlerts>(platform.alerts);
   RecordingOverlays& overlays = make<RecordingOverlays>(platform.overlays);
 
  private:
   /// A fake that the platform owns, and the test may look at.
-  template <typename Fake, typename Interface>
-  static Fake& make(std::unique_ptr<Interface>& owner) {
-    auto fake = std::make_unique<Fake>();
+  template <typename Fake, typename Interface, typename... Arguments>
+  static Fake& make(std::unique_ptr<Interface>& owner, Arguments&&... arguments) {
+    auto fake = std::make_unique<Fake>(std::forward<Arguments>(arguments)...);
     Fake& result = *fake;
     owner = std::move(fake);
     return result;

@@ -16,7 +16,7 @@ std::unique_ptr<Interface> remembered(Made*& pointer, Arguments&&... arguments) 
 
 ControllerFixture::ControllerFixture()
     : fakes_(remembered<LinkQueues, Queues>(linkQueues_, manual_),
-             remembered<SteppedClock, Clock>(clock_)) {
+             remembered<SteppedClock, Clock>(clock_, time_)) {
   processes_.variables["XPC_SERVICE_NAME"] = "com.vesk.tovarin.screen";
   fakes_.desktop.theDisplays.main = 7;
   fakes_.desktop.theDisplays.boundsOf[7] = {{0, 0}, 1920, 1080};

@@ -20,7 +20,10 @@ struct EndOfLoop {};
 /// A clock whose every wait lasts until the test lets it go on. Thread: any.
 class SteppedClock final : public Clock {
  public:
-  HostTime hostTime() const override { return {}; }
+  /// Tells the time of `time`, which outlives it.
+  explicit SteppedClock(const Clock& time) : time_(time) {}
+
+  HostTime hostTime() const override { return time_.hostTime(); }
   void sleep(std::chrono::nanoseconds duration) override;
 
   /// Waits until somebody sleeps, and tells for how long.
@@ -33,6 +36,7 @@ class SteppedClock final : public Clock {
   void end();
 
  private:
+  const Clock& time_;
   std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<std::chrono::nanoseconds> sleeping_;

@@ -90,10 +90,10 @@ class Hands {
   void click(int number, double x, double y);
   void text(const std::string& utf8);
 
-  InputGate gate;
+  SystemClock clock;
+  InputGate gate{clock};
   x11::XEventPoster poster{gate};
   x11::XDisplays displays;
-  SystemClock clock;
   InputInjector injector{poster, displays, clock};
 };
 

@@ -21,7 +21,7 @@ Platform makePlatform() {
   platform.processes = std::make_unique<LinuxProcesses>();
   platform.application = std::make_unique<QtApplication>();
   platform.queues = std::make_unique<ThreadQueues>();
-  auto desktop = std::make_unique<x11::XDesktop>();
+  auto desktop = std::make_unique<x11::XDesktop>(*platform.clock);
   platform.compression = std::make_unique<X264Compression>();
   platform.alerts = std::make_unique<QtAlerts>(desktop->ownWindows(), desktop->inputGate());
   platform.overlays = std::make_unique<x11::XOverlays>(desktop->ownWindows());

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/Desktop.h"
-#include "platform/InputGate.h"
 #include "platform/macos/MacDisplays.h"
 #include "platform/macos/MacEventPoster.h"
 #include "platform/macos/MacPermissions.h"
@@ -12,13 +11,14 @@ namespace vesk::mac {
 /// The graphical session of the person at the Mac.
 class MacDesktop final : public Desktop {
  public:
+  /// The clock outlives the desktop.
+  explicit MacDesktop(const Clock& clock) : inputGate_(clock) {}
+
   Permissions& permissions() override { return permissions_; }
   Displays& displays() override { return displays_; }
   ScreenCapture& screenCapture() override { return screenCapture_; }
   EventPoster& events() override { return events_; }
-
-  /// Closed while the person is being asked something.
-  InputGate& inputGate() { return inputGate_; }
+  InputGate& inputGate() override { return inputGate_; }
 
  private:
   MacPermissions permissions_;

@@ -21,7 +21,7 @@ Platform makePlatform() {
     platform.processes = std::make_unique<mac::MacProcesses>();
     platform.application = std::make_unique<mac::AppKitApplication>();
     platform.queues = std::make_unique<mac::DispatchQueues>();
-    auto desktop = std::make_unique<mac::MacDesktop>();
+    auto desktop = std::make_unique<mac::MacDesktop>(*platform.clock);
     platform.compression = std::make_unique<mac::VideoToolboxCompression>();
     platform.alerts = std::make_unique<mac::AppKitAlerts>(desktop->inputGate());
     platform.overlays = std::make_unique<mac::MacOverlays>();

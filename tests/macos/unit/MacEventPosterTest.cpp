@@ -1,6 +1,7 @@
 #include "platform/macos/MacEventPoster.h"
 
 #include "macos/unit/SystemFixture.h"
+#include "platform/SystemClock.h"
 
 namespace vesk::mac {
 namespace {
@@ -17,7 +18,8 @@ class MacEventPosterTest : public vesk::testing::SystemFixture {
   }
   static std::uint32_t number(CGEventType type) { return type; }
 
-  InputGate gate_;
+  SystemClock clock_;
+  InputGate gate_{clock_};
   std::optional<MacEventPoster> poster_{std::in_place, gate_};
 
   void TearDown() override { poster_.reset(); }

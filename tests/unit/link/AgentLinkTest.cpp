@@ -81,8 +81,8 @@ class AgentLinkTest : public ::testing::Test {
   vesk::testing::TemporaryFolder folder_;
   std::filesystem::path path_ = folder_.path() / "agent.sock";
   vesk::testing::LogLines log_;
-  vesk::testing::SteppedClock clock_;
   fakes::ManualClock time_;
+  vesk::testing::SteppedClock clock_{time_};
   fakes::ManualQueues manual_{time_};
   vesk::testing::LinkQueues queues_{manual_};
   Told told_;

@@ -2,19 +2,106 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
+#include "fakes/ManualClock.h"
+#include "platform/SystemClock.h"
+
 namespace vesk {
 namespace {
 
-TEST(InputGateTest, IsOpenOnceItWasOpenedAsOftenAsClosed) {
-  InputGate gate;
-  EXPECT_TRUE(gate.isOpen());
-  gate.close();
-  gate.close();
-  EXPECT_FALSE(gate.isOpen());
-  gate.open();
-  EXPECT_FALSE(gate.isOpen());
-  gate.open();
-  EXPECT_TRUE(gate.isOpen());
+using namespace std::chrono_literals;
+
+class InputGateTest : public ::testing::Test {
+ protected:
+  HostTime in(std::chrono::milliseconds time) const { return clock_.hostTime() + time; }
+
+  fakes::ManualClock clock_;
+  InputGate gate_{clock_};
+};
+
+TEST_F(InputGateTest, IsOpenOnceItWasOpenedAsOftenAsClosed) {
+  EXPECT_TRUE(gate_.isOpen());
+  gate_.close();
+  gate_.close();
+  EXPECT_FALSE(gate_.isOpen());
+  gate_.open();
+  EXPECT_FALSE(gate_.isOpen());
+  gate_.open();
+  EXPECT_TRUE(gate_.isOpen());
+}
+
+TEST_F(InputGateTest, LetsGoOfEverythingAtEachClosingOnceItIsShut) {
+  int closings = 0;
+  gate_.onClose = [&] {
+    ++closings;
+    EXPECT_FALSE(gate_.isOpen());
+  };
+  gate_.close();
+  gate_.close();
+  gate_.open();
+  EXPECT_EQ(closings, 2);
+}
+
+TEST_F(InputGateTest, ShutsWhenTheTimeOfAnEndIsOver) {
+  gate_.endBy(in(200ms));
+  clock_.advance(199ms);
+  EXPECT_TRUE(gate_.isOpen());
+  clock_.advance(1ms);
+  EXPECT_FALSE(gate_.isOpen());
+  gate_.ended();
+  EXPECT_TRUE(gate_.isOpen());
+}
+
+TEST_F(InputGateTest, GivesEveryEndItsOwnTime) {
+  gate_.endBy(in(100ms));
+  gate_.endBy(in(300ms));
+  clock_.advance(100ms);
+  EXPECT_FALSE(gate_.isOpen());
+  gate_.ended();
+  EXPECT_TRUE(gate_.isOpen());
+  clock_.advance(200ms);
+  EXPECT_FALSE(gate_.isOpen());
+  gate_.ended();
+  EXPECT_TRUE(gate_.isOpen());
+}
+
+TEST_F(InputGateTest, StaysShutForThePersonWhateverEnds) {
+  gate_.close();
+  gate_.endBy(in(0ms));
+  gate_.ended();
+  EXPECT_FALSE(gate_.isOpen());
+}
+
+/// Its sleeps are real: they wait for other threads.
+class SleepAtTheGateTest : public ::testing::Test {
+ protected:
+  /// How a sleep of a minute ends that began in another thread.
+  std::future<bool> sleepForAMinute() {
+    return std::async(std::launch::async,
+                      [this] { return gate_.sleepUntil(clock_.hostTime() + 1min); });
+  }
+
+  SystemClock clock_;
+  InputGate gate_{clock_};
+};
+
+TEST_F(SleepAtTheGateTest, IsOverAtItsTime) {
+  const auto until = clock_.hostTime() + 20ms;
+  EXPECT_TRUE(gate_.sleepUntil(until));
+  EXPECT_GE(clock_.hostTime(), until);
+}
+
+TEST_F(SleepAtTheGateTest, IsOverWhenTheGateIsClosed) {
+  auto sleep = sleepForAMinute();
+  gate_.close();
+  EXPECT_FALSE(sleep.get());
+}
+
+TEST_F(SleepAtTheGateTest, IsOverWhenTheTimeOfAnEndIs) {
+  auto sleep = sleepForAMinute();
+  gate_.endBy(clock_.hostTime() + 20ms);
+  EXPECT_FALSE(sleep.get());
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/Desktop.h"
-#include "platform/InputGate.h"
 #include "platform/linux/x11/OwnWindows.h"
 #include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XEventPoster.h"
@@ -13,16 +12,17 @@ namespace vesk::x11 {
 /// A graphical session on an X server.
 class XDesktop final : public Desktop {
  public:
+  /// The clock outlives the desktop.
+  explicit XDesktop(const Clock& clock) : inputGate_(clock) {}
+
   Permissions& permissions() override { return permissions_; }
   Displays& displays() override { return displays_; }
   ScreenCapture& screenCapture() override { return screenCapture_; }
   EventPoster& events() override { return events_; }
+  InputGate& inputGate() override { return inputGate_; }
 
   /// What this program itself shows; the picture is taken without it.
   OwnWindows& ownWindows() { return ownWindows_; }
-
-  /// Closed while the person is being asked something.
-  InputGate& inputGate() { return inputGate_; }
 
  private:
   OwnWindows ownWindows_;
