@@ -36,7 +36,7 @@ void Connection::write() {
       sent_ += static_cast<std::size_t>(count);
       continue;
     }
-    if (count < 0 && isTemporary(errno)) return;
+    if (count == unixSocket::noRoom || isTemporary(errno)) return;
     // The program is gone. What it sent before may still be there to read, so only this half ends.
     break;
   }

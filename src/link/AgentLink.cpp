@@ -1,5 +1,6 @@
 #include "link/AgentLink.h"
 
+#include <exception>
 #include <utility>
 
 #include "link/Log.h"
@@ -13,10 +14,16 @@ using namespace std::chrono_literals;
 constexpr auto waitAfterFailure = 2s;
 constexpr auto waitAfterLoss = 1s;
 
+/// How long a sender waits before it looks whether it still shall.
+constexpr auto untilNextLook = 20ms;
+
 }  // namespace
 
 AgentLink::AgentLink(Queues& queues, Clock& clock, std::string_view path)
-    : clock_(clock), path_(path), readQueue_(queues.makeSerialQueue("com.vesk.screen.link")) {}
+    : queues_(queues),
+      clock_(clock),
+      path_(path),
+      readQueue_(queues.makeSerialQueue("com.vesk.screen.link")) {}
 
 void AgentLink::start() {
   readQueue_->async([weak = weak_from_this()] {
@@ -24,13 +31,7 @@ void AgentLink::start() {
   });
 }
 
-void AgentLink::sendControl(const Message& message) {
-  if (const auto text = message.serialise()) send(Kind::control, std::as_bytes(std::span(*text)));
-}
-
-void AgentLink::sendVideo(ByteView accessUnit, Ticks duration) {
-  send(Kind::video, videoPayload(accessUnit, duration));
-}
+// Reading
 
 void AgentLink::runForever() {
   for (;;) {
@@ -46,7 +47,7 @@ void AgentLink::runForever() {
 }
 
 void AgentLink::serveConnection(Descriptor socket) {
-  setDescriptor(socket.get());
+  setConnected(socket.get());
   Log::info("Connected to the Vesk agent.");
   if (onConnected) onConnected();
 
@@ -55,7 +56,7 @@ void AgentLink::serveConnection(Descriptor socket) {
 
   // The loss is recorded before the socket is closed: a write that has begun ends first, and no
   // later one can reach a descriptor that the system has given to something else.
-  setDescriptor(-1);
+  setDisconnected();
   socket.close();
   Log::info("Lost the Vesk agent; reconnecting.");
   if (onDisconnected) onDisconnected();
@@ -71,22 +72,112 @@ void AgentLink::dispatch(const Frame& frame) const {
   }
 }
 
-void AgentLink::setDescriptor(int descriptor) {
+void AgentLink::setConnected(int descriptor) {
   const std::lock_guard lock(writeLock_);
   fd_ = descriptor;
+  connection_ = Connection{++connections_};
 }
 
-void AgentLink::send(Kind kind, ByteView payload) {
+void AgentLink::setDisconnected() {
   const std::lock_guard lock(writeLock_);
-  if (fd_ < 0) return;
+  fd_ = -1;
+  connection_ = Connection::none;
+  frame_.clear();
+  waiting_.clear();
+  waitingBytes_ = 0;
+}
 
-  const Bytes frame = frameBytes(kind, payload);
-  ByteView rest = frame;
-  while (!rest.empty()) {
-    const auto written = unixSocket::write(fd_, rest);
-    // The reader will find the connection broken and clean up; here the frame is given up.
-    if (written <= 0) return;
-    rest = rest.subspan(static_cast<std::size_t>(written));
+// Writing
+
+void AgentLink::sendControl(const Message& message, Connection to) {
+  const auto text = message.serialise();
+  if (!text) return;
+  const std::lock_guard lock(writeLock_);
+  if (to == Connection::none || to != connection_) return;
+  if (waitingBytes_ + text->size() > mostWaiting) return;
+  waiting_.push_back(frameBytes(Kind::control, std::as_bytes(std::span(*text))));
+  waitingBytes_ += waiting_.back().size();
+  if (!sendWaiting()) finishLater();
+}
+
+bool AgentLink::sendVideo(ByteView accessUnit, Ticks duration, Connection to) {
+  Bytes frame = frameBytes(Kind::video, videoPayload(accessUnit, duration));
+  for (bool begun = false;;) {
+    int socket = -1;
+    {
+      const std::lock_guard lock(writeLock_);
+      if (to == Connection::none || to != connection_) return begun;
+      begun = begun || (sendWaiting() && begin(frame));
+      if (begun && finish()) return true;
+      // What an agent has of a frame it must get whole, however late it reads on.
+      if (patience_ == Patience::drops) {
+        if (begun) finishLater();
+        return begun;
+      }
+      socket = fd_;
+    }
+    unixSocket::awaitRoom(socket, untilNextLook);
+  }
+}
+
+/// Makes `frame` the next one on the wire, and takes it away then. False, with everything as it
+/// was, while there is no room for a single byte of it.
+bool AgentLink::begin(Bytes& frame) {
+  if (!finish()) return false;
+  frame_.swap(frame);
+  written_ = 0;
+  if (finish() || written_ > 0) return true;
+  frame_.swap(frame);
+  frame_.clear();
+  return false;
+}
+
+/// Whether the frame that was begun is out. A connection that is broken takes everything: the
+/// reader will find out and clean up.
+bool AgentLink::finish() {
+  while (written_ < frame_.size()) {
+    const auto result = unixSocket::write(fd_, ByteView(frame_).subspan(written_));
+    if (result == unixSocket::noRoom) return false;
+    written_ = result < 0 ? frame_.size() : written_ + static_cast<std::size_t>(result);
+  }
+  frame_.clear();
+  written_ = 0;
+  return true;
+}
+
+/// Whether every message that waited is out.
+bool AgentLink::sendWaiting() {
+  for (; !waiting_.empty(); waiting_.pop_front()) {
+    const auto size = waiting_.front().size();
+    if (!begin(waiting_.front())) return false;
+    waitingBytes_ -= size;
+  }
+  return finish();
+}
+
+/// Without a thread to wait with, the next message or picture takes along what waits.
+void AgentLink::finishLater() try {
+  if (finishing_) return;
+  if (writeQueue_ == nullptr) writeQueue_ = queues_.makeSerialQueue("com.vesk.screen.write");
+  writeQueue_->async([weak = weak_from_this()] {
+    if (const auto link = weak.lock()) link->finishWhenRead();
+  });
+  finishing_ = true;
+} catch (const std::exception&) {
+}
+
+void AgentLink::finishWhenRead() {
+  for (;;) {
+    int socket = -1;
+    {
+      const std::lock_guard lock(writeLock_);
+      if (fd_ < 0 || sendWaiting()) {
+        finishing_ = false;
+        return;
+      }
+      socket = fd_;
+    }
+    unixSocket::awaitRoom(socket, untilNextLook * 10);
   }
 }
 

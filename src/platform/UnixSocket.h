@@ -1,13 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <span>
 #include <string_view>
 
 #include "platform/Descriptor.h"
 
-/// Stream sockets of the Unix domain, in blocking mode. Thread: any; reading and writing may go on
-/// in two threads at once.
+/// Stream sockets of the Unix domain. Reading waits for bytes, writing never waits for room.
+/// Thread: any; reading and writing may go on in two threads at once.
 namespace vesk::unixSocket {
 
 /// The longest path that an address carries; a longer one is cut to this many bytes.
@@ -24,7 +25,14 @@ bool connect(const Descriptor& socket, std::string_view path);
 /// error.
 std::ptrdiff_t read(int socket, std::span<std::byte> buffer);
 
-/// One write: the number of bytes taken from `bytes`, 0 or less on any error.
+/// What `write` returns when the other side must read before anything can be taken.
+inline constexpr std::ptrdiff_t noRoom = 0;
+
+/// One write: the number of bytes taken from `bytes`, which are not none, or `noRoom`, or less than
+/// that on any error.
 std::ptrdiff_t write(int socket, std::span<const std::byte> bytes);
+
+/// Waits until there is room to write, the connection is broken, or the time is over.
+void awaitRoom(int socket, std::chrono::milliseconds time);
 
 }  // namespace vesk::unixSocket

@@ -34,7 +34,8 @@ Bytes textBytes(std::string_view text) {
 void UnixPeer::write(ByteView data) const {
   while (!data.empty()) {
     const auto count = unixSocket::write(socket_.get(), data);
-    if (count <= 0) throw std::runtime_error("the program's end is closed");
+    if (count < 0) throw std::runtime_error("the program's end is closed");
+    if (count == unixSocket::noRoom) unixSocket::awaitRoom(socket_.get(), patience);
     data = data.subspan(static_cast<std::size_t>(count));
   }
 }

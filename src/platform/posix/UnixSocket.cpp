@@ -1,19 +1,21 @@
 #include "platform/UnixSocket.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace vesk::unixSocket {
 namespace {
 
 #ifdef SO_NOSIGPIPE
-constexpr int sendFlags = 0;  // the option does it for the whole socket, on every version
+constexpr int withoutSignal = 0;  // the option does it for the whole socket, on every version
 #else
-constexpr int sendFlags = MSG_NOSIGNAL;
+constexpr int withoutSignal = MSG_NOSIGNAL;
 #endif
 
 sockaddr_un addressOf(std::string_view path) {
@@ -46,7 +48,14 @@ std::ptrdiff_t read(int socket, std::span<std::byte> buffer) {
 }
 
 std::ptrdiff_t write(int socket, std::span<const std::byte> bytes) {
-  return ::send(socket, bytes.data(), bytes.size(), sendFlags);
+  const auto written = ::send(socket, bytes.data(), bytes.size(), withoutSignal | MSG_DONTWAIT);
+  if (written < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return noRoom;
+  return written == 0 ? -1 : written;
+}
+
+void awaitRoom(int socket, std::chrono::milliseconds time) {
+  pollfd descriptor{socket, POLLOUT, 0};
+  ::poll(&descriptor, 1, static_cast<int>(time.count()));
 }
 
 }  // namespace vesk::unixSocket

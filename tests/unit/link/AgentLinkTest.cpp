@@ -285,6 +285,83 @@ TEST_F(AgentLinkTest, WaitsForAnAgentThatStopsReadingAndReadsOnMeanwhile) {
   writer.join();
 }
 
+TEST_F(AgentLinkTest, NeverMakesTheSenderOfAMessageWaitForTheAgent) {
+  connect();
+  link_->setPatience(AgentLink::Patience::drops);
+  EXPECT_TRUE(link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}));
+  for (int i = 0; i < 3; ++i) link_->sendControl(Message("after").with("number", i));
+  std::thread writer([this] { manual_.run(); });
+  EXPECT_EQ(peer_->read(9 + moreThanBuffered).size(), 9 + moreThanBuffered);
+  writer.join();
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(text(peer_->readFrame()->payload),
+              R"({"number":)" + std::to_string(i) + R"(,"op":"after"})");
+  }
+}
+
+TEST_F(AgentLinkTest, DropsTheMessagesBeyondItsBoundForAnAgentThatDoesNotRead) {
+  connect();
+  link_->setPatience(AgentLink::Patience::drops);
+  EXPECT_TRUE(link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}));
+  const std::string filling(AgentLink::mostWaiting / 8, 'x');
+  for (int i = 0; i < 20; ++i) link_->sendControl(Message("filling").with("text", filling));
+  std::thread writer([this] { manual_.run(); });
+  peer_->read(9 + moreThanBuffered);
+  int came = 0;
+  for (; came < 7; ++came) EXPECT_GT(peer_->readFrame()->payload.size(), filling.size());
+  writer.join();
+  EXPECT_TRUE(peer_->isSilent());
+  link_->sendControl(Message("next"));
+  EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"next"})");
+}
+
+TEST_F(AgentLinkTest, DropsAFrameThatFindsNoRoomOncePatienceIsOver) {
+  connect();
+  std::thread writer([this] { link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}); });
+  peer_->read(9);
+  link_->setPatience(AgentLink::Patience::drops);
+  writer.join();
+  EXPECT_FALSE(link_->sendVideo(bytes({1}), Ticks{1}));
+  // What was begun comes whole, and nothing of what was dropped.
+  std::thread finisher([this] { manual_.run(); });
+  EXPECT_EQ(peer_->read(moreThanBuffered).size(), moreThanBuffered);
+  finisher.join();
+  EXPECT_TRUE(peer_->isSilent());
+}
+
+TEST_F(AgentLinkTest, SendsNothingOnAnotherConnectionThanItIsMeantFor) {
+  connect();
+  const auto first = link_->connection();
+  EXPECT_NE(first, AgentLink::Connection::none);
+  peer_->close();
+  clock_.waitForSleep();
+  EXPECT_EQ(link_->connection(), AgentLink::Connection::none);
+  link_->sendControl(Message("nobody"), AgentLink::Connection::none);
+  clock_.wake();
+  peer_.emplace(listener_->accept());
+  told_.waitFor(3);
+  EXPECT_NE(link_->connection(), first);
+  link_->sendControl(Message("stale"), first);
+  EXPECT_FALSE(link_->sendVideo(bytes({1}), Ticks{1}, first));
+  link_->sendControl(Message("fresh"), link_->connection());
+  EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"fresh"})");
+}
+
+TEST_F(AgentLinkTest, TellsNothingOfTheFrameBeforeALossToTheNextAgent) {
+  connect();
+  link_->setPatience(AgentLink::Patience::drops);
+  link_->sendVideo(Bytes(moreThanBuffered), Ticks{7});
+  link_->sendControl(Message("waiting"));
+  peer_->close();
+  clock_.waitForSleep();
+  clock_.wake();
+  peer_.emplace(listener_->accept());
+  told_.waitFor(3);
+  manual_.run();
+  link_->sendControl(Message("next"));
+  EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"next"})");
+}
+
 TEST_F(AgentLinkTest, GivesUpAFrameWhenTheAgentGoesAwayWithoutReadingIt) {
   connect();
   std::thread writer([this] { link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}); });

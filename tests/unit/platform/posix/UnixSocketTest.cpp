@@ -35,6 +35,22 @@ TEST_F(UnixSocketTest, ConnectsReadsAndWrites) {
   EXPECT_EQ(unixSocket::read(socket.get(), buffer), 0);
 }
 
+TEST_F(UnixSocketTest, NeverWaitsForRoomUnlessAskedTo) {
+  const vesk::testing::UnixListener listener(folder_.path() / "s");
+  const Descriptor socket = unixSocket::open();
+  ASSERT_TRUE(unixSocket::connect(socket, (folder_.path() / "s").string()));
+  const auto peer = listener.accept();
+  const Bytes much(1U << 20U);
+  std::size_t taken = 0;
+  for (std::ptrdiff_t count = 0; (count = unixSocket::write(socket.get(), much)) > 0;) {
+    taken += static_cast<std::size_t>(count);
+  }
+  EXPECT_EQ(unixSocket::write(socket.get(), much), unixSocket::noRoom);
+  peer.read(taken);
+  unixSocket::awaitRoom(socket.get(), vesk::testing::patience);
+  EXPECT_GT(unixSocket::write(socket.get(), much), 0);
+}
+
 TEST_F(UnixSocketTest, CutsAPathToWhatAnAddressHolds) {
   std::string path = (folder_.path() / "").string();
   path.append(unixSocket::maxPathLength - path.size(), 'x');
