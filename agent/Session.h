@@ -11,7 +11,7 @@
 #include "agent/Options.h"
 #include "agent/Recorder.h"
 #include "agent/Script.h"
-#include "agent/SignalPipe.h"
+#include "platform/posix/SignalPipe.h"
 #include "agent/VideoNotes.h"
 
 namespace vesk::agent {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <utility>
 
+#include "control/ControlBacklog.h"
 #include "lifecycle/SingleInstance.h"
 #include "link/Log.h"
 #include "platform/User.h"
@@ -15,6 +16,10 @@ using namespace std::chrono_literals;
 
 /// Time for the fault message to reach the agent before the process ends.
 constexpr auto exitDelay = 3s;
+
+/// What of the viewer's is on its way when input ends gets this long; a quarter of a second after
+/// the end nothing may happen any more.
+constexpr auto timeForTheRest = 200ms;
 
 std::string descriptionOf(const std::exception_ptr& error) try {
   std::rethrow_exception(error);
@@ -32,9 +37,10 @@ Controller::Controller(Platform& platform, std::string_view agentSocket)
           platform.desktop->screenCapture(), *platform.compression})),
       injector_(platform.desktop->events(), platform.desktop->displays(), *platform.clock),
       banner_(platform.desktop->displays(), *platform.overlays),
-      inputQueue_(platform.queues->makeSerialQueue("com.vesk.screen.input")) {}
+      inputQueue_(platform.queues->makeSerialQueue("com.vesk.screen.input")),
+      video_(*link_, [this] { capturer_->requestKeyframe(); }) {}
 
-// Start-up
+// From the first moment to the last
 
 void Controller::applicationDidFinishLaunching() {
   SingleInstance::handOverIfNotOurJob(*platform_.processes);
@@ -47,29 +53,46 @@ void Controller::applicationDidFinishLaunching() {
 
 void Controller::wireCapturer() {
   capturer_->onAccessUnit = weakly([](Controller& self, ByteView accessUnit, Ticks duration) {
-    self.link_->sendVideo(accessUnit, duration);
+    self.video_.send(accessUnit, duration);
   });
   // The agent hears of the fault at once, on the stream's thread; the session ends on the main one.
-  auto stopLater = [&main = platform_.queues->main(),
-                    stop = weakly([](Controller& self) { self.stop(); })] { main.async(stop); };
-  capturer_->onFault = [report = weakly([](Controller& self, const std::string& message) {
-                          self.link_->sendControl(Message("fault").with("message", message));
-                        }),
-                        stopLater](const std::string& message) {
-    report(message);
-    stopLater();
-  };
-  link_->onDisconnected = stopLater;
+  capturer_->onFault =
+      [report = weakly([](Controller& self, const std::string& message) {
+         self.link_->sendControl(Message("fault").with("message", message), self.sessionsAgent_);
+       }),
+       &main = platform_.queues->main(),
+       stop = weakly([](Controller& self) { self.stop(); })](const std::string& message) {
+        report(message);
+        main.async(stop);
+      };
 }
 
 void Controller::wireLink() {
   link_->onConnected = weakly([](Controller& self) { self.greet(); });
-  link_->onControl =
-      [&main = platform_.queues->main(),
-       control = weakly([](Controller& self, const Message& message) { self.control(message); })](
-          const Message& message) { main.async([control, message] { control(message); }); };
+  link_->onDisconnected = weakly([](Controller& self) { self.agentLost(); });
+  // One at a time, in the order of their coming, on the main thread. What an agent that has gone
+  // since has asked for is nobody's wish any more.
+  auto control = weakly([](Controller& self, const ControlRequest& request, Agent agent) {
+    if (agent != self.link_->connection()) return;
+    std::visit([&](const auto& each) { self.carryOut(each, agent); }, request);
+  });
+  link_->onControl = [&main = platform_.queues->main(), &link = *link_, backlog = ControlBacklog(),
+                      control](const Message& message) {
+    main.async([control, request = controlRequest(message), agent = link.connection(),
+                place = backlog.enter()] {
+      if (request) control(*request, agent);
+    });
+  };
   link_->onInput = weakly([](Controller& self, ByteView data) { self.receiveInput(data); });
 }
+
+void Controller::applicationWillTerminate() {
+  platform_.desktop->inputGate().close();
+  stop();
+  platform_.processes->exit(EXIT_SUCCESS);
+}
+
+// On the link's thread
 
 void Controller::greet() {
   Permissions& permissions = platform_.desktop->permissions();
@@ -81,93 +104,151 @@ void Controller::greet() {
 }
 
 void Controller::receiveInput(ByteView data) {
-  inputQueue_->async([self = shared_from_this(), bytes = Bytes(data.begin(), data.end())] {
-    if (self->inputAllowed_) self->injector_.handle(bytes);
+  const auto self = shared_from_this();
+  const bool added =
+      inputQueue_.addMessage(data.size(), [self, bytes = Bytes(data.begin(), data.end())] {
+        const bool mayGoOn = self->inputAllowed_ && !self->platform_.desktop->inputGate().isOver();
+        if (mayGoOn) self->injector_.handle(bytes);
+      });
+  if (added) return;
+  inputQueue_.add([self] {
+    self->injector_.releaseAll();
+    if (!self->inputAllowed_ || std::exchange(self->overflowTold_, true)) return;
+    Log::info("More input came than could be injected; what waited was dropped.");
   });
 }
 
-// Control messages
-
-void Controller::control(const Message& message) {
-  const auto request = controlRequest(message);
-  if (request) std::visit([this](const auto& each) { carryOut(each); }, *request);
+/// The main thread may be held up by a question to the person; the viewer's hands must not go on
+/// until it is free, and the next agent must find none of what this one was granted.
+void Controller::agentLost() {
+  endInput(inputDeadline());
+  platform_.queues->main().async(weakly([](Controller& self) { self.stop(); }));
 }
 
-void Controller::carryOut(const StartRequest& request) { start(request); }
+// Requests
 
-void Controller::carryOut(const StopRequest&) { stop(); }
+void Controller::carryOut(const StartRequest& request, Agent agent) { start(request, agent); }
 
-void Controller::carryOut(const KeyframeRequest&) { capturer_->requestKeyframe(); }
+void Controller::carryOut(const StopRequest&, Agent) { stop(); }
 
-void Controller::carryOut(const BitrateRequest& request) {
+void Controller::carryOut(const KeyframeRequest&, Agent) { capturer_->requestKeyframe(); }
+
+void Controller::carryOut(const BitrateRequest& request, Agent) {
   capturer_->setBitrate(request.bitrateKbps);
 }
 
-void Controller::carryOut(const InputRequest& request) {
-  inputQueue_->async(weakly([allowed = request.allowed](Controller& self) {
-    self.inputAllowed_ = allowed;
-    if (!allowed) self.injector_.releaseAll();
+void Controller::carryOut(const InputRequest& request, Agent) {
+  if (!request.allowed) return endInput(inputDeadline());
+  inputQueue_.add(weakly([](Controller& self) {
+    self.inputAllowed_ = true;
+    self.overflowTold_ = false;
   }));
-  if (request.allowed) promptForTrustIfMissing();
+  promptForTrustIfMissing();
 }
 
-void Controller::carryOut(const ViewerRequest& request) { banner_.setViewer(request.name); }
+void Controller::carryOut(const ViewerRequest& request, Agent) { banner_.setViewer(request.name); }
 
 // A session
 
-void Controller::start(const StartRequest& request) {
+void Controller::start(const StartRequest& request, Agent agent) {
   if (capturing_) {
     capturer_->requestKeyframe();
-    link_->sendControl(startedMessage());
+    link_->sendControl(startedMessage(), agent);
     return;
   }
-  const auto begin = weakly([request](Controller& self) { self.begin(request); });
-  if (!request.consent) {
-    begin();
-    return;
-  }
-  link_->sendControl(Message("state").with("state", "awaiting-consent"));
-  const auto deny = weakly([](Controller& self) {
-    self.link_->sendControl(
-        Message("denied").with("message", "The person at the Mac did not allow it."));
-  });
-  Consent::ask(platform_.queues->main(), *platform_.alerts, request.viewer,
-               [begin, deny](bool allowed) { allowed ? begin() : deny(); });
+  const Start start{request, agent, ++starts_};
+  if (!request.consent) return begin(start);
+  link_->sendControl(Message("state").with("state", "awaiting-consent"), agent);
+  // Behind the requests that are here already: one of them may be the stop.
+  platform_.queues->main().async(weakly([start](Controller& self) { self.ask(start); }));
 }
 
-void Controller::begin(const StartRequest& request) {
-  link_->sendControl(Message("state").with("state", "starting"));
-  platform_.queues->main().async(weakly([request](Controller& self) { self.capture(request); }));
+/// A request that was withdrawn before anybody saw the question is none to bother the person with.
+void Controller::ask(const Start& start) {
+  if (isOvertaken(start)) return deny(start);
+  Consent::ask(platform_.queues->main(), *platform_.alerts, start.request.viewer,
+               weakly([start](Controller& self, bool allowed) {
+                 allowed ? self.begin(start) : self.deny(start);
+               }));
 }
 
-void Controller::capture(const StartRequest& request) {
+void Controller::deny(const Start& start) {
+  link_->sendControl(Message("denied").with("message", "The person at the Mac did not allow it."),
+                     start.agent);
+}
+
+/// What the person has allowed to an agent that has gone since is nothing to the next one.
+void Controller::begin(const Start& start) {
+  if (start.agent != link_->connection()) return;
+  link_->sendControl(Message("state").with("state", "starting"), start.agent);
+  platform_.queues->main().async(weakly([start](Controller& self) { self.capture(start); }));
+}
+
+void Controller::capture(const Start& start) {
+  // However fast starts and stops follow each other, the screen is not opened for each of them.
+  if (isOvertaken(start) && capturesUnderWay_ > 0) return riders_.push_back(start);
+  ++capturesUnderWay_;
+  sessionsAgent_ = start.agent;
   // The capturer may answer on any thread, after a while; the main thread is free until it does.
-  auto finish = weakly([request](Controller& self, const std::exception_ptr& error) {
-    error == nullptr ? self.captureStarted(request) : self.captureFailed(error);
+  auto finish = weakly([start](Controller& self, const std::exception_ptr& error) {
+    self.captureEnded(start, error);
   });
-  capturer_->start(request.fps, request.bitrateKbps,
+  capturer_->start(start.request.fps, start.request.bitrateKbps,
                    [&main = platform_.queues->main(), finish](const std::exception_ptr& error) {
                      main.async([finish, error] { finish(error); });
                    });
 }
 
-void Controller::captureStarted(const StartRequest& request) {
-  capturing_ = true;
-  inputQueue_->async(
-      weakly([allowed = request.input](Controller& self) { self.inputAllowed_ = allowed; }));
-  if (request.input) promptForTrustIfMissing();
-  banner_.show(request.viewer, Banner::Style(request.banner));
-  link_->sendControl(
-      startedMessage().with("accessibility", platform_.desktop->permissions().isProcessTrusted()));
+/// The capture has come to the end of its start, this way or that.
+void Controller::captureEnded(const Start& start, const std::exception_ptr& error) {
+  --capturesUnderWay_;
+  auto ended = std::exchange(riders_, {});
+  ended.insert(ended.begin(), start);
+  for (const auto& each : ended) {
+    error == nullptr ? captureStarted(each) : captureFailed(each, error);
+  }
+  endUnwantedCapture();
 }
 
-void Controller::captureFailed(const std::exception_ptr& error) {
+void Controller::captureStarted(const Start& start) {
+  if (isOvertaken(start)) {
+    captureUnwanted_ = !capturing_;
+  } else {
+    runSession(start);
+  }
+  link_->sendControl(
+      startedMessage().with("accessibility", platform_.desktop->permissions().isProcessTrusted()),
+      start.agent);
+}
+
+void Controller::runSession(const Start& start) {
+  capturing_ = true;
+  captureUnwanted_ = false;
+  inputQueue_.add(weakly([allowed = start.request.input](Controller& self) {
+    self.inputAllowed_ = allowed;
+    self.overflowTold_ = false;
+  }));
+  if (start.request.input) promptForTrustIfMissing();
+  banner_.show(start.request.viewer, start.request.banner);
+  video_.open(start.agent);
+}
+
+/// A stop that came while captures were starting is carried out once none is under way any more: a
+/// later start has the same parts.
+void Controller::endUnwantedCapture() {
+  if (capturesUnderWay_ > 0 || !std::exchange(captureUnwanted_, false)) return;
+  capturer_->stop();
+  video_.shut();
+}
+
+void Controller::captureFailed(const Start& start, const std::exception_ptr& error) {
   Permissions& permissions = platform_.desktop->permissions();
   if (permissions.preflightScreenCaptureAccess()) {
     const std::string description = descriptionOf(error);
     Log::info("Capture failed: " + description);
     link_->sendControl(
-        Message("fault").with("message", "The Mac could not share its screen: " + description));
+        Message("fault").with("message", "The Mac could not share its screen: " + description),
+        start.agent);
     return;
   }
   permissions.requestScreenCaptureAccess();
@@ -177,20 +258,40 @@ void Controller::captureFailed(const std::exception_ptr& error) {
           .with("message",
                 "Screen Recording has not been allowed for Vesk Remote on this Mac. Someone at the "
                 "Mac must turn it on once: System Settings › Privacy & Security › Screen & System "
-                "Audio Recording."));
+                "Audio Recording."),
+      start.agent);
   // A grant only counts for a new process, which the job starts.
   platform_.queues->main().after(
       exitDelay, [&processes = *platform_.processes] { processes.exit(EXIT_FAILURE); });
 }
 
 void Controller::stop() {
-  if (capturing_) capturer_->stop();
+  const HostTime deadline = inputDeadline();
+  overtaken_ = starts_;
+  if (capturing_) {
+    // The last pictures must not wait for an agent that does not read.
+    video_.stopWaiting();
+    capturer_->stop();
+    video_.shut();
+  }
   capturing_ = false;
   banner_.hide();
-  // Behind the input that is already on its way, so that it is let go of too.
-  inputQueue_->async([self = shared_from_this()] {
+  endInput(deadline);
+}
+
+// Input's end
+
+HostTime Controller::inputDeadline() const { return platform_.clock->hostTime() + timeForTheRest; }
+
+/// Behind the input that is already on its way, so that it is let go of too, but no longer than
+/// until the deadline.
+void Controller::endInput(HostTime deadline) {
+  InputGate& gate = platform_.desktop->inputGate();
+  gate.endBy(deadline);
+  inputQueue_.add([self = shared_from_this(), &gate] {
     self->inputAllowed_ = false;
     self->injector_.releaseAll();
+    gate.ended();
   });
 }
 

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <atomic>
 #include <exception>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "capture/Capturer.h"
 #include "control/ControlRequest.h"
+#include "control/VideoOutlet.h"
+#include "input/InputBacklog.h"
 #include "input/InputInjector.h"
 #include "link/AgentLink.h"
 #include "platform/Application.h"
@@ -17,6 +21,9 @@ namespace vesk {
 
 /// Owns every long-lived object of the program, wires them to each other, does what the agent asks
 /// for, and runs a viewing session from its request to its end.
+///
+/// What the agent of one connection asked for is done for that connection alone: a request of an
+/// agent that has gone starts nothing, and nothing that is said about it reaches the next one.
 ///
 /// Thread: made on the main thread. Sessions are started and ended there, so `capturing_` and the
 /// banner need no lock; `inputAllowed_` belongs to the input queue alone.
@@ -31,26 +38,47 @@ class Controller final : public ApplicationDelegate,
 
   void applicationDidFinishLaunching() override;
 
+  /// Ends what runs as a stop does, lets go of everything, and ends the process with status 0.
+  void applicationWillTerminate() override;
+
  private:
+  using Agent = AgentLink::Connection;
+
+  /// A request for a session on its way there. The numbers count up from 1.
+  struct Start {
+    StartRequest request;
+    Agent agent = Agent::none;
+    std::uint64_t number = 0;
+  };
+
   void wireCapturer();
   void wireLink();
   void greet();
   void receiveInput(ByteView data);
+  void agentLost();
 
-  void control(const Message& message);
-  void carryOut(const StartRequest& request);
-  void carryOut(const StopRequest&);
-  void carryOut(const KeyframeRequest&);
-  void carryOut(const BitrateRequest& request);
-  void carryOut(const InputRequest& request);
-  void carryOut(const ViewerRequest& request);
+  void carryOut(const StartRequest& request, Agent agent);
+  void carryOut(const StopRequest&, Agent);
+  void carryOut(const KeyframeRequest&, Agent);
+  void carryOut(const BitrateRequest& request, Agent);
+  void carryOut(const InputRequest& request, Agent);
+  void carryOut(const ViewerRequest& request, Agent);
 
-  void start(const StartRequest& request);
-  void begin(const StartRequest& request);
-  void capture(const StartRequest& request);
-  void captureStarted(const StartRequest& request);
-  void captureFailed(const std::exception_ptr& error);
+  void start(const StartRequest& request, Agent agent);
+  void ask(const Start& start);
+  void deny(const Start& start);
+  void begin(const Start& start);
+  void capture(const Start& start);
+  void captureEnded(const Start& start, const std::exception_ptr& error);
+  void captureStarted(const Start& start);
+  void runSession(const Start& start);
+  void captureFailed(const Start& start, const std::exception_ptr& error);
   void stop();
+
+  bool isOvertaken(const Start& start) const { return start.number <= overtaken_; }
+  void endUnwantedCapture();
+  void endInput(HostTime deadline);
+  HostTime inputDeadline() const;
 
   void promptForTrustIfMissing();
   Message startedMessage() const;
@@ -68,9 +96,20 @@ class Controller final : public ApplicationDelegate,
   std::shared_ptr<Capturer> capturer_;
   InputInjector injector_;
   Banner banner_;
-  std::unique_ptr<SerialQueue> inputQueue_;
+  InputBacklog inputQueue_;
+  VideoOutlet video_;
   bool capturing_ = false;
   bool inputAllowed_ = false;
+  bool overflowTold_ = false;  ///< on the input queue, since input was last allowed
+
+  // On the main thread only.
+  std::uint64_t starts_ = 0;
+  std::uint64_t overtaken_ = 0;  ///< every start up to this one was overtaken by a stop
+  int capturesUnderWay_ = 0;
+  bool captureUnwanted_ = false;  ///< what runs has been started for overtaken starts alone
+  std::vector<Start> riders_;     ///< overtaken ones that share the fate of a capture under way
+
+  std::atomic<Agent> sessionsAgent_ = Agent::none;  ///< whom a fault of the capture concerns
 };
 
 }  // namespace vesk

@@ -12,15 +12,30 @@ const std::uint8_t* bytesOf(std::string_view utf8) {
   return reinterpret_cast<const std::uint8_t*>(utf8.data());
 }
 
-std::string_view firstCharacters(std::string_view utf8, std::size_t limit) {
-  // Text that is short in bytes is short in characters too.
-  if (utf8.size() <= limit) return utf8;
+/// The units that the code point takes whose first byte in UTF-8 this is; none for a later byte.
+std::size_t unitsOf(char byte) {
+  const auto value = static_cast<unsigned char>(byte);
+  const bool continues = (value & 0xC0U) == 0x80U;
+  if (continues) return 0;
+  return value >= 0xF0U ? 2 : 1;
+}
+
+/// The whole characters within the limits. What lies far beyond them is not even looked at.
+std::string_view typedPart(std::string_view utf8) {
+  constexpr std::size_t mostBytesOfAUnit = 3;
+  utf8 = utf8.substr(0, (maxTextUnits + 2) * mostBytesOfAUnit);
   std::vector<char> startsCharacter(utf8.size());
   u8_grapheme_breaks(bytesOf(utf8), utf8.size(), startsCharacter.data());
   std::size_t characters = 0;
+  std::size_t units = 0;
+  std::size_t lastStart = 0;
   for (std::size_t i = 0; i < utf8.size(); ++i) {
-    if (startsCharacter[i] == 0 || characters++ < limit) continue;
-    return utf8.substr(0, i);
+    if (startsCharacter[i] != 0) {
+      lastStart = i;
+      if (++characters > maxTextCharacters) return utf8.substr(0, i);
+    }
+    units += unitsOf(utf8[i]);
+    if (units > maxTextUnits) return utf8.substr(0, lastStart);
   }
   return utf8;
 }
@@ -50,7 +65,7 @@ std::u16string utf16(std::string_view utf8) {
 }  // namespace
 
 std::vector<std::u16string> textRuns(std::string_view utf8) {
-  const std::u16string units = utf16(firstCharacters(utf8, maxTextCharacters));
+  const std::u16string units = utf16(typedPart(utf8));
   std::vector<std::u16string> runs;
   for (std::size_t i = 0; i < units.size(); i += maxRunLength)
     runs.push_back(units.substr(i, maxRunLength));

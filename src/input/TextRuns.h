@@ -11,6 +11,10 @@ namespace vesk {
 /// that is. Of a longer text only this many are typed.
 inline constexpr std::size_t maxTextCharacters = 512;
 
+/// UTF-16 code units that are typed of a text at most: a single character can be made of any number
+/// of marks. No character is typed in part for it.
+inline constexpr std::size_t maxTextUnits = 2048;
+
 /// UTF-16 code units that one keyboard event carries at most.
 inline constexpr std::size_t maxRunLength = 16;
 

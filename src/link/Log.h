@@ -6,7 +6,8 @@
 /// Lines tell of connections and sessions, and never of what was typed or shown.
 namespace vesk::Log {
 
-/// Thread: any. Appends one line; the first call of the process opens the file. Never fails.
+/// Thread: any. Appends one line; the first call of the process opens the file. Never fails. Of
+/// lines of one kind at most a hundred a minute are written, then how many were left out.
 void info(std::string_view message);
 
 }  // namespace vesk::Log

@@ -33,6 +33,29 @@ std::optional<std::int64_t> integerValue(const json& value) {
   }
 }
 
+/// A tree of everything in a message could take twenty times its bytes. No member is read that lies
+/// deeper than in an object of the message, none out of an array, and no request has so many.
+class WorthKeeping {
+ public:
+  bool operator()(int depth, json::parse_event_t event, const json& /*parsed*/) {
+    constexpr int deepest = 2;
+    constexpr int mostMembers = 256;
+    switch (event) {
+      case json::parse_event_t::array_start:
+        return false;
+      case json::parse_event_t::object_start:
+        return depth < deepest;
+      case json::parse_event_t::key:
+        return depth <= deepest && ++members_ <= mostMembers;
+      default:
+        return true;
+    }
+  }
+
+ private:
+  int members_ = 0;
+};
+
 template <typename Value>
 std::shared_ptr<const json> withMember(const json& object, std::string_view key, Value value) {
   auto copy = std::make_shared<json>(object);
@@ -51,7 +74,7 @@ std::optional<Message> Message::parse(ByteView text) {
   if (std::ranges::find(text, std::byte{0}) != text.end()) return std::nullopt;
   const auto* first = reinterpret_cast<const char*>(text.data());
   auto parsed = std::make_shared<json>(
-      json::parse(first, first + text.size(), nullptr, /*allow_exceptions=*/false));
+      json::parse(first, first + text.size(), WorthKeeping(), /*allow_exceptions=*/false));
   if (!parsed->is_object()) return std::nullopt;
   return Message(Json(std::move(parsed)));
 }

@@ -2,11 +2,17 @@
 
 namespace vesk {
 
-/// Told on the main thread, once, when the application's loop has begun to run.
+/// Told on the main thread.
 class ApplicationDelegate {
  public:
   virtual ~ApplicationDelegate() = default;
+
+  /// Once, when the application's loop has begun to run.
   virtual void applicationDidFinishLaunching() = 0;
+
+  /// When a signal has asked for the end of the process (SIGTERM, SIGINT, SIGHUP), also inside a
+  /// modal loop. The process does not outlive the call; further signals change nothing.
+  virtual void applicationWillTerminate() = 0;
 };
 
 /// How the application shows itself to the person. The value is the Mac's own.

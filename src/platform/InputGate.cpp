@@ -36,9 +36,12 @@ bool InputGate::isOpen() const {
   return isOpenNow();
 }
 
-bool InputGate::isOpenNow() const {
-  return closed_ == 0 && (ends_.empty() || clock_.hostTime() < ends_.front());
+bool InputGate::isOver() const {
+  const std::lock_guard lock(mutex_);
+  return isOverNow();
 }
+
+bool InputGate::isOverNow() const { return !ends_.empty() && clock_.hostTime() >= ends_.front(); }
 
 bool InputGate::sleepUntil(HostTime time) const {
   std::unique_lock lock(mutex_);

@@ -35,11 +35,15 @@ class InputGate {
 
   bool isOpen() const;
 
+  /// Whether the time of an end is over that was not carried out yet.
+  bool isOver() const;
+
   /// Sleeps until `time`, or until the gate is shut where that comes first. Whether it is open.
   bool sleepUntil(HostTime time) const;
 
  private:
-  bool isOpenNow() const;
+  bool isOpenNow() const { return closed_ == 0 && !isOverNow(); }
+  bool isOverNow() const;
 
   const Clock& clock_;
   mutable std::mutex mutex_;

@@ -1,8 +1,12 @@
 #include "presence/ViewerName.h"
 
+#include <unictype.h>
+#include <unigbrk.h>
+#include <unistr.h>
+
 #include <algorithm>
 #include <array>
-#include <cstdint>
+#include <vector>
 
 namespace vesk {
 namespace {
@@ -55,24 +59,70 @@ char32_t codePoint(std::string_view character) {
   return value;
 }
 
-}  // namespace
+/// Whether a person sees anything of it: ink, or a box in the place of a missing letter.
+bool isSeen(char32_t character) {
+  constexpr char32_t emptyBraillePattern = 0x2800;
+  return !isIn(controls, character) && character != emptyBraillePattern &&
+         !uc_is_property_white_space(character) &&
+         !uc_is_property_default_ignorable_code_point(character) &&
+         !uc_is_general_category_withtable(character, UC_CATEGORY_MASK_Cf);
+}
 
-std::string viewerNameForDisplay(std::string_view name) {
-  if (name.empty()) return std::string(fallbackName);
-  std::string line;
-  bool isolated = false;
+/// Malformed text, where characters have no ends, is cut by bytes.
+std::string_view firstCharacters(std::string_view text) {
+  const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+  if (u8_check(bytes, text.size()) != nullptr) return text.substr(0, maxNameCharacters);
+  std::vector<char> startsCharacter(text.size());
+  u8_grapheme_breaks(bytes, text.size(), startsCharacter.data());
+  std::size_t characters = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (startsCharacter[i] != 0 && ++characters > maxNameCharacters) return text.substr(0, i);
+  }
+  return text;
+}
+
+/// A name in one line, and what is to be known of it.
+struct Line {
+  std::string text;
+  bool seen = false;
+  bool rightToLeft = false;
+};
+
+Line lineOf(std::string_view name) {
+  Line line;
   while (!name.empty()) {
     const auto character = name.substr(0, lengthOfCharacter(static_cast<unsigned char>(name[0])));
     name.remove_prefix(character.size());
     const char32_t value = codePoint(character);
     if (isIn(directionMarks, value)) continue;
-    isolated = isolated || isIn(rightToLeft, value);
-    line += isIn(controls, value) ? std::string_view(" ") : character;
+    line.seen = line.seen || isSeen(value);
+    line.rightToLeft = line.rightToLeft || isIn(rightToLeft, value);
+    line.text += isIn(controls, value) ? std::string_view(" ") : character;
   }
-  if (!isolated) return line;
-  line.insert(line.begin(), firstStrongIsolate.begin(), firstStrongIsolate.end());
-  line.append(popDirectionalIsolate.begin(), popDirectionalIsolate.end());
   return line;
+}
+
+}  // namespace
+
+std::string_view withinNameBounds(std::string_view name) {
+  if (name.size() <= maxNameBytes) return name;
+  const auto continues = [&](std::size_t i) {
+    return (static_cast<unsigned char>(name[i]) & 0xc0U) == 0x80U;
+  };
+  std::size_t end = maxNameBytes;
+  while (end > 0 && continues(end)) --end;
+  return name.substr(0, end);
+}
+
+std::string viewerNameForDisplay(std::string_view name) {
+  const Line whole = lineOf(withinNameBounds(name));
+  const Line line = lineOf(firstCharacters(whole.text));
+  if (!line.seen) return std::string(fallbackName);
+  if (!line.rightToLeft) return line.text;
+  std::string isolated(firstStrongIsolate.begin(), firstStrongIsolate.end());
+  isolated += line.text;
+  isolated.append(popDirectionalIsolate.begin(), popDirectionalIsolate.end());
+  return isolated;
 }
 
 }  // namespace vesk

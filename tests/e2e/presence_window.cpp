@@ -50,6 +50,8 @@ class Commands final : public ApplicationDelegate {
     reader_ = std::thread([this] { read(); });
   }
 
+  void applicationWillTerminate() override { QGuiApplication::exit(0); }
+
  private:
   void read() {
     for (std::string line; std::getline(std::cin, line);) {

@@ -16,9 +16,21 @@ void QtApplication::setActivationPolicy(ActivationPolicy policy) {
 
 void QtApplication::run() {
   QTimer::singleShot(0, &application_, [this] {
-    if (delegate_ != nullptr) delegate_->applicationDidFinishLaunching();
+    if (delegate_ != nullptr) finishLaunching();
   });
   QApplication::exec();
+}
+
+/// Until there is something to let go of, a signal may end the process as it does any other.
+void QtApplication::finishLaunching() {
+  delegate_->applicationDidFinishLaunching();
+  endSignals_.emplace();
+  endNotifier_ =
+      std::make_unique<QSocketNotifier>(endSignals_->descriptor(), QSocketNotifier::Read);
+  QObject::connect(endNotifier_.get(), &QSocketNotifier::activated, &application_, [this] {
+    endNotifier_->setEnabled(false);
+    delegate_->applicationWillTerminate();
+  });
 }
 
 }  // namespace vesk

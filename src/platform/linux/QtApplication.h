@@ -1,9 +1,13 @@
 #pragma once
 
 #include <QApplication>
+#include <QSocketNotifier>
+#include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/Application.h"
+#include "platform/posix/SignalPipe.h"
 
 namespace vesk {
 
@@ -18,6 +22,8 @@ class QtApplication final : public Application {
   void run() override;
 
  private:
+  void finishLaunching();
+
   /// Qt keeps references to its arguments, so they live here, before the application that reads
   /// them.
   std::string name_ = "vesk-remote";
@@ -27,6 +33,8 @@ class QtApplication final : public Application {
   int argumentCount_ = 3;
   QApplication application_;
   ApplicationDelegate* delegate_ = nullptr;
+  std::optional<SignalPipe> endSignals_;
+  std::unique_ptr<QSocketNotifier> endNotifier_;
 };
 
 }  // namespace vesk

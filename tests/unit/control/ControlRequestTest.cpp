@@ -37,7 +37,7 @@ TEST(StartRequestTest, HasDefaults) {
   EXPECT_FALSE(start.consent);
   EXPECT_EQ(start.fps, 30);
   EXPECT_EQ(start.bitrateKbps, 4000);
-  EXPECT_FALSE(start.banner);
+  EXPECT_EQ(start.banner, Banner::Style());
 }
 
 TEST(StartRequestTest, ReadsEveryMember) {
@@ -49,8 +49,7 @@ TEST(StartRequestTest, ReadsEveryMember) {
   EXPECT_TRUE(start.consent);
   EXPECT_EQ(start.fps, 60);
   EXPECT_EQ(start.bitrateKbps, 2500);
-  ASSERT_TRUE(start.banner);
-  EXPECT_EQ(start.banner->integer("strip"), 50);
+  EXPECT_EQ(start.banner.stripOpacity, 50);
 }
 
 TEST(StartRequestTest, TakesNumbersWithAnIntegralValueAndBooleanNumbers) {
@@ -71,8 +70,8 @@ TEST(StartRequestTest, TakesTheDefaultForAMemberOfAnotherType) {
   EXPECT_FALSE(start.consent);
   EXPECT_EQ(start.fps, 30);
   EXPECT_EQ(start.bitrateKbps, 4000);
-  EXPECT_FALSE(start.banner);
-  EXPECT_FALSE(requestOf<StartRequest>(R"({"op":"start","banner":3})").banner);
+  EXPECT_EQ(start.banner, Banner::Style());
+  EXPECT_EQ(requestOf<StartRequest>(R"({"op":"start","banner":3})").banner, Banner::Style());
   EXPECT_FALSE(requestOf<StartRequest>(R"({"op":"start","consent":2})").consent);
 }
 

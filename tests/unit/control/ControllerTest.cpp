@@ -156,7 +156,9 @@ TEST_F(ControllerTest, IsNotKeptAliveByItsOwnWiring) {
   EXPECT_TRUE(gone.expired());
   // The link goes on by itself, and what it reads goes nowhere.
   peer_->write(frameBytes(FrameKind::input, vesk::testing::textBytes(press)));
-  tell(R"({"op":"start"})");
+  peer_->write(frameBytes(FrameKind::control, vesk::testing::textBytes(R"({"op":"start"})")));
+  EXPECT_TRUE(isSilent());
+  manual_.run();
   EXPECT_TRUE(isSilent());
 }
 

@@ -54,11 +54,10 @@ TEST(TextRunsTest, DropWhatComesAfter512Characters) {
 }
 
 TEST(TextRunsTest, CountCharactersAsReadersDo) {
-  // Each is one character of several code points: a letter with marks, a family, a flag, a tone of
-  // skin, a keycap, Hangul from its parts, a line end, Devanagari with a vowel sign.
+  // Each is one character of several code points: a letter with marks, a flag, a tone of skin, a
+  // keycap, Hangul from its parts, a line end, Devanagari with a vowel sign.
   for (const std::string_view character :
-       {"e\u0301\u0323", "👨‍👩‍👧‍👦", "🇩🇪", "👍🏽", "1️⃣",
-        "\u1112\u1161\u11ab", "\r\n", "कि"}) {
+       {"e\u0301\u0323", "🇩🇪", "👍🏽", "1️⃣", "\u1112\u1161\u11ab", "\r\n", "कि"}) {
     const std::string kept = repeated(character, 512);
     const auto units = joined(textRuns(kept));
     EXPECT_EQ(joined(textRuns(kept + "b")), units) << character;
@@ -68,10 +67,26 @@ TEST(TextRunsTest, CountCharactersAsReadersDo) {
   }
 }
 
-TEST(TextRunsTest, KeepACharacterOfAnyLengthWhole) {
-  const std::string tower = "a" + repeated("\u0301", 5000);
-  EXPECT_EQ(joined(textRuns(tower)).size(), 5001U);
-  EXPECT_EQ(joined(textRuns(std::string(511, 'x') + tower + "b")).size(), 511U + 5001U);
+TEST(TextRunsTest, DropWhatComesAfter2048UnitsWithoutCuttingACharacter) {
+  const std::string tower = "a" + repeated("\u0301", 2047);
+  EXPECT_EQ(joined(textRuns(tower)).size(), 2048U);
+  EXPECT_EQ(joined(textRuns(tower + "b")).size(), 2048U);
+  EXPECT_EQ(joined(textRuns(tower + "\u0301")).size(), 0U);
+  EXPECT_EQ(joined(textRuns("x" + tower)), u"x");
+  // A family is eleven units: 186 of them are 2046.
+  const std::string family = "👨‍👩‍👧‍👦";
+  EXPECT_EQ(joined(textRuns(repeated(family, 512))).size(), 186U * 11U);
+  EXPECT_EQ(joined(textRuns(repeated(family, 186) + "ab")).size(), 2048U);
+  EXPECT_EQ(joined(textRuns(repeated(family, 186) + "a😀")).size(), 2047U);
+  EXPECT_EQ(joined(textRuns(repeated(family, 186) + "a日c")).size(), 2048U);
+}
+
+TEST(TextRunsTest, LookNoFurtherThanTheyType) {
+  // As large as a message can be, and worth nothing.
+  const std::string tower = "a" + repeated("\u0301", 500'000);
+  EXPECT_EQ(joined(textRuns(tower)).size(), 0U);
+  EXPECT_EQ(joined(textRuns("ok" + tower)), u"ok");
+  EXPECT_EQ(joined(textRuns(repeated("日", 300'000))), joined(textRuns(repeated("日", 512))));
 }
 
 }  // namespace

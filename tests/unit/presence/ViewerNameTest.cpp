@@ -12,9 +12,46 @@ TEST(ViewerNameTest, IsShownAsItIs) {
   }
 }
 
-TEST(ViewerNameTest, IsTheSupportsOnlyWhereThereAreNoCharacters) {
-  EXPECT_EQ(viewerNameForDisplay(""), "Vesk support");
-  EXPECT_EQ(viewerNameForDisplay(" "), " ");
+TEST(ViewerNameTest, IsTheSupportsWhereNothingCanBeSeen) {
+  for (const std::string name :
+       {"", " ", "\n", "\t\u00a0\u2003\u3000", "\u202e", "\u200b", "\u200d\ufeff\u2060", "\u00ad",
+        "\u115f\u1160\u3164\uffa0", "\u2800", "\U000e0041", "\ufe0f", "\u180e", "\U0001d173"}) {
+    EXPECT_EQ(viewerNameForDisplay(name), "Vesk support") << name;
+  }
+}
+
+TEST(ViewerNameTest, IsTheViewersWhereAnythingCanBeSeen) {
+  for (const std::string name :
+       {".", "\u200b.", " \u0301", "\U000f0000", "\u200dA\u200d", "\ufffd"}) {
+    EXPECT_EQ(viewerNameForDisplay(name), name);
+  }
+}
+
+TEST(ViewerNameTest, IsCutTo64CharactersAsReadersCountThem) {
+  const auto repeated = [](const std::string& text, int times) {
+    std::string result;
+    for (int i = 0; i < times; ++i) result += text;
+    return result;
+  };
+  for (const std::string character : {"W", "日", "e\u0301\u0323", "👍🏽"}) {
+    EXPECT_EQ(viewerNameForDisplay(repeated(character, 64)), repeated(character, 64));
+    EXPECT_EQ(viewerNameForDisplay(repeated(character, 65)), repeated(character, 64));
+  }
+  EXPECT_EQ(viewerNameForDisplay(repeated("\u202e", 64) + "Ada"), "Ada");
+}
+
+TEST(ViewerNameTest, IsCutToAKibibyteBetweenCodePoints) {
+  std::string tower = "A";
+  while (tower.size() < 300'000) tower += "\u0301";
+  EXPECT_EQ(viewerNameForDisplay(tower), tower.substr(0, 1023));
+  EXPECT_EQ(withinNameBounds(tower), tower.substr(0, 1023));
+  EXPECT_EQ(withinNameBounds(tower.substr(1)), tower.substr(1, 1024));
+  EXPECT_EQ(withinNameBounds("Ada"), "Ada");
+  EXPECT_EQ(withinNameBounds(std::string(2000, '\x80')), "");
+}
+
+TEST(ViewerNameTest, IsCutWhereItIsMalformedToo) {
+  EXPECT_EQ(viewerNameForDisplay(std::string(100, '\xff')), std::string(64, '\xff'));
 }
 
 TEST(ViewerNameTest, StaysInOneLine) {
@@ -24,7 +61,6 @@ TEST(ViewerNameTest, StaysInOneLine) {
                                              "c\x1b[1m",
                                              9)),
             "a b c [1m");
-  EXPECT_EQ(viewerNameForDisplay("\n"), " ");
 }
 
 TEST(ViewerNameTest, CannotTurnTheDirectionOfWriting) {
@@ -42,6 +78,23 @@ TEST(ViewerNameTest, IsIsolatedWhereItRunsFromRightToLeft) {
             "Ada محمد\u2069");
   EXPECT_EQ(viewerNameForDisplay("\u2069שרה\u2069 12"), "\u2068שרה 12\u2069");
   EXPECT_EQ(viewerNameForDisplay("\U0001e900"), "\u2068\U0001e900\u2069");
+}
+
+/// The first and the last letter, or the one nearest to it, of each block of such scripts, and
+/// those right outside.
+TEST(ViewerNameTest, KnowsEveryScriptThatRunsFromRightToLeft) {
+  for (const std::string letter : {"\u0590", "\u08ff", "\ufb1d", "\ufdff", "\ufe70", "\ufefe",
+                                   "\U00010800", "\U00010fff", "\U0001e800", "\U0001efff"}) {
+    EXPECT_EQ(viewerNameForDisplay("A" + letter),
+              "\u2068"
+              "A" +
+                  letter + "\u2069")
+        << letter;
+  }
+  for (const std::string letter : {"\u058f", "\u0900", "\ufb1c", "\ufe6f", "\uff00", "\U000107ff",
+                                   "\U00011000", "\U0001e7ff", "\U0001f000"}) {
+    EXPECT_EQ(viewerNameForDisplay("A" + letter), "A" + letter) << letter;
+  }
 }
 
 TEST(ViewerNameTest, PassesMalformedTextThrough) {

@@ -2,10 +2,10 @@
 
 #include "platform/Descriptor.h"
 
-namespace vesk::agent {
+namespace vesk {
 
 /// Turns the signals that ask a program to end (SIGINT, SIGTERM, SIGHUP) into a readable
-/// descriptor, so that they are dealt with between other things and the socket's file is removed.
+/// descriptor, so that they are dealt with between other things. No blocking call is cut short by one.
 /// Also keeps SIGPIPE from ending the process: a reader that is gone is an ordinary error here.
 ///
 /// Thread: the main one; at most one object at a time. Owns: the pipe. Fails: throws
@@ -25,4 +25,4 @@ class SignalPipe {
   Descriptor out_;
 };
 
-}  // namespace vesk::agent
+}  // namespace vesk

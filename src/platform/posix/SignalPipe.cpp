@@ -1,4 +1,4 @@
-#include "agent/SignalPipe.h"
+#include "platform/posix/SignalPipe.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 #include <csignal>
 #include <system_error>
 
-namespace vesk::agent {
+namespace vesk {
 namespace {
 
 /// A signal handler is given nothing but the signal's number, so the way to the pipe has to stand
@@ -30,6 +30,7 @@ void handle(int /*signal*/) {
 void setHandler(int signal, void (*handler)(int)) {
   struct sigaction action {};
   action.sa_handler = handler;
+  action.sa_flags = SA_RESTART;
   ::sigaction(signal, &action, nullptr);
 }
 
@@ -54,4 +55,4 @@ SignalPipe::~SignalPipe() {
   pipeForSignals = -1;
 }
 
-}  // namespace vesk::agent
+}  // namespace vesk
