@@ -11,8 +11,8 @@
 #include "agent/Options.h"
 #include "agent/Recorder.h"
 #include "agent/Script.h"
-#include "platform/posix/SignalPipe.h"
 #include "agent/VideoNotes.h"
+#include "platform/posix/SignalPipe.h"
 
 namespace vesk::agent {
 

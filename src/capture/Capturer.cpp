@@ -84,7 +84,7 @@ Capturer::Prepared Capturer::prepare(const ShareableContent& content, std::int64
   height_ = size.height;
   makeEncoder(bitrateKbps);
   startTicker();
-  return {display->displayID, makeStream(filter)};
+  return {display->displayID, makeStream(filter), generation_};
 }
 
 /// The program itself, so that its own windows never reach the viewer.
@@ -155,11 +155,22 @@ std::shared_ptr<ScreenStream> Capturer::makeStream(const ContentFilter& filter) 
         if (const auto self = weak.lock()) self->streamStopped(error);
       });
   throwIfError(stream->addOutput(
-      [weak = weak_from_this()](const StreamSample& sample, StreamOutputType type) {
-        if (const auto self = weak.lock()) self->receive(sample, type);
+      [weak = weak_from_this(), generation = generation_.load()](const StreamSample& sample,
+                                                                 StreamOutputType type) {
+        if (const auto self = weak.lock()) self->receive(sample, type, generation);
       },
       *queue_));
   return stream;
+}
+
+/// Where a stop has come in between, nobody waits for this stream any more.
+void Capturer::keep(const Prepared& prepared) {
+  const std::lock_guard lock(streamLock_);
+  if (prepared.generation == generation_) {
+    stream_ = prepared.stream;
+  } else {
+    stopInBackground(prepared.stream);
+  }
 }
 
 void Capturer::startCapture(const Prepared& prepared, std::int64_t bitrateKbps,
@@ -167,10 +178,7 @@ void Capturer::startCapture(const Prepared& prepared, std::int64_t bitrateKbps,
   prepared.stream->startCapture([self = shared_from_this(), prepared, bitrateKbps,
                                  completion](const std::optional<PlatformError>& error) {
     if (error) return completion(exceptionOf(*error));
-    {
-      const std::lock_guard lock(self->streamLock_);
-      self->stream_ = prepared.stream;
-    }
+    self->keep(prepared);
     Log::info("Capturing display " + std::to_string(prepared.display) + " at " +
               std::to_string(self->width_) + "x" + std::to_string(self->height_) + ", " +
               std::to_string(self->fps_) + " fps, " + std::to_string(bitrateKbps) + " kbps.");
@@ -178,7 +186,10 @@ void Capturer::startCapture(const Prepared& prepared, std::int64_t bitrateKbps,
   });
 }
 
-void Capturer::receive(const StreamSample& sample, StreamOutputType type) {
+/// A stream ends in the background, and its last images may come when the next session runs.
+void Capturer::receive(const StreamSample& sample, StreamOutputType type,
+                       std::uint64_t generation) {
+  if (generation != generation_) return;
   if (type != StreamOutputType::screen || !sample.valid || sample.image == nullptr) return;
   // Of a picture whose status is unknown the best guess is that it can be shown.
   if (sample.status.value_or(0) != static_cast<int>(FrameStatus::complete)) return;
@@ -247,6 +258,7 @@ void Capturer::stop() {
     session_ = nullptr;
     lastImage_ = nullptr;
     lastPts_ = std::nullopt;
+    ++generation_;
   });
 }
 

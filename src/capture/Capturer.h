@@ -79,9 +79,11 @@ class Capturer : public std::enable_shared_from_this<Capturer> {
   struct Prepared {
     DisplayId display = 0;
     std::shared_ptr<ScreenStream> stream;
+    std::uint64_t generation = 0;
   };
 
   Prepared prepare(const ShareableContent& content, std::int64_t bitrateKbps);
+  void keep(const Prepared& prepared);
   void startCapture(const Prepared& prepared, std::int64_t bitrateKbps,
                     const Completion& completion);
   ContentFilter filterFor(const ShareableDisplay& display, const ShareableContent& content) const;
@@ -91,7 +93,7 @@ class Capturer : public std::enable_shared_from_this<Capturer> {
   void startTicker();
   std::shared_ptr<ScreenStream> makeStream(const ContentFilter& filter);
 
-  void receive(const StreamSample& sample, StreamOutputType type);
+  void receive(const StreamSample& sample, StreamOutputType type, std::uint64_t generation);
   void streamStopped(const PlatformError& error) const;
   void tick();
   void encode(const ImageBufferRef& image, HostTime pts);
@@ -108,6 +110,9 @@ class Capturer : public std::enable_shared_from_this<Capturer> {
   std::optional<HostTime> lastPts_;
   std::unique_ptr<Timer> ticker_;
   bool forceKeyframe_ = true;
+
+  /// Counts the stops, on the capture queue: no session shows what an earlier one's stream brings.
+  std::atomic<std::uint64_t> generation_ = 0;
 
   std::atomic<std::int32_t> fps_ = 30;
   std::atomic<std::int64_t> width_ = 0;

@@ -33,7 +33,7 @@ LogLimit::Kind& LogLimit::kindOf(std::string_view line) {
   const auto found = kinds_.find(key);
   if (found != kinds_.end()) return found->second;
   // No end of kinds is none of the program's own: they share what is left.
-  if (kinds_.size() == mostKinds) key = "…";
+  if (kinds_.size() >= mostKinds) key = "…";
   return kinds_[std::move(key)];
 }
 

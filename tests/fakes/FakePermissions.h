@@ -18,11 +18,13 @@ class FakePermissions final : public Permissions {
   bool isProcessTrusted() override { return trusted; }
   bool isProcessTrustedWithPrompt() override {
     ++trustRequests;
+    if (grantsTrust) trusted = true;
     return trusted;
   }
 
   std::atomic<bool> screenRecording = true;
   std::atomic<bool> trusted = true;
+  std::atomic<bool> grantsTrust = false;  ///< the person does as the request says
   std::atomic<int> screenRequests = 0;
   std::atomic<int> trustRequests = 0;
 };

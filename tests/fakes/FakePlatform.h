@@ -37,10 +37,8 @@ class FakeDesktop final : public Desktop {
 /// application: the test does what the main loop would.
 class FakePlatform {
  public:
-  FakePlatform(std::unique_ptr<Queues> queues, std::unique_ptr<Clock> clock) {
-    platform.queues = std::move(queues);
-    platform.clock = std::move(clock);
-  }
+  FakePlatform(std::unique_ptr<Queues> queues, std::unique_ptr<Clock> clock)
+      : platform(platformOf(std::move(queues), std::move(clock))) {}
 
   Platform platform;
   RecordingProcesses& processes = make<RecordingProcesses>(platform.processes);
@@ -50,6 +48,13 @@ class FakePlatform {
   RecordingOverlays& overlays = make<RecordingOverlays>(platform.overlays);
 
  private:
+  static Platform platformOf(std::unique_ptr<Queues> queues, std::unique_ptr<Clock> clock) {
+    Platform made;
+    made.queues = std::move(queues);
+    made.clock = std::move(clock);
+    return made;
+  }
+
   /// A fake that the platform owns, and the test may look at.
   template <typename Fake, typename Interface, typename... Arguments>
   static Fake& make(std::unique_ptr<Interface>& owner, Arguments&&... arguments) {

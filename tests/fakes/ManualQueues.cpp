@@ -84,6 +84,12 @@ bool ManualQueues::waitAndRun() {
   return true;
 }
 
+bool ManualQueues::waitForTasks(std::size_t count) {
+  std::unique_lock lock(mutex_);
+  return submitted_.wait_for(lock, std::chrono::seconds(10),
+                             [&] { return entries_.size() >= count; });
+}
+
 std::vector<std::string> ManualQueues::labels() const {
   const std::lock_guard lock(mutex_);
   return labels_;

@@ -37,6 +37,10 @@ class ManualQueues final : public Queues {
   /// beyond what any test needs.
   bool waitAndRun();
 
+  /// Waits until other threads have submitted so much that `count` tasks wait. False after ten
+  /// seconds.
+  bool waitForTasks(std::size_t count);
+
   /// The labels of the queues made so far.
   std::vector<std::string> labels() const;
 

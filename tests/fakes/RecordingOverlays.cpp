@@ -30,6 +30,7 @@ class RecordingOverlays::RecordingOverlay final : public Overlay {
   Made& made() { return overlays_.made[index_]; }
   void record(const std::string& call) {
     overlays_.calls.push_back(call + (made().appearance.background ? " strip" : " border"));
+    overlays_.onCall(overlays_.calls.back());
   }
 
   RecordingOverlays& overlays_;

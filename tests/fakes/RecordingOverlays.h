@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,6 +25,10 @@ class RecordingOverlays final : public Overlays {
   std::optional<Screen> main;
 
   std::vector<std::string> calls;
+
+  /// Told of each call before it changes anything.
+  std::function<void(const std::string& call)> onCall = [](const auto&) {};
+
   std::vector<Made> made;
 
   /// The overlays that are in sight.

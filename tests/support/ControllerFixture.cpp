@@ -54,6 +54,26 @@ void ControllerFixture::input(std::string_view json) {
   ASSERT_TRUE(manual_.waitAndRun()) << json;
 }
 
+void ControllerFixture::tellTogether(const std::vector<std::string>& messages) {
+  for (const auto& json : messages) {
+    peer_->write(frameBytes(FrameKind::control, textBytes(json)));
+  }
+  ASSERT_TRUE(manual_.waitForTasks(messages.size()));
+  manual_.run();
+}
+
+void ControllerFixture::sendInput(std::string_view json) {
+  peer_->write(frameBytes(FrameKind::input, textBytes(json)));
+}
+
+void ControllerFixture::replaceAgent() {
+  peer_->close();
+  clock_->waitForSleep();
+  clock_->wake();
+  peer_.emplace(listener_->accept());
+  EXPECT_EQ(heard().string("op"), "hello");
+}
+
 std::string ControllerFixture::heardText() {
   const auto frame = peer_->readFrame();
   if (!frame) throw std::runtime_error("the program has closed the connection");

@@ -33,6 +33,15 @@ class ControllerFixture : public ::testing::Test {
   /// Sends a control message and lets the program do all that follows from it.
   void tell(std::string_view json);
 
+  /// Sends control messages, all of them before the program does anything.
+  void tellTogether(const std::vector<std::string>& messages);
+
+  /// Sends an input message that the program does nothing with yet.
+  void sendInput(std::string_view json);
+
+  /// The agent goes, and the next one comes; its greeting is heard.
+  void replaceAgent();
+
   /// Sends an input message and lets the program do all that follows from it.
   void input(std::string_view json);
 

@@ -204,6 +204,38 @@ TEST_F(CapturerPacingTest, ReportsTheEndOfTheStreamOnceAndGoesOnEncoding) {
   EXPECT_EQ(frames().size(), 3U);
 }
 
+TEST_F(CapturerPacingTest, ShowsNothingOfTheSessionBefore) {
+  start();
+  const auto before = stream();
+  capturer->stop();
+  start();
+  before->deliver({true, image, 0});
+  queues.advance(1s);
+  EXPECT_TRUE(frames().empty());
+  deliverImage();
+  queues.advance(34ms);
+  EXPECT_EQ(frames().size(), 1U);
+}
+
+TEST_F(CapturerPacingTest, EndsAStreamThatHasStartedTooLate) {
+  screen.holdStart = true;
+  start();
+  const auto late = stream();
+  capturer->stop();
+  start();
+  const auto current = stream();
+  current->answerStart(std::nullopt);
+  late->answerStart(std::nullopt);
+  queues.run();
+  EXPECT_EQ(completions, 2);
+  EXPECT_EQ(late->stops, 1);
+  EXPECT_FALSE(late->alive);
+  EXPECT_TRUE(current->alive);
+  deliverImage();
+  queues.advance(34ms);
+  EXPECT_EQ(frames().size(), 1U);
+}
+
 TEST_F(CapturerPacingTest, DoesWithoutCallbacks) {
   capturer->onAccessUnit = nullptr;
   capturer->onFault = nullptr;

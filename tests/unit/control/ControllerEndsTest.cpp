@@ -1,0 +1,456 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "control/Controller.h"
+#include "support/ControllerFixture.h"
+
+namespace vesk {
+namespace {
+
+using namespace std::chrono_literals;
+using Lines = std::vector<std::string>;
+
+constexpr auto keyDown = R"({"t":"k","c":65,"e":"down"})";
+constexpr auto otherDown = R"({"t":"k","c":66,"e":"down"})";
+constexpr auto stopMessage = R"({"op":"stop"})";
+constexpr auto starting = R"({"op":"state","state":"starting"})";
+constexpr auto awaiting = R"({"op":"state","state":"awaiting-consent"})";
+constexpr auto started = R"({"accessibility":true,"height":1080,"op":"started","width":1920})";
+constexpr auto denied = R"({"message":"The person at the Mac did not allow it.","op":"denied"})";
+
+class Image final : public ImageBuffer {
+ public:
+  PixelSize size() const override { return {1920, 1080}; }
+};
+
+/// What ends, ends: stops and losses that come at any moment, and what the viewer has on its way
+/// then.
+class ControllerEndsTest : public vesk::testing::ControllerFixture {
+ protected:
+  void run(std::string_view request = R"({"op":"start","input":true})") {
+    connect();
+    tell(request);
+    EXPECT_EQ(heardText(), starting);
+    EXPECT_EQ(heardText(), started);
+  }
+
+  bool isCapturing() { return !fakes_.compression.sessions.empty() && session()->alive; }
+  bool isBannerShown() { return !fakes_.overlays.shown().empty(); }
+
+  /// The screen's picture as a key frame.
+  void makeKeyFrame() {
+    stream()->deliver({true, std::make_shared<Image>(), 0});
+    manual_.advance(34ms);
+    EncodedSample sample;
+    sample.data = vesk::testing::bytes({0, 0, 0, 2, 0x65, 0x88});
+    sample.parameterSets = {vesk::testing::bytes({0x67, 1}), vesk::testing::bytes({0x68, 2})};
+    ASSERT_FALSE(session()->frames.empty());
+    session()->frames.back().handler(0, sample);
+  }
+
+  void expectNothingRuns() {
+    EXPECT_FALSE(isCapturing());
+    EXPECT_FALSE(isBannerShown());
+    events_.take();
+    input(keyDown);
+    EXPECT_TRUE(events_.posted.empty());
+    EXPECT_TRUE(isSilent());
+  }
+};
+
+// Stops
+
+TEST_F(ControllerEndsTest, AStopThatFindsAStartUnderWayEndsItOnceItHasStarted) {
+  screen_.holdStart = true;
+  connect();
+  tell(R"({"op":"start","input":true})");
+  EXPECT_EQ(heardText(), starting);
+  tell(stopMessage);
+  EXPECT_TRUE(isSilent());
+  EXPECT_EQ(session()->calls, Lines{"prepare"}) << "nothing runs yet that could be stopped";
+  stream()->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(heardText(), started);
+  EXPECT_EQ(stream()->stops, 1);
+  EXPECT_EQ(fakes_.overlays.made.size(), 0U);
+  expectNothingRuns();
+}
+
+TEST_F(ControllerEndsTest, AStopRightBehindItsStartEndsIt) {
+  connect();
+  tellTogether({R"({"op":"start","input":true})", stopMessage});
+  EXPECT_EQ(heardText(), starting);
+  EXPECT_EQ(heardText(), started);
+  expectNothingRuns();
+}
+
+TEST_F(ControllerEndsTest, AStopBetweenTwoStartsEndsTheFirstAlone) {
+  screen_.holdStart = true;
+  connect();
+  tellTogether({R"({"op":"start","viewer":"A"})", stopMessage,
+                R"({"op":"start","viewer":"B","input":true})"});
+  EXPECT_EQ(heardText(), starting);
+  EXPECT_EQ(heardText(), starting);
+  ASSERT_EQ(screen_.streams.size(), 2U);
+  screen_.streams[0]->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(heardText(), started);
+  EXPECT_FALSE(isBannerShown());
+  screen_.streams[1]->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(heardText(), started);
+  EXPECT_EQ(fakes_.overlays.shown()[1].label, "B is viewing this screen");
+  EXPECT_TRUE(isCapturing());
+  EXPECT_TRUE(stream()->alive);
+  input(keyDown);
+  EXPECT_EQ(events_.posted.size(), 1U);
+  tell(stopMessage);
+  expectNothingRuns();
+}
+
+TEST_F(ControllerEndsTest, AnOvertakenStartThatComesLastLeavesTheLaterSessionAlone) {
+  screen_.holdStart = true;
+  connect();
+  tellTogether({R"({"op":"start","viewer":"A"})", stopMessage, R"({"op":"start","viewer":"B"})"});
+  heard();
+  heard();
+  screen_.streams[1]->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(heardText(), started);
+  EXPECT_EQ(fakes_.overlays.shown()[1].label, "B is viewing this screen");
+  screen_.streams[0]->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(heardText(), started);
+  EXPECT_TRUE(isCapturing());
+  EXPECT_TRUE(isBannerShown());
+}
+
+TEST_F(ControllerEndsTest, AStartThatFailsBehindAnOvertakenOneLeavesNothingRunning) {
+  screen_.holdStart = true;
+  connect();
+  tellTogether({R"({"op":"start"})", stopMessage, R"({"op":"start"})"});
+  heard();
+  heard();
+  screen_.streams[0]->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(heardText(), started);
+  screen_.streams[1]->answerStart(PlatformError{"No."});
+  manual_.run();
+  EXPECT_EQ(heard().string("op"), "fault");
+  EXPECT_FALSE(screen_.streams[0]->alive);
+  expectNothingRuns();
+}
+
+TEST_F(ControllerEndsTest, AStopBeforeTheQuestionIsPutUpSparesThePerson) {
+  connect();
+  tellTogether({R"({"op":"start","viewer":"Anna","consent":true})", stopMessage});
+  EXPECT_EQ(heardText(), awaiting);
+  EXPECT_EQ(heardText(), denied);
+  EXPECT_EQ(fakes_.alerts.calls, Lines{});
+  expectNothingRuns();
+}
+
+TEST_F(ControllerEndsTest, AStopDuringTheQuestionEndsWhatThePersonAllowed) {
+  connect();
+  fakes_.alerts.person = [this] {
+    peer_->write(frameBytes(FrameKind::control, vesk::testing::textBytes(stopMessage)));
+    EXPECT_TRUE(manual_.waitForTasks(1));
+    return ModalResponse::alertFirstButtonReturn;
+  };
+  tell(R"({"op":"start","consent":true,"input":true})");
+  EXPECT_EQ(heardText(), awaiting);
+  EXPECT_EQ(heardText(), starting);
+  EXPECT_EQ(heardText(), started);
+  EXPECT_EQ(fakes_.overlays.made.size(), 0U);
+  expectNothingRuns();
+}
+
+TEST_F(ControllerEndsTest, ManyStartsAndStopsOpenTheScreenFewTimes) {
+  connect();
+  constexpr int pairs = 3000;
+  std::thread agent([this] {
+    for (int i = 0; i < pairs; ++i) {
+      peer_->write(frameBytes(FrameKind::control, vesk::testing::textBytes(R"({"op":"start"})")));
+      peer_->write(frameBytes(FrameKind::control, vesk::testing::textBytes(stopMessage)));
+    }
+  });
+  std::atomic<int> heardSoFar = 0;
+  std::thread listener([&] {
+    while (heardSoFar < 2 * pairs) {
+      heard();
+      ++heardSoFar;
+    }
+  });
+  while (heardSoFar < 2 * pairs) manual_.waitForTasks(1), manual_.run();
+  listener.join();
+  agent.join();
+  manual_.run();
+  expectNothingRuns();
+  EXPECT_LT(screen_.contentRequests, pairs / 2);
+}
+
+// Agents that go
+
+TEST_F(ControllerEndsTest, TheLossOfTheAgentWhileItsSessionStartsEndsIt) {
+  screen_.holdStart = true;
+  connect();
+  tell(R"({"op":"start","input":true})");
+  EXPECT_EQ(heardText(), starting);
+  replaceAgent();
+  manual_.run();
+  stream()->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(fakes_.overlays.made.size(), 0U);
+  expectNothingRuns();
+}
+
+TEST_F(ControllerEndsTest, WhatThePersonAllowedToAnAgentThatHasGoneStartsNothing) {
+  connect();
+  for (const auto answer :
+       {ModalResponse::alertFirstButtonReturn, ModalResponse::alertSecondButtonReturn}) {
+    fakes_.alerts.person = [&] {
+      replaceAgent();
+      return answer;
+    };
+    tell(R"({"op":"start","consent":true,"input":true})");
+    EXPECT_TRUE(isSilent()) << "the next agent hears nothing of it";
+    EXPECT_EQ(screen_.contentRequests, 0);
+    expectNothingRuns();
+  }
+}
+
+TEST_F(ControllerEndsTest, ARequestOfAnAgentThatHasGoneIsNobodysWish) {
+  connect();
+  settle();
+  peer_->write(frameBytes(FrameKind::control, vesk::testing::textBytes(R"({"op":"start"})")));
+  ASSERT_TRUE(manual_.waitForTasks(1));
+  replaceAgent();
+  manual_.run();
+  EXPECT_TRUE(isSilent());
+  EXPECT_EQ(screen_.contentRequests, 0);
+}
+
+TEST_F(ControllerEndsTest, ThePictureOfOneAgentsSessionNeverReachesTheNext) {
+  run();
+  makeKeyFrame();
+  ASSERT_EQ(peer_->readFrame()->kind, 3);
+  replaceAgent();
+  // The main thread has not heard of the loss yet.
+  makeKeyFrame();
+  EXPECT_TRUE(isSilent());
+}
+
+TEST_F(ControllerEndsTest, AFaultIsToldToTheAgentWhoseSessionItEnds) {
+  run();
+  replaceAgent();
+  stream()->onStopped({"The display went away."});
+  EXPECT_TRUE(isSilent());
+}
+
+// The banner and the picture
+
+TEST_F(ControllerEndsTest, NoPictureLeavesBeforeTheBannerIsUp) {
+  screen_.holdStart = true;
+  connect();
+  tell(R"({"op":"start"})");
+  EXPECT_EQ(heardText(), starting);
+  makeKeyFrame();
+  int looks = 0;
+  fakes_.overlays.onCall = [&](const std::string&) {
+    ++looks;
+    EXPECT_TRUE(isSilent()) << "neither a picture nor \"started\"";
+  };
+  stream()->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(looks, 2);
+  EXPECT_EQ(peer_->readFrame()->kind, 3);
+  EXPECT_EQ(heardText(), started);
+}
+
+TEST_F(ControllerEndsTest, NoPictureLeavesWhileThePersonIsAskedAboutASecondStart) {
+  screen_.holdStart = true;
+  connect();
+  fakes_.alerts.person = [this] {
+    EXPECT_EQ(heardText(), awaiting);
+    stream()->answerStart(std::nullopt);
+    EXPECT_TRUE(isSilent());
+    EXPECT_FALSE(isBannerShown());
+    return ModalResponse::alertSecondButtonReturn;
+  };
+  tell(R"({"op":"start","viewer":"A"})");
+  EXPECT_EQ(heardText(), starting);
+  makeKeyFrame();
+  peer_->write(
+      frameBytes(FrameKind::control,
+                 vesk::testing::textBytes(R"({"op":"start","viewer":"B","consent":true})")));
+  ASSERT_TRUE(manual_.waitAndRun());
+  EXPECT_EQ(heardText(), denied);
+  EXPECT_EQ(peer_->readFrame()->kind, 3);
+  EXPECT_EQ(heardText(), started);
+  EXPECT_EQ(fakes_.overlays.shown()[1].label, "A is viewing this screen");
+}
+
+TEST_F(ControllerEndsTest, TheBannerIsUpAsLongAsPicturesLeave) {
+  run();
+  Lines when;
+  fakes_.overlays.onCall = [&](const std::string& call) {
+    when.push_back(call + (session()->alive ? ", capturing" : ", stopped"));
+  };
+  tell(stopMessage);
+  EXPECT_EQ(when, (Lines{"out strip, stopped", "out border, stopped"}));
+}
+
+TEST_F(ControllerEndsTest, ASecondStartDuringTheFirstRunsTheWholeWayToo) {
+  screen_.holdStart = true;
+  connect();
+  tellTogether({R"({"op":"start","viewer":"A"})", R"({"op":"start","viewer":"B","input":true})"});
+  EXPECT_EQ(heardText(), starting);
+  EXPECT_EQ(heardText(), starting);
+  ASSERT_EQ(screen_.streams.size(), 2U);
+  for (const auto& stream : screen_.streams) stream->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(heardText(), started);
+  EXPECT_EQ(heardText(), started);
+  EXPECT_EQ(fakes_.overlays.shown()[1].label, "B is viewing this screen");
+  input(keyDown);
+  EXPECT_EQ(events_.posted.size(), 1U);
+}
+
+TEST_F(ControllerEndsTest, TellsOfTheTrustThatThePersonGaveWhenAsked) {
+  permissions_.trusted = false;
+  permissions_.grantsTrust = true;
+  connect();
+  tell(R"({"op":"start","input":true})");
+  EXPECT_EQ(heardText(), starting);
+  EXPECT_EQ(heardText(), started);
+}
+
+// Input
+
+TEST_F(ControllerEndsTest, AStartWithoutInputWithdrawsWhatWasAllowedBefore) {
+  connect();
+  tell(R"({"op":"input","allowed":true})");
+  tell(R"({"op":"start"})");
+  input(keyDown);
+  EXPECT_TRUE(events_.posted.empty());
+}
+
+TEST_F(ControllerEndsTest, ARefusalAndAFailedStartChangeNothingElse) {
+  connect();
+  tell(R"({"op":"input","allowed":true})");
+  input(keyDown);
+  events_.take();
+  fakes_.alerts.person = [] { return ModalResponse::alertSecondButtonReturn; };
+  tell(R"({"op":"start","consent":true})");
+  screen_.startError = PlatformError{"No."};
+  tell(R"({"op":"start"})");
+  EXPECT_TRUE(events_.take().empty()) << "what is held stays held";
+  input(otherDown);
+  EXPECT_EQ(events_.posted.size(), 1U);
+}
+
+TEST_F(ControllerEndsTest, InputIsJudgedByThePermissionOfItsPlaceInTheQueue) {
+  connect();
+  tell(R"({"op":"input","allowed":true})");
+  events_.onNextPost = [this] {
+    // Another message is on its way when input is withdrawn.
+    sendInput(otherDown);
+    peer_->write(frameBytes(FrameKind::control,
+                            vesk::testing::textBytes(R"({"op":"input","allowed":false})")));
+    EXPECT_TRUE(manual_.waitForTasks(1));
+    manual_.run();
+  };
+  input(keyDown);
+  EXPECT_EQ(events_.take().size(), 4U) << "two keys down, and both let go of";
+}
+
+TEST_F(ControllerEndsTest, WhatIsOnItsWayAtTheEndHasAShortWhile) {
+  for (const auto* end : {stopMessage, R"({"op":"input","allowed":false})"}) {
+    if (peer_) {
+      tell(R"({"op":"input","allowed":true})");
+    } else {
+      run();
+    }
+    events_.onNextPost = [&] {
+      sendInput(otherDown);
+      peer_->write(frameBytes(FrameKind::control, vesk::testing::textBytes(end)));
+      EXPECT_TRUE(manual_.waitForTasks(1));
+      manual_.run();
+      time_.advance(250ms);
+    };
+    input(keyDown);
+    EXPECT_EQ(events_.take().size(), 2U) << "the first key down and let go of";
+    EXPECT_TRUE(fakes_.desktop.gate.isOpen());
+  }
+}
+
+TEST_F(ControllerEndsTest, TheLossOfTheAgentEndsInputWithoutTheMainThread) {
+  run();
+  events_.onNextPost = [this] {
+    sendInput(otherDown);
+    peer_->close();
+    clock_->waitForSleep();
+    time_.advance(250ms);
+    EXPECT_TRUE(fakes_.desktop.gate.isOver());
+  };
+  input(keyDown);
+  EXPECT_EQ(events_.take().size(), 2U);
+}
+
+TEST_F(ControllerEndsTest, InputAndItsEndAreCarriedOutForAControllerThatHasGone) {
+  run();
+  input(keyDown);
+  events_.take();
+  fakes_.overlays.onCall = [this](const std::string&) { controller_.reset(); };
+  tell(stopMessage);
+  EXPECT_EQ(events_.take().size(), 1U) << "the key is let go of";
+}
+
+TEST_F(ControllerEndsTest, AFrameOnItsWayIsInjectedForAControllerThatHasGone) {
+  run();
+  settle();
+  sendInput(keyDown);
+  ASSERT_TRUE(manual_.waitForTasks(1));
+  controller_.reset();
+  manual_.run();
+  EXPECT_EQ(events_.posted.size(), 1U);
+}
+
+TEST_F(ControllerEndsTest, AFloodOfInputIsDroppedAndToldOnce) {
+  run();
+  input(keyDown);
+  events_.take();
+  for (int round = 0; round < 2; ++round) {
+    for (std::size_t i = 0; i < 2 * InputBacklog::mostMessages; ++i) sendInput(otherDown);
+    tellTogether({R"({"op":"keyframe"})"});
+  }
+  const auto posted = events_.take();
+  ASSERT_FALSE(posted.empty());
+  EXPECT_EQ(std::get<KeyboardEvent>(posted.front()).type, EventType::keyUp) << "what was held";
+  EXPECT_LT(posted.size(), 2 * InputBacklog::mostMessages + 2) << "half of it was dropped";
+  std::size_t lines = 0;
+  for (const auto& line : log_.messages()) lines += line.starts_with("More input came") ? 1 : 0;
+  EXPECT_EQ(lines, 1U);
+}
+
+// The process
+
+TEST_F(ControllerEndsTest, ASignalLetsGoOfEverythingBeforeTheProcessEnds) {
+  run();
+  input(keyDown);
+  events_.take();
+  bool shut = false;
+  fakes_.desktop.gate.onClose = [&] { shut = true; };
+  EXPECT_THROW(controller_->applicationWillTerminate(), fakes::ProcessExited);
+  EXPECT_TRUE(shut);
+  EXPECT_EQ(processes_.calls.back(), "exit 0");
+  EXPECT_FALSE(isCapturing());
+  EXPECT_FALSE(isBannerShown());
+  manual_.run();
+  EXPECT_EQ(events_.take().size(), 1U);
+}
+
+}  // namespace
+}  // namespace vesk

@@ -1,0 +1,163 @@
+#include "control/VideoOutlet.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <thread>
+
+#include "fakes/ManualQueues.h"
+#include "support/LinkLoop.h"
+#include "support/LogLines.h"
+#include "support/TemporaryFolder.h"
+#include "support/UnixListener.h"
+
+namespace vesk {
+namespace {
+
+using vesk::testing::bytes;
+
+const Bytes key = bytes({0, 0, 0, 1, 0x67, 1});
+const Bytes picture = bytes({0, 0, 0, 1, 0x41, 2});
+
+class VideoOutletTest : public ::testing::Test {
+ protected:
+  VideoOutletTest() {
+    link_->start();
+    peer_.emplace(listener_.accept());
+    log_.waitFor(1);
+  }
+  ~VideoOutletTest() override {
+    clock_.end();
+    peer_.reset();
+    link_.reset();
+    queues_.join();
+  }
+
+  /// What the agent gets next: the duration and the access unit.
+  std::pair<unsigned, Bytes> heard() {
+    const auto frame = peer_->readFrame().value();
+    return {std::to_integer<unsigned>(frame.payload.at(0)),
+            Bytes(frame.payload.begin() + 4, frame.payload.end())};
+  }
+  using Heard = std::pair<unsigned, Bytes>;
+
+  vesk::testing::TemporaryFolder folder_;
+  vesk::testing::LogLines log_;
+  fakes::ManualClock time_;
+  vesk::testing::SteppedClock clock_{time_};
+  fakes::ManualQueues manual_{time_};
+  vesk::testing::LinkQueues queues_{manual_};
+  vesk::testing::UnixListener listener_{folder_.path() / "s"};
+  std::shared_ptr<AgentLink> link_ =
+      std::make_shared<AgentLink>(queues_, clock_, (folder_.path() / "s").string());
+  std::optional<vesk::testing::UnixPeer> peer_;
+  int requests_ = 0;
+  VideoOutlet outlet_{*link_, [this] { ++requests_; }};
+};
+
+TEST_F(VideoOutletTest, HoldsBackWhatComesBeforeItIsOpen) {
+  outlet_.send(key, Ticks{1});
+  outlet_.send(picture, Ticks{2});
+  EXPECT_TRUE(peer_->isSilent());
+  outlet_.open(link_->connection());
+  outlet_.send(picture, Ticks{3});
+  EXPECT_EQ(heard(), (Heard{1, key}));
+  EXPECT_EQ(heard(), (Heard{2, picture}));
+  EXPECT_EQ(heard(), (Heard{3, picture}));
+  EXPECT_EQ(requests_, 0);
+}
+
+TEST_F(VideoOutletTest, KeepsFromTheLatestKeyFrameOn) {
+  outlet_.send(key, Ticks{1});
+  outlet_.send(picture, Ticks{2});
+  outlet_.send(key, Ticks{3});
+  outlet_.open(link_->connection());
+  EXPECT_EQ(heard(), (Heard{3, key}));
+  EXPECT_TRUE(peer_->isSilent());
+}
+
+TEST_F(VideoOutletTest, AsksForAKeyFrameWhereItCouldNotHoldEverything) {
+  outlet_.send(key, Ticks{1});
+  for (std::size_t i = 0; i < VideoOutlet::mostHeld; ++i) outlet_.send(picture, Ticks{2});
+  outlet_.open(link_->connection());
+  EXPECT_EQ(requests_, 1);
+  outlet_.send(picture, Ticks{3});
+  EXPECT_TRUE(peer_->isSilent());
+  outlet_.send(key, Ticks{4});
+  outlet_.send(picture, Ticks{5});
+  EXPECT_EQ(heard(), (Heard{4, key}));
+  EXPECT_EQ(heard(), (Heard{5, picture}));
+}
+
+TEST_F(VideoOutletTest, HoldsNoMoreBytesThanItsBound) {
+  Bytes large = key;
+  large.resize(VideoOutlet::mostHeldBytes);
+  outlet_.send(large, Ticks{1});
+  outlet_.send(picture, Ticks{2});
+  outlet_.open(link_->connection());
+  EXPECT_EQ(requests_, 1);
+  EXPECT_TRUE(peer_->isSilent());
+}
+
+TEST_F(VideoOutletTest, BeginsWithAKeyFrameWhatever) {
+  outlet_.open(link_->connection());
+  outlet_.send(picture, Ticks{1});
+  outlet_.send(key, Ticks{2});
+  EXPECT_EQ(heard(), (Heard{2, key}));
+}
+
+TEST_F(VideoOutletTest, HoldsBackAgainOnceItIsShut) {
+  outlet_.open(link_->connection());
+  outlet_.send(key, Ticks{1});
+  EXPECT_EQ(heard(), (Heard{1, key}));
+  outlet_.shut();
+  outlet_.send(key, Ticks{2});
+  outlet_.shut();
+  outlet_.send(key, Ticks{3});
+  EXPECT_TRUE(peer_->isSilent());
+  outlet_.open(link_->connection());
+  EXPECT_EQ(heard(), (Heard{3, key}));
+}
+
+TEST_F(VideoOutletTest, StaysOpenWhenItIsOpenedAgain) {
+  outlet_.open(link_->connection());
+  outlet_.send(key, Ticks{1});
+  outlet_.open(link_->connection());
+  outlet_.send(picture, Ticks{2});
+  EXPECT_EQ(heard(), (Heard{1, key}));
+  EXPECT_EQ(heard(), (Heard{2, picture}));
+}
+
+TEST_F(VideoOutletTest, NeverWaitsForTheAgentOnTheMainThread) {
+  Bytes large = key;
+  large.resize(VideoOutlet::mostHeldBytes - 10);
+  outlet_.send(large, Ticks{1});
+  outlet_.send(picture, Ticks{2});
+  outlet_.open(link_->connection());  // the agent does not read yet
+  EXPECT_EQ(requests_, 1);
+  std::thread writer([this] { manual_.run(); });
+  EXPECT_EQ(peer_->read(9 + large.size()).size(), 9 + large.size());
+  writer.join();
+  EXPECT_TRUE(peer_->isSilent());
+}
+
+TEST_F(VideoOutletTest, LetsAPictureThatWaitsGoWhenItsSessionEnds) {
+  outlet_.open(link_->connection());
+  Bytes large = key;
+  large.resize(8'000'000);
+  std::thread encoder([&] {
+    outlet_.send(large, Ticks{1});
+    outlet_.send(picture, Ticks{2});
+  });
+  peer_->read(9);
+  outlet_.stopWaiting();
+  encoder.join();
+  outlet_.shut();
+  std::thread writer([this] { manual_.run(); });
+  EXPECT_EQ(peer_->read(large.size()).size(), large.size());
+  writer.join();
+  EXPECT_TRUE(peer_->isSilent());
+}
+
+}  // namespace
+}  // namespace vesk

@@ -1,0 +1,109 @@
+#include "input/InputBacklog.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "fakes/ManualQueues.h"
+
+namespace vesk {
+namespace {
+
+class InputBacklogTest : public ::testing::Test {
+ protected:
+  bool message(const std::string& name, std::size_t bytes = 1) {
+    return backlog_.addMessage(bytes, [this, name] { done_.push_back(name); });
+  }
+  void task(const std::string& name) {
+    backlog_.add([this, name] { done_.push_back(name); });
+  }
+  std::vector<std::string> run() {
+    queues_.run();
+    return std::exchange(done_, {});
+  }
+
+  fakes::ManualClock clock_;
+  fakes::ManualQueues queues_{clock_};
+  InputBacklog backlog_{queues_.makeSerialQueue("input")};
+  std::vector<std::string> done_;
+};
+
+using Names = std::vector<std::string>;
+
+TEST_F(InputBacklogTest, DoesEverythingInOrderOnItsQueue) {
+  EXPECT_TRUE(message("a"));
+  task("allow");
+  EXPECT_TRUE(message("b"));
+  EXPECT_EQ(done_, Names{});
+  EXPECT_EQ(run(), (Names{"a", "allow", "b"}));
+  EXPECT_TRUE(message("c"));
+  EXPECT_EQ(run(), Names{"c"});
+}
+
+TEST_F(InputBacklogTest, DoesWhatIsAddedByWhatItDoes) {
+  backlog_.add([this] { task("inner"); });
+  task("outer");
+  EXPECT_EQ(run(), (Names{"outer", "inner"}));
+}
+
+TEST_F(InputBacklogTest, DropsEveryMessageButNoTaskWhereTooManyWait) {
+  task("first");
+  for (std::size_t i = 0; i < InputBacklog::mostMessages; ++i) EXPECT_TRUE(message("m"));
+  task("second");
+  EXPECT_FALSE(message("one too many"));
+  task("third");
+  EXPECT_EQ(run(), (Names{"first", "second", "third"}));
+}
+
+TEST_F(InputBacklogTest, DropsEveryMessageWhereTooMuchWaits) {
+  EXPECT_TRUE(message("a", InputBacklog::mostBytes - 1));
+  EXPECT_TRUE(message("b", 1));
+  EXPECT_FALSE(message("c", 1));
+  EXPECT_EQ(run(), Names{});
+  EXPECT_FALSE(message("larger than everything", InputBacklog::mostBytes + 1));
+}
+
+TEST_F(InputBacklogTest, HasRoomAgainOnceItHasDroppedOrDoneWhatWaited) {
+  for (int round = 0; round < 3; ++round) {
+    EXPECT_TRUE(message("a", InputBacklog::mostBytes));
+    EXPECT_FALSE(message("b"));
+    for (std::size_t i = 0; i < InputBacklog::mostMessages; ++i) EXPECT_TRUE(message("m"));
+    EXPECT_EQ(run().size(), InputBacklog::mostMessages);
+  }
+}
+
+/// However many messages come while the queue is held up, it gets one piece of work.
+TEST_F(InputBacklogTest, AddsNothingToItsQueueThatItDoesNotCount) {
+  bool again = true;
+  for (int i = 0; i < 100'000; ++i) again = message("m") && again;
+  EXPECT_FALSE(again);
+  int pieces = 0;
+  auto other = queues_.makeSerialQueue("other");
+  other->async([&] { pieces = static_cast<int>(done_.size()); });
+  queues_.run();
+  EXPECT_EQ(pieces, static_cast<int>(done_.size()));
+}
+
+TEST_F(InputBacklogTest, DoesWhatWaitedEvenWhenItIsGone) {
+  {
+    InputBacklog shortLived(queues_.makeSerialQueue("gone"));
+    shortLived.add([this] { done_.push_back("done"); });
+  }
+  EXPECT_EQ(run(), Names{"done"});
+}
+
+TEST_F(InputBacklogTest, TakesFromAnyThread) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([this] {
+      for (int j = 0; j < 100; ++j) task("t");
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(run().size(), 400U);
+}
+
+}  // namespace
+}  // namespace vesk
