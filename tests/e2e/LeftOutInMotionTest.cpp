@@ -1,16 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <functional>
-#include <thread>
-#include <utility>
 #include <vector>
 
 #include "platform/linux/x11/Randr.h"
 #include "platform/linux/x11/ScreenGrabber.h"
+#include "support/Again.h"
 #include "support/Patience.h"
 #include "support/PlainWindow.h"
 #include "support/XPainter.h"
@@ -28,28 +26,6 @@ constexpr std::uint32_t ownColour = 0xff00ff;
 constexpr std::uint32_t movingColour = 0x40c040;
 /// As often as a fast mouse tells of itself.
 constexpr microseconds handsPause{1000};
-
-/// Does something again and again for as long as it lives.
-class Again {
- public:
-  Again(microseconds pause, std::function<void(int)> act)
-      : thread_([this, pause, act = std::move(act)] {
-          for (int i = 0; !over_; ++i) {
-            act(i);
-            std::this_thread::sleep_for(pause);
-          }
-        }) {}
-  ~Again() {
-    over_ = true;
-    thread_.join();
-  }
-  Again(const Again&) = delete;
-  Again& operator=(const Again&) = delete;
-
- private:
-  std::atomic<bool> over_ = false;
-  std::thread thread_;
-};
 
 /// Own windows on a bare server, and what lies and moves beneath them.
 class LeftOutInMotionTest : public ::testing::Test {

@@ -16,6 +16,7 @@
 #include "platform/linux/x11/OverlayShapes.h"
 #include "platform/linux/x11/Randr.h"
 #include "platform/linux/x11/ScreenGrabber.h"
+#include "support/Again.h"
 #include "support/Patience.h"
 #include "support/PlainWindow.h"
 #include "support/XPainter.h"
@@ -81,31 +82,6 @@ class CapturingProcess {
   pid_t pid_;
 };
 
-/// Windows that move beneath the own ones, and are drawn in, for as long as the object lives.
-class Bustle {
- public:
-  Bustle() : thread_([this] { run(); }) {}
-  ~Bustle() {
-    over_ = true;
-    thread_.join();
-  }
-  Bustle(const Bustle&) = delete;
-  Bustle& operator=(const Bustle&) = delete;
-
- private:
-  void run() {
-    PlainWindow window({150, 5, 300, 200}, 0x40c040);
-    window.show();
-    for (int i = 0; !over_; ++i) {
-      window.fill({i % 200, 0, 20, 40}, static_cast<std::uint32_t>(i) * 77);
-      window.move(150 + i % 97, 5 + i % 31);
-    }
-  }
-
-  std::atomic<bool> over_ = false;
-  std::thread thread_;
-};
-
 /// Whether the server has time for this client.
 bool isServed(const x11::Connection& connection) {
   auto* const c = connection.get();
@@ -127,7 +103,12 @@ TEST(StoppedCaptureTest, NeverHoldsTheServer) {
   const XServer server("1280x800x24");
   const DisplayVariable variable(server.display());
   const CapturingProcess capturing;
-  const Bustle bustle;
+  PlainWindow window({150, 5, 300, 200}, 0x40c040);
+  window.show();
+  const Again bustle(std::chrono::microseconds(0), [&](int i) {
+    window.fill({i % 200, 0, 20, 40}, static_cast<std::uint32_t>(i) * 77);
+    window.move(150 + i % 97, 5 + i % 31);
+  });
   const x11::Connection other;
   std::mt19937 random(1);
   std::uniform_int_distribution microseconds(0, 3000);
