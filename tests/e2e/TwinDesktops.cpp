@@ -316,7 +316,8 @@ void TwinDesktops::capture() {
 bool TwinDesktops::take() {
   const auto changed = grabber_->grab();
   if (!changed) return false;
-  if (!changed->empty()) ++imagesTaken_;
+  if (changed->empty()) return true;
+  ++imagesTaken_;
   const auto pixels = grabbed();
   ownPixelsSeen_ += static_cast<int>(std::ranges::count(pixels, ownColour));
   return true;

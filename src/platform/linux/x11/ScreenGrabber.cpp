@@ -15,14 +15,16 @@ namespace {
 /// Above so many rectangles their bounding box is cheaper to fetch than they are to sort out.
 constexpr std::size_t mostRectangles = 24;
 
-std::uint32_t blended(std::uint32_t over, std::uint32_t under) {
-  const std::uint32_t keep = 255 - (over >> 24);
-  std::uint32_t result = 0;
-  for (int shift = 0; shift < 24; shift += 8) {
-    const std::uint32_t sum = (over >> shift & 0xff) + ((under >> shift & 0xff) * keep + 127) / 255;
-    result |= std::min<std::uint32_t>(sum, 255) << shift;
-  }
-  return result;
+/// Windows that move as fast as hands and screens do leave the server alone for long enough.
+constexpr int mostAttempts = 4;
+
+/// A seam for once is better than a picture that stands while something else never does.
+constexpr std::chrono::milliseconds longestWait{150};
+
+PixelRect aroundAll(const std::vector<PixelRect>& rects) {
+  PixelRect all;
+  for (const auto& rect : rects) all = around(all, rect);
+  return all;
 }
 
 struct Rows {
@@ -47,32 +49,16 @@ std::vector<Rows> rowsOf(const std::vector<PixelRect>& rects) {
   return merged;
 }
 
-/// While it lives, nothing else happens on the screen: windows stay where they are. Nobody notices
-/// the moment that it takes.
-class ServerGrab {
- public:
-  explicit ServerGrab(const Connection& connection) : connection_(connection) {
-    xcb_grab_server(connection_.get());
-  }
-  ~ServerGrab() {
-    xcb_ungrab_server(connection_.get());
-    xcb_flush(connection_.get());
-  }
-  ServerGrab(const ServerGrab&) = delete;
-  ServerGrab& operator=(const ServerGrab&) = delete;
-
- private:
-  const Connection& connection_;
-};
-
 }  // namespace
 
 ScreenGrabber::ScreenGrabber(const Monitor& monitor, bool showsCursor, const OwnWindows* leftOut)
-    : monitor_(monitor), showsCursor_(showsCursor), leftOut_(leftOut) {
+    : monitor_(monitor), leftOut_(leftOut), unsure_(area()) {
   if (!connection_ || !supportsExtensions()) return;
   pixels_ = std::make_unique<SharedPixels>(
       connection_, static_cast<std::size_t>(stride()) * static_cast<std::size_t>(monitor_.height));
-  if (*this) watch();
+  if (!*this) return;
+  if (showsCursor) pointer_.emplace(connection_, monitor_);
+  watch();
 }
 
 ScreenGrabber::~ScreenGrabber() = default;
@@ -91,7 +77,6 @@ bool ScreenGrabber::supportsExtensions() {
   const ReplyPtr<xcb_xfixes_query_version_reply_t> fixesVersion(
       xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
   damageEvent_ = damage->first_event;
-  cursorEvent_ = fixes->first_event;
   randrEvent_ = randr->first_event;
   const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
   // Four bytes a pixel: every screen of 24 and 32 bits.
@@ -105,7 +90,6 @@ void ScreenGrabber::watch() {
   xcb_damage_create(c, damage_, root, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
   region_ = xcb_generate_id(c);
   xcb_xfixes_create_region(c, region_, 0, nullptr);
-  xcb_xfixes_select_cursor_input(c, root, XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
   xcb_randr_select_input(c, root,
                          XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
                              XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
@@ -118,6 +102,7 @@ void ScreenGrabber::watch() {
 std::optional<ScreenGrabber::News> ScreenGrabber::readEvents() {
   pollEvents();
   if (!connection_) return std::nullopt;
+  if (isHeldBack()) news_.drawn = true;
   return std::exchange(news_, {});
 }
 
@@ -129,50 +114,60 @@ void ScreenGrabber::pollEvents() {
         reinterpret_cast<const xcb_damage_notify_event_t&>(*event).damage == damage_) {
       news_.drawn = drawn_ = true;
     }
-    if (type == cursorEvent_ + XCB_XFIXES_CURSOR_NOTIFY) cursorStale_ = true;
     if (type == randrEvent_ || type == randrEvent_ + XCB_RANDR_NOTIFY) news_.layoutChanged = true;
+    if (pointer_) pointer_->handle(*event);
     if (underneath_ != nullptr && underneath_->handle(*event)) news_.drawn = true;
   }
   if (underneath_ != nullptr && underneath_->isOverdue()) news_.drawn = true;
 }
 
-bool ScreenGrabber::cursorChanged() {
-  if (!showsCursor_) return false;
-  if (cursorStale_) return true;
-  auto* c = connection_.get();
-  const ReplyPtr<xcb_query_pointer_reply_t> pointer(
-      xcb_query_pointer_reply(c, xcb_query_pointer(c, connection_.root()), nullptr));
-  if (pointer == nullptr) return false;
-  const Cursor before = {0, cursor_.x, cursor_.y, 0, 0, cursor_.width, cursor_.height, {}};
-  cursor_.x = pointer->root_x - cursor_.hotX - monitor_.x;
-  cursor_.y = pointer->root_y - cursor_.hotY - monitor_.y;
-  return before.x != cursor_.x || before.y != cursor_.y;
+std::optional<std::vector<PixelRect>> ScreenGrabber::grab() {
+  const auto pointer = pointer_ ? pointer_->takeOff(pixels_->data()) : std::nullopt;
+  const auto spoilt = update();
+  if (!spoilt) return std::nullopt;
+  if (!isToWait(*spoilt)) {
+    if (pointer_) repaintPointer(pointer);
+    return std::exchange(untold_, {});
+  }
+  if (pointer) untold_.push_back(*pointer);
+  if (untold_.size() > mostRectangles) untold_ = {aroundAll(untold_)};
+  return std::vector<PixelRect>{};
 }
 
-std::optional<std::vector<PixelRect>> ScreenGrabber::grab() {
-  std::vector<PixelRect> changed;
-  const auto before = painted_;
-  unpaintCursor();
-  if (!update(changed, !everything_)) return std::nullopt;
-  // An own window that has come up just now may be in the picture; it does not stay there.
-  pollEvents();
-  const bool again = underneath_ != nullptr && underneath_->isStale() && underneath_->isNeeded();
-  if (again && !update(changed, false)) return std::nullopt;
-  const bool redrawn = showsCursor_ && cursorStale_;
-  if (showsCursor_) {
-    if (cursorStale_) {
-      loadCursor();
-    } else {
-      cursorChanged();
+/// Brings the pixels up to date, but for the pointer, and tells what has spoilt them even so;
+/// nothing when they cannot be had.
+std::optional<Disturbance> ScreenGrabber::update() {
+  for (int attempts = 0; attempts < mostAttempts; ++attempts) {
+    if (!takePicture()) return std::nullopt;
+    // The answers have brought along what has happened until then.
+    pollEvents();
+    if (underneath_ == nullptr || !underneath_->isStale()) {
+      unsure_ = {};
+      return Disturbance::none;
     }
-    paintCursor();
   }
-  // A pointer that stays as it is changes nothing.
-  if (redrawn || before != painted_) {
-    if (before) changed.push_back(*before);
-    if (painted_) changed.push_back(*painted_);
+  return underneath_->isNeeded() ? underneath_->disturbance() : Disturbance::none;
+}
+
+/// An own window that may be in sight is waited for however long that takes.
+bool ScreenGrabber::isToWait(Disturbance disturbance) {
+  const auto now = std::chrono::steady_clock::now();
+  const bool tooLong = heldBackSince_ && now - *heldBackSince_ > longestWait;
+  if (disturbance == Disturbance::none || (disturbance == Disturbance::seam && tooLong)) {
+    heldBackSince_.reset();
+  } else if (!heldBackSince_) {
+    heldBackSince_ = now;
   }
-  return changed;
+  return heldBackSince_.has_value();
+}
+
+/// A pointer that stays as it is changes nothing.
+void ScreenGrabber::repaintPointer(const std::optional<PixelRect>& before) {
+  const bool redrawn = pointer_->refresh();
+  const auto now = pointer_->putOn(pixels_->data());
+  if (!redrawn && before == now) return;
+  if (before) untold_.push_back(*before);
+  if (now) untold_.push_back(*now);
 }
 
 bool ScreenGrabber::mayHaveChanged() const {
@@ -180,17 +175,17 @@ bool ScreenGrabber::mayHaveChanged() const {
          (underneath_ != nullptr && (underneath_->isStale() || underneath_->isDamaged()));
 }
 
-/// Fetches what has changed and adds to the list where that is.
-bool ScreenGrabber::update(std::vector<PixelRect>& changed, bool pictureIsClean) {
+/// Fetches what has changed.
+bool ScreenGrabber::takePicture() {
   if (!mayHaveChanged()) return true;
-  const auto asked = request(pictureIsClean);
+  const auto asked = request();
   bool complete = true;
   for (const auto rows : asked.rows) {
     const ReplyPtr<xcb_shm_get_image_reply_t> reply(
         xcb_shm_get_image_reply(connection_.get(), rows, nullptr));
     complete = complete && reply != nullptr;
   }
-  changed.insert(changed.end(), asked.changed.begin(), asked.changed.end());
+  untold_.insert(untold_.end(), asked.changed.begin(), asked.changed.end());
   if (underneath_ != nullptr) {
     complete = underneath_->collect() && complete;
     for (const auto& rows : rowsOf(asked.changed)) {
@@ -200,26 +195,28 @@ bool ScreenGrabber::update(std::vector<PixelRect>& changed, bool pictureIsClean)
   return complete && static_cast<bool>(connection_);
 }
 
-/// Asks the server for everything at one moment, in which own windows stay where they are.
-ScreenGrabber::Asked ScreenGrabber::request(bool pictureIsClean) {
-  std::optional<ServerGrab> grab;
-  if (underneath_ != nullptr && underneath_->isNeeded()) grab.emplace(connection_);
-  Asked asked{takeDamage(), {}};
+/// Where windows stand comes first: one that moves afterwards spoils the picture. All pixels are
+/// asked for in one go, which the server carries out at a stretch as a rule.
+ScreenGrabber::Asked ScreenGrabber::request() {
+  Asked asked;
   if (underneath_ == nullptr) {
+    asked.changed = takeDamage();
     asked.rows = requestRows(asked.changed);
     return asked;
   }
-  // The replies have brought along what has happened until now.
   pollEvents();
-  if (underneath_->isStale()) {
-    const auto restacked = underneath_->readStack(pictureIsClean ? pixels_.get() : nullptr);
-    for (const auto& rect : restacked) asked.changed.push_back(inMonitor(rect));
-  }
-  asked.rows = requestRows(asked.changed);
+  if (underneath_->isStale()) asked.changed = underneath_->readStack({*pixels_, unsure_});
+  for (auto& rect : asked.changed) rect = inMonitor(rect);
+  const auto damaged = takeDamage();
+  asked.changed.insert(asked.changed.end(), damaged.begin(), damaged.end());
+  // The reply has brought along what has been drawn until now, beneath own windows too.
+  pollEvents();
   auto drawn = asked.changed;
   for (auto& rect : drawn) rect = moved(rect, monitor_.x, monitor_.y);
-  for (const auto& rect : underneath_->takeDamage(drawn)) asked.changed.push_back(inMonitor(rect));
+  const auto beneath = underneath_->takeDamage(drawn);
+  asked.rows = requestRows(asked.changed);
   underneath_->request();
+  for (const auto& rect : beneath) asked.changed.push_back(inMonitor(rect));
   return asked;
 }
 
@@ -258,6 +255,8 @@ std::vector<xcb_shm_get_image_cookie_t> ScreenGrabber::requestRows(
     const std::vector<PixelRect>& damaged) {
   std::vector<xcb_shm_get_image_cookie_t> requests;
   for (const auto& rows : rowsOf(damaged)) {
+    unsure_ = around(unsure_,
+                     {monitor_.x, monitor_.y + rows.first, monitor_.width, rows.end - rows.first});
     requests.push_back(xcb_shm_get_image(
         connection_.get(), connection_.root(), static_cast<std::int16_t>(monitor_.x),
         static_cast<std::int16_t>(monitor_.y + rows.first),
@@ -266,60 +265,6 @@ std::vector<xcb_shm_get_image_cookie_t> ScreenGrabber::requestRows(
         pixels_->segment(), static_cast<std::uint32_t>(rows.first * stride())));
   }
   return requests;
-}
-
-void ScreenGrabber::loadCursor() {
-  auto* c = connection_.get();
-  const ReplyPtr<xcb_xfixes_get_cursor_image_reply_t> image(
-      xcb_xfixes_get_cursor_image_reply(c, xcb_xfixes_get_cursor_image(c), nullptr));
-  if (image == nullptr) return;
-  cursorStale_ = false;
-  cursor_.serial = image->cursor_serial;
-  cursor_.hotX = image->xhot;
-  cursor_.hotY = image->yhot;
-  cursor_.x = image->x - image->xhot - monitor_.x;
-  cursor_.y = image->y - image->yhot - monitor_.y;
-  cursor_.width = image->width;
-  cursor_.height = image->height;
-  const auto* first = xcb_xfixes_get_cursor_image_cursor_image(image.get());
-  cursor_.image.assign(first, first + xcb_xfixes_get_cursor_image_cursor_image_length(image.get()));
-}
-
-PixelRect ScreenGrabber::visible(const Cursor& cursor) const {
-  return intersection({cursor.x, cursor.y, cursor.width, cursor.height},
-                      {0, 0, monitor_.width, monitor_.height});
-}
-
-void ScreenGrabber::paintCursor() {
-  painted_.reset();
-  const PixelRect area = visible(cursor_);
-  const auto cells =
-      static_cast<std::size_t>(cursor_.width) * static_cast<std::size_t>(cursor_.height);
-  if (area.isEmpty() || cursor_.image.size() < cells) return;
-  painted_ = area;
-  beneath_.clear();
-  for (int y = area.y; y < area.y + area.height; ++y) {
-    for (int x = area.x; x < area.x + area.width; ++x) {
-      std::uint8_t* place = at(x, y);
-      std::uint32_t pixel = 0;
-      std::memcpy(&pixel, place, sizeof pixel);
-      beneath_.push_back(pixel);
-      const auto over =
-          cursor_.image[static_cast<std::size_t>((y - cursor_.y) * cursor_.width + x - cursor_.x)];
-      pixel = blended(over, pixel);
-      std::memcpy(place, &pixel, sizeof pixel);
-    }
-  }
-}
-
-void ScreenGrabber::unpaintCursor() {
-  if (!painted_) return;
-  const auto row = static_cast<std::size_t>(painted_->width);
-  for (int y = 0; y < painted_->height; ++y) {
-    std::memcpy(at(painted_->x, painted_->y + y),
-                beneath_.data() + static_cast<std::size_t>(y) * row, row * 4);
-  }
-  painted_.reset();
 }
 
 }  // namespace vesk::x11

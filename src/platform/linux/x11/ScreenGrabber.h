@@ -3,12 +3,14 @@
 #include <xcb/damage.h>
 #include <xcb/xfixes.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
 
 #include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/PaintedPointer.h"
 #include "platform/linux/x11/PixelRect.h"
 #include "platform/linux/x11/Randr.h"
 #include "platform/linux/x11/SharedPixels.h"
@@ -19,6 +21,10 @@ namespace vesk::x11 {
 /// One monitor's pixels in memory that is shared with the server, brought up to date where
 /// something was drawn, with the pointer painted on top. The program's own windows are left out of
 /// it, if wished: it shows what lies beneath them.
+///
+/// The server is never grabbed: whoever holds it and is stopped, by a debugger or a terminal, stops
+/// the whole desktop. Everything is asked for in one go instead, and what windows have done
+/// meanwhile is known by the time that the answers are there: what it spoils is taken once more.
 ///
 /// Thread: one at a time. Owns: its connection, the shared segment and the server's resources.
 /// Fails: the constructor leaves an object that is false; a grab gives nothing once the server is
@@ -45,10 +51,15 @@ class ScreenGrabber {
   std::optional<News> readEvents();
 
   /// Whether the pointer has moved or looks different since it was last painted.
-  bool cursorChanged();
+  bool cursorChanged() { return pointer_ && pointer_->hasChanged(); }
 
-  /// Brings the pixels up to date and tells where, in the monitor, they may have changed.
+  /// Brings the pixels up to date and tells where, in the monitor, they may have changed. Windows
+  /// that do not stand still may hold that back: until a later grab nothing has changed, and the
+  /// pixels are not to be looked at.
   std::optional<std::vector<PixelRect>> grab();
+
+  /// Whether the last grab was held back.
+  bool isHeldBack() const { return heldBackSince_.has_value(); }
 
   const std::uint8_t* pixels() const { return pixels_->data(); }
   int stride() const { return monitor_.width * 4; }
@@ -57,21 +68,6 @@ class ScreenGrabber {
   const Connection& connection() const { return connection_; }
 
  private:
-  struct Cursor {
-    std::uint32_t serial = 0;
-    int x = 0;  ///< of its top-left corner, in the monitor
-    int y = 0;
-    int hotX = 0;
-    int hotY = 0;
-    int width = 0;
-    int height = 0;
-    std::vector<std::uint32_t> image;  ///< premultiplied ARGB
-  };
-
-  std::uint8_t* at(int x, int y) {
-    return pixels_->data() + static_cast<std::ptrdiff_t>(y) * stride() +
-           static_cast<std::ptrdiff_t>(x) * 4;
-  }
   /// In the root window.
   PixelRect area() const { return {monitor_.x, monitor_.y, monitor_.width, monitor_.height}; }
   PixelRect inMonitor(const PixelRect& rect) const;
@@ -85,33 +81,30 @@ class ScreenGrabber {
     std::vector<xcb_shm_get_image_cookie_t> rows;
   };
 
-  bool update(std::vector<PixelRect>& changed, bool pictureIsClean);
-  Asked request(bool pictureIsClean);
+  std::optional<Disturbance> update();
+  bool takePicture();
+  bool isToWait(Disturbance disturbance);
+  void repaintPointer(const std::optional<PixelRect>& before);
+  Asked request();
   std::vector<PixelRect> takeDamage();
   std::vector<xcb_shm_get_image_cookie_t> requestRows(const std::vector<PixelRect>& damaged);
-  void loadCursor();
-  PixelRect visible(const Cursor& cursor) const;
-  void paintCursor();
-  void unpaintCursor();
 
   Connection connection_;
   Monitor monitor_;
-  bool showsCursor_;
   const OwnWindows* leftOut_;
   std::unique_ptr<SharedPixels> pixels_;
   std::unique_ptr<Underneath> underneath_;
   xcb_damage_damage_t damage_ = 0;
   xcb_xfixes_region_t region_ = 0;
   std::uint8_t damageEvent_ = 0;
-  std::uint8_t cursorEvent_ = 0;
   std::uint8_t randrEvent_ = 0;
   News news_;
   bool drawn_ = false;  ///< on the root window, whoever shows there
   bool everything_ = true;
-  bool cursorStale_ = true;
-  Cursor cursor_;
-  std::optional<PixelRect> painted_;
-  std::vector<std::uint32_t> beneath_;  ///< the pixels that the pointer covers
+  PixelRect unsure_;  ///< of the root window, where the pixels may show what the stack does not
+  std::vector<PixelRect> untold_;  ///< where the pixels have changed
+  std::optional<std::chrono::steady_clock::time_point> heldBackSince_;
+  std::optional<PaintedPointer> pointer_;
 };
 
 }  // namespace vesk::x11

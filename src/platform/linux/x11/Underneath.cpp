@@ -61,8 +61,13 @@ Underneath::Underneath(const Connection& connection, const OwnWindows& ownWindow
 Underneath::~Underneath() = default;
 
 bool Underneath::handle(const xcb_generic_event_t& event) {
-  if (background_.isReplacedBy(event)) wallpaperReplaced_ = true;
-  stack_.handle(event);
+  if (background_.isReplacedBy(event)) {
+    wallpaperReplaced_ = true;
+    noteDisturbance(Disturbance::seam);
+  }
+  if (const auto window = stack_.handle(event)) {
+    noteDisturbance(x11::disturbance(event, *window, stack_.windows()));
+  }
   noteMove(event);
   const auto* const damage = xcb_get_extension_data(connection_.get(), &xcb_damage_id);
   if ((event.response_type & 0x7f) == damage->first_event + XCB_DAMAGE_NOTIFY) {
@@ -75,13 +80,18 @@ bool Underneath::handle(const xcb_generic_event_t& event) {
   return (wallpaperReplaced_ || stack_.isStale()) && isNeeded();
 }
 
+void Underneath::noteDisturbance(Disturbance disturbance) {
+  disturbance_ = std::max(disturbance_, disturbance);
+}
+
 bool Underneath::isNeeded() const { return !patches_.empty() || stack_.expectsOwnWindows(); }
 
 bool Underneath::isDamaged() const {
   return std::ranges::any_of(contents_, [](const auto& each) { return each.second->hasDamage(); });
 }
 
-std::vector<PixelRect> Underneath::readStack(const SharedPixels* screen) {
+std::vector<PixelRect> Underneath::readStack(const Seen& seen) {
+  disturbance_ = Disturbance::none;
   const auto before = stack_.windows();
   stack_.read();
   const auto parts = coveredParts();
@@ -91,7 +101,7 @@ std::vector<PixelRect> Underneath::readStack(const SharedPixels* screen) {
   wallpaperReplaced_ = (wallpaperReplaced_ && shown) || redrawn;
   const bool partsChanged = parts != parts_ || wallpaperReplaced_;
   std::vector<PixelRect> changed;
-  if (partsChanged) changed = rebuild(parts, before, screen);
+  if (partsChanged) changed = rebuild(parts, before, seen);
   wallpaperReplaced_ = false;
   if (chooseWindows()) {
     for (const auto& patch : patches_) patch->markStale();
@@ -158,13 +168,13 @@ bool Underneath::isOverdue() const {
 
 std::vector<PixelRect> Underneath::rebuild(const std::vector<PixelRect>& parts,
                                            const std::vector<StackedWindow>& before,
-                                           const SharedPixels* screen) {
+                                           const Seen& seen) {
   auto changed = std::exchange(parts_, parts);
   changed.insert(changed.end(), parts.begin(), parts.end());
   const auto old = std::exchange(patches_, {});
   const auto oldMemory = std::move(memory_);
   makePatches(parts);
-  paintBackgrounds(old, before, screen);
+  paintBackgrounds(old, before, seen);
   noteParts();
   return changed;
 }
@@ -192,16 +202,14 @@ void Underneath::makePatches(const std::vector<PixelRect>& parts) {
 
 /// Where no window has hidden the root window, the picture before shows best what is there.
 void Underneath::paintBackgrounds(const std::vector<std::unique_ptr<Patch>>& old,
-                                  const std::vector<StackedWindow>& before,
-                                  const SharedPixels* screen) {
+                                  const std::vector<StackedWindow>& before, const Seen& seen) {
   const std::uint32_t colour = composited_ && !patches_.empty() ? bareColour() : 0;
   for (const auto& patch : patches_) {
     background_.paint(patch->background(), patch->area(), painter(), colour);
     if (wallpaperReplaced_) continue;
     for (const auto& other : old) patch->inheritBackground(*other);
-    if (screen == nullptr) continue;
-    for (const auto& piece : withoutWindows({patch->area()}, before)) {
-      patch->rememberBackground(piece, *screen, area_);
+    for (const auto& piece : withoutWindows(without({patch->area()}, seen.unsure), before)) {
+      patch->rememberBackground(piece, seen.picture, area_);
     }
   }
 }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/linux/x11/Disturbance.h"
 #include "platform/linux/x11/Patch.h"
 #include "platform/linux/x11/RootBackground.h"
 #include "platform/linux/x11/WindowContents.h"
@@ -45,10 +46,18 @@ class Underneath {
   /// Whether something was drawn in the windows beneath the own ones.
   bool isDamaged() const;
 
+  /// How far what has happened since the stack was read spoils what has been asked for since.
+  Disturbance disturbance() const { return disturbance_; }
+
+  /// The picture of the screen as it was last taken, without own windows.
+  struct Seen {
+    const SharedPixels& picture;
+    PixelRect unsure;  ///< of the root window, where that may not be so
+  };
+
   /// Reads the stack of windows. What was covered, and what is from now on, differs then from what
-  /// was there before: those parts of the root window are given back. `screen` is the picture
-  /// before, if there is one without own windows.
-  std::vector<PixelRect> readStack(const SharedPixels* screen);
+  /// was there before: those parts of the root window are given back.
+  std::vector<PixelRect> readStack(const Seen& seen);
 
   /// Takes out of a region of the root window what the own windows cover.
   void cutOut(xcb_xfixes_region_t region) const;
@@ -73,16 +82,16 @@ class Underneath {
 
   std::vector<PixelRect> ownParts() const;
   std::vector<PixelRect> coveredParts();
+  void noteDisturbance(Disturbance disturbance);
   void noteMove(const xcb_generic_event_t& event);
   PixelRect partOf(const StackedWindow& window) const;
   void leave(const PixelRect& part);
   std::vector<PixelRect> rebuild(const std::vector<PixelRect>& parts,
-                                 const std::vector<StackedWindow>& before,
-                                 const SharedPixels* screen);
+                                 const std::vector<StackedWindow>& before, const Seen& seen);
   void noteParts();
   void makePatches(const std::vector<PixelRect>& parts);
   void paintBackgrounds(const std::vector<std::unique_ptr<Patch>>& old,
-                        const std::vector<StackedWindow>& before, const SharedPixels* screen);
+                        const std::vector<StackedWindow>& before, const Seen& seen);
   std::uint32_t bareColour() const;
   RootBackground::Painter painter() const;
   bool chooseWindows();
@@ -95,6 +104,7 @@ class Underneath {
   WindowStack stack_;
   RootBackground background_;
   bool wallpaperReplaced_ = false;
+  Disturbance disturbance_ = Disturbance::none;
   bool composited_ = false;
   std::map<xcb_visualid_t, xcb_render_pictformat_t> formats_;
   xcb_xfixes_region_t covered_ = XCB_NONE;

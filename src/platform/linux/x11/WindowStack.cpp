@@ -16,22 +16,6 @@
 namespace vesk::x11 {
 namespace {
 
-/// The window of which an event tells that its place among the others, or its contents' place in
-/// the server, has changed.
-std::optional<xcb_window_t> changedWindow(const xcb_generic_event_t& event) {
-  if (const auto window = restackedWindow(event)) return window;
-  switch (event.response_type & 0x7f) {
-    case XCB_UNMAP_NOTIFY:
-      return reinterpret_cast<const xcb_unmap_notify_event_t&>(event).window;
-    case XCB_DESTROY_NOTIFY:
-      return reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window;
-    case XCB_GRAVITY_NOTIFY:
-      return reinterpret_cast<const xcb_gravity_notify_event_t&>(event).window;
-    default:
-      return std::nullopt;
-  }
-}
-
 StackedWindow describe(xcb_window_t id, const xcb_get_geometry_reply_t& geometry,
                        const xcb_get_window_attributes_reply_t& attributes) {
   StackedWindow window;
@@ -61,13 +45,13 @@ void WindowStack::watch() {
   if (shape != nullptr) shapeEvent_ = shape->first_event;
 }
 
-void WindowStack::handle(const xcb_generic_event_t& event) {
-  if (const auto window = changedWindow(event)) return markStale(*window);
-  const int type = event.response_type & 0x7f;
+std::optional<xcb_window_t> WindowStack::handle(const xcb_generic_event_t& event) {
   if (tellsOfManager(event)) stale_ = managerStale_ = true;
-  if (shapeEvent_ != 0 && type == shapeEvent_ + XCB_SHAPE_NOTIFY) {
-    markStale(reinterpret_cast<const xcb_shape_notify_event_t&>(event).affected_window);
-  }
+  const auto window = changedWindow(event);
+  if (!window || isOurs(*window)) return std::nullopt;
+  stale_ = true;
+  replaced_.insert(*window);
+  return window;
 }
 
 /// Whether another program may manage or compose the windows from now on.
@@ -78,10 +62,24 @@ bool WindowStack::tellsOfManager(const xcb_generic_event_t& event) const {
          reinterpret_cast<const xcb_property_notify_event_t&>(event).atom == managerCheck_;
 }
 
-void WindowStack::markStale(xcb_window_t window) {
-  if (isOurs(window)) return;
-  stale_ = true;
-  replaced_.insert(window);
+/// The window of which an event tells that its place among the others, its outline, or its
+/// contents' place in the server has changed.
+std::optional<xcb_window_t> WindowStack::changedWindow(const xcb_generic_event_t& event) const {
+  if (const auto window = restackedWindow(event)) return window;
+  const int type = event.response_type & 0x7f;
+  if (shapeEvent_ != 0 && type == shapeEvent_ + XCB_SHAPE_NOTIFY) {
+    return reinterpret_cast<const xcb_shape_notify_event_t&>(event).affected_window;
+  }
+  switch (type) {
+    case XCB_UNMAP_NOTIFY:
+      return reinterpret_cast<const xcb_unmap_notify_event_t&>(event).window;
+    case XCB_DESTROY_NOTIFY:
+      return reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window;
+    case XCB_GRAVITY_NOTIFY:
+      return reinterpret_cast<const xcb_gravity_notify_event_t&>(event).window;
+    default:
+      return std::nullopt;
+  }
 }
 
 /// What this connection itself has made is nothing to be shown.

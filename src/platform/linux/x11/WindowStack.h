@@ -3,6 +3,7 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
@@ -26,7 +27,9 @@ class WindowStack {
 
   /// Asks to be told of changes. The connection's owner hands on every event that comes.
   void watch();
-  void handle(const xcb_generic_event_t& event);
+
+  /// The window on the root window of whose change the event tells, if it does.
+  std::optional<xcb_window_t> handle(const xcb_generic_event_t& event);
 
   /// Whether something has changed since the last reading.
   bool isStale() const { return stale_; }
@@ -51,7 +54,7 @@ class WindowStack {
  private:
   bool isOurs(xcb_window_t window) const;
   bool tellsOfManager(const xcb_generic_event_t& event) const;
-  void markStale(xcb_window_t window);
+  std::optional<xcb_window_t> changedWindow(const xcb_generic_event_t& event) const;
   std::vector<xcb_window_t> childrenOfRoot() const;
   std::vector<xcb_window_t> framesOf(const std::vector<xcb_window_t>& windows,
                                      const std::vector<xcb_window_t>& children) const;

@@ -140,7 +140,7 @@ class XScreenStream::Run {
         if (auto error = sendImage(sent)) return error;
         drawn = false;
       }
-      if (sent) {
+      if (sent || grabber_->isHeldBack()) {
         idle = false;
       } else {
         if (!std::exchange(idle, true)) {

@@ -1,0 +1,164 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <functional>
+#include <vector>
+
+#include "platform/linux/x11/Randr.h"
+#include "platform/linux/x11/ScreenGrabber.h"
+#include "support/Again.h"
+#include "support/Patience.h"
+#include "support/PlainWindow.h"
+#include "support/XPainter.h"
+#include "support/XServer.h"
+
+namespace vesk::testing {
+namespace {
+
+using std::chrono::microseconds;
+using x11::PixelRect;
+
+constexpr int width = 800;
+constexpr int height = 600;
+constexpr std::uint32_t ownColour = 0xff00ff;
+constexpr std::uint32_t movingColour = 0x40c040;
+/// As often as a fast mouse tells of itself.
+constexpr microseconds handsPause{1000};
+
+/// Own windows on a bare server, and what lies and moves beneath them.
+class LeftOutInMotionTest : public ::testing::Test {
+ protected:
+  static constexpr PixelRect moving{150, 5, 300, 200};
+
+  LeftOutInMotionTest() {
+    painter.fill(0, 0, width, height, 0);
+    for (auto* const own : {&strip, &edge}) {
+      ownWindows.add(own->id());
+      own->show();
+    }
+    window.show();
+    strip.raise();
+  }
+
+  /// Takes a picture as a viewer gets it; whether there was one.
+  bool takePicture() {
+    const auto changed = grabber.readEvents() ? grabber.grab() : std::nullopt;
+    if (!changed || changed->empty()) return false;
+    for (const auto& rect : *changed) {
+      for (int y = rect.y; y < rect.bottom(); ++y) {
+        std::memcpy(&seen.at(static_cast<std::size_t>(y * width + rect.x)),
+                    grabber.pixels() + y * grabber.stride() + rect.x * 4,
+                    static_cast<std::size_t>(rect.width) * 4);
+      }
+    }
+    return true;
+  }
+
+  /// Looks at so many pictures, or fewer when they do not come; whether they did.
+  bool takePictures(int count, const std::function<void()>& look) {
+    int taken = 0;
+    return waitUntil([&] {
+      for (int i = 0; i < 10 && taken < count; ++i) {
+        if (!takePicture()) continue;
+        ++taken;
+        look();
+      }
+      return taken == count;
+    });
+  }
+
+  std::uint32_t pixel(int x, int y) const {
+    return seen.at(static_cast<std::size_t>(y * width + x)) & 0xffffff;
+  }
+
+  int count(std::uint32_t colour) const {
+    return static_cast<int>(std::ranges::count_if(
+        seen, [&](std::uint32_t each) { return (each & 0xffffff) == colour; }));
+  }
+
+  /// Whether the moving window is seen, in one piece.
+  bool isWhole() const {
+    PixelRect all;
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) {
+        if (pixel(x, y) == movingColour) all = around(all, {x, y, 1, 1});
+      }
+    }
+    return all.width == moving.width && all.height == moving.height &&
+           count(movingColour) == moving.width * moving.height;
+  }
+
+  XServer server{"800x600x24"};
+  DisplayVariable variable{server.display()};
+  XPainter painter;
+  x11::OwnWindows ownWindows;
+  PlainWindow strip{{200, 0, 400, 26}, ownColour};
+  PlainWindow edge{{0, 0, 8, height}, ownColour};
+  PlainWindow window{moving, movingColour};
+  std::vector<std::uint32_t> seen = std::vector<std::uint32_t>(width * height);
+  x11::ScreenGrabber grabber{x11::monitors(x11::Connection()).at(0), false, &ownWindows};
+};
+
+TEST_F(LeftOutInMotionTest, ShowsAWindowThatMovesBeneathInOnePiece) {
+  int torn = 0;
+  const Again move(handsPause, [&](int i) { window.move(150 + i * 7 % 97, 5 + i * 3 % 19); });
+  EXPECT_TRUE(takePictures(200, [&] { torn += isWhole() ? 0 : 1; }));
+  EXPECT_EQ(torn, 0);
+}
+
+TEST_F(LeftOutInMotionTest, NeverShowsAnOwnWindowThatMoves) {
+  int own = 0;
+  const Again move(handsPause, [&](int i) { strip.move(100 + i * 17 % 200, 40 + i * 13 % 300); });
+  const Again draw(handsPause, [&](int i) {
+    window.fill({0, 0, moving.width, moving.height}, static_cast<std::uint32_t>(i % 2) * 0x808080);
+  });
+  EXPECT_TRUE(takePictures(200, [&] { own += count(ownColour); }));
+  EXPECT_EQ(own, 0);
+}
+
+TEST_F(LeftOutInMotionTest, NeverShowsAnOwnWindowThatComesAndGoes) {
+  int own = 0;
+  PlainWindow other({300, 200, 250, 150}, ownColour);
+  ownWindows.add(other.id());
+  const Again blink(handsPause * 5, [&](int i) { i % 2 == 0 ? other.show() : other.hide(); });
+  const Again draw(handsPause, [&](int i) {
+    painter.fill(250, 150, 350, 250, static_cast<std::uint32_t>(i % 2) * 0x808080);
+  });
+  EXPECT_TRUE(takePictures(200, [&] { own += count(ownColour); }));
+  EXPECT_EQ(own, 0);
+}
+
+/// There is no moment at which such a window stands still.
+TEST_F(LeftOutInMotionTest, GoesOnWhileAWindowNeverStandsStill) {
+  {
+    const Again move(microseconds(0), [&](int i) { window.move(150 + i % 97, 5 + i % 19); });
+    EXPECT_TRUE(takePictures(20, [] {}));
+  }
+  EXPECT_TRUE(waitUntil([&] {
+    takePicture();
+    return isWhole();
+  }));
+}
+
+TEST_F(LeftOutInMotionTest, RatherShowsNothingThanAnOwnWindowThatNeverStandsStill) {
+  constexpr int looks = 200;
+  constexpr std::uint32_t colour = 0x2468ac;
+  int own = 0;
+  {
+    const Again move(microseconds(0), [&](int i) { strip.move(100 + i % 97, 40 + i % 19); });
+    for (int i = 0; i < looks; ++i) {
+      if (i == looks / 2) painter.fill(600, 400, 100, 100, colour);
+      own += takePicture() ? count(ownColour) : 0;
+    }
+  }
+  EXPECT_EQ(own, 0);
+  EXPECT_TRUE(waitUntil([&] {
+    takePicture();
+    return count(colour) == 100 * 100;
+  })) << "what was held back comes later";
+}
+
+}  // namespace
+}  // namespace vesk::testing
