@@ -1,5 +1,6 @@
 #include "support/ControllerFixture.h"
 
+#include <thread>
 #include <utility>
 
 namespace vesk::testing {
@@ -31,10 +32,15 @@ ControllerFixture::~ControllerFixture() {
   clock_->end();
   peer_.reset();
   listener_.reset();
-  manual_.run();
   controller_.reset();
-  linkQueues_->join();
-  manual_.run();
+  // What the end of the connection leaves to do holds the controller, and that the link's loop.
+  bool joined = false;
+  std::thread joiner([&] {
+    linkQueues_->join();
+    manual_.main().async([&] { joined = true; });
+  });
+  while (!joined) manual_.waitAndRun();
+  joiner.join();
 }
 
 Message ControllerFixture::connect() {

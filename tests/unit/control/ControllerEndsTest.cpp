@@ -182,8 +182,9 @@ TEST_F(ControllerEndsTest, ManyStartsAndStopsOpenTheScreenFewTimes) {
       heard();
       ++heardSoFar;
     }
+    manual_.main().async([] {});
   });
-  while (heardSoFar < 2 * pairs) manual_.waitForTasks(1), manual_.run();
+  while (heardSoFar < 2 * pairs) manual_.waitAndRun();
   listener.join();
   agent.join();
   manual_.run();
