@@ -157,27 +157,23 @@ bool AgentLink::sendWaiting() {
 
 /// Without a thread to wait with, the next message or picture takes along what waits.
 void AgentLink::finishLater() try {
-  if (finishing_) return;
-  if (writeQueue_ == nullptr) writeQueue_ = queues_.makeSerialQueue("com.vesk.screen.write");
+  if (writeQueue_ != nullptr) return;
+  writeQueue_ = queues_.makeSerialQueue("com.vesk.screen.write");
   writeQueue_->async([weak = weak_from_this()] {
     if (const auto link = weak.lock()) link->finishWhenRead();
   });
-  finishing_ = true;
 } catch (const std::exception&) {
 }
 
 void AgentLink::finishWhenRead() {
-  for (;;) {
+  for (std::unique_ptr<SerialQueue> done; done == nullptr;) {
     int socket = -1;
     {
       const std::lock_guard lock(writeLock_);
-      if (fd_ < 0 || sendWaiting()) {
-        finishing_ = false;
-        return;
-      }
+      if (fd_ < 0 || sendWaiting()) done = std::move(writeQueue_);
       socket = fd_;
     }
-    unixSocket::awaitRoom(socket, untilNextLook * 10);
+    if (done == nullptr) unixSocket::awaitRoom(socket, untilNextLook * 10);
   }
 }
 

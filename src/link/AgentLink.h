@@ -99,9 +99,9 @@ class AgentLink : public std::enable_shared_from_this<AgentLink> {
   std::size_t written_ = 0;    ///< how much of it
   std::deque<Bytes> waiting_;  ///< messages of which nothing is on the wire
   std::size_t waitingBytes_ = 0;
-  bool finishing_ = false;  ///< somebody waits for the agent to read, in order to go on
 
-  std::unique_ptr<SerialQueue> writeQueue_;  ///< made for the first agent that does not read
+  /// There while something is on its way to an agent that does not read; goes on when it reads.
+  std::unique_ptr<SerialQueue> writeQueue_;
   std::unique_ptr<SerialQueue> readQueue_;
 };
 
