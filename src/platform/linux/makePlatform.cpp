@@ -7,6 +7,7 @@
 #include "platform/linux/QtApplication.h"
 #include "platform/linux/ThreadQueues.h"
 #include "platform/linux/X264Compression.h"
+#include "platform/linux/boundHeap.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/XDesktop.h"
 #include "platform/linux/x11/XOverlays.h"
@@ -14,6 +15,7 @@
 namespace vesk {
 
 Platform makePlatform() {
+  boundHeap();
   // Asked here because Qt, finding no display, would end the process with a text of its own.
   if (!x11::Connection()) throw NoDesktop(x11::Connection::advice());
   Platform platform;
