@@ -1,8 +1,12 @@
 #pragma once
 
 #import <AppKit/AppKit.h>
+#import <dispatch/dispatch.h>
+
+#include <optional>
 
 #include "platform/Application.h"
+#include "platform/posix/SignalPipe.h"
 
 @class VeskApplicationDelegate;
 
@@ -17,9 +21,15 @@ class AppKitApplication final : public Application {
   void setDelegate(ApplicationDelegate& delegate) override;
   void run() override;
 
+  /// From now on signals that ask for an end are the delegate's to carry out. Until there is
+  /// something to let go of they may end the process as they do any other.
+  void takeEndSignals();
+
  private:
   NSApplication* application_;
   VeskApplicationDelegate* delegate_ = nil;  ///< the application itself holds it weakly
+  std::optional<SignalPipe> endSignals_;
+  dispatch_source_t endSource_ = nil;
 };
 
 }  // namespace vesk::mac

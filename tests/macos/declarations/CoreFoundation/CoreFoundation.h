@@ -40,7 +40,10 @@ DECLARED const void *_Null_unspecified CFArrayGetValueAtIndex(CFArrayRef array, 
 DECLARED const void *_Null_unspecified CFDictionaryGetValue(CFDictionaryRef dictionary, const void *_Null_unspecified key);
 DECLARED CFDictionaryRef _Null_unspecified CFDictionaryCreate(CFAllocatorRef _Nullable allocator, const void *_Null_unspecified *_Null_unspecified keys, const void *_Null_unspecified *_Null_unspecified values, CFIndex count, const CFDictionaryKeyCallBacks *_Nullable keyCallBacks, const CFDictionaryValueCallBacks *_Nullable valueCallBacks);
 DECLARED const CFRunLoopMode kCFRunLoopDefaultMode;
+DECLARED const CFRunLoopMode kCFRunLoopCommonModes;
 DECLARED CFRunLoopRef CFRunLoopGetMain(void);
+DECLARED void CFRunLoopPerformBlock(CFRunLoopRef loop, CFTypeRef _Null_unspecified mode, void (^block)(void));
+DECLARED void CFRunLoopWakeUp(CFRunLoopRef loop);
 DECLARED void CFRunLoopRun(void);
 DECLARED int32_t CFRunLoopRunInMode(CFRunLoopMode mode, double seconds, Boolean returnAfterSourceHandled);
 DECLARED void CFRunLoopStop(CFRunLoopRef loop);

@@ -3,6 +3,7 @@
 
 #define DISPATCH_TIME_NOW (0ull)
 #define DISPATCH_QUEUE_SERIAL NULL
+#define DISPATCH_SOURCE_TYPE_READ (&_dispatch_source_type_read)
 #define DISPATCH_SOURCE_TYPE_TIMER (&_dispatch_source_type_timer)
 
 @class NSObject;
@@ -21,6 +22,7 @@ typedef const struct dispatch_source_type_s *dispatch_source_type_t;
 
 NONNULL_BEGIN
 DECLARED struct dispatch_queue_s _dispatch_main_q;
+DECLARED const struct dispatch_source_type_s _dispatch_source_type_read;
 DECLARED const struct dispatch_source_type_s _dispatch_source_type_timer;
 static inline dispatch_queue_t dispatch_get_main_queue(void) { return (__bridge dispatch_queue_t)(void *)&_dispatch_main_q; }
 DECLARED __attribute__((ns_returns_retained)) dispatch_queue_t dispatch_queue_create(const char *_Nullable label, dispatch_queue_attr_t _Nullable attributes);
