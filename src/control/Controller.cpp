@@ -204,21 +204,25 @@ void Controller::captureEnded(const Start& start, const std::exception_ptr& erro
   --capturesUnderWay_;
   auto ended = std::exchange(riders_, {});
   ended.insert(ended.begin(), start);
-  for (const auto& each : ended) {
-    error == nullptr ? captureStarted(each) : captureFailed(each, error);
+  if (error == nullptr) {
+    captureStarted(ended);
+  } else {
+    for (const auto& each : ended) captureFailed(each, error);
   }
   endUnwantedCapture();
 }
 
-void Controller::captureStarted(const Start& start) {
-  if (isOvertaken(start)) {
-    captureUnwanted_ = !capturing_;
-  } else {
-    runSession(start);
+void Controller::captureStarted(const std::vector<Start>& starts) {
+  for (const auto& start : starts) {
+    if (isOvertaken(start)) {
+      captureUnwanted_ = !capturing_;
+    } else {
+      runSession(start);
+    }
   }
-  link_->sendControl(
-      startedMessage().with("accessibility", platform_.desktop->permissions().isProcessTrusted()),
-      start.agent);
+  const Message started =
+      startedMessage().with("accessibility", platform_.desktop->permissions().isProcessTrusted());
+  for (const auto& start : starts) link_->sendControl(started, start.agent);
 }
 
 void Controller::runSession(const Start& start) {

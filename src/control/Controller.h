@@ -70,7 +70,7 @@ class Controller final : public ApplicationDelegate,
   void begin(const Start& start);
   void capture(const Start& start);
   void captureEnded(const Start& start, const std::exception_ptr& error);
-  void captureStarted(const Start& start);
+  void captureStarted(const std::vector<Start>& starts);
   void runSession(const Start& start);
   void captureFailed(const Start& start, const std::exception_ptr& error);
   void stop();
