@@ -52,7 +52,7 @@ void DeliberateAct::confirm(Time now) {
 
 bool DeliberateAct::keyGoesDown(unsigned key, Time at) {
   if (key >= down_.size()) return false;
-  // Window systems tell of a repeat as of one more press, some with a release right before it.
+  // A repeat is told of as one more press, by some servers with a release right before it.
   const bool repeats = down_[key] || lastUp_ == std::pair{key, at};
   down_.set(key);
   const bool counts = !repeats && sight_.isSettled(at) && focus_.isSettled(at);

@@ -69,6 +69,15 @@ TEST_P(AlertKeysTest, IsNotConfusedByModifiersThatWereHeldBeforeIt) {
   }
 }
 
+TEST_P(AlertKeysTest, TakesASpaceThatIsHeldForAnAnswerWhenItIsLetGo) {
+  const xcb_window_t alert = ask("Ada");
+  desktop_.press(spaceKey);
+  waitForRepeats(alert, spaceKey);
+  expectNoAnswer(alert);
+  desktop_.release(spaceKey);
+  EXPECT_EQ(program_.line(), "allowed");
+}
+
 /// The mark of a repeat is the server's, whatever the program sees of it.
 TEST_P(AlertKeysTest, TakesAKeyThatIsHeldFromAPressThatCameTooEarlyForNoAnswer) {
   program_.send("ask Ada");

@@ -9,6 +9,7 @@
 #include "platform/linux/x11/AlertWindow.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/Properties.h"
+#include "platform/linux/x11/Xkb.h"
 
 namespace vesk::x11 {
 namespace {
@@ -54,12 +55,23 @@ AlertInput::AlertInput(QWidget& alert)
       window_(static_cast<xcb_window_t>(alert.winId())) {
   if (connection_ == nullptr) return;
   timeProperty_ = atom(connection_, "_VESK_REMOTE_TIME");
+  askForTrueReleases();
   QCoreApplication::instance()->installNativeEventFilter(this);
   alert_.windowHandle()->installEventFilter(this);
 }
 
 AlertInput::~AlertInput() {
   if (connection_ != nullptr) QCoreApplication::instance()->removeNativeEventFilter(this);
+}
+
+/// The server otherwise lets a key that is held seem to go up before each repeat.
+void AlertInput::askForTrueReleases() {
+  const auto* const extension = xcb_get_extension_data(connection_, &xcb_xkb_id);
+  if (extension == nullptr || extension->present == 0) return;
+  constexpr std::uint32_t detectable = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
+  const auto request = xcb_xkb_per_client_flags(connection_, XCB_XKB_ID_USE_CORE_KBD, detectable,
+                                                detectable, 0, 0, 0);
+  xcb_discard_reply(connection_, request.sequence);
 }
 
 bool AlertInput::nativeEventFilter(const QByteArray& type, void* message, qintptr*) {

@@ -37,6 +37,7 @@ class AlertInput final : public QObject, public QAbstractNativeEventFilter {
     bool operator==(const Area&) const = default;
   };
 
+  void askForTrueReleases();
   void follow(const xcb_generic_event_t& event);
   void followPlace(const xcb_generic_event_t& event);
   void followFocus(const xcb_focus_in_event_t& event);
