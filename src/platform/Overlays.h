@@ -74,6 +74,7 @@ class Overlay {
  public:
   virtual ~Overlay() = default;
 
+  /// When it returns, the window system has put the window on the screen.
   virtual void orderFrontRegardless() = 0;
   virtual void orderOut() = 0;
 

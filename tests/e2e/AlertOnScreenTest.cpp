@@ -23,11 +23,11 @@ TEST_P(AlertOnScreenTest, AnswersByKeys) {
 }
 
 TEST_P(AlertOnScreenTest, AnswersByClicks) {
-  const Place first = placeOf(ask("Ada"));
-  desktop_.click(first.x + first.width - 162, first.y + first.height - 32);
+  const Point allow = allowIn(placeOf(ask("Ada")));
+  desktop_.click(allow.x, allow.y);
   EXPECT_EQ(program_.line(), "allowed");
-  const Place second = placeOf(ask("Ada"));
-  desktop_.click(second.x + second.width - 68, second.y + second.height - 32);
+  const Point dontAllow = dontAllowIn(placeOf(ask("Ada")));
+  desktop_.click(dontAllow.x, dontAllow.y);
   EXPECT_EQ(program_.line(), "denied");
 }
 
@@ -38,7 +38,7 @@ TEST_P(AlertOnScreenTest, TakesNoKeyThatWasMeantForAnotherProgram) {
   desktop_.key(returnKey);
   EXPECT_EQ(program_.line(300), std::nullopt);
   EXPECT_TRUE(desktop_.isShown(alert));
-  untilKeysCount();
+  untilActsCount(alert);
   desktop_.key(escapeKey);
   EXPECT_EQ(program_.line(), "denied");
 }
@@ -176,14 +176,18 @@ TEST_F(OnOpenboxTest, GivesTheQuestionUpAfterAMinute) {
 
 /// Whatever the name is made of, the alert stays an alert and its buttons answer.
 TEST_F(OnOpenboxTest, KeepsItsShapeUnderANameOfAnyKind) {
+  AlertObserver observer(desktop_.server().display());
   PresenceWindow program(desktop_.environment());
   const auto heightFor = [&](const std::string& name) {
     program.send("ask " + name);
-    const Place place = placeOf(desktop_, desktop_.alert());
+    const xcb_window_t alert = desktop_.alert();
+    observer.standsSince(alert);
+    observer.waitUntilActsCount(alert);
+    const Place place = placeOf(desktop_, alert);
     EXPECT_EQ(place.width, 504) << name;
     EXPECT_LT(place.height, 260) << name;
-    // Clicks count from the start; the button is where it always is.
-    desktop_.click(place.x + place.width - 162, place.y + place.height - 32);
+    const Point allow = allowIn(place);
+    desktop_.click(allow.x, allow.y);
     EXPECT_EQ(program.line(), "allowed") << name;
     return place.height;
   };
@@ -209,9 +213,13 @@ TEST_P(ScaledAlertTest, IsAsLargeAsTheDesktopsScale) {
   const auto [factor, scale] = GetParam();
   auto environment = desktop_.environment();
   environment.push_back("QT_SCALE_FACTOR=" + std::string(factor));
+  AlertObserver observer(desktop_.server().display());
   PresenceWindow program(environment);
   program.send("ask Ada");
-  const Place place = placeOf(desktop_, desktop_.alert());
+  const xcb_window_t alert = desktop_.alert();
+  observer.standsSince(alert);
+  observer.waitUntilActsCount(alert);
+  const Place place = placeOf(desktop_, alert);
   EXPECT_NEAR(place.width, 504 * scale, 2);
   EXPECT_NEAR(place.height, 148 * scale, 16 * scale);
   EXPECT_GE(place.x, 0);

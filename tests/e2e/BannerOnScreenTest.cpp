@@ -219,6 +219,32 @@ TEST_P(ScaledBannerTest, DrawsInPoints) {
   EXPECT_TRUE(desktop_.waitForPixel(100, 800 - thickness, red));
 }
 
+/// Another program that wants to be on top as much, a screen locker for one, is not chased.
+TEST_F(OnOpenboxTest, RaisesItselfFourTimesASecondAtMost) {
+  PresenceWindow program(desktop_.environment());
+  ASSERT_EQ(program.ask("show 100 80 8 Ada"), "shown");
+  const std::string list = program.ask("windows").value_or("");
+  const auto strip = static_cast<xcb_window_t>(std::stoul(list.substr(list.rfind(' ') + 1)));
+  auto* const c = desktop_.connection();
+  const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+  xcb_change_window_attributes(c, desktop_.root(), XCB_CW_EVENT_MASK, &mask);
+  const xcb_window_t rival = desktop_.makeWindow(0, 0, 1280, 800, backdrop, true);
+
+  const auto start = steady_clock::now();
+  constexpr int raises = 7;
+  for (int i = 0; i < raises; ++i) {
+    const std::uint32_t onTop = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(c, rival, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);
+    xcb_flush(c);
+    ASSERT_TRUE(waitUntil([&] {
+      const x11::ReplyPtr<xcb_generic_event_t> event(xcb_poll_for_event(c));
+      return event != nullptr && event->response_type == XCB_CONFIGURE_NOTIFY &&
+             reinterpret_cast<const xcb_configure_notify_event_t&>(*event).window == strip;
+    }));
+  }
+  EXPECT_GE(steady_clock::now() - start, (raises - 1) * milliseconds(250));
+}
+
 TEST_F(OnOpenboxTest, ListsItsOwnWindowsAndDropsThem) {
   PresenceWindow program(desktop_.environment());
   ASSERT_EQ(program.ask("show 100 80 8 Ada"), "shown");

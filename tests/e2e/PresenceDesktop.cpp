@@ -145,27 +145,55 @@ int PresenceDesktop::topLevelWindows() {
   return tree == nullptr ? -1 : xcb_query_tree_children_length(tree.get());
 }
 
-void PresenceDesktop::key(std::uint32_t keysym) {
+std::uint8_t PresenceDesktop::keyCode(std::uint32_t keysym) {
   const auto* const setup = xcb_get_setup(connection_);
   const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
   const ReplyPtr<xcb_get_keyboard_mapping_reply_t> map(xcb_get_keyboard_mapping_reply(
       connection_, xcb_get_keyboard_mapping(connection_, setup->min_keycode, count), nullptr));
   const auto* const symbols = xcb_get_keyboard_mapping_keysyms(map.get());
   for (int i = 0; i < count; ++i) {
-    if (symbols[i * map->keysyms_per_keycode] != keysym) continue;
-    const auto code = static_cast<std::uint8_t>(setup->min_keycode + i);
-    xcb_test_fake_input(connection_, XCB_KEY_PRESS, code, 0, XCB_NONE, 0, 0, 0);
-    xcb_test_fake_input(connection_, XCB_KEY_RELEASE, code, 0, XCB_NONE, 0, 0, 0);
-    break;
+    if (symbols[i * map->keysyms_per_keycode] == keysym) {
+      return static_cast<std::uint8_t>(setup->min_keycode + i);
+    }
   }
+  throw std::runtime_error("no key has that symbol");
+}
+
+void PresenceDesktop::press(std::uint32_t keysym) {
+  xcb_test_fake_input(connection_, XCB_KEY_PRESS, keyCode(keysym), 0, XCB_NONE, 0, 0, 0);
   xcb_flush(connection_);
 }
 
+void PresenceDesktop::release(std::uint32_t keysym) {
+  xcb_test_fake_input(connection_, XCB_KEY_RELEASE, keyCode(keysym), 0, XCB_NONE, 0, 0, 0);
+  xcb_flush(connection_);
+}
+
+void PresenceDesktop::key(std::uint32_t keysym) {
+  press(keysym);
+  release(keysym);
+}
+
 void PresenceDesktop::click(int x, int y, std::uint8_t button) {
-  xcb_test_fake_input(connection_, XCB_MOTION_NOTIFY, 0, 0, root_, static_cast<std::int16_t>(x),
-                      static_cast<std::int16_t>(y), 0);
+  movePointer(x, y);
   xcb_test_fake_input(connection_, XCB_BUTTON_PRESS, button, 0, XCB_NONE, 0, 0, 0);
   xcb_test_fake_input(connection_, XCB_BUTTON_RELEASE, button, 0, XCB_NONE, 0, 0, 0);
+  xcb_flush(connection_);
+}
+
+void PresenceDesktop::movePointer(int x, int y) {
+  xcb_test_fake_input(connection_, XCB_MOTION_NOTIFY, 0, 0, root_, static_cast<std::int16_t>(x),
+                      static_cast<std::int16_t>(y), 0);
+  xcb_flush(connection_);
+}
+
+void PresenceDesktop::button(std::uint8_t event, std::uint32_t delayInMilliseconds) {
+  xcb_test_fake_input(connection_, event, 1, delayInMilliseconds, XCB_NONE, 0, 0, 0);
+  xcb_flush(connection_);
+}
+
+void PresenceDesktop::setFocus(xcb_window_t window) {
+  xcb_set_input_focus(connection_, XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
   xcb_flush(connection_);
 }
 

@@ -47,8 +47,17 @@ class PresenceDesktop {
   bool hasProperty(xcb_window_t window, const std::string& name);
   int topLevelWindows();
 
+  std::uint8_t keyCode(std::uint32_t keysym);
+  void press(std::uint32_t keysym);
+  void release(std::uint32_t keysym);
   void key(std::uint32_t keysym);
   void click(int x, int y, std::uint8_t button = 1);
+
+  void movePointer(int x, int y);
+  /// Press or release of the first button, so much later than the one before.
+  void button(std::uint8_t event, std::uint32_t delayInMilliseconds = 0);
+
+  void setFocus(xcb_window_t window);
 
   /// A window of the test's own; `overrideRedirect` keeps the window manager out.
   xcb_window_t makeWindow(int x, int y, int width, int height, std::uint32_t colour,

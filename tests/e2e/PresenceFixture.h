@@ -5,8 +5,8 @@
 #include <array>
 #include <chrono>
 #include <string>
-#include <thread>
 
+#include "e2e/AlertObserver.h"
 #include "e2e/PresenceDesktop.h"
 #include "e2e/PresenceWindow.h"
 #include "support/Patience.h"
@@ -20,6 +20,9 @@ using std::chrono::steady_clock;
 constexpr std::uint32_t returnKey = 0xff0d;
 constexpr std::uint32_t tabKey = 0xff09;
 constexpr std::uint32_t escapeKey = 0xff1b;
+constexpr std::uint32_t spaceKey = 0x20;
+constexpr std::uint32_t shiftKey = 0xffe1;
+constexpr std::uint32_t altKey = 0xffe9;
 constexpr std::uint32_t backdrop = 0x4a6a8a;
 constexpr std::uint32_t red = 0xcc0d0d;
 constexpr std::uint32_t redOverBackdrop = 0xb22026;  // four fifths of it
@@ -31,6 +34,18 @@ inline std::string nameOfDesktop(const ::testing::TestParamInfo<Kind>& info) {
 struct Place {
   int x, y, width, height;
 };
+
+struct Point {
+  int x, y;
+};
+
+/// Where the buttons are, whatever the alert says.
+inline Point allowIn(const Place& alert) {
+  return {alert.x + alert.width - 162, alert.y + alert.height - 32};
+}
+inline Point dontAllowIn(const Place& alert) {
+  return {alert.x + alert.width - 68, alert.y + alert.height - 32};
+}
 
 inline Place placeOf(PresenceDesktop& desktop, xcb_window_t window) {
   auto* const c = desktop.connection();
@@ -45,21 +60,20 @@ inline Place placeOf(PresenceDesktop& desktop, xcb_window_t window) {
 /// The program on a server with, or without, a window manager and a compositor.
 class PresenceTest : public ::testing::TestWithParam<Kind> {
  protected:
-  /// The alert, once it has the focus and its keys count.
+  /// The alert, once it has the focus and what the person does counts.
   xcb_window_t ask(const std::string& name) {
     program_.send("ask " + name);
     const xcb_window_t alert = desktop_.alert();
     EXPECT_NE(alert, xcb_window_t{XCB_NONE});
     EXPECT_TRUE(waitUntil([&] { return desktop_.focus() == alert; }));
-    untilKeysCount();
+    untilActsCount(alert);
     return alert;
   }
 
-  /// The half second in which keys are ignored begins when the program knows of its focus, and
-  /// nothing on the screen tells that it is over.
-  void untilKeysCount() {
+  /// The half second in which nothing counts begins when the program knows of its focus.
+  void untilActsCount(xcb_window_t alert) {
     EXPECT_EQ(program_.ask("focus"), "focused");
-    std::this_thread::sleep_for(milliseconds(600));
+    observer_.waitUntilActsCount(alert);
   }
 
   /// Covers the screen by a left and a right half, so that no compositor steps aside for them.
@@ -71,6 +85,7 @@ class PresenceTest : public ::testing::TestWithParam<Kind> {
   Place placeOf(xcb_window_t window) { return testing::placeOf(desktop_, window); }
 
   PresenceDesktop desktop_{GetParam()};
+  AlertObserver observer_{desktop_.server().display()};
   PresenceWindow program_{desktop_.environment()};
 };
 

@@ -5,9 +5,11 @@ import subprocess
 
 import harness
 from harness import wait_until
+from xclient import XClient
 
 AWAITING = {"op": "state", "state": "awaiting-consent"}
 STARTING = {"op": "state", "state": "starting"}
+DENIED = {"op": "denied", "message": "The person at the Mac did not allow it."}
 
 
 class Session(harness.Case):
@@ -77,3 +79,29 @@ class Person(harness.Case):
             self.person("key", key)
             return self.alerts() != alert
         wait_until(gone, f"the alert is gone after {key}")
+
+
+class HoldingViewer(Person):
+    """A viewer whose input is allowed, and who holds something, before the person is asked."""
+
+    def setUp(self):
+        super().setUp()
+        self.start_window_manager("openbox")
+        self.client = XClient(self.server.display)
+        self.addCleanup(self.client.close)
+        self.agent = self.start_agent()
+        self.program = self.start_program()
+        self.agent.next_message()
+        self.agent.send("allow-input")
+
+        def moved():
+            self.agent.send("move 0.1 0.1")
+            return self.client.pointer()[0] == (128, 80)
+        wait_until(moved, "the viewer's input is obeyed")
+
+    def ask_while_holding(self, key, modifiers=0):
+        self.agent.send('input {"t":"k","c":%d,"e":"down","m":%d}' % (key, modifiers))
+        wait_until(self.client.held_keys, "the key is down")
+        self.agent.send({"op": "start", "viewer": "Anna", "consent": True})
+        self.assertEqual(self.agent.next_message(), AWAITING)
+        wait_until(self.alerts, "the alert is on the screen")

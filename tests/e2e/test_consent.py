@@ -4,9 +4,7 @@ import signal
 
 import harness
 from harness import wait_until
-from sessions import AWAITING, STARTING, Person
-
-DENIED = {"op": "denied", "message": "The person at the Mac did not allow it."}
+from sessions import AWAITING, DENIED, STARTING, Person
 
 
 class Consent(Person):

@@ -4,7 +4,6 @@
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QGridLayout>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QWindow>
@@ -21,7 +20,6 @@ namespace {
 
 constexpr int textWidth = 380;
 constexpr int iconSize = 64;
-constexpr int millisecondsUntilKeysCount = 500;
 
 /// A label never reads its text as markup, and reads from left to right as its sentences do.
 QLabel* makeLabel(QWidget* parent) {
@@ -134,31 +132,11 @@ void AlertDialog::changeEvent(QEvent* event) {
 }
 
 bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
-  switch (event->type()) {
-    case QEvent::Expose:
-      if (!windowHandle()->isExposed()) break;
-      if (!sinceInSight_.isValid()) sinceInSight_.start();
-      untilInSight_.stop();
-      if (onExposed) onExposed();
-      break;
-    case QEvent::FocusIn:
-      if (!sinceInFocus_.isValid()) sinceInFocus_.start();
-      break;
-    case QEvent::KeyPress:
-    case QEvent::KeyRelease:
-      if (!keysCount() || static_cast<QKeyEvent*>(event)->isAutoRepeat()) return true;
-      break;
-    default:
-      break;
+  if (event->type() == QEvent::Expose && windowHandle()->isExposed()) {
+    untilInSight_.stop();
+    if (onExposed) onExposed();
   }
   return QDialog::eventFilter(watched, event);
-}
-
-bool AlertDialog::keysCount() const {
-  const auto longEnough = [](const QElapsedTimer& since) {
-    return since.isValid() && since.hasExpired(millisecondsUntilKeysCount);
-  };
-  return longEnough(sinceInSight_) && longEnough(sinceInFocus_);
 }
 
 }  // namespace vesk

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QDialog>
-#include <QElapsedTimer>
 #include <QTimer>
 #include <functional>
 #include <vector>
@@ -17,10 +16,6 @@ namespace vesk {
 ///
 /// Thread: main. Its result is the number of the button that was chosen, from `firstButton` on, or
 /// zero when it was closed in another way.
-///
-/// It comes up while the person works in another program, so keys count only once it has been in
-/// sight, and in focus, for half a second, and a key that is held down counts never: a Return that
-/// was meant for somebody else is no answer.
 class AlertDialog final : public QDialog {
  public:
   static constexpr int firstButton = 1000;
@@ -49,15 +44,12 @@ class AlertDialog final : public QDialog {
  private:
   void layOut();
   void markDefaultButton();
-  bool keysCount() const;
 
   QLabel* message_;
   QLabel* informative_;
   QDialogButtonBox* buttonBox_;
   std::vector<QPushButton*> buttons_;
   QTimer untilInSight_;
-  QElapsedTimer sinceInSight_;
-  QElapsedTimer sinceInFocus_;
 };
 
 }  // namespace vesk

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "platform/linux/boundedText.h"
+
 namespace vesk {
 namespace {
 
@@ -47,7 +49,7 @@ QString paragraph(const QString& text) {
 
 QString elidedParagraph(const QString& text, const QFont& font, int width, int lines) {
   const QFontMetrics metrics(font);
-  QString whole = paragraph(text);
+  const QString whole = paragraph(boundedText(text.simplified()));
   if (fits(whole, metrics, width, lines)) return whole;
 
   constexpr std::size_t keptAtTheEnd = 40;

@@ -6,6 +6,7 @@
 
 #include "platform/Fatal.h"
 #include "platform/linux/AlertDialog.h"
+#include "platform/linux/x11/AlertInput.h"
 #include "platform/linux/x11/AlertWindow.h"
 
 namespace vesk {
@@ -48,13 +49,15 @@ class QtAlerts::QtAlert final : public Alert {
   }
 
   ModalResponse runModal() override {
+    // Before there is anything that the viewer's hands could answer.
+    alerts_.inputGate_.close();
     window_ = static_cast<xcb_window_t>(dialog_.winId());
     alerts_.ownWindows_.add(window_);
     x11::keepOnEveryWorkspace(window_);
     dialog_.onExposed = [this] { comeToTheFront(); };
     dialog_.onMissing = [this] { x11::mapAgain(window_); };
+    const x11::AlertInput input(dialog_);
     alerts_.modal_.push_back(&dialog_);
-    alerts_.inputGate_.close();
     const int result = dialog_.exec();
     alerts_.inputGate_.open();
     alerts_.modal_.pop_back();

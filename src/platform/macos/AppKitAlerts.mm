@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/Fatal.h"
+#include "platform/macos/AlertInput.h"
 #include "platform/macos/AlertText.h"
 #include "platform/macos/Text.h"
 
@@ -66,11 +67,13 @@ class AppKitAlerts::AppKitAlert final : public Alert {
   }
 
   ModalResponse runModal() override {
-    ++alerts_.modal_;
+    // Before there is anything that the viewer's hands could answer.
     alerts_.inputGate_.close();
+    const AlertInput input(alert_.window);
+    ++alerts_.modal_;
     const NSModalResponse response = modalResponse(alert_);
-    alerts_.inputGate_.open();
     --alerts_.modal_;
+    alerts_.inputGate_.open();
     return static_cast<ModalResponse>(response);
   }
 

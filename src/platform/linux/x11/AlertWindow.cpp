@@ -8,12 +8,6 @@
 namespace vesk::x11 {
 namespace {
 
-/// Null where Qt does not run on X11.
-xcb_connection_t* qtConnection() {
-  auto* const application = qApp->nativeInterface<QNativeInterface::QX11Application>();
-  return application == nullptr ? nullptr : application->connection();
-}
-
 xcb_window_t rootOf(xcb_connection_t* connection) {
   return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
 }
@@ -43,6 +37,11 @@ void askManager(xcb_connection_t* connection, xcb_window_t window, std::string_v
 }
 
 }  // namespace
+
+xcb_connection_t* qtConnection() {
+  auto* const application = qApp->nativeInterface<QNativeInterface::QX11Application>();
+  return application == nullptr ? nullptr : application->connection();
+}
 
 void keepOnEveryWorkspace(xcb_window_t window) {
   auto* const connection = qtConnection();

@@ -6,6 +6,9 @@
 /// application object; the requests go over Qt's own connection and so come in order with its own.
 namespace vesk::x11 {
 
+/// Null where Qt does not run on X11.
+xcb_connection_t* qtConnection();
+
 /// For a window that is not shown yet: on all workspaces, and in no task bar and no pager.
 void keepOnEveryWorkspace(xcb_window_t window);
 

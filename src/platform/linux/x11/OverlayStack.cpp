@@ -50,7 +50,14 @@ void OverlayStack::orderFront(XOverlay& overlay) {
   std::erase(overlays_, &overlay);
   overlays_.insert(overlays_.begin(), &overlay);
   raise();
-  // A reply that was waited for may have brought events along, of which the notifier knows nothing.
+}
+
+void OverlayStack::settle() {
+  auto* const c = connection_.get();
+  // Any question will do: the server answers in the order of what it is asked.
+  const ReplyPtr<xcb_get_input_focus_reply_t> reply(
+      xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+  // The reply may have brought events along, of which the notifier knows nothing.
   readEvents();
 }
 

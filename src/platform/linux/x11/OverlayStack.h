@@ -44,6 +44,9 @@ class OverlayStack {
   /// Puts the overlay on top of all.
   void orderFront(XOverlay& overlay);
 
+  /// Waits until the server has done all that it was asked for.
+  void settle();
+
   /// Harmless when it is not there.
   void orderOut(XOverlay& overlay);
 

@@ -6,6 +6,8 @@
 #include <QPainterPath>
 #include <QTextOption>
 
+#include "platform/linux/boundedText.h"
+
 namespace vesk::x11 {
 namespace {
 
@@ -29,9 +31,8 @@ void drawLabel(QPainter& painter, const OverlayLabel& label, const std::string& 
   option.setWrapMode(QTextOption::NoWrap);
   option.setTextDirection(Qt::LeftToRight);
   const QFontMetricsF metrics(font, painter.device());
-  painter.drawText(frame,
-                   metrics.elidedText(QString::fromStdString(text), Qt::ElideMiddle, frame.width()),
-                   option);
+  const QString whole = boundedText(QString::fromStdString(text));
+  painter.drawText(frame, metrics.elidedText(whole, Qt::ElideMiddle, frame.width()), option);
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ void XOverlay::orderFrontRegardless() {
   inFront_ = true;
   stack_->orderFront(*this);
   mapWindows();
-  xcb_flush(stack_->connection().get());
+  stack_->settle();
 }
 
 void XOverlay::orderOut() {

@@ -7,6 +7,11 @@ typedef NSUInteger NSWindowStyleMask;
 typedef NSUInteger NSWindowCollectionBehavior;
 typedef CGFloat NSFontWeight;
 typedef NSString *NSDeviceDescriptionKey;
+typedef NSUInteger NSWindowOcclusionState;
+enum : NSWindowOcclusionState { NSWindowOcclusionStateVisible = 1UL << 1 };
+enum NSEventType : NSUInteger { NSEventTypeLeftMouseDown = 1, NSEventTypeLeftMouseUp = 2, NSEventTypeKeyDown = 10, NSEventTypeKeyUp = 11 };
+typedef unsigned long long NSEventMask;
+enum : NSEventMask { NSEventMaskLeftMouseDown = 1ULL << 1, NSEventMaskLeftMouseUp = 1ULL << 2, NSEventMaskKeyDown = 1ULL << 10, NSEventMaskKeyUp = 1ULL << 11 };
 static const NSModalResponse NSModalResponseAbort = -1001;
 enum : NSWindowStyleMask { NSWindowStyleMaskBorderless = 0 };
 enum NSApplicationActivationPolicy : NSInteger { NSApplicationActivationPolicyAccessory = 1 };
@@ -20,6 +25,11 @@ enum NSTextAlignment : NSInteger { NSTextAlignmentCenter = 1 };
 
 NONNULL_BEGIN
 @class NSApplication, NSButton, NSColor, NSFont, NSView;
+DECLARED NSNotificationName const NSWindowDidBecomeKeyNotification;
+DECLARED NSNotificationName const NSWindowDidResignKeyNotification;
+DECLARED NSNotificationName const NSWindowDidMoveNotification;
+DECLARED NSNotificationName const NSWindowDidResizeNotification;
+DECLARED NSNotificationName const NSWindowDidChangeOcclusionStateNotification SINCE(10.9);
 DECLARED __kindof NSApplication *_Null_unspecified NSApp;
 DECLARED const NSFontWeight NSFontWeightRegular SINCE(10.11);
 DECLARED const NSFontWeight NSFontWeightSemibold SINCE(10.11);
@@ -28,6 +38,14 @@ DECLARED const NSFontWeight NSFontWeightSemibold SINCE(10.11);
 - (void)applicationDidFinishLaunching:(NSNotification *)notification;
 @end
 @interface NSResponder : NSObject
+@end
+@interface NSEvent : NSObject <NSCopying>
+@property (readonly) NSEventType type;
+@property (readonly) NSTimeInterval timestamp;
+@property (readonly) unsigned short keyCode;
+@property (getter=isARepeat, readonly) BOOL ARepeat;
++ (nullable id)addLocalMonitorForEventsMatchingMask:(NSEventMask)mask handler:(NSEvent *_Nullable (^)(NSEvent *event))handler SINCE(10.6);
++ (void)removeMonitor:(id)monitor SINCE(10.6);
 @end
 @interface NSApplication : NSResponder
 @property (class, readonly, strong) __kindof NSApplication *sharedApplication;
@@ -58,6 +76,7 @@ DECLARED const NSFontWeight NSFontWeightSemibold SINCE(10.11);
 @property BOOL hasShadow;
 @property BOOL ignoresMouseEvents;
 @property NSWindowLevel level;
+@property (readonly) NSWindowOcclusionState occlusionState SINCE(10.9);
 @property NSWindowCollectionBehavior collectionBehavior;
 @property (nullable, strong) __kindof NSView *contentView;
 - (void)orderFrontRegardless;

@@ -18,7 +18,7 @@ enum CGEventType : uint32_t { kCGEventFlagsChanged = 12 };
 enum CGMouseButton : uint32_t { kCGMouseButtonLeft = 0 };
 enum CGScrollEventUnit : uint32_t { kCGScrollEventUnitLine = 1 };
 enum CGEventTapLocation : uint32_t { kCGHIDEventTap = 0 };
-enum CGEventSourceStateID : int32_t { kCGEventSourceStateHIDSystemState = 1 };
+enum CGEventSourceStateID : int32_t { kCGEventSourceStateCombinedSessionState = 0, kCGEventSourceStateHIDSystemState = 1 };
 enum CGEventField : uint32_t { kCGMouseEventClickState = 1, kCGMouseEventButtonNumber = 3 };
 typedef uint64_t CGEventFlags;
 
@@ -33,6 +33,7 @@ DECLARED size_t CGDisplayModeGetPixelHeight(CGDisplayModeRef _Nullable mode) SIN
 DECLARED bool CGPreflightScreenCaptureAccess(void) SINCE(11.0);
 DECLARED bool CGRequestScreenCaptureAccess(void) SINCE(11.0);
 DECLARED CGEventSourceRef _Nullable CGEventSourceCreate(CGEventSourceStateID state);
+DECLARED bool CGEventSourceKeyState(CGEventSourceStateID state, CGKeyCode key);
 DECLARED CGEventRef _Nullable CGEventCreate(CGEventSourceRef _Nullable source);
 DECLARED CGEventRef _Nullable CGEventCreateMouseEvent(CGEventSourceRef _Nullable source, CGEventType type, CGPoint location, CGMouseButton button);
 DECLARED CGEventRef _Nullable CGEventCreateKeyboardEvent(CGEventSourceRef _Nullable source, CGKeyCode key, bool down);

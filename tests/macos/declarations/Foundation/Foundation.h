@@ -10,8 +10,9 @@ enum : NSUInteger { NSUTF8StringEncoding = 4 };
 static inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat width, CGFloat height) { return CGRectMake(x, y, width, height); }
 
 NONNULL_BEGIN
-@class NSError, NSString, NSTimer;
+@class NSError, NSOperationQueue, NSString, NSTimer;
 typedef NSString *NSRunLoopMode;
+typedef NSString *NSNotificationName;
 DECLARED NSRunLoopMode const NSRunLoopCommonModes SINCE(10.5);
 
 @protocol NSObject
@@ -70,6 +71,15 @@ __attribute__((objc_root_class)) @interface NSObject <NSObject> { Class isa; }
 @property (nullable, readonly, copy) NSString *reason;
 @end
 @interface NSNotification : NSObject
+@end
+@interface NSNotificationCenter : NSObject
+@property (class, readonly, strong) NSNotificationCenter *defaultCenter;
+- (id<NSObject>)addObserverForName:(nullable NSNotificationName)name object:(nullable id)object queue:(nullable NSOperationQueue *)queue usingBlock:(void (^)(NSNotification *notification))block SINCE(10.6);
+- (void)removeObserver:(id)observer;
+@end
+@interface NSProcessInfo : NSObject
+@property (class, readonly, strong) NSProcessInfo *processInfo;
+@property (readonly) NSTimeInterval systemUptime SINCE(10.6);
 @end
 @interface NSBundle : NSObject
 @property (class, readonly, strong) NSBundle *mainBundle;
