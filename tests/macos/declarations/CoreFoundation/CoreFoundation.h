@@ -42,7 +42,9 @@ DECLARED CFDictionaryRef _Null_unspecified CFDictionaryCreate(CFAllocatorRef _Nu
 DECLARED const CFRunLoopMode kCFRunLoopDefaultMode;
 DECLARED const CFRunLoopMode kCFRunLoopCommonModes;
 DECLARED CFRunLoopRef CFRunLoopGetMain(void);
+#ifdef __BLOCKS__
 DECLARED void CFRunLoopPerformBlock(CFRunLoopRef loop, CFTypeRef _Null_unspecified mode, void (^block)(void));
+#endif
 DECLARED void CFRunLoopWakeUp(CFRunLoopRef loop);
 DECLARED void CFRunLoopRun(void);
 DECLARED int32_t CFRunLoopRunInMode(CFRunLoopMode mode, double seconds, Boolean returnAfterSourceHandled);
