@@ -50,7 +50,7 @@ void decodeMove(benchmark::State& state) {
 
 void decodeAndPostMove(benchmark::State& state) {
   const SystemClock clock;
-  const InputGate gate(clock);
+  InputGate gate(clock);
   x11::XEventPoster poster(gate);
   OneDisplay displays;
   run(state, poster, displays);
@@ -59,7 +59,7 @@ void decodeAndPostMove(benchmark::State& state) {
 /// With the bounds of the main display asked of the server, as the program does it.
 void decodeMeasureAndPostMove(benchmark::State& state) {
   const SystemClock clock;
-  const InputGate gate(clock);
+  InputGate gate(clock);
   x11::XEventPoster poster(gate);
   x11::XDisplays displays;
   run(state, poster, displays);

@@ -80,6 +80,20 @@ std::vector<Received> EventRecorder::waitFor(std::size_t count) {
   return received;
 }
 
+/// The only request whose time an event tells.
+std::uint32_t EventRecorder::serverTime() {
+  const x11::Connection connection;
+  const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
+  xcb_change_window_attributes(connection.get(), window_, XCB_CW_EVENT_MASK, &events);
+  xcb_change_property(connection.get(), XCB_PROP_MODE_APPEND, window_, XCB_ATOM_WM_NAME,
+                      XCB_ATOM_STRING, 8, 0, nullptr);
+  xcb_flush(connection.get());
+  while (const ReplyPtr<xcb_generic_event_t> event{xcb_wait_for_event(connection.get())})
+    if ((event->response_type & 0x7F) == XCB_PROPERTY_NOTIFY)
+      return reinterpret_cast<const xcb_property_notify_event_t&>(*event).time;
+  throw std::runtime_error("no server");
+}
+
 std::string EventRecorder::takeText() {
   std::string text;
   for (const auto& event : take()) {

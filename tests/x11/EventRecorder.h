@@ -36,6 +36,9 @@ class EventRecorder {
   /// Waits for so many events, or ten seconds.
   std::vector<Received> waitFor(std::size_t count);
 
+  /// The server's time, in which events are stamped.
+  std::uint32_t serverTime();
+
   /// The text of the keys that went down, each as its symbol under its own state.
   std::string takeText();
 

@@ -4,7 +4,6 @@
 #include <csignal>
 #include <thread>
 
-#include "x11/EventRecorder.h"
 #include "x11/Session.h"
 
 namespace vesk::testing {
@@ -137,53 +136,6 @@ TEST_F(HeldTest, ALostServerIsBorneInSilence) {
   hands.text("日a");
   hands.releaseAll();
   EXPECT_FALSE(hands.poster.pointerLocation());
-}
-
-class GateTest : public ::testing::Test {
- protected:
-  Session session_;
-  EventRecorder recorder_;
-  Hands hands_;
-};
-
-TEST_F(GateTest, NothingOfTheViewersIsPostedWhileItIsClosed) {
-  hands_.move(0.25, 0.25);
-  recorder_.take();
-  hands_.gate.close();
-  hands_.move(0.5, 0.5);
-  hands_.click(0, 0.5, 0.5);
-  hands_.strike(13, 15);
-  hands_.strike(32);
-  hands_.key(160, true, 1);
-  hands_.send(R"({"t":"k","c":20,"e":"down"})");
-  hands_.send(R"({"t":"m","e":"wheel","d":1})");
-  hands_.text("y日\n");
-  hands_.releaseAll();
-  EXPECT_TRUE(recorder_.take().empty());
-  EXPECT_EQ(session_.keysDown(), std::vector<int>{});
-  EXPECT_EQ(session_.pointerState(), 0);
-  EXPECT_EQ(session_.lockedModifiers(), 0);
-  EXPECT_EQ(hands_.poster.pointerLocation(), (Point{480, 270}));
-}
-
-TEST_F(GateTest, WhatIsHeldCanBeLetGoWhileItIsClosed) {
-  hands_.key('A', true, 3);
-  hands_.button(0, true, 0.5, 0.5);
-  hands_.gate.close();
-  hands_.releaseAll();
-  EXPECT_EQ(session_.keysDown(), std::vector<int>{});
-  EXPECT_EQ(session_.pointerState(), 0);
-}
-
-TEST_F(GateTest, InputGoesOnOnceItWasOpenedAsOftenAsClosed) {
-  hands_.gate.close();
-  hands_.gate.close();
-  hands_.gate.open();
-  hands_.strike('A');
-  EXPECT_EQ(recorder_.takeText(), "");
-  hands_.gate.open();
-  hands_.strike('A');
-  EXPECT_EQ(recorder_.takeText(), "a");
 }
 
 }  // namespace

@@ -37,7 +37,12 @@ constexpr const char* page = R"(<title>loading</title>
     if (!document.hasFocus() || document.activeElement !== field) return;
     document.title = 'ready';
     clearInterval(wait);
-    document.onselectionchange = field.oninput = field.onscroll = field.onselect = tell;
+    let asked = false;
+    const tellSoon = () => {
+      if (!asked) requestAnimationFrame(() => { asked = false; tell(); });
+      asked = true;
+    };
+    document.onselectionchange = field.oninput = field.onscroll = field.onselect = tellSoon;
   }, 20);
 </script>)";
 
@@ -69,6 +74,7 @@ class Program : public Receiver {
 
   std::string text() override { return contents(folder_.path() / "output"); }
   bool hasEnded() override { return ended(process_.pid()); }
+  pid_t pid() const override { return process_.pid(); }
   Point place(Point inWindow) override { return session_.place(window_, inWindow); }
 
  protected:

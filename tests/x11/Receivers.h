@@ -23,6 +23,7 @@ class Receiver {
   virtual std::string scroll() { return {}; }
 
   virtual bool hasEnded() = 0;
+  virtual pid_t pid() const = 0;
 
   /// A place in the window, on the root window.
   virtual Point place(Point inWindow) = 0;

@@ -96,7 +96,9 @@ xcb_window_t Session::waitForActive(const std::string& name) {
   });
   if (!found) return XCB_NONE;
   // It has the focus as well, and has read that: a program that is busy starting loses keys.
-  x11::Reader reader(*connection_);
+  const SystemClock clock;
+  const InputGate gate(clock);
+  x11::Reader reader(*connection_, gate);
   eventually([&] {
     return reader.hasReadEverything(std::chrono::steady_clock::now() + std::chrono::seconds(1),
                                     [](const auto&) {}) ||

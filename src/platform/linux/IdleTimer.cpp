@@ -1,11 +1,15 @@
 #include "platform/linux/IdleTimer.h"
 
+#include <system_error>
 #include <utility>
 
 namespace vesk {
 
 IdleTimer::IdleTimer(std::chrono::milliseconds delay, std::function<void()> task)
-    : delay_(delay), task_(std::move(task)) {}
+    : delay_(delay), task_(std::move(task)) {
+  const std::lock_guard lock(mutex_);
+  startThread();
+}
 
 IdleTimer::~IdleTimer() {
   {
@@ -20,9 +24,17 @@ void IdleTimer::restart() {
   const std::lock_guard lock(mutex_);
   const bool wasIdle = !due_.has_value();
   due_ = std::chrono::steady_clock::now() + delay_;
-  if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
+  if (!thread_.joinable()) startThread();
   // A thread that already waits finds the later time by itself when it wakes.
   if (wasIdle) changed_.notify_all();
+}
+
+void IdleTimer::startThread() {
+  try {
+    thread_ = std::thread([this] { run(); });
+  } catch (const std::system_error&) {
+    // The next restart tries again.
+  }
 }
 
 void IdleTimer::run() {

@@ -11,9 +11,10 @@ namespace vesk {
 
 /// Does something once a while after it was last put off.
 ///
-/// Thread: `restart` from any; the task runs on a thread of this object's own, which is started by
-/// the first `restart` and sleeps without waking until the time has come. Destroying the object
-/// waits for a running task and drops one that was due.
+/// Thread: `restart` from any, the task too; the task runs on a thread of this object's own, which
+/// starts with it and sleeps without waking until the time has come. Destroying the object waits
+/// for a running task and drops one that was due. Fails: where no thread can be had, nothing is
+/// done until a later `restart` gets one.
 class IdleTimer {
  public:
   IdleTimer(std::chrono::milliseconds delay, std::function<void()> task);
@@ -26,6 +27,7 @@ class IdleTimer {
  private:
   using Time = std::chrono::steady_clock::time_point;
 
+  void startThread();
   void run();
 
   const std::chrono::milliseconds delay_;

@@ -1,5 +1,6 @@
 #include "platform/macos/MacEventPoster.h"
 
+#include <utility>
 #include <vector>
 
 namespace vesk::mac {
@@ -17,6 +18,16 @@ void setFlags(const EventRef& event, std::optional<EventFlags> flags) {
   if (flags) CGEventSetFlags(event.get(), static_cast<CGEventFlags>(*flags));
 }
 
+bool isPress(EventType type) {
+  return type == EventType::leftMouseDown || type == EventType::rightMouseDown ||
+         type == EventType::otherMouseDown;
+}
+
+EventType releaseOf(MouseButton button) {
+  if (button == MouseButton::right) return EventType::rightMouseUp;
+  return button == MouseButton::center ? EventType::otherMouseUp : EventType::leftMouseUp;
+}
+
 bool isRelease(EventType type) {
   return type == EventType::leftMouseUp || type == EventType::rightMouseUp ||
          type == EventType::otherMouseUp;
@@ -24,11 +35,33 @@ bool isRelease(EventType type) {
 
 }  // namespace
 
-MacEventPoster::MacEventPoster(const InputGate& gate)
-    : gate_(gate), source_(adopt(CGEventSourceCreate(kCGEventSourceStateHIDSystemState))) {}
+MacEventPoster::MacEventPoster(InputGate& gate)
+    : gate_(gate), source_(adopt(CGEventSourceCreate(kCGEventSourceStateHIDSystemState))) {
+  gate_.onClose = [this] { letGo(); };
+}
+
+MacEventPoster::~MacEventPoster() { gate_.onClose = nullptr; }
 
 void MacEventPoster::post(const MouseEvent& event) {
-  if (!gate_.isOpen() && !isRelease(event.type)) return;
+  const std::lock_guard lock(mutex_);
+  if (mayPost(event)) create(event);
+}
+
+bool MacEventPoster::mayPost(const MouseEvent& event) {
+  if (isRelease(event.type)) {
+    const bool isHeld = buttons_.erase(event.button) != 0;
+    const bool wasLetGo = buttonsLetGo_.erase(event.button) != 0;
+    return isHeld || (!wasLetGo && gate_.isOpen());
+  }
+  if (!gate_.isOpen()) return false;
+  if (isPress(event.type)) {
+    buttons_[event.button] = event;
+    buttonsLetGo_.erase(event.button);
+  }
+  return true;
+}
+
+void MacEventPoster::create(const MouseEvent& event) {
   const auto made = adopt(CGEventCreateMouseEvent(
       source_.get(), static_cast<CGEventType>(event.type),
       CGPointMake(event.point.x, event.point.y), static_cast<CGMouseButton>(event.button)));
@@ -40,15 +73,42 @@ void MacEventPoster::post(const MouseEvent& event) {
 }
 
 void MacEventPoster::post(const KeyboardEvent& event) {
-  if (!gate_.isOpen() && event.type == EventType::keyDown) return;
+  const std::lock_guard lock(mutex_);
+  if (event.type == EventType::flagsChanged) {
+    postFlags(event);
+  } else if (mayPost(event)) {
+    create(event);
+  }
+}
+
+bool MacEventPoster::mayPost(const KeyboardEvent& event) {
+  if (!event.down) {
+    const bool isHeld = keys_.erase(event.keyCode) != 0;
+    const bool wasLetGo = keysLetGo_.erase(event.keyCode) != 0;
+    return isHeld || (!wasLetGo && gate_.isOpen());
+  }
+  if (!gate_.isOpen()) return false;
+  keys_[event.keyCode] = event;
+  keysLetGo_.erase(event.keyCode);
+  return true;
+}
+
+/// With the gate shut modifiers can only be let go.
+void MacEventPoster::postFlags(KeyboardEvent event) {
+  const EventFlags wanted = event.flags.value_or(0);
+  const bool isOpen = gate_.isOpen();
+  const EventFlags allowed = isOpen ? wanted : wanted & flags_;
+  if (!isOpen && allowed == flags_) return;
+  flags_ = allowed;
+  event.flags = allowed;
+  create(event);
+}
+
+void MacEventPoster::create(const KeyboardEvent& event) {
   const auto made = adopt(CGEventCreateKeyboardEvent(source_.get(), event.keyCode, event.down));
   if (!made) return;
-  if (event.type == EventType::flagsChanged) {
-    CGEventSetType(made.get(), kCGEventFlagsChanged);
-    setFlags(made, allowedFlags(event));
-  } else {
-    setFlags(made, event.flags);
-  }
+  if (event.type == EventType::flagsChanged) CGEventSetType(made.get(), kCGEventFlagsChanged);
+  setFlags(made, event.flags);
   if (event.unicode) {
     const std::vector<UniChar> units(event.unicode->begin(), event.unicode->end());
     CGEventKeyboardSetUnicodeString(made.get(), units.size(), units.data());
@@ -56,14 +116,29 @@ void MacEventPoster::post(const KeyboardEvent& event) {
   postAsHardware(made);
 }
 
-/// With the gate closed modifiers can only be let go.
-EventFlags MacEventPoster::allowedFlags(const KeyboardEvent& event) {
-  const EventFlags wanted = event.flags.value_or(0);
-  postedFlags_ = gate_.isOpen() ? wanted : wanted & postedFlags_;
-  return postedFlags_;
+void MacEventPoster::letGo() {
+  constexpr KeyCode standIn = 0x38;  // the flags as a whole are told, whichever key is named
+  const std::lock_guard lock(mutex_);
+  const Point place = buttons_.empty() ? Point{} : pointerLocation().value_or(Point{});
+  for (const auto& [button, press] : std::exchange(buttons_, {})) {
+    create(MouseEvent{.type = releaseOf(button),
+                      .point = place,
+                      .button = button,
+                      .buttonNumber = press.buttonNumber});
+    buttonsLetGo_.insert(button);
+  }
+  for (auto& [key, press] : std::exchange(keys_, {})) {
+    KeyboardEvent release{.keyCode = key, .down = false, .type = EventType::keyUp};
+    release.unicode = press.unicode;
+    create(release);
+    keysLetGo_.insert(key);
+  }
+  if (std::exchange(flags_, 0) != 0)
+    create(KeyboardEvent{.keyCode = standIn, .type = EventType::flagsChanged, .flags = 0});
 }
 
 void MacEventPoster::post(const ScrollEvent& event) {
+  const std::lock_guard lock(mutex_);
   if (!gate_.isOpen()) return;
   constexpr std::uint32_t wheels = 1;
   const auto made = adopt(CGEventCreateScrollWheelEvent2(source_.get(), kCGScrollEventUnitLine,

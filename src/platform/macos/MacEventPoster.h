@@ -2,6 +2,10 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
+#include <map>
+#include <mutex>
+#include <set>
+
 #include "platform/Events.h"
 #include "platform/InputGate.h"
 #include "platform/macos/Retained.h"
@@ -11,12 +15,16 @@ namespace vesk::mac {
 /// Posts events where the hardware's own enter the system. Without the accessibility grant the
 /// system drops them in silence.
 ///
-/// While the gate is closed nothing is pressed, moved or typed; what is held can be let go.
-/// Thread, failure: as `EventPoster` says.
+/// The gate is asked before each event: while it is shut nothing is pressed, moved or typed, and
+/// what is held can be let go. Closing it lets go of everything; what of that is let go once more
+/// later is not posted again.
+///
+/// Thread: any. Failure: as `EventPoster` says.
 class MacEventPoster final : public EventPoster {
  public:
-  /// The gate outlives this object.
-  explicit MacEventPoster(const InputGate& gate);
+  /// The gate outlives this object, which is the one that acts when it closes.
+  explicit MacEventPoster(InputGate& gate);
+  ~MacEventPoster() override;
 
   void post(const MouseEvent& event) override;
   void post(const KeyboardEvent& event) override;
@@ -24,12 +32,23 @@ class MacEventPoster final : public EventPoster {
   std::optional<Point> pointerLocation() override;
 
  private:
-  EventFlags allowedFlags(const KeyboardEvent& event);
+  bool mayPost(const MouseEvent& event);
+  bool mayPost(const KeyboardEvent& event);
+  void postFlags(KeyboardEvent event);
+  void create(const MouseEvent& event);
+  void create(const KeyboardEvent& event);
+  void letGo();
 
-  const InputGate& gate_;
+  InputGate& gate_;
+  std::mutex mutex_;  ///< against whoever closes the gate
   /// One for good: the end of a source resets what others of its kind believe to be held.
   Retained<CGEventSourceRef> source_;
-  EventFlags postedFlags_ = 0;  ///< of the modifiers, as last told to the system
+
+  std::map<MouseButton, MouseEvent> buttons_;  ///< held, as they were pressed
+  std::map<KeyCode, KeyboardEvent> keys_;      ///< the same
+  EventFlags flags_ = 0;                       ///< of the modifiers, as last told to the system
+  std::set<MouseButton> buttonsLetGo_;         ///< by closing the gate, and not told of since
+  std::set<KeyCode> keysLetGo_;                ///< the same
 };
 
 }  // namespace vesk::mac

@@ -99,25 +99,129 @@ TEST_F(MacEventPosterTest, KeepsOneSourceForGood) {
   EXPECT_EQ(system_.sources, 1);
 }
 
-TEST_F(MacEventPosterTest, OnlyLetsGoWhileTheGateIsClosed) {
-  poster_->post(KeyboardEvent{
-      .keyCode = 0x38, .down = true, .type = EventType::flagsChanged, .flags = eventFlag::shift});
-  system_.posted.clear();
+/// What is held when the gate closes, and what is posted from then on.
+class MacEventPosterGateTest : public MacEventPosterTest {
+ protected:
+  void hold() {
+    poster_->post(MouseEvent{.type = EventType::otherMouseDown,
+                             .point = {},
+                             .button = MouseButton::center,
+                             .buttonNumber = 2});
+    poster_->post(KeyboardEvent{.keyCode = 36, .down = true, .type = EventType::keyDown});
+    poster_->post(KeyboardEvent{
+        .keyCode = 0x38, .down = true, .type = EventType::flagsChanged, .flags = shiftAndCommand});
+    system_.posted.clear();
+  }
+
+  void letGo() {
+    poster_->post(MouseEvent{.type = EventType::otherMouseUp,
+                             .point = {},
+                             .button = MouseButton::center,
+                             .buttonNumber = 2});
+    poster_->post(KeyboardEvent{.keyCode = 36, .down = false, .type = EventType::keyUp});
+    poster_->post(
+        KeyboardEvent{.keyCode = 0x38, .down = false, .type = EventType::flagsChanged, .flags = 0});
+  }
+
+  static constexpr EventFlags shiftAndCommand = eventFlag::shift | eventFlag::command;
+};
+
+TEST_F(MacEventPosterGateTest, PressesMovesAndTypesNothingWhileItIsClosed) {
   gate_.close();
   poster_->post(MouseEvent{.type = EventType::mouseMoved, .point = {}});
   poster_->post(MouseEvent{.type = EventType::leftMouseDown, .point = {}});
   poster_->post(KeyboardEvent{.keyCode = 36, .down = true, .type = EventType::keyDown});
+  poster_->post(KeyboardEvent{
+      .keyCode = 0x38, .down = true, .type = EventType::flagsChanged, .flags = shiftAndCommand});
   poster_->post(ScrollEvent{.lines = 3});
   EXPECT_TRUE(system_.posted.empty());
+}
 
-  poster_->post(MouseEvent{.type = EventType::leftMouseUp, .point = {}});
-  poster_->post(KeyboardEvent{.keyCode = 36, .down = false, .type = EventType::keyUp});
-  poster_->post(KeyboardEvent{.keyCode = 0x37,
+TEST_F(MacEventPosterGateTest, LetsGoOfEverythingWhenItCloses) {
+  hold();
+  system_.pointer = {3, 4};
+  gate_.close();
+  ASSERT_EQ(system_.posted.size(), 3U);
+  EXPECT_EQ(number(system_.posted[0].type), 26U);
+  EXPECT_EQ(system_.posted[0].location.x, 3);
+  EXPECT_EQ(system_.posted[0].fields,
+            (std::map<CGEventField, std::int64_t>{{kCGMouseEventButtonNumber, 2}}));
+  EXPECT_EQ(system_.posted[1].key, 36);
+  EXPECT_EQ(system_.posted[1].down, false);
+  EXPECT_EQ(number(system_.posted[2].type), 12U);
+  EXPECT_EQ(system_.posted[2].flags, 0U);
+}
+
+TEST_F(MacEventPosterGateTest, LetsGoOfNothingTwice) {
+  hold();
+  gate_.close();
+  gate_.close();
+  EXPECT_EQ(system_.posted.size(), 3U);
+  letGo();
+  EXPECT_EQ(system_.posted.size(), 3U);
+  gate_.open();
+  gate_.open();
+  hold();
+  letGo();
+  EXPECT_EQ(system_.posted.size(), 3U);
+}
+
+TEST_F(MacEventPosterGateTest, LetsGoOfNothingAgainOnceItIsOpen) {
+  hold();
+  gate_.close();
+  gate_.open();
+  system_.posted.clear();
+  letGo();
+  ASSERT_EQ(system_.posted.size(), 1U);
+  EXPECT_EQ(number(system_.posted[0].type), 12U);
+}
+
+TEST_F(MacEventPosterGateTest, TakesAwayModifiersButAddsNoneWhileItIsShut) {
+  poster_->post(KeyboardEvent{
+      .keyCode = 0x38, .down = true, .type = EventType::flagsChanged, .flags = shiftAndCommand});
+  gate_.endBy(clock_.hostTime());
+  poster_->post(KeyboardEvent{.keyCode = 0x3B,
                               .down = true,
                               .type = EventType::flagsChanged,
-                              .flags = eventFlag::shift | eventFlag::command});
+                              .flags = eventFlag::shift | eventFlag::control});
+  ASSERT_EQ(system_.posted.size(), 2U);
+  EXPECT_EQ(system_.posted[1].flags, eventFlag::shift);
+}
+
+TEST_F(MacEventPosterGateTest, LetsGoOfWhatIsHeldAfterAnEnd) {
+  hold();
+  gate_.endBy(clock_.hostTime());
+  letGo();
   ASSERT_EQ(system_.posted.size(), 3U);
-  EXPECT_EQ(system_.posted.back().flags, eventFlag::shift);
+  EXPECT_EQ(system_.posted.back().flags, 0U);
+}
+
+TEST_F(MacEventPosterGateTest, ClosesNoTextInTheMiddleOfAStroke) {
+  const KeyboardEvent down{
+      .keyCode = 0, .down = true, .type = EventType::keyDown, .flags = 0, .unicode = u"a"};
+  KeyboardEvent up = down;
+  up.down = false;
+  up.type = EventType::keyUp;
+  poster_->post(down);
+  gate_.close();
+  ASSERT_EQ(system_.posted.size(), 2U);
+  EXPECT_EQ(system_.posted[1].down, false);
+  poster_->post(up);
+  poster_->post(down);
+  poster_->post(up);
+  EXPECT_EQ(system_.posted.size(), 2U);
+}
+
+TEST_F(MacEventPosterGateTest, PassesReleasesThatNothingBelongsTo) {
+  letGo();
+  EXPECT_EQ(system_.posted.size(), 3U);
+}
+
+TEST_F(MacEventPosterGateTest, IsLeftAloneByAPosterThatHasEnded) {
+  hold();
+  poster_.reset();
+  gate_.close();
+  EXPECT_TRUE(system_.posted.empty());
 }
 
 }  // namespace

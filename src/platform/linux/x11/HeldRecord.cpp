@@ -1,5 +1,6 @@
 #include "platform/linux/x11/HeldRecord.h"
 
+#include "platform/linux/x11/KeyLevels.h"
 #include "platform/linux/x11/Properties.h"
 #include "platform/linux/x11/XTest.h"
 
@@ -85,9 +86,7 @@ void HeldRecord::undoPredecessor(const XKeyboard& keyboard) {
     if (held.capsLock) locks.modifiers &= static_cast<XModifiers>(~XKeyboard::capsLock);
     keyboard.setLocks(locks);
   }
-  std::map<xcb_keycode_t, xcb_keysym_t> nothing;
-  for (const auto key : held.mapped) nothing.emplace(key, XCB_NO_SYMBOL);
-  mapSymbols(connection_, nothing);
+  unmapKeys(connection_, std::vector(held.mapped.begin(), held.mapped.end()));
   xcb_delete_property(connection_.get(), connection_.root(), property_);
   xcb_flush(connection_.get());
 }

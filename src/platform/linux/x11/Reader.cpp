@@ -9,7 +9,8 @@
 
 namespace vesk::x11 {
 
-Reader::Reader(const Connection& connection) : connection_(connection) {}
+Reader::Reader(const Connection& connection, const InputGate& gate)
+    : connection_(connection), gate_(gate) {}
 
 bool Reader::hasReadEverything(Clock::time_point deadline, const OtherEvent& onOther) {
   if (ping_ == XCB_ATOM_NONE) {
@@ -84,16 +85,18 @@ bool Reader::isAnswer(const xcb_generic_event_t& event, xcb_window_t window) con
 
 bool Reader::awaitAnswer(xcb_window_t window, Clock::time_point deadline,
                          const OtherEvent& onOther) {
-  while (connection_) {
+  while (connection_ && gate_.isOpen()) {
     while (const ReplyPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())}) {
       if (isAnswer(*event, window)) return true;
       onOther(*event);
     }
     const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    if (left <= 0) return false;
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    if (left.count() <= 0) return false;
+    // Nothing that can be polled tells of the gate.
+    constexpr std::chrono::milliseconds untilGateIsAsked{5};
     pollfd descriptor{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
-    ::poll(&descriptor, 1, static_cast<int>(left));
+    ::poll(&descriptor, 1, static_cast<int>(std::min(left, untilGateIsAsked).count()));
   }
   return false;
 }

@@ -2,78 +2,91 @@
 
 #include <algorithm>
 
-#include "platform/linux/x11/XTest.h"
-
 namespace vesk::x11 {
 
 void SpareKeys::adopt(const XKeyboard& keyboard) {
-  std::erase_if(slots_, [&](const Slot& slot) {
-    return slot.symbol == XKB_KEY_NoSymbol || keyboard.symbol(slot.keycode) != slot.symbol;
-  });
+  levels_ = keyboard.levels();
+  std::erase_if(keys_, [&](const Key& key) { return !isStillLent(key, keyboard); });
   for (const auto keycode : keyboard.unmapped())
-    slots_.push_back({.keycode = keycode, .symbol = XKB_KEY_NoSymbol, .struck = {}});
+    keys_.push_back({.keycode = keycode, .symbols = {}, .struck = {}});
   keycodes_.clear();
-  for (const auto& slot : slots_) keycodes_.push_back(slot.keycode);
-  sortByUse();
+  for (const auto& key : keys_) keycodes_.push_back(key.keycode);
+  std::ranges::stable_sort(keys_, {}, &Key::struck);
 }
 
-std::optional<xcb_keycode_t> SpareKeys::find(xkb_keysym_t symbol) const {
-  const auto found = std::ranges::find(slots_, symbol, &Slot::symbol);
-  if (found == slots_.end()) return std::nullopt;
-  return found->keycode;
+bool SpareKeys::isStillLent(const Key& key, const XKeyboard& keyboard) const {
+  if (key.symbols.empty() || key.symbols.size() > levels_.reached.size()) return false;
+  for (std::size_t i = 0; i < key.symbols.size(); ++i)
+    if (keyboard.symbol(key.keycode, levels_.reached[i].level) != key.symbols[i]) return false;
+  return true;
 }
 
-std::optional<SpareKeys::Time> SpareKeys::lastUseOf(std::size_t count) const {
-  if (count == 0 || slots_.empty()) return std::nullopt;
-  const Slot& latest = slots_[std::min(count, slots_.size()) - 1];
-  if (latest.symbol == XKB_KEY_NoSymbol) return std::nullopt;
-  return latest.struck;
+std::size_t SpareKeys::batch() const {
+  constexpr std::size_t keysAtATime = 2;
+  const std::size_t few = std::min(keysAtATime * levels_.reached.size(), keys_.size());
+  return std::max(few, std::size_t{1});
 }
 
-void SpareKeys::lend(std::span<const xkb_keysym_t> symbols) {
-  const auto now = std::chrono::steady_clock::now();
-  std::map<xcb_keycode_t, xcb_keysym_t> mapped;
-  for (std::size_t i = 0; i < std::min(symbols.size(), slots_.size()); ++i) {
-    slots_[i].symbol = symbols[i];
-    slots_[i].struck = now;
-    mapped.emplace(slots_[i].keycode, symbols[i]);
+std::optional<Stroke> SpareKeys::find(xkb_keysym_t symbol, std::uint8_t group) const {
+  for (const auto& key : keys_) {
+    const auto found = std::ranges::find(key.symbols, symbol);
+    if (found == key.symbols.end()) continue;
+    const auto index = static_cast<std::size_t>(found - key.symbols.begin());
+    return Stroke{key.keycode, {levels_.reached[index].modifiers, group}};
   }
-  mapSymbols(connection_, mapped);
-  sortByUse();
+  return std::nullopt;
+}
+
+SpareKeys::Lending SpareKeys::plan(std::span<const xkb_keysym_t> symbols) const {
+  Lending lending;
+  const auto take = [&](const Key& key, std::vector<xcb_keysym_t> kept) {
+    const auto count = std::min(symbols.size(), levels_.reached.size() - kept.size());
+    kept.insert(kept.end(), symbols.begin(), symbols.begin() + static_cast<std::ptrdiff_t>(count));
+    symbols = symbols.subspan(count);
+    lending.keys[key.keycode] = std::move(kept);
+  };
+  for (const auto& key : keys_) {
+    if (symbols.empty()) break;
+    if (!key.symbols.empty() && key.symbols.size() < levels_.reached.size()) take(key, key.symbols);
+  }
+  for (const auto& key : keys_) {
+    if (symbols.empty()) break;
+    if (lending.keys.contains(key.keycode)) continue;
+    if (!key.symbols.empty()) lending.lastUse = key.struck;
+    take(key, {});
+  }
+  return lending;
+}
+
+bool SpareKeys::lend(const Lending& lending) {
+  const auto now = Time::clock::now();
+  for (const auto& [keycode, symbols] : lending.keys) {
+    const auto key = std::ranges::find(keys_, keycode, &Key::keycode);
+    if (key != keys_.end()) key->symbols = symbols;
+    struck(keycode, now);
+  }
+  if (mapKeys(connection_, levels_, lending.keys)) return true;
+  takeBack();
+  levels_ = KeyLevels::single();
+  return false;
 }
 
 void SpareKeys::struck(xcb_keycode_t keycode, Time time) {
-  const auto slot = std::ranges::find(slots_, keycode, &Slot::keycode);
-  if (slot == slots_.end()) return;
-  slot->struck = time;
-  std::rotate(slot, slot + 1, slots_.end());
-}
-
-std::set<xcb_keycode_t> SpareKeys::lent() const {
-  std::set<xcb_keycode_t> result;
-  for (const auto& slot : slots_)
-    if (slot.symbol != XKB_KEY_NoSymbol) result.insert(slot.keycode);
-  return result;
-}
-
-std::set<xcb_keycode_t> SpareKeys::next(std::size_t count) const {
-  std::set<xcb_keycode_t> result;
-  for (const auto& slot : std::span(slots_).first(std::min(count, slots_.size())))
-    result.insert(slot.keycode);
-  return result;
+  const auto key = std::ranges::find(keys_, keycode, &Key::keycode);
+  if (key == keys_.end()) return;
+  key->struck = time;
+  std::rotate(key, key + 1, keys_.end());
 }
 
 void SpareKeys::takeBack() {
-  std::map<xcb_keycode_t, xcb_keysym_t> nothing;
-  for (auto& slot : slots_) {
-    if (slot.symbol == XKB_KEY_NoSymbol) continue;
-    nothing.emplace(slot.keycode, XCB_NO_SYMBOL);
-    slot.symbol = XKB_KEY_NoSymbol;
-    slot.struck = {};
+  std::vector<xcb_keycode_t> lent;
+  for (auto& key : keys_) {
+    if (key.symbols.empty()) continue;
+    lent.push_back(key.keycode);
+    key.symbols.clear();
+    key.struck = {};
   }
-  mapSymbols(connection_, nothing);
+  unmapKeys(connection_, lent);
 }
-
-void SpareKeys::sortByUse() { std::ranges::stable_sort(slots_, {}, &Slot::struck); }
 
 }  // namespace vesk::x11

@@ -2,65 +2,74 @@
 
 #include <chrono>
 #include <optional>
-#include <set>
 #include <span>
 #include <vector>
 
 #include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/KeyLevels.h"
 #include "platform/linux/x11/XKeyboard.h"
 
 namespace vesk::x11 {
 
-/// Keycodes that the person's layout leaves free, lent to characters that it cannot type.
+/// Keycodes that the person's layout leaves free, lent to characters that it cannot type, several
+/// to each.
 ///
 /// A program looks a keycode up when it reads the event, not when the key was struck. So the
-/// keycode that was struck longest ago is lent anew first, and the caller learns when that was.
+/// keycode that was struck longest ago is lent anew first, and the caller learns when that was. A
+/// level that has no character yet can be lent at any time.
 ///
 /// Thread: one at a time. Fails: as no keycode, where none is free.
 class SpareKeys {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
+  /// What is to be lent: each keycode with all that it will type then.
+  struct Lending {
+    KeySymbols keys;
+    std::optional<Time> lastUse;  ///< of those that type something else until then
+  };
+
   explicit SpareKeys(const Connection& connection) : connection_(connection) {}
 
   /// Takes over what the keyboard has free now. What another mapped meanwhile is lost.
   void adopt(const XKeyboard& keyboard);
 
-  /// How many characters can be lent a key before one that was just struck must be lent anew.
-  std::size_t batch() const { return (slots_.size() + 1) / 2; }
+  /// How many characters are to be lent a key at a time: as many as share two of them, so that the
+  /// wait for the oldest is for few, and never more than can have one together, whichever of them
+  /// have one already.
+  std::size_t batch() const;
 
-  std::optional<xcb_keycode_t> find(xkb_keysym_t symbol) const;
+  /// How to type a character that was lent a key, in the given group.
+  std::optional<Stroke> find(xkb_keysym_t symbol, std::uint8_t group) const;
 
-  /// When the last of the keys was struck that would have to be lent anew for so many symbols, or
-  /// nothing when these have not been lent at all.
-  std::optional<Time> lastUseOf(std::size_t count) const;
+  /// How characters that have no key would get one.
+  Lending plan(std::span<const xkb_keysym_t> symbols) const;
 
-  /// Lends the keys struck longest ago. At most `batch()` symbols.
-  void lend(std::span<const xkb_keysym_t> symbols);
+  /// Whether the server has taken it. Where it has not, because another of the person's keyboards
+  /// is mapped differently, nothing is lent any more; each key gets one character from now on, as
+  /// every keyboard can have it, and the lending is to be planned anew.
+  bool lend(const Lending& lending);
 
   void struck(xcb_keycode_t keycode, Time time);
 
-  /// The keycodes lent at present, and all that can be lent.
-  std::set<xcb_keycode_t> lent() const;
+  /// All that can be lent.
   std::span<const xcb_keycode_t> keycodes() const { return keycodes_; }
-
-  /// The keycodes that `lend` would take.
-  std::set<xcb_keycode_t> next(std::size_t count) const;
 
   /// Maps nothing to them again.
   void takeBack();
 
  private:
-  struct Slot {
+  struct Key {
     xcb_keycode_t keycode = 0;
-    xkb_keysym_t symbol = 0;  ///< none: not lent
+    std::vector<xcb_keysym_t> symbols;  ///< by level; none: not lent
     Time struck;
   };
 
-  void sortByUse();
+  bool isStillLent(const Key& key, const XKeyboard& keyboard) const;
 
   const Connection& connection_;
-  std::vector<Slot> slots_;  ///< the one struck longest ago first
+  KeyLevels levels_ = KeyLevels::single();
+  std::vector<Key> keys_;  ///< the one struck longest ago first
   std::vector<xcb_keycode_t> keycodes_;
 };
 

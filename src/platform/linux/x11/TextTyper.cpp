@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <set>
-#include <thread>
 
 #include "platform/linux/x11/XTest.h"
 
@@ -25,14 +24,15 @@ std::optional<char32_t> typeable(char32_t character) {
 
 }  // namespace
 
-TextTyper::TextTyper(const Connection& connection, XKeyboard& keyboard, Held& held,
-                     HeldRecord& record)
+TextTyper::TextTyper(const Connection& connection, const InputGate& gate, XKeyboard& keyboard,
+                     Held& held, HeldRecord& record)
     : connection_(connection),
+      gate_(gate),
       keyboard_(keyboard),
       held_(held),
       record_(record),
       spares_(connection),
-      reader_(connection) {}
+      reader_(connection, gate) {}
 
 void TextTyper::type(std::u16string_view run) {
   if (generation_ != keyboard_.generation()) {
@@ -44,8 +44,7 @@ void TextTyper::type(std::u16string_view run) {
   for (std::span<const Planned> rest(planned); !rest.empty();) {
     const auto part = nextPart(rest);
     rest = rest.subspan(part.size());
-    lendFor(part);
-    strike(part, locks);
+    if (!lendFor(part) || !strike(part, locks)) return endText();
   }
 }
 
@@ -61,54 +60,64 @@ std::vector<TextTyper::Planned> TextTyper::plan(const std::u32string& characters
   return planned;
 }
 
-/// As much as can be typed without lending one keycode twice.
+/// As much as can be typed without lending one level twice.
 std::span<const TextTyper::Planned> TextTyper::nextPart(std::span<const Planned> planned) const {
   std::set<xkb_keysym_t> lent;
   std::size_t length = 0;
   for (; length < planned.size(); ++length) {
     if (planned[length].stroke) continue;
     lent.insert(planned[length].symbol);
-    if (lent.size() > std::max(spares_.batch(), std::size_t{1})) break;
+    if (lent.size() > spares_.batch()) break;
   }
   return planned.first(length);
 }
 
-void TextTyper::lendFor(std::span<const Planned> part) {
-  const auto now = SpareKeys::Time::clock::now();
+/// Whether the part can be typed now; not once the gate is shut.
+bool TextTyper::lendFor(std::span<const Planned> part) {
+  const auto missing = missingOf(part);
+  if (missing.empty()) return true;
+  const auto lending = spares_.plan(missing);
+  if (lending.lastUse && !awaitReader(*lending.lastUse, usualPatience)) return false;
+  for (const auto& [keycode, symbols] : lending.keys) held_.mapped.insert(keycode);
+  record_.write(held_);
+  if (!spares_.lend(lending)) spares_.lend(spares_.plan(missingOf(part)));
+  return true;
+}
+
+/// What is to be lent a key. What has one keeps it until it is struck.
+std::vector<xkb_keysym_t> TextTyper::missingOf(std::span<const Planned> part) {
+  const auto now = Time::clock::now();
   std::vector<xkb_keysym_t> missing;
   for (const auto& planned : part) {
     if (planned.stroke) continue;
-    if (const auto keycode = spares_.find(planned.symbol)) {
-      spares_.struck(*keycode, now);
+    if (const auto stroke = spares_.find(planned.symbol, 0)) {
+      spares_.struck(stroke->keycode, now);
     } else if (std::ranges::find(missing, planned.symbol) == missing.end()) {
       missing.push_back(planned.symbol);
     }
   }
-  if (missing.empty()) return;
-  if (const auto lastUse = spares_.lastUseOf(missing.size())) awaitReader(*lastUse);
-  held_.mapped.merge(spares_.next(missing.size()));
-  record_.write(held_);
-  spares_.lend(missing);
+  return missing;
 }
 
 /// What a key has typed must have been read before the key is lent anew. A program that takes no
-/// questions is given time instead.
-void TextTyper::awaitReader(SpareKeys::Time lastUse) {
-  constexpr std::chrono::milliseconds patience{1000};
-  constexpr std::chrono::milliseconds untilRead{200};  // of a terminal on a busy machine
+/// questions is given time instead. False once the gate is shut.
+bool TextTyper::awaitReader(Time lastUse, std::chrono::milliseconds patience) {
+  constexpr std::chrono::milliseconds untilRead{225};  // of a terminal on a busy machine
+  if (lastUse < read_) return gate_.isOpen();
+  const Time asked = Time::clock::now();
   const auto onOther = [this](const auto& event) { keyboard_.note(event, spares_.keycodes()); };
-  if (reader_.hasReadEverything(SpareKeys::Time::clock::now() + patience, onOther)) return;
-  std::this_thread::sleep_until(lastUse + untilRead);
+  if (!reader_.hasReadEverything(asked + patience, onOther))
+    return gate_.sleepUntil(lastUse + untilRead);
+  read_ = asked;
+  return true;
 }
 
 std::optional<Stroke> TextTyper::strokeOf(const Planned& planned, Locks locks) const {
-  if (planned.stroke) return planned.stroke;
-  const auto keycode = spares_.find(planned.symbol);
-  if (!keycode) return std::nullopt;
-  return Stroke{*keycode, {0, locks.group}};
+  return planned.stroke ? planned.stroke : spares_.find(planned.symbol, locks.group);
 }
 
-void TextTyper::strike(std::span<const Planned> part, Locks locks) {
+/// Whether all of it was typed; no more is once the gate is shut.
+bool TextTyper::strike(std::span<const Planned> part, Locks locks) {
   std::vector<Stroke> strokes;
   for (const auto& planned : part)
     if (const auto stroke = strokeOf(planned, locks)) strokes.push_back(*stroke);
@@ -117,13 +126,14 @@ void TextTyper::strike(std::span<const Planned> part, Locks locks) {
   record_.write(held_);
 
   Locks current = locks;
-  const auto now = SpareKeys::Time::clock::now();
-  for (const auto& stroke : strokes) {
-    if (stroke.locks != current) keyboard_.setLocks(stroke.locks);
-    current = stroke.locks;
-    fakeKey(connection_, stroke.keycode, Stroked::down);
-    fakeKey(connection_, stroke.keycode, Stroked::up);
-    spares_.struck(stroke.keycode, now);
+  lastStroke_ = Time::clock::now();
+  auto next = strokes.begin();
+  for (; next != strokes.end() && gate_.isOpen(); ++next) {
+    if (next->locks != current) keyboard_.setLocks(next->locks);
+    current = next->locks;
+    fakeKey(connection_, next->keycode, Stroked::down);
+    fakeKey(connection_, next->keycode, Stroked::up);
+    spares_.struck(next->keycode, lastStroke_);
   }
   if (current != locks) keyboard_.setLocks(locks);
 
@@ -131,11 +141,18 @@ void TextTyper::strike(std::span<const Planned> part, Locks locks) {
   held_.locks.reset();
   record_.write(held_);
   xcb_flush(connection_.get());
+  return next == strokes.end();
+}
+
+bool TextTyper::takeBackOnceRead(std::chrono::milliseconds patience) {
+  if (held_.mapped.empty()) return true;
+  if (!awaitReader(lastStroke_, patience)) return false;
+  takeBack();
+  return true;
 }
 
 void TextTyper::takeBack() {
   if (held_.mapped.empty()) return;
-  awaitReader(SpareKeys::Time::clock::now() - std::chrono::seconds(1));
   spares_.takeBack();
   held_.mapped.clear();
   record_.write(held_);

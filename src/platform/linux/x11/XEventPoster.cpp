@@ -13,8 +13,8 @@
 namespace vesk::x11 {
 namespace {
 
-/// Long enough for every program to have read what was typed, short enough for the person never to
-/// meet a lent keycode.
+/// Long enough for what is typed next to find its characters still lent, short enough for the
+/// person never to meet a lent keycode.
 constexpr std::chrono::milliseconds lendingTime{1500};
 
 std::uint8_t buttonNumber(MouseButton button) {
@@ -41,26 +41,49 @@ bool isRelease(EventType type) {
 
 }  // namespace
 
-XEventPoster::XEventPoster(const InputGate& gate)
-    : gate_(gate), afterText_(lendingTime, [this] {
-        const std::lock_guard lock(mutex_);
-        typer_.takeBack();
-      }) {
+XEventPoster::XEventPoster(InputGate& gate)
+    : gate_(gate), afterText_(lendingTime, [this] { takeBackLentKeys(); }) {
   record_.undoPredecessor(keyboard_);
+  gate_.onClose = [this] {
+    const std::lock_guard lock(mutex_);
+    if (!connection_) return;
+    typer_.takeBack();
+    letGo();
+  };
 }
 
 XEventPoster::~XEventPoster() {
+  constexpr std::chrono::milliseconds patienceAtTheEnd{250};
+  gate_.onClose = nullptr;
   const std::lock_guard lock(mutex_);
   if (!connection_) return;
-  for (const auto& [button, physical] : buttons_) fakeButton(connection_, physical, Stroked::up);
+  letGo();
+  if (!typer_.takeBackOnceRead(patienceAtTheEnd)) typer_.takeBack();
+  // Closing the connection sends nothing.
+  keyboard_.locks();
+}
+
+/// Everything is up when this returns, and this object holds nothing: what others believe to be
+/// held and let go later changes nothing any more.
+void XEventPoster::letGo() {
+  typer_.endText();
+  for (const auto& [button, physical] : std::exchange(buttons_, {}))
+    fakeButton(connection_, physical, Stroked::up);
   for (const auto keycode : held_.keys) fakeKey(connection_, keycode, Stroked::up);
   held_.buttons.clear();
   held_.keys.clear();
+  keys_.clear();
+  modifierKeys_ = {};
   makeCapsLockTrue(/*locked=*/false);
-  typer_.takeBack();
   record_.write(held_);
-  // An answer says that the server has done all of it; closing the connection alone sends nothing.
+  // The answer says that the server has done all of it.
   keyboard_.locks();
+}
+
+/// Whoever shuts the gate meanwhile takes them back, or an end of input is over soon.
+void XEventPoster::takeBackLentKeys() {
+  const std::lock_guard lock(mutex_);
+  if (connection_ && !typer_.takeBackOnceRead()) afterText_.restart();
 }
 
 void XEventPoster::post(const MouseEvent& event) {
@@ -85,7 +108,7 @@ void XEventPoster::post(const ScrollEvent& event) {
   if (!connection_ || !gate_.isOpen() || event.lines == 0) return;
   const auto button = physicalButton(event.lines > 0 ? up : down);
   const int notches = std::max(1, std::abs(event.lines) / linesPerNotch);
-  for (int i = 0; i < notches; ++i) {
+  for (int i = 0; i < notches && gate_.isOpen(); ++i) {
     fakeButton(connection_, button, Stroked::down);
     fakeButton(connection_, button, Stroked::up);
   }
@@ -97,7 +120,7 @@ void XEventPoster::post(const KeyboardEvent& event) {
   if (!connection_) return;
   if (event.unicode) {
     // Both strokes of a character are made with the first event of the pair.
-    if (event.down && gate_.isOpen()) type(*event.unicode);
+    if (event.down) type(*event.unicode);
     return;
   }
   typer_.endText();
@@ -124,7 +147,7 @@ void XEventPoster::pressButton(MouseButton button) {
   const std::uint8_t number = buttonNumber(button);
   // A program sees no second press of a button that is down.
   if (buttons_.contains(button)) releaseButton(button);
-  if (othersHoldButton(number)) return;
+  if (!gate_.isOpen() || othersHoldButton(number)) return;
   const std::uint8_t physical = physicalButton(number);
   buttons_.emplace(button, physical);
   held_.buttons.insert(physical);
@@ -223,6 +246,7 @@ void XEventPoster::changeFlags(const KeyboardEvent& event) {
 }
 
 void XEventPoster::type(const std::u16string& run) {
+  if (!gate_.isOpen()) return typer_.endText();
   refreshKeyboard();
   for (auto& keys : modifierKeys_)
     for (const auto keycode : std::exchange(keys.held, {})) release(keycode);
@@ -271,6 +295,7 @@ void XEventPoster::makeCapsLockTrue(bool locked) {
 
 /// Whether this object holds the key now.
 bool XEventPoster::press(xcb_keycode_t keycode) {
+  if (!gate_.isOpen()) return held_.keys.contains(keycode);
   if (!held_.keys.contains(keycode)) {
     if (othersHold(keycode)) return false;
     held_.keys.insert(keycode);

@@ -21,14 +21,15 @@ namespace vesk::x11 {
 /// before it is posted, with keys that this object presses and lets go. Keys and buttons that
 /// somebody else holds are neither pressed nor let go.
 ///
-/// While the gate is closed nothing is pressed, moved or typed; what is held can be let go.
+/// The gate is asked before each stroke: while it is shut nothing is pressed, moved or typed, and
+/// what is held can be let go. Closing it lets go of everything.
 ///
 /// Thread: any. Owns: its connection; what it holds down, which it lets go of when it ends, or when
 /// it starts after a predecessor that could not. Fails: silently, once the server is gone.
 class XEventPoster final : public EventPoster {
  public:
-  /// The gate outlives this object.
-  explicit XEventPoster(const InputGate& gate);
+  /// The gate outlives this object, which is the one that acts when it closes.
+  explicit XEventPoster(InputGate& gate);
   ~XEventPoster() override;
 
   void post(const MouseEvent& event) override;
@@ -45,6 +46,9 @@ class XEventPoster final : public EventPoster {
     std::set<xcb_keycode_t> held;
     std::optional<xcb_keycode_t> preferred;  ///< the one that the viewer itself pressed
   };
+
+  void letGo();
+  void takeBackLentKeys();
 
   void pressButton(MouseButton button);
   void releaseButton(MouseButton button);
@@ -68,13 +72,14 @@ class XEventPoster final : public EventPoster {
   void refreshKeyboard() { keyboard_.refresh(typer_.keycodes()); }
   void flush() const { xcb_flush(connection_.get()); }
 
-  const InputGate& gate_;
-  std::mutex mutex_;  ///< against the timer that takes lent keycodes back
+  InputGate& gate_;
+  std::mutex
+      mutex_;  ///< against the timer that takes lent keycodes back, and whoever closes the gate
   Connection connection_;
   XKeyboard keyboard_{connection_};
   Held held_;
   HeldRecord record_{connection_};
-  TextTyper typer_{connection_, keyboard_, held_, record_};
+  TextTyper typer_{connection_, gate_, keyboard_, held_, record_};
   std::map<KeyCode, xcb_keycode_t> keys_;
   std::map<MouseButton, std::uint8_t> buttons_;
   std::array<ModifierKeys, modifiers.size()> modifierKeys_;

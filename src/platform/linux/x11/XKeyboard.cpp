@@ -116,6 +116,7 @@ void XKeyboard::read() {
   if (keymap_ == nullptr) return;
   stale_ = false;
   ++generation_;
+  levels_ = mostLevels(keyTypes(connection_));
   strokes_.clear();
   const auto last = xkb_keymap_max_keycode(keymap_.get());
   for (auto keycode = xkb_keymap_min_keycode(keymap_.get()); keycode <= last; ++keycode)
@@ -158,7 +159,7 @@ std::vector<xcb_keycode_t> XKeyboard::keysOf(EventFlags modifier) const {
   for (const auto wanted : symbolsOf(modifier)) {
     const auto last = xkb_keymap_max_keycode(keymap_.get());
     for (auto keycode = xkb_keymap_min_keycode(keymap_.get()); keycode <= last; ++keycode) {
-      if (symbol(static_cast<xcb_keycode_t>(keycode)) == wanted)
+      if (symbol(static_cast<xcb_keycode_t>(keycode), 0) == wanted)
         found.push_back(static_cast<xcb_keycode_t>(keycode));
     }
   }
@@ -215,9 +216,9 @@ std::vector<xcb_keycode_t> XKeyboard::unmapped() const {
   return found;
 }
 
-xkb_keysym_t XKeyboard::symbol(xcb_keycode_t keycode) const {
+xkb_keysym_t XKeyboard::symbol(xcb_keycode_t keycode, std::uint8_t level) const {
   if (keymap_ == nullptr) return XKB_KEY_NoSymbol;
-  return onlySymbol(keymap_.get(), keycode, 0, 0).value_or(XKB_KEY_NoSymbol);
+  return onlySymbol(keymap_.get(), keycode, 0, level).value_or(XKB_KEY_NoSymbol);
 }
 
 Locks XKeyboard::locks() const {

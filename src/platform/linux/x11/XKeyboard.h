@@ -11,11 +11,9 @@
 
 #include "platform/Events.h"
 #include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/KeyLevels.h"
 
 namespace vesk::x11 {
-
-/// Modifiers as the X server has them: Shift, Lock, Control, Mod1 to Mod5 from the lowest bit up.
-using XModifiers = std::uint8_t;
 
 /// What is locked: modifiers, and the group, that is which of the person's layouts.
 struct Locks {
@@ -62,8 +60,11 @@ class XKeyboard {
   /// The keycodes to which nothing at all is mapped.
   std::vector<xcb_keycode_t> unmapped() const;
 
-  /// The first symbol of a keycode.
-  xkb_keysym_t symbol(xcb_keycode_t keycode) const;
+  /// The symbol of a keycode in the first group.
+  xkb_keysym_t symbol(xcb_keycode_t keycode, std::uint8_t level) const;
+
+  /// How a keycode that is unmapped can be made to type several characters.
+  const KeyLevels& levels() const { return levels_; }
 
   Locks locks() const;
   void setLocks(Locks locks) const;
@@ -87,6 +88,7 @@ class XKeyboard {
   std::unique_ptr<xkb_context, Release> context_;
   std::unique_ptr<xkb_keymap, Release> keymap_;
   std::multimap<char32_t, Stroke> strokes_;
+  KeyLevels levels_ = KeyLevels::single();
   std::uint8_t firstEvent_ = 0;
   bool stale_ = true;
   std::uint64_t generation_ = 0;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 namespace vesk::x11 {
 namespace {
@@ -35,22 +34,6 @@ void fakeMotion(const Connection& connection, Point point) {
   constexpr std::uint8_t absolute = 0;
   xcb_test_fake_input(connection.get(), XCB_MOTION_NOTIFY, absolute, XCB_CURRENT_TIME,
                       connection.root(), pixelOf(point.x), pixelOf(point.y), 0);
-}
-
-void mapSymbols(const Connection& connection,
-                const std::map<xcb_keycode_t, xcb_keysym_t>& symbols) {
-  // Every request makes every program read the map anew, so neighbours share one.
-  for (auto first = symbols.begin(); first != symbols.end();) {
-    std::vector<xcb_keysym_t> run;
-    auto next = first;
-    for (; next != symbols.end() && next->first == first->first + run.size() / 2; ++next) {
-      // With one symbol alone the server would put the capital of a letter on the second level.
-      run.insert(run.end(), 2, next->second);
-    }
-    xcb_change_keyboard_mapping(connection.get(), static_cast<std::uint8_t>(run.size() / 2),
-                                first->first, 2, run.data());
-    first = next;
-  }
 }
 
 }  // namespace vesk::x11

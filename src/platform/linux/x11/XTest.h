@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 
 #include "platform/Geometry.h"
 #include "platform/linux/x11/Connection.h"
@@ -17,8 +16,5 @@ void fakeButton(const Connection& connection, std::uint8_t button, Stroked strok
 
 /// Moves the pointer to the pixel of the root window that holds the point.
 void fakeMotion(const Connection& connection, Point point);
-
-/// Maps one symbol to each keycode, on every level, with as few requests as can be.
-void mapSymbols(const Connection& connection, const std::map<xcb_keycode_t, xcb_keysym_t>& symbols);
 
 }  // namespace vesk::x11

@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <optional>
 #include <semaphore>
+
+#include "support/NoThreads.h"
 
 namespace vesk {
 namespace {
@@ -55,6 +58,29 @@ TEST(IdleTimerTest, DropsWhatIsDueWhenItEnds) {
   {
     const IdleTimer neverStarted(10min, [&] { ++runs; });
   }
+}
+
+TEST(IdleTimerTest, IsLateWhereNoThreadCanBeHad) {
+  std::counting_semaphore<> ran(0);
+  auto none = std::make_optional<testing::NoThreads>();
+  IdleTimer timer(1ms, [&] { ran.release(); });
+  timer.restart();
+  EXPECT_FALSE(ran.try_acquire_for(50ms));
+  none.reset();
+  timer.restart();
+  EXPECT_TRUE(ran.try_acquire_for(10s));
+}
+
+TEST(IdleTimerTest, CanBeRestartedByItsTask) {
+  std::counting_semaphore<> ran(0);
+  IdleTimer* self = nullptr;
+  IdleTimer timer(1ms, [&] {
+    ran.release();
+    self->restart();
+  });
+  self = &timer;
+  timer.restart();
+  for (int i = 0; i < 3; ++i) EXPECT_TRUE(ran.try_acquire_for(10s));
 }
 
 }  // namespace
