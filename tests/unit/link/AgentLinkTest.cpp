@@ -410,7 +410,7 @@ TEST_F(AgentLinkTest, IsNeverConnectedByADescriptorThatIsClosed) {
   const int descriptor = firstFreeDescriptor();
   link_->start();
   const Message longMessage = Message("long").with("text", std::string(100'000, 'x'));
-  for (int connection = 0; connection < 40; ++connection) {
+  for (std::size_t connection = 0; connection < 40; ++connection) {
     peer_.emplace(listener_->accept());
     told_.waitFor(2 * connection + 1);
     std::atomic<bool> over = false;
