@@ -21,15 +21,16 @@ INPUT = [
     {"t": "k", "c": 65, "e": "down", "m": 3}, {"t": "k", "c": 16, "e": "up", "x": 1},
     {"t": "u", "s": "Gr\u00fc\u00dfe \u65e5\u672c\u8a9e \U0001f600"},
 ]
-NUMBERS = [0, -1, 1, 5, 61, 2 ** 31, -2 ** 31, 2 ** 63 - 1, -2 ** 63, 2 ** 64, 1e308, -1e308, 1e-308,
-           0.5, 25.0]
+NUMBERS = [0, -1, 1, 5, 61, 2 ** 31, -2 ** 31, 2 ** 63 - 1, -2 ** 63, 2 ** 64, 1e308, -1e308,
+           1e-308, 0.5, 25.0]
 MOST_KILOBITS = 2 ** 53
 CHARACTERS = "aZ0 \n\t\u00e4\u00df\u0431\u03b1\u65e5\u8a9e\U0001f600e\u0301\u200b\u202e\x00\x1b"
 
 
 def random_frame(chance):
-    size = chance.choice([0, 1, 4, 5, 100, 5000, 100_000])
-    return frame(chance.choice([0, 1, 1, 2, 2, 3, 4, 255]), chance.randbytes(chance.randint(0, size)))
+    most = chance.choice([0, 1, 4, 5, 100, 5000, 100_000])
+    kind = chance.choice([0, 1, 1, 2, 2, 3, 4, 255])
+    return frame(kind, chance.randbytes(chance.randint(0, most)))
 
 
 def nearly_a_message(chance):
@@ -100,7 +101,8 @@ def start_members(chance):
     if chance.random() < 0.3:
         members["bitrateKbps"] = chance.choice([0, 100, 4000, 100_000])
     if chance.random() < 0.3:
-        members["banner"] = {"strip": chance.choice([0, 50, 100]), "border": chance.choice([0, 100]),
+        members["banner"] = {"strip": chance.choice([0, 50, 100]),
+                             "border": chance.choice([0, 100]),
                              "thickness": chance.choice([0, 1, 8, 100])}
     return members
 

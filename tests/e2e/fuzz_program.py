@@ -20,10 +20,6 @@ from xclient import XClient
 SEED = int(os.environ.get("VESK_FUZZ_SEED") or random.SystemRandom().randrange(1 << 32))
 SECONDS = float(os.environ.get("VESK_FUZZ_SECONDS", 60))
 
-# With these the memory that the program has is the memory that it uses: none is kept for later.
-MALLOC = {"MALLOC_ARENA_MAX": "1", "MALLOC_MMAP_THRESHOLD_": "65536",
-          "MALLOC_TRIM_THRESHOLD_": "65536"}
-
 # A desktop on which nothing that is pressed or typed starts or ends anything.
 MANAGER = """<?xml version="1.0"?>
 <openbox_config xmlns="http://openbox.org/3.4/rc">
@@ -70,7 +66,7 @@ class Fuzz(harness.Case):
         self.receiver = self.managed_windows()
         self.agent = RawAgent()
         self.addCleanup(self.agent.end)
-        self.program = self.start(harness.Child, [harness.PROGRAM], self.environment(**MALLOC))
+        self.program = self.start(harness.Child, [harness.PROGRAM], self.environment())
         self.agent.connect()
 
     # The person's side

@@ -75,8 +75,8 @@ class Child:
 
 
 class XServer(Child):
-    """A private Xvfb on a display number that was free. It outlives its last client, unless it is to
-    start anew when that one leaves."""
+    """A private Xvfb on a display number that was free. It outlives its last client, unless it is
+    to start anew when that one leaves."""
 
     def __init__(self, screen="1280x800x24", options=(), starts_anew=False):
         read_end, write_end = os.pipe()

@@ -80,7 +80,7 @@ class Descriptors(Limits):
                          3)
 
     def test_a_start_with_one_too_few_is_a_fault_or_a_session(self):
-        """Wherever on its way the last descriptor goes, there is an answer and the program runs on."""
+        """Wherever on its way the last descriptor goes, there is an answer."""
         self.expect_a_session()
         self.agent.send("disconnect")
         self.assertEqual(self.agent.next_message(), self.hello)
