@@ -105,7 +105,8 @@ int main(int argc, char* argv[]) {
   LinuxProcesses processes;
   x11::XDisplays displays;
   x11::OwnWindows ownWindows;
-  x11::XScreenCapture screenCapture(ownWindows);
+  const x11::Connection connection;
+  x11::XScreenCapture screenCapture(ownWindows, connection);
   X264Compression compression;
   const auto capturer = std::make_shared<Capturer>(
       Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});

@@ -1,10 +1,12 @@
 #include <cstdlib>
 #include <memory>
+#include <system_error>
 
 #include "control/CommandLine.h"
 #include "control/Controller.h"
 #include "platform/FileHandle.h"
 #include "platform/Platform.h"
+#include "platform/Processes.h"
 
 namespace {
 
@@ -21,6 +23,7 @@ int runApplication() {
 }  // namespace
 
 int main(int argc, char* argv[]) try {
+  vesk::ignoreBrokenPipes();
   const std::span arguments(argv, static_cast<std::size_t>(argc));
   if (const auto answer = vesk::commandLineAnswer(arguments.subspan(1))) {
     vesk::writeToStandardOutput(answer->output);
@@ -30,5 +33,8 @@ int main(int argc, char* argv[]) try {
   return runApplication();
 } catch (const vesk::NoDesktop& reason) {
   vesk::writeToStandardError("vesk-remote: " + std::string(reason.what()) + "\n");
+  return EXIT_FAILURE;
+} catch (const std::system_error& reason) {
+  vesk::writeToStandardError("vesk-remote: cannot start: " + reason.code().message() + ".\n");
   return EXIT_FAILURE;
 }

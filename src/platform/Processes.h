@@ -35,14 +35,19 @@ class Processes {
   /// since, in the order of their process identifiers.
   virtual std::vector<ProcessId> runningApplications(std::string_view bundleIdentifier) const = 0;
 
-  /// Ends a process without asking it. False when the system refuses.
+  /// Ends a process without asking it. False when the system refuses, and for an identifier that is
+  /// not above zero, which is never signalled.
   virtual bool forceTerminate(ProcessId process) = 0;
 
-  /// Sends SIGTERM; the result is not checked.
+  /// Sends SIGTERM; the result is not checked. Never to an identifier that is not above zero.
   virtual void terminate(ProcessId process) = 0;
 
   /// Ends this process.
   [[noreturn]] virtual void exit(int status) = 0;
 };
+
+/// From now on, writing where nobody reads any more is an error like any other and not the end of
+/// the process. Programs that `runAndWait` starts are left out of it.
+void ignoreBrokenPipes();
 
 }  // namespace vesk

@@ -23,7 +23,7 @@ using Kind = PresenceDesktop::Kind;
 /// What a viewer sees of the captured desktop, decoded as it comes.
 class Video {
  public:
-  explicit Video(const x11::OwnWindows& ownWindows) : screenCapture_(ownWindows) {
+  explicit Video(const x11::OwnWindows& ownWindows) : screenCapture_(ownWindows, connection_) {
     capturer_->onAccessUnit = [this](ByteView unit, Ticks) {
       const std::lock_guard lock(mutex_);
       picture_ = decoder_.decode(unit);
@@ -66,6 +66,7 @@ class Video {
   SystemClock clock_;
   LinuxProcesses processes_;
   x11::XDisplays displays_;
+  x11::Connection connection_;
   x11::XScreenCapture screenCapture_;
   X264Compression compression_;
   std::mutex mutex_;

@@ -75,13 +75,14 @@ class Child:
 
 
 class XServer(Child):
-    """A private Xvfb on a display number that was free."""
+    """A private Xvfb on a display number that was free. It outlives its last client, unless it is
+    to start anew when that one leaves."""
 
-    def __init__(self, screen="1280x800x24", options=()):
+    def __init__(self, screen="1280x800x24", options=(), starts_anew=False):
         read_end, write_end = os.pipe()
         super().__init__(
             ["Xvfb", "-displayfd", write_end, "-screen", "0", screen, "-nolisten", "tcp",
-             "-noreset", *options],
+             *([] if starts_anew else ["-noreset"]), *options],
             pass_fds=[write_end], stderr=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as numbers:

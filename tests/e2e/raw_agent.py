@@ -95,6 +95,11 @@ class RawAgent:
                 if not self._heard.wait(deadline - time.monotonic()):
                     raise harness.Timeout(f"waited in vain for {' or '.join(ops)}")
 
+    def heard(self, op):
+        """Whether the program has said that, and nobody has waited for it yet."""
+        with self._heard:
+            return any(message["op"] == op for message in self._messages)
+
     def forget(self):
         """Whatever was heard so far was no answer to what is asked now."""
         with self._heard:

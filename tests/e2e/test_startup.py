@@ -3,6 +3,7 @@
 import os
 import pathlib
 import pwd
+import re
 import shutil
 import signal
 import stat
@@ -10,6 +11,7 @@ import subprocess
 
 import harness
 from harness import JOB, PROGRAM, wait_until
+from hiding_server import HidingServer
 
 USER = pwd.getpwuid(os.getuid()).pw_name
 
@@ -40,6 +42,54 @@ class CommandLine(harness.Case):
             self.assertEqual(error.count("\n"), 1, error)
             self.assertTrue(error.startswith("vesk-remote: no display: "), error)
         self.assertEqual(self.log(), [])
+
+
+class BrokenPipes(harness.Case):
+    """Nobody reads what the program writes."""
+
+    def setUp(self):
+        super().setUp()
+        read_end, self.pipe = os.pipe()
+        os.close(read_end)
+        self.addCleanup(os.close, self.pipe)
+
+    def test_the_answers_on_the_command_line_end_as_ever(self):
+        for arguments, status in ((["--help"], 0), (["--verbose"], 2)):
+            ended = subprocess.run([PROGRAM, *arguments], env=self.environment(),
+                                   stdout=self.pipe, stderr=self.pipe, timeout=harness.PATIENCE)
+            self.assertEqual(ended.returncode, status)
+
+    def test_lines_that_reach_nobody_end_nothing(self):
+        shutil.rmtree(self.home / "Library")  # so that they go to standard error
+        agent = self.start_agent()
+        program = self.start(harness.Child, [PROGRAM], self.environment(), stdout=self.pipe,
+                             stderr=self.pipe)
+        for _ in range(3):
+            self.assertEqual(agent.next_message()["op"], "hello")
+            agent.send("disconnect")
+        self.assertTrue(program.is_running())
+
+
+class ServerThatStartsAnew(harness.Case):
+    """An X server does so when its last client leaves, and then the next one may find it gone."""
+
+    def test_every_start_is_a_whole_one(self):
+        server = self.start(harness.XServer, self.screen, starts_anew=True)
+        agent = self.start_agent()
+        for number in range(30):
+            program = self.start_program(DISPLAY=server.display)
+            self.assertEqual(agent.next_message()["op"], "hello", number)
+            self.assertTrue(program.is_running(), number)
+            program.end()
+
+    def test_it_is_not_left_alone_from_the_first_connection_on(self):
+        server = HidingServer(self.server.display)
+        agent = self.start_agent()
+        program = self.start_program(DISPLAY=server.display)
+        self.assertEqual(agent.next_message()["op"], "hello")
+        self.assertFalse(server.was_left_alone)
+        program.end()
+        server.end()
 
 
 class Greeting(harness.Case):
@@ -130,6 +180,14 @@ class HandOver(harness.Case):
         self.expect_hand_over(XPC_SERVICE_NAME="com.vesk.other")
         self.assertEqual(self.calls.read_text(), f"2: kickstart gui/{os.getuid()}/{JOB}\n")
 
+    def test_the_job_tool_has_signals_as_any_program(self):
+        self.job_tool.write_text(f'#!/bin/sh\ngrep SigIgn /proc/self/status >"{self.calls}"\n')
+        self.job_tool.chmod(stat.S_IRWXU)
+        self.addCleanup(self.job_tool.unlink)
+        self.expect_hand_over(XPC_SERVICE_NAME=None)
+        ignored = int(self.calls.read_text().split()[1], 16)
+        self.assertFalse(ignored & 1 << signal.SIGPIPE - 1)
+
     def test_ends_well_where_there_is_no_job_tool(self):
         self.expect_hand_over(XPC_SERVICE_NAME=None)
 
@@ -159,6 +217,43 @@ class OtherCopies(harness.Case):
         pids = sorted(copy.pid for copy in copies)
         self.assertEqual(self.log()[:2], [f"Closing another copy of Vesk Remote (pid {pid})."
                                           for pid in pids])
+
+    @staticmethod
+    def loader():
+        """The dynamic loader that the program asks for."""
+        text = subprocess.run(["readelf", "--program-headers", PROGRAM], check=True, text=True,
+                              capture_output=True).stdout
+        return re.search(r"interpreter: (.+)\]", text)[1]
+
+    def start_by_loader(self, program, *arguments):
+        """A program as an argument of the loader, which the system takes for what runs."""
+        child = self.start(harness.Child, [self.loader(), program, *arguments],
+                           self.environment(), stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                           text=True)
+        maps = pathlib.Path(f"/proc/{child.pid}/maps")
+        wait_until(lambda: str(program) in maps.read_text(), f"{program} runs")
+        return child
+
+    def test_what_the_loader_has_started_besides_lives_on(self):
+        stranger = self.start_by_loader("/usr/bin/sleep", "600")
+        self.start_by_loader(PROGRAM)
+        self.wait_for_log(f"Vesk Remote started for {USER}.")
+        self.start_program()
+        wait_until(lambda: self.log().count(f"Vesk Remote started for {USER}.") == 2,
+                   "the next one runs")
+        self.assertTrue(stranger.is_running())
+        self.assertFalse(any(f"(pid {stranger.pid})" in line for line in self.log()))
+
+    def test_copies_find_each_other_whichever_way_they_were_started(self):
+        agent = self.start_agent()
+        last = self.start_by_loader(PROGRAM)
+        self.assertEqual(agent.next_message()["op"], "hello")
+        for start in (self.start_program, lambda: self.start_by_loader(PROGRAM),
+                      lambda: self.start_by_loader(PROGRAM)):
+            now = start()
+            self.assertEqual(last.wait(), -signal.SIGKILL)
+            self.assertEqual(agent.next_message()["op"], "hello")
+            last = now
 
     def test_a_new_start_by_the_job_replaces_the_running_one(self):
         agent = self.start_agent()

@@ -15,6 +15,7 @@ namespace vesk {
 class ThreadQueue final : public SerialQueue {
  public:
   /// The thread is named after the last part of `label`, as far as the system's limit lets it.
+  /// Throws `std::system_error` when the system has no thread to give.
   explicit ThreadQueue(const std::string& label);
 
   /// Waits for the tasks that were submitted, unless it runs on the queue itself.

@@ -1,5 +1,7 @@
 #include "platform/linux/X264Compression.h"
 
+#include <system_error>
+
 #include "platform/linux/X264Encoder.h"
 #include "platform/linux/X264Session.h"
 
@@ -12,7 +14,11 @@ Compression::Result X264Compression::makeH264Session(
   settings.width = specification.width;
   settings.height = specification.height;
   if (!X264Encoder(settings)) return {refused, nullptr};
-  return {0, std::make_unique<X264Session>(specification)};
+  try {
+    return {0, std::make_unique<X264Session>(specification)};
+  } catch (const std::system_error& noThread) {
+    return {noThread.code().value(), nullptr};
+  }
 }
 
 }  // namespace vesk

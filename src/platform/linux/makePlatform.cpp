@@ -1,3 +1,4 @@
+#include <thread>
 #include <utility>
 
 #include "platform/Platform.h"
@@ -16,14 +17,18 @@ namespace vesk {
 
 Platform makePlatform() {
   boundHeap();
-  // Asked here because Qt, finding no display, would end the process with a text of its own.
-  if (!x11::Connection()) throw NoDesktop(x11::Connection::advice());
+  // Qt, getting no thread, would only complain and be deaf ever after. This throws.
+  std::thread([] {}).join();
   Platform platform;
   platform.clock = std::make_unique<SystemClock>();
+  // Connected before Qt, which finding no display would end the process with a text of its own; and
+  // connected to the end, since a server starts anew when its last client leaves, under the feet of
+  // whoever comes next.
+  auto desktop = std::make_unique<x11::XDesktop>(*platform.clock);
+  if (!*desktop) throw NoDesktop(x11::Connection::advice());
   platform.processes = std::make_unique<LinuxProcesses>();
   platform.application = std::make_unique<QtApplication>();
   platform.queues = std::make_unique<ThreadQueues>();
-  auto desktop = std::make_unique<x11::XDesktop>(*platform.clock);
   platform.compression = std::make_unique<X264Compression>();
   platform.alerts = std::make_unique<QtAlerts>(desktop->ownWindows(), desktop->inputGate());
   platform.overlays = std::make_unique<x11::XOverlays>(desktop->ownWindows());

@@ -23,6 +23,7 @@ std::vector<ProcessId> MacProcesses::runningApplications(std::string_view bundle
 }
 
 bool MacProcesses::forceTerminate(ProcessId process) {
+  if (!isOneProcess(process)) return false;
   NSRunningApplication* const application =
       [NSRunningApplication runningApplicationWithProcessIdentifier:process];
   return [application forceTerminate];

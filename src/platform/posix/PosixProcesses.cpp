@@ -12,6 +12,33 @@
 extern char** environ;  // NOLINT(readability-redundant-declaration)
 
 namespace vesk {
+namespace {
+
+/// How children are started: with what this process has made of signals undone.
+class SpawnAttributes {
+ public:
+  SpawnAttributes() {
+    sigset_t back;
+    // Macros on some systems, which take no scope.
+    sigemptyset(&back);
+    sigaddset(&back, SIGPIPE);
+    ::posix_spawnattr_init(&attributes_);
+    ::posix_spawnattr_setsigdefault(&attributes_, &back);
+    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF);
+  }
+  ~SpawnAttributes() { ::posix_spawnattr_destroy(&attributes_); }
+  SpawnAttributes(const SpawnAttributes&) = delete;
+  SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+
+  const posix_spawnattr_t* get() const { return &attributes_; }
+
+ private:
+  posix_spawnattr_t attributes_{};
+};
+
+}  // namespace
+
+void ignoreBrokenPipes() { ::signal(SIGPIPE, SIG_IGN); }
 
 ProcessId PosixProcesses::currentProcessId() const { return ::getpid(); }
 
@@ -27,13 +54,18 @@ void PosixProcesses::runAndWait(const std::string& path,
   for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
 
+  const SpawnAttributes attributes;
   pid_t child = 0;
-  if (::posix_spawn(&child, path.c_str(), nullptr, nullptr, argv.data(), environ) != 0) return;
+  if (::posix_spawn(&child, path.c_str(), nullptr, attributes.get(), argv.data(), environ) != 0) {
+    return;
+  }
   while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
   }
 }
 
-void PosixProcesses::terminate(ProcessId process) { ::kill(process, SIGTERM); }
+void PosixProcesses::terminate(ProcessId process) {
+  if (isOneProcess(process)) ::kill(process, SIGTERM);
+}
 
 void PosixProcesses::exit(int status) { std::exit(status); }
 

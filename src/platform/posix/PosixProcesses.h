@@ -12,6 +12,10 @@ class PosixProcesses : public Processes {
   void runAndWait(const std::string& path, const std::vector<std::string>& arguments) override;
   void terminate(ProcessId process) override;
   [[noreturn]] void exit(int status) override;
+
+ protected:
+  /// To the system, zero and less stand for whole groups of processes, or for all of them.
+  static constexpr bool isOneProcess(ProcessId process) { return process > 0; }
 };
 
 }  // namespace vesk

@@ -5,8 +5,10 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vesk {
@@ -32,8 +34,14 @@ std::optional<DatabaseEntry> databaseEntry() {
 }  // namespace
 
 std::string loginName() {
-  const auto entry = databaseEntry();
-  return entry ? entry->name : std::to_string(userId());
+  // Once learnt it is kept: the database may be out of reach for a while.
+  static std::mutex mutex;
+  static std::optional<std::string> known;
+  const std::lock_guard lock(mutex);
+  if (!known) {
+    if (auto entry = databaseEntry()) known = std::move(entry->name);
+  }
+  return known.value_or(std::to_string(userId()));
 }
 
 std::uint32_t userId() { return ::getuid(); }

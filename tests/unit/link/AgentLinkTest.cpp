@@ -1,6 +1,8 @@
 #include "link/AgentLink.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <future>
@@ -132,6 +134,32 @@ TEST_F(AgentLinkTest, ReportsALossOnceAndConnectsAgainAfterOneSecond) {
   EXPECT_EQ(log_.messages(),
             (Lines{"Connected to the Vesk agent.", "Lost the Vesk agent; reconnecting.",
                    "Connected to the Vesk agent."}));
+}
+
+TEST_F(AgentLinkTest, WritesOfTheLossBeforeItTellsOfIt) {
+  Lines written;
+  link_->onDisconnected = [&] {
+    written = log_.messages();
+    told_.add("disconnected");
+  };
+  connect();
+  peer_->close();
+  told_.waitFor(2);
+  EXPECT_EQ(written, (Lines{"Connected to the Vesk agent.", "Lost the Vesk agent; reconnecting."}));
+}
+
+/// The one that the system would give next.
+int firstFreeDescriptor() { return Descriptor(::dup(STDERR_FILENO)).get(); }
+
+TEST_F(AgentLinkTest, HoldsNoDescriptorBetweenItsAttempts) {
+  const int before = firstFreeDescriptor();
+  link_->start();
+  for (int attempt = 0; attempt < 5; ++attempt) {
+    clock_.waitForSleep();
+    EXPECT_EQ(firstFreeDescriptor(), before) << attempt;
+    clock_.wake();
+  }
+  clock_.waitForSleep();
 }
 
 TEST_F(AgentLinkTest, WaitsTwoSecondsWhenTheAgentIsStillAwayAfterALoss) {
@@ -374,6 +402,37 @@ TEST_F(AgentLinkTest, GivesUpAFrameWhenTheAgentGoesAwayWithoutReadingIt) {
   told_.waitFor(3);
   link_->sendControl(Message("next"));
   EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"next"})");
+}
+
+/// A descriptor that is closed may be somebody else's at once, and whoever writes must not find it.
+TEST_F(AgentLinkTest, IsNeverConnectedByADescriptorThatIsClosed) {
+  listener_.emplace(path_);
+  const int descriptor = firstFreeDescriptor();
+  link_->start();
+  const Message longMessage = Message("long").with("text", std::string(100'000, 'x'));
+  for (std::size_t connection = 0; connection < 40; ++connection) {
+    peer_.emplace(listener_->accept());
+    told_.waitFor(2 * connection + 1);
+    std::atomic<bool> over = false;
+    std::atomic<int> closedUnderWriters = 0;
+    std::thread watcher([&] {
+      while (!over) {
+        const bool isClosed = ::fcntl(descriptor, F_GETFD) < 0;
+        if (isClosed && link_->isConnected()) ++closedUnderWriters;
+      }
+    });
+    std::thread writer([&] {
+      while (!over) link_->sendControl(longMessage);
+    });
+    peer_->close();
+    clock_.waitForSleep();
+    over = true;
+    watcher.join();
+    writer.join();
+    ASSERT_EQ(closedUnderWriters, 0) << "connection " << connection;
+    clock_.wake();
+  }
+  peer_.emplace(listener_->accept());
 }
 
 TEST_F(AgentLinkTest, DoesNothingWhenItIsGoneBeforeItsLoopStarts) {

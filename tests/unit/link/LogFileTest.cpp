@@ -59,6 +59,20 @@ TEST_F(LogFileTest, NeverCutsTheFileWhileItIsOpen) {
   EXPECT_GT(text().size(), 6'000'000U);
 }
 
+TEST_F(LogFileTest, GoesOnWhereItsLastLineEndedWhateverOthersDoToTheFile) {
+  const LogFile log(path_);
+  log.info("hello");
+  const auto length = text().size();
+  fill(0);
+  log.info("hello");
+  EXPECT_EQ(text().size(), 2 * length);
+  EXPECT_EQ(text().substr(0, length), std::string(length, '\0'));
+  fill(3 * length);
+  log.info("hello");
+  EXPECT_EQ(text().size(), 3 * length);
+  EXPECT_TRUE(std::regex_match(text().substr(2 * length), lineOfHello)) << text();
+}
+
 TEST_F(LogFileTest, LeavesAMessageAsItIs) {
   LogFile(path_).info("one\ntwo \xe2\x80\x9c\xff\"\\");
   EXPECT_EQ(text().substr(21), "one\ntwo \xe2\x80\x9c\xff\"\\\n");

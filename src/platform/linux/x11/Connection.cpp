@@ -20,6 +20,11 @@ bool Connection::offers(std::string_view extension) const {
   return reply != nullptr && reply->present != 0;
 }
 
+void Connection::dropEvents() const {
+  while (const ReplyPtr<xcb_generic_event_t> event{xcb_poll_for_event(get())}) {
+  }
+}
+
 std::string Connection::advice() {
   const char* display = std::getenv("DISPLAY");
   if (display == nullptr || *display == '\0') {

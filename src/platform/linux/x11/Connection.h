@@ -39,6 +39,10 @@ class Connection {
   /// Whether the server offers an extension of that name.
   bool offers(std::string_view extension) const;
 
+  /// Takes the events that have come and forgets them: some are sent to everybody, asked for or
+  /// not, and would pile up on a connection that only asks questions.
+  void dropEvents() const;
+
   /// One line for a person whose display cannot be reached.
   static std::string advice();
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Desktop.h"
+#include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/OwnWindows.h"
 #include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XEventPoster.h"
@@ -9,11 +10,15 @@
 
 namespace vesk::x11 {
 
-/// A graphical session on an X server.
+/// A graphical session on an X server. It stays connected for its whole life, so that whatever is
+/// asked later needs nothing more of the system.
 class XDesktop final : public Desktop {
  public:
   /// The clock outlives the desktop.
   explicit XDesktop(const Clock& clock) : inputGate_(clock) {}
+
+  /// Whether the server answered and is still there.
+  explicit operator bool() const { return static_cast<bool>(connection_); }
 
   Permissions& permissions() override { return permissions_; }
   Displays& displays() override { return displays_; }
@@ -25,12 +30,13 @@ class XDesktop final : public Desktop {
   OwnWindows& ownWindows() { return ownWindows_; }
 
  private:
+  Connection connection_;
   OwnWindows ownWindows_;
-  XPermissions permissions_;
+  XPermissions permissions_{connection_};
   XDisplays displays_;
   InputGate inputGate_;
   XEventPoster events_{inputGate_};
-  XScreenCapture screenCapture_{ownWindows_};
+  XScreenCapture screenCapture_{ownWindows_, connection_};
 };
 
 }  // namespace vesk::x11

@@ -222,6 +222,7 @@ xkb_keysym_t XKeyboard::symbol(xcb_keycode_t keycode, std::uint8_t level) const 
 }
 
 Locks XKeyboard::locks() const {
+  if (context_ == nullptr) return {};
   const ReplyPtr<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
       connection_.get(), xcb_xkb_get_state(connection_.get(), coreKeyboard), nullptr));
   if (state == nullptr) return {};
@@ -229,6 +230,7 @@ Locks XKeyboard::locks() const {
 }
 
 void XKeyboard::setLocks(Locks locks) const {
+  if (context_ == nullptr) return;
   constexpr std::uint8_t all = 0xFF;
   constexpr std::uint8_t yes = 1;
   xcb_xkb_latch_lock_state(connection_.get(), coreKeyboard, all, locks.modifiers, yes, locks.group,
@@ -236,6 +238,7 @@ void XKeyboard::setLocks(Locks locks) const {
 }
 
 void XKeyboard::setLockedModifiers(XModifiers affected, XModifiers values) const {
+  if (context_ == nullptr) return;
   xcb_xkb_latch_lock_state(connection_.get(), coreKeyboard, affected, values, 0, 0, 0, 0, 0);
 }
 

@@ -6,14 +6,17 @@
 
 #include "platform/linux/x11/Randr.h"
 #include "platform/linux/x11/XScreenStream.h"
+#include "platform/linux/x11/grants.h"
 
 namespace vesk::x11 {
 
 void XScreenCapture::shareableContent(Content completion) {
-  const Connection connection;
-  if (!connection) return completion(std::nullopt, PlatformError{"The X server is gone."});
+  if (!connection_) return completion(std::nullopt, PlatformError{"The X server is gone."});
+  if (!grantsScreenCapture(connection_)) {
+    return completion(std::nullopt, PlatformError{"The X server does not let its screen be read."});
+  }
   ShareableContent content;
-  for (const auto& monitor : monitors(connection)) {
+  for (const auto& monitor : monitors(connection_)) {
     content.displays.push_back({monitor.output, monitor.width, monitor.height});
   }
   content.applications.push_back({::getpid()});

@@ -2,6 +2,7 @@
 
 #include "platform/Processes.h"
 #include "platform/ScreenCapture.h"
+#include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/OwnWindows.h"
 
 namespace vesk::x11 {
@@ -10,8 +11,9 @@ namespace vesk::x11 {
 /// holds this program alone. Completions run before the call returns.
 class XScreenCapture final : public ScreenCapture {
  public:
-  /// `ownWindows` outlives this object and its streams.
-  explicit XScreenCapture(const OwnWindows& ownWindows) : ownWindows_(ownWindows) {}
+  /// `ownWindows` outlives this object and its streams, the connection this object.
+  XScreenCapture(const OwnWindows& ownWindows, const Connection& connection)
+      : ownWindows_(ownWindows), connection_(connection) {}
 
   void shareableContent(Content completion) override;
   std::unique_ptr<ScreenStream> makeStream(const ContentFilter& filter,
@@ -20,6 +22,7 @@ class XScreenCapture final : public ScreenCapture {
 
  private:
   const OwnWindows& ownWindows_;
+  const Connection& connection_;
 };
 
 }  // namespace vesk::x11

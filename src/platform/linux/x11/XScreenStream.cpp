@@ -10,6 +10,7 @@
 #include <chrono>
 #include <csignal>
 #include <mutex>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -26,6 +27,8 @@ using std::chrono::nanoseconds;
 const PlatformError serverGone{"The X server is gone."};
 const PlatformError displayGone{"The display was turned off or unplugged."};
 const PlatformError displayChanged{"The display changed its size or place."};
+const PlatformError noThread{"This program has too many threads running."};
+const PlatformError noDescriptor{"This program has too many files open."};
 const PlatformError notReadable{"The X server does not let its screen be read."};
 
 std::optional<Monitor> monitorOf(const Connection& connection, DisplayId display) {
@@ -38,6 +41,11 @@ std::optional<Monitor> monitorOf(const Connection& connection, DisplayId display
 bool sameArea(const Monitor& a, const Monitor& b) {
   return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
 }
+
+Descriptor eventDescriptor() { return Descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)); }
+
+/// Whether a connection that failed has failed for another reason than this process's own limit.
+bool hasFreeDescriptor() { return static_cast<bool>(eventDescriptor()); }
 
 bool leavesOutThisProgram(const ContentFilter& filter) {
   return std::ranges::count(filter.excludingApplications, ::getpid(),
@@ -58,7 +66,7 @@ class XScreenStream::Run {
         interval_(nanoseconds(std::chrono::seconds(1)) /
                   std::max(configuration.framesPerSecond, 1)),
         onStopped_(std::move(onStopped)),
-        wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+        wake_(eventDescriptor()) {}
 
   void setOutput(Output output, SerialQueue& queue) {
     output_ = std::move(output);
@@ -100,13 +108,15 @@ class XScreenStream::Run {
 
  private:
   std::optional<PlatformError> open() {
+    // Without it the stream could be neither stopped nor put to sleep.
+    if (!wake_) return noDescriptor;
     const Connection connection;
-    if (!connection) return serverGone;
+    if (!connection) return hasFreeDescriptor() ? serverGone : noDescriptor;
     const auto monitor = monitorOf(connection, display_);
     if (!monitor) return displayGone;
     monitor_ = *monitor;
     grabber_ = std::make_unique<ScreenGrabber>(monitor_, configuration_.showsCursor, leftOut_);
-    if (!*grabber_) return notReadable;
+    if (!*grabber_) return hasFreeDescriptor() ? notReadable : noDescriptor;
     // Own windows come up once the stream has started. What they cover then has been seen before.
     auto everything = grabber_->grab();
     if (!everything) return notReadable;
@@ -246,11 +256,17 @@ void XScreenStream::startCapture(Completion completion) {
   sigset_t before;
   ::sigfillset(&all);
   ::pthread_sigmask(SIG_SETMASK, &all, &before);
-  thread_ = std::thread([run = run_, completion = std::move(completion)]() mutable {
-    ::pthread_setname_np(::pthread_self(), "screen");
-    run->run(std::move(completion));
-  });
+  std::optional<PlatformError> refusal;
+  try {
+    thread_ = std::thread([run = run_, completion]() mutable {
+      ::pthread_setname_np(::pthread_self(), "screen");
+      run->run(std::move(completion));
+    });
+  } catch (const std::system_error&) {
+    refusal = noThread;
+  }
   ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  if (refusal) completion(refusal);
 }
 
 void XScreenStream::stopCapture(Completion completion) {

@@ -16,24 +16,30 @@ std::int16_t pixelOf(double coordinate) {
   return static_cast<std::int16_t>(std::clamp(std::floor(coordinate + tolerance), least, most));
 }
 
+/// A request of an extension that the server lacks would end the connection.
+void fakeInput(const Connection& connection, std::uint8_t type, std::uint8_t detail,
+               xcb_window_t root = XCB_NONE, std::int16_t x = 0, std::int16_t y = 0) {
+  const auto* const xtest = xcb_get_extension_data(connection.get(), &xcb_test_id);
+  if (xtest == nullptr || xtest->present == 0) return;
+  xcb_test_fake_input(connection.get(), type, detail, XCB_CURRENT_TIME, root, x, y, 0);
+}
+
 }  // namespace
 
 void fakeKey(const Connection& connection, xcb_keycode_t keycode, Stroked stroked) {
   const auto type = stroked == Stroked::down ? XCB_KEY_PRESS : XCB_KEY_RELEASE;
-  xcb_test_fake_input(connection.get(), static_cast<std::uint8_t>(type), keycode, XCB_CURRENT_TIME,
-                      XCB_NONE, 0, 0, 0);
+  fakeInput(connection, static_cast<std::uint8_t>(type), keycode);
 }
 
 void fakeButton(const Connection& connection, std::uint8_t button, Stroked stroked) {
   const auto type = stroked == Stroked::down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE;
-  xcb_test_fake_input(connection.get(), static_cast<std::uint8_t>(type), button, XCB_CURRENT_TIME,
-                      XCB_NONE, 0, 0, 0);
+  fakeInput(connection, static_cast<std::uint8_t>(type), button);
 }
 
 void fakeMotion(const Connection& connection, Point point) {
   constexpr std::uint8_t absolute = 0;
-  xcb_test_fake_input(connection.get(), XCB_MOTION_NOTIFY, absolute, XCB_CURRENT_TIME,
-                      connection.root(), pixelOf(point.x), pixelOf(point.y), 0);
+  fakeInput(connection, XCB_MOTION_NOTIFY, absolute, connection.root(), pixelOf(point.x),
+            pixelOf(point.y));
 }
 
 }  // namespace vesk::x11

@@ -89,6 +89,39 @@ TEST(LinuxProcessesTest, PassesOverOtherProgramsAndThoseWhoseNameOnlyBeginsAlike
   EXPECT_FALSE(isFound(child.pid()));
 }
 
+/// The dynamic loader, by the name of the file that it is.
+fs::path loader() {
+  std::ifstream maps("/proc/self/maps");
+  for (std::string line; std::getline(maps, line);) {
+    const auto path = line.find('/');
+    if (path == std::string::npos) continue;
+    const fs::path file = line.substr(path);
+    if (file.filename().string().starts_with("ld-")) return file;
+  }
+  return {};
+}
+
+TEST(LinuxProcessesTest, TellsByItsCodeWhatTheLoaderHasStarted) {
+  const Copy copy;
+  const ChildProcess child({loader(), copy.path(), "60"});
+  const ChildProcess stranger({loader(), "/bin/sleep", "60"});
+  waitUntilItRuns(child, loader());
+  waitUntilItRuns(stranger, loader());
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (!isFound(child.pid())) {
+    ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the copy is not found";
+    ::usleep(1000);
+  }
+  EXPECT_FALSE(isFound(stranger.pid()));
+}
+
+TEST(LinuxProcessesTest, LeavesAloneWhatOnlyReadsThisProgramsFile) {
+  const Copy copy;
+  const ChildProcess stranger({loader(), "/usr/bin/tail", "-f", "-c", "0", copy.path()});
+  waitUntilItRuns(stranger, loader());
+  EXPECT_FALSE(isFound(stranger.pid()));
+}
+
 TEST(LinuxProcessesTest, EndsProcesses) {
   LinuxProcesses processes;
   ChildProcess killed({"sleep", "60"});
@@ -100,6 +133,42 @@ TEST(LinuxProcessesTest, EndsProcesses) {
   processes.terminate(asking);
   EXPECT_EQ(WTERMSIG(asked.stop(0)), SIGTERM);
   EXPECT_FALSE(processes.forceTerminate(asking));
+}
+
+TEST(LinuxProcessesTest, NeverSignalsAGroup) {
+  LinuxProcesses processes;
+  const ChildProcess group({"sleep", "60"});
+  ASSERT_EQ(::setpgid(group.pid(), group.pid()), 0);
+  EXPECT_FALSE(processes.forceTerminate(-group.pid()));
+  processes.terminate(-group.pid());
+  EXPECT_EQ(::waitpid(group.pid(), nullptr, WNOHANG), 0) << "the group has got a signal";
+}
+
+/// Zero stands for this process's own group, here one of its own.
+TEST(LinuxProcessesDeathTest, NeverSignalsItsOwnGroup) {
+  const auto signalZero = [] {
+    ::setpgid(0, 0);
+    LinuxProcesses processes;
+    const bool forced = processes.forceTerminate(0);
+    processes.terminate(0);
+    ::_exit(forced ? 1 : 7);
+  };
+  EXPECT_EXIT(signalZero(), ::testing::ExitedWithCode(7), "");
+}
+
+TEST(LinuxProcessesTest, LeavesTheBrokenPipesSignalToProgramsThatItRuns) {
+  const vesk::testing::TemporaryFolder folder;
+  const fs::path out = folder.path() / "out";
+  const auto before = ::signal(SIGPIPE, SIG_DFL);
+  ignoreBrokenPipes();
+  EXPECT_EQ(::signal(SIGPIPE, SIG_IGN), SIG_IGN);
+  LinuxProcesses().runAndWait("/bin/sh", {"-c", "grep SigIgn /proc/self/status > \"$0\"", out});
+  ::signal(SIGPIPE, before);
+  std::ifstream file(out);
+  std::string name;
+  std::uint64_t ignored = ~0ULL;
+  file >> name >> std::hex >> ignored;
+  EXPECT_EQ(ignored >> (SIGPIPE - 1) & 1, 0U);
 }
 
 TEST(LinuxProcessesTest, RunsAProgramAndWaitsForItsEnd) {

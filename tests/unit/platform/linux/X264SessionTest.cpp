@@ -9,6 +9,7 @@
 #include "platform/linux/X264Compression.h"
 #include "support/H264Decoder.h"
 #include "support/PaintedImages.h"
+#include "support/Scarcity.h"
 
 namespace vesk {
 namespace {
@@ -123,6 +124,13 @@ TEST_F(X264SessionTest, RefusesSizesThatTheEncoderDoesNotTake) {
     EXPECT_EQ(made.status, X264Compression::refused);
     EXPECT_EQ(made.session, nullptr);
   }
+}
+
+TEST_F(X264SessionTest, HasAStatusForAThreadThatCannotBeMade) {
+  const vesk::testing::NoThreads scarcity;
+  const auto made = compression.makeH264Session({size.width, size.height, true});
+  EXPECT_NE(made.status, 0);
+  EXPECT_EQ(made.session, nullptr);
 }
 
 TEST_F(X264SessionTest, BecomesGoodAndThenNearlyFreeWhileTheScreenIsStill) {

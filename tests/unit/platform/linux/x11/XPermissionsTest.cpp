@@ -33,7 +33,8 @@ using XDisplaysTest = DisplayTest;
 TEST_F(XPermissionsTest, AreGrantedByAServerThatOffersEverything) {
   const XServer server;
   use(server.display());
-  XPermissions permissions;
+  const Connection connection;
+  XPermissions permissions(connection);
   EXPECT_TRUE(permissions.preflightScreenCaptureAccess());
   EXPECT_TRUE(permissions.requestScreenCaptureAccess());
   EXPECT_TRUE(permissions.isProcessTrusted());
@@ -41,10 +42,11 @@ TEST_F(XPermissionsTest, AreGrantedByAServerThatOffersEverything) {
 }
 
 TEST_F(XPermissionsTest, NeedEveryExtensionOfCapture) {
-  for (const auto* extension : {"MIT-SHM", "DAMAGE", "XFIXES", "Composite", "RANDR"}) {
+  for (const auto* extension : {"MIT-SHM", "DAMAGE", "XFIXES", "Composite", "RANDR", "RENDER"}) {
     const XServer server("640x480x24", {"-extension", extension});
     use(server.display());
-    XPermissions permissions;
+    const Connection connection;
+    XPermissions permissions(connection);
     EXPECT_FALSE(permissions.preflightScreenCaptureAccess()) << extension;
     EXPECT_TRUE(permissions.isProcessTrusted()) << extension;
   }
@@ -53,7 +55,8 @@ TEST_F(XPermissionsTest, NeedEveryExtensionOfCapture) {
 TEST_F(XPermissionsTest, NeedXTestForInputOnly) {
   const XServer server("640x480x24", {"-extension", "XTEST"});
   use(server.display());
-  XPermissions permissions;
+  const Connection connection;
+  XPermissions permissions(connection);
   EXPECT_TRUE(permissions.preflightScreenCaptureAccess());
   EXPECT_FALSE(permissions.isProcessTrusted());
 }
@@ -91,7 +94,7 @@ TEST_F(XPermissionsTest, AreDeniedByAServerThatOnlyServesAWaylandSession) {
   const Connection connection;
   ASSERT_TRUE(connection);
   ASSERT_TRUE(connection.offers("XTEST")) << "the test would prove nothing";
-  XPermissions permissions;
+  XPermissions permissions(connection);
   EXPECT_FALSE(permissions.preflightScreenCaptureAccess());
   EXPECT_FALSE(permissions.isProcessTrusted());
 }
@@ -99,7 +102,8 @@ TEST_F(XPermissionsTest, AreDeniedByAServerThatOnlyServesAWaylandSession) {
 TEST_F(XPermissionsTest, AreTheStateOfTheMoment) {
   XServer server;
   use(server.display());
-  XPermissions permissions;
+  const Connection connection;
+  XPermissions permissions(connection);
   EXPECT_TRUE(permissions.preflightScreenCaptureAccess());
   server.kill();
   EXPECT_FALSE(permissions.preflightScreenCaptureAccess());

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <condition_variable>
+#include <csignal>
 #include <fstream>
 #include <functional>
 #include <future>
@@ -19,6 +20,7 @@
 #include "platform/linux/x11/XDisplays.h"
 #include "platform/linux/x11/XScreenCapture.h"
 #include "support/H264Decoder.h"
+#include "support/Scarcity.h"
 #include "support/WorkQueues.h"
 #include "support/XPainter.h"
 #include "support/XResources.h"
@@ -99,7 +101,7 @@ class XScreenStreamTest : public ::testing::Test {
     ContentFilter filter;
     filter.display.displayID = XDisplays().mainDisplay();
     filter.excludingApplications = {{::getpid()}};
-    auto stream = XScreenCapture(ownWindows)
+    auto stream = XScreenCapture(ownWindows, connection)
                       .makeStream(filter, configuration,
                                   [this](const PlatformError& error) { received.fail(error); });
     stream->addOutput([this](const auto& sample, auto) { received.add(sample); }, queue);
@@ -121,6 +123,7 @@ class XScreenStreamTest : public ::testing::Test {
   XServer server;
   DisplayVariable variable{server.display()};
   OwnWindows ownWindows;
+  const Connection connection;
   Received received;
   ThreadQueue queue{"test.samples"};
 };
@@ -129,7 +132,6 @@ class XScreenStreamTest : public ::testing::Test {
 TEST_F(XScreenStreamTest, HasSeenWhatAnOwnWindowCoversThatOpensAsSoonAsItHasStarted) {
   XPainter painter;
   painter.fill(0, 0, 640, 480, white);
-  const Connection connection;
   const xcb_window_t window = xcb_generate_id(connection.get());
   constexpr std::array<std::uint32_t, 2> values{black, 1};
   xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, connection.root(), 50, 50, 200,
@@ -255,6 +257,60 @@ TEST_F(XScreenStreamTest, FailsForADisplayThatIsNotThere) {
   EXPECT_EQ(error->localizedDescription, "The display was turned off or unplugged.");
 }
 
+TEST_F(XScreenStreamTest, FailsWithoutAThreadAndLetsGoOfItsCompletion) {
+  const auto stream = makeStream({640, 480});
+  const auto held = std::make_shared<int>();
+  std::optional<PlatformError> error;
+  sigset_t before;
+  ::pthread_sigmask(SIG_SETMASK, nullptr, &before);
+  {
+    const testing::NoThreads scarcity;
+    stream->startCapture([&error, held](auto refusal) { error = std::move(refusal); });
+  }
+  EXPECT_EQ(error, PlatformError{"This program has too many threads running."});
+  EXPECT_EQ(held.use_count(), 1);
+  sigset_t after;
+  ::pthread_sigmask(SIG_SETMASK, nullptr, &after);
+  EXPECT_EQ(::sigismember(&after, SIGTERM), ::sigismember(&before, SIGTERM));
+  EXPECT_EQ(start(*stream), std::nullopt);
+  EXPECT_EQ(stop(*stream), std::nullopt);
+}
+
+TEST_F(XScreenStreamTest, FailsWithoutADescriptorInWordsThatSaySo) {
+  std::optional<PlatformError> madeWithout;
+  std::optional<PlatformError> startedWithout;
+  auto stream = makeStream({640, 480});
+  {
+    const testing::NoDescriptors scarcity;
+    startedWithout = start(*stream);
+    XScreenStream another({}, {}, ownWindows, [](const auto&) { ADD_FAILURE(); });
+    madeWithout = start(another);
+  }
+  const PlatformError expected{"This program has too many files open."};
+  EXPECT_EQ(startedWithout, expected);
+  EXPECT_EQ(madeWithout, expected);
+  stream = makeStream({640, 480});
+  EXPECT_EQ(start(*stream), std::nullopt);
+}
+
+TEST_F(XScreenStreamTest, IsOfferedOnlyByAServerThatGrantsIt) {
+  const auto contentOf = [](const Connection& asked) {
+    std::optional<ShareableContent> content;
+    const OwnWindows own;
+    XScreenCapture(own, asked).shareableContent([&](auto offered, const auto& error) {
+      content = std::move(offered);
+      EXPECT_NE(content.has_value(), error.has_value());
+    });
+    return content;
+  };
+  EXPECT_TRUE(contentOf(connection));
+  for (const auto* extension : {"COMPOSITE", "DAMAGE", "RENDER"}) {
+    const XServer lacking("640x480x24", {"-extension", extension});
+    const DisplayVariable itsDisplay(lacking.display());
+    EXPECT_FALSE(contentOf(Connection())) << extension;
+  }
+}
+
 TEST_F(XScreenStreamTest, LeavesNothingBehindHoweverOftenItRuns) {
   const auto segments = sharedSegments();
   // The server lets go of everything when it sees that a connection is gone.
@@ -291,7 +347,7 @@ TEST_F(XScreenStreamTest, ReachesAViewerAsVideo) {
   SystemClock clock;
   LinuxProcesses processes;
   XDisplays displays;
-  XScreenCapture screenCapture(ownWindows);
+  XScreenCapture screenCapture(ownWindows, connection);
   X264Compression compression;
   const auto capturer = std::make_shared<Capturer>(
       Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});

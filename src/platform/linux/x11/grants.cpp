@@ -1,12 +1,10 @@
-#include "platform/linux/x11/XPermissions.h"
+#include "platform/linux/x11/grants.h"
 
 #include <xcb/randr.h>
 
 #include <algorithm>
 #include <array>
 #include <span>
-
-#include "platform/linux/x11/Connection.h"
 
 namespace vesk::x11 {
 namespace {
@@ -46,16 +44,17 @@ bool reachesTheScreen(const Connection& connection) {
 
 }  // namespace
 
-bool XPermissions::preflightScreenCaptureAccess() {
-  const Connection connection;
-  constexpr std::array needed{"MIT-SHM", "DAMAGE", "XFIXES", "Composite", "RANDR"};
+bool grantsScreenCapture(const Connection& connection) {
+  // The second row is what own windows are left out of the picture with.
+  constexpr std::array needed{"MIT-SHM",   "DAMAGE", "XFIXES", "RANDR",
+                              "Composite", "RENDER", "SHAPE"};
   return reachesTheScreen(connection) &&
          std::ranges::all_of(needed, [&](auto name) { return connection.offers(name); });
 }
 
-bool XPermissions::isProcessTrusted() {
-  const Connection connection;
-  return reachesTheScreen(connection) && connection.offers("XTEST");
+bool grantsInput(const Connection& connection) {
+  return reachesTheScreen(connection) && connection.offers("XTEST") &&
+         connection.offers("XKEYBOARD");
 }
 
 }  // namespace vesk::x11
