@@ -67,9 +67,10 @@ class ForeignTextTest : public ::testing::Test {
           std::vector<std::string>{"sh", "-c", "exec yes > /dev/null"}));
   }
 
-  static void expectWithin(double seconds, std::vector<double> taken) {
-    std::ranges::sort(taken);
-    EXPECT_LT(taken[taken.size() / 2], seconds);
+  /// Other work of the machine, the window manager's reading of every map among it, only ever makes
+  /// it slower.
+  static void expectWithin(double seconds, const std::vector<double>& taken) {
+    EXPECT_LT(std::ranges::min(taken), seconds);
   }
 
  private:

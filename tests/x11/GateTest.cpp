@@ -142,7 +142,7 @@ class HastyClock : public SystemClock {
   HostTime hostTime() const override { return now_ += 1ms; }
 
  private:
-  mutable HostTime now_{};
+  mutable HostTime now_ = std::chrono::steady_clock::now();
 };
 
 TEST_F(GateTest, EachStrokeAsksIt) {
