@@ -119,7 +119,7 @@ TEST_P(AlertKeysTest, WaitsAgainWhenTheFocusWasGoneForAMoment) {
   const std::uint32_t after = observer_.now();
   const std::uint32_t since = observer_.standsSince(alert, before - 1);
   EXPECT_GE(since, before);
-  ASSERT_LT(after - before, 500U);
+  ASSERT_LT(after - before, 500U);  // or nothing is proven
   expectNoAnswer(alert);
   untilActsCount(alert);
   expectAnswer(returnKey, "allowed");

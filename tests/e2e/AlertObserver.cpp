@@ -41,9 +41,10 @@ std::uint32_t AlertObserver::now() {
   return time;
 }
 
-std::uint32_t AlertObserver::standsSince(xcb_window_t window, std::uint32_t since) {
+std::uint32_t AlertObserver::standsSince(xcb_window_t window, std::uint32_t since,
+                                         int limitInMilliseconds) {
   std::uint32_t asked = 0;
-  waitFor([&] { return (asked = windows_[window].asked) > since; });
+  waitFor([&] { return (asked = windows_[window].asked) > since; }, limitInMilliseconds);
   return asked;
 }
 
@@ -66,9 +67,9 @@ int AlertObserver::presses(xcb_window_t window, std::uint8_t key) {
   return windows_[window].presses[key];
 }
 
-bool AlertObserver::waitFor(const std::function<bool()>& condition) {
+bool AlertObserver::waitFor(const std::function<bool()>& condition, int limitInMilliseconds) {
   std::unique_lock lock(mutex_);
-  return changed_.wait_for(lock, std::chrono::milliseconds(patience()), condition);
+  return changed_.wait_for(lock, std::chrono::milliseconds(limitInMilliseconds), condition);
 }
 
 void AlertObserver::read() {

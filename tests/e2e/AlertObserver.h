@@ -11,6 +11,8 @@
 #include <string>
 #include <thread>
 
+#include "support/Patience.h"
+
 namespace vesk::testing {
 
 /// Sees what the server tells of the windows that come up from now on: which keys reach them, and
@@ -26,8 +28,10 @@ class AlertObserver {
   std::uint32_t now();
 
   /// When the program last asked for the time on behalf of that window; waited for if it has not,
-  /// or not after `since`.
-  std::uint32_t standsSince(xcb_window_t window, std::uint32_t since = 0);
+  /// or not after `since`. One that it asked for at once, before this side knew of the window, is
+  /// missed.
+  std::uint32_t standsSince(xcb_window_t window, std::uint32_t since = 0,
+                            int limitInMilliseconds = patience());
 
   /// Waits until all that the program has seen of the window so far is old enough.
   void waitUntilActsCount(xcb_window_t window);
@@ -49,7 +53,7 @@ class AlertObserver {
   void read();
   void handle(const xcb_generic_event_t& event);
   void select(xcb_window_t window, std::uint32_t mask);
-  bool waitFor(const std::function<bool()>& condition);
+  bool waitFor(const std::function<bool()>& condition, int limitInMilliseconds = patience());
 
   std::unique_ptr<xcb_connection_t, Disconnect> connection_;
   xcb_window_t clock_;

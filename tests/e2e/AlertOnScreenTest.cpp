@@ -181,7 +181,7 @@ TEST_F(OnOpenboxTest, KeepsItsShapeUnderANameOfAnyKind) {
   const auto heightFor = [&](const std::string& name) {
     program.send("ask " + name);
     const xcb_window_t alert = desktop_.alert();
-    observer.standsSince(alert);
+    observer.standsSince(alert, 0, 2000);
     observer.waitUntilActsCount(alert);
     const Place place = placeOf(desktop_, alert);
     EXPECT_EQ(place.width, 504) << name;
@@ -217,7 +217,7 @@ TEST_P(ScaledAlertTest, IsAsLargeAsTheDesktopsScale) {
   PresenceWindow program(environment);
   program.send("ask Ada");
   const xcb_window_t alert = desktop_.alert();
-  observer.standsSince(alert);
+  observer.standsSince(alert, 0, 2000);
   observer.waitUntilActsCount(alert);
   const Place place = placeOf(desktop_, alert);
   EXPECT_NEAR(place.width, 504 * scale, 2);
