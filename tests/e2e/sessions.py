@@ -54,6 +54,13 @@ class Session(harness.Case):
         return (len(list((process / "fd").iterdir())), len(list((process / "task").iterdir())),
                 self.overlays())
 
+    def settled_footprint(self):
+        """The footprint behind a first session: libraries start threads when they are first used."""
+        self.run_session()
+        self.agent.send("stop")
+        self.expect_silence()
+        return self.footprint()
+
     def expect_silence(self):
         """Nothing more is sent: what was asked before the greeting of a new connection is done."""
         self.agent.send("disconnect")

@@ -52,7 +52,7 @@ class Losses(Session, Person):
         self.run_session()
 
     def test_the_agent_is_lost_while_capture_starts(self):
-        before = self.footprint()
+        before = self.settled_footprint()
         self.agent.send({"op": "start"})
         self.assertEqual(self.agent.next_message(), STARTING)
         self.agent.end(signal.SIGKILL)
@@ -108,7 +108,7 @@ class Losses(Session, Person):
         self.assertEqual((decoded.returncode, decoded.stderr), (0, ""))
 
     def test_outlives_an_agent_that_never_reads_again(self):
-        before = self.footprint()
+        before = self.settled_footprint()
         self.stop_reading()
         self.agent.end(signal.SIGKILL)
         self.agent = self.next_agent()
