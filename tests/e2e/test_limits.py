@@ -7,6 +7,7 @@ import subprocess
 
 import harness
 from harness import PROGRAM, wait_until
+from xclient import XClient
 
 FAULT = "The Mac could not share its screen: "
 
@@ -67,6 +68,21 @@ class Limits(harness.Case):
 
 
 class Descriptors(Limits):
+    def test_no_session_is_without_its_banner_however_few_are_left(self):
+        client = XClient(self.server.display)
+        self.addCleanup(client.close)
+        bare = client.in_sight()
+        answers = set()
+        for left in range(16):
+            with self.limit("nofile", self.first_free_descriptor() + left):
+                answer = self.ask()["op"]
+                answers.add(answer)
+                if answer == "started":
+                    self.assertGreater(client.in_sight(), bare, f"{left} descriptors left")
+                self.agent.send("stop")
+            wait_until(lambda: client.in_sight() == bare, "the banner is gone")
+        self.assertEqual(answers, {"started", "fault"})
+
     def test_a_start_without_any_left_is_a_plain_fault(self):
         self.expect_a_session()
         self.agent.send("disconnect")

@@ -1,6 +1,7 @@
 #include "platform/linux/QtApplication.h"
 
 #include <QTimer>
+#include <system_error>
 
 namespace vesk {
 
@@ -24,7 +25,11 @@ void QtApplication::run() {
 /// Until there is something to let go of, a signal may end the process as it does any other.
 void QtApplication::finishLaunching() {
   delegate_->applicationDidFinishLaunching();
-  endSignals_.emplace();
+  try {
+    endSignals_.emplace();
+  } catch (const std::system_error&) {
+    return;  // without a pipe a signal ends the process as it does any other
+  }
   endNotifier_ =
       std::make_unique<QSocketNotifier>(endSignals_->descriptor(), QSocketNotifier::Read);
   QObject::connect(endNotifier_.get(), &QSocketNotifier::activated, &application_, [this] {

@@ -25,14 +25,24 @@ bool isServersOwn(const Connection& connection, xcb_window_t window) {
 
 }  // namespace
 
-OverlayStack::OverlayStack()
-    : notifier_(xcb_get_file_descriptor(connection_.get()), QSocketNotifier::Read) {
+OverlayStack::OverlayStack(const Connection& connection)
+    : connection_(connection),
+      notifier_(xcb_get_file_descriptor(connection_.get()), QSocketNotifier::Read) {
   laterRaise_.setSingleShot(true);
   QObject::connect(&laterRaise_, &QTimer::timeout, [this] { raise(); });
   QObject::connect(&notifier_, &QSocketNotifier::activated, [this] { readEvents(); });
   if (!connection_) return;
   watchCompositor();
-  watchWindows();
+  watchWindows(XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
+}
+
+OverlayStack::~OverlayStack() {
+  if (!connection_) return;
+  if (selectionNotify_ >= 0) ignoreCompositorSelection(connection_);
+  watchWindows(XCB_EVENT_MASK_NO_EVENT);
+  // What came until now is nobody's any more.
+  while (ReplyPtr<xcb_generic_event_t>(xcb_poll_for_event(connection_.get())) != nullptr) {
+  }
 }
 
 Composition OverlayStack::composition() const {
@@ -83,9 +93,8 @@ void OverlayStack::watchCompositor() {
   compositorAside_ = asideIsGuess_ = composited_ && isCompositorLikelyAside(connection_);
 }
 
-void OverlayStack::watchWindows() {
-  const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
-  xcb_change_window_attributes(connection_.get(), connection_.root(), XCB_CW_EVENT_MASK, &mask);
+void OverlayStack::watchWindows(std::uint32_t events) const {
+  xcb_change_window_attributes(connection_.get(), connection_.root(), XCB_CW_EVENT_MASK, &events);
   xcb_flush(connection_.get());
 }
 

@@ -21,14 +21,16 @@ enum class Composition {
   bypassed,  ///< there is a compositor, but it has stepped aside for a full-screen program
 };
 
-/// The overlays that exist at a time, their connection to the server, and what must be done for
-/// them when other programs move windows about or a compositor comes and goes.
+/// The overlays that exist at a time, and what must be done for them when other programs move
+/// windows about or a compositor comes and goes.
 ///
-/// Thread: main. Owns: the connection; the overlays list themselves. It lives no longer than they
-/// do, so that nothing is asked of the server while nothing is shown.
+/// Thread: main. Owns: nothing; the overlays list themselves. It lives no longer than they do, so
+/// that the server tells nothing while nothing is shown.
 class OverlayStack {
  public:
-  OverlayStack();
+  /// The connection outlives the stack and has no other reader of its events.
+  explicit OverlayStack(const Connection& connection);
+  ~OverlayStack();
   OverlayStack(const OverlayStack&) = delete;
   OverlayStack& operator=(const OverlayStack&) = delete;
 
@@ -52,7 +54,7 @@ class OverlayStack {
 
  private:
   void watchCompositor();
-  void watchWindows();
+  void watchWindows(std::uint32_t events) const;
   void readEvents();
   void handle(const xcb_generic_event_t& event);
   void followCompositor(const xcb_generic_event_t& event);
@@ -64,7 +66,7 @@ class OverlayStack {
   void mapAnew();
   void stack(xcb_window_t window, std::optional<xcb_window_t> above) const;
 
-  Connection connection_;
+  const Connection& connection_;
   QSocketNotifier notifier_;
   std::vector<XOverlay*> overlays_;  ///< top to bottom
   CompositingManager manager_;

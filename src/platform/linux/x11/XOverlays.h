@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "platform/Overlays.h"
+#include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/OverlayStack.h"
 #include "platform/linux/x11/OwnWindows.h"
 
@@ -10,7 +11,8 @@ namespace vesk::x11 {
 
 /// Overlay windows on an X server. A point is one pixel, or more where the person has the desktop
 /// scaled. Nothing is asked of the server while no overlay exists, other than which screens there
-/// are. Thread: main, with an application object.
+/// are. Thread: main, with an application object. Owns: its connection, from the start, so that a
+/// session that has taken the last descriptor still shows its banner.
 class XOverlays final : public Overlays {
  public:
   /// `ownWindows` learns of every window and outlives this object.
@@ -22,6 +24,7 @@ class XOverlays final : public Overlays {
 
  private:
   OwnWindows& ownWindows_;
+  Connection connection_;
   std::weak_ptr<OverlayStack> stack_;
 };
 

@@ -9,4 +9,7 @@ namespace vesk::x11 {
 /// Thread: the connection's. Waits for the server. Fails: as XCB_NONE, when the server is gone.
 xcb_atom_t watchCompositorSelection(const Connection& connection);
 
+/// Undoes that.
+void ignoreCompositorSelection(const Connection& connection);
+
 }  // namespace vesk::x11
