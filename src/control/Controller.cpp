@@ -19,7 +19,7 @@ constexpr auto exitDelay = 3s;
 
 /// What of the viewer's is on its way when input ends gets this long; a quarter of a second after
 /// the end nothing may happen any more.
-constexpr auto timeForTheRest = 200ms;
+constexpr auto timeForTheRest = 150ms;
 
 std::string descriptionOf(const std::exception_ptr& error) try {
   std::rethrow_exception(error);

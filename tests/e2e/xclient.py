@@ -25,6 +25,7 @@ _x11.XGetPixel.restype = ctypes.c_ulong
 _x11.XGetPixel.argtypes = [ctypes.c_void_p, ctypes.c_int, ctypes.c_int]
 _x11.XSelectInput.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_long]
 _x11.XFlush.argtypes = [ctypes.c_void_p]
+_x11.XPending.argtypes = [ctypes.c_void_p]
 _x11.XNextEvent.argtypes = [ctypes.c_void_p, ctypes.c_void_p]
 
 # A window may be gone before it is asked about: the answer tells, and the error need not.
@@ -32,6 +33,7 @@ _ignore = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)(lambd
 _x11.XSetErrorHandler(_ignore)
 
 _MAP_STATE, _IS_VIEWABLE = 23, 2  # the field's place among the integers of XWindowAttributes
+_KEY_PRESS = 2
 _BUTTONS = {1: 0x100, 2: 0x200, 3: 0x400}
 
 
@@ -100,6 +102,20 @@ class XClient:
         pointer_motion = 1 << 6
         _x11.XSelectInput(self._display, self._root, pointer_motion)
         self.pointer()  # an answer: the server knows of the wish
+
+    def watch_keys(self):
+        """From now on `keys_heard` knows of the keys that nobody else has the focus for."""
+        key_press = 1
+        _x11.XSelectInput(self._display, self._root, key_press)
+        self.pointer()  # an answer: the server knows of the wish
+
+    def keys_heard(self):
+        """How many keys have come since this was last asked."""
+        event, count = _MotionEvent(), 0
+        while _x11.XPending(self._display):
+            _x11.XNextEvent(self._display, ctypes.byref(event))
+            count += event.type == _KEY_PRESS
+        return count
 
     def next_motion(self):
         """Waits for the next one. Its place on the screen."""
