@@ -53,8 +53,8 @@ class Ends(RawSessions):
 
         def is_full():
             before = self.agent.unread()
-            time.sleep(0.3)  # some twenty pictures
-            return before > 10_000 and self.agent.unread() == before
+            time.sleep(0.5)  # some thirty pictures
+            return before > 0 and self.agent.unread() == before
         wait_until(is_full, "the program finds no more room")
 
     def expect_to_end_soon(self, *messages):
