@@ -76,6 +76,16 @@ class AgentLinkTest : public ::testing::Test {
     told_.waitFor(1);
   }
 
+  /// The agent goes, and the next one comes.
+  void replaceAgent() {
+    const auto before = told_.waitFor(0).size();
+    peer_->close();
+    clock_.waitForSleep();
+    clock_.wake();
+    peer_.emplace(listener_->accept());
+    told_.waitFor(before + 2);
+  }
+
   void send(FrameKind kind, std::string_view payload) const {
     peer_->write(frameBytes(kind, textBytes(payload)));
   }
@@ -138,14 +148,17 @@ TEST_F(AgentLinkTest, ReportsALossOnceAndConnectsAgainAfterOneSecond) {
 
 TEST_F(AgentLinkTest, WritesOfTheLossBeforeItTellsOfIt) {
   Lines written;
+  bool connected = true;
   link_->onDisconnected = [&] {
     written = log_.messages();
+    connected = link_->isConnected() || link_->connection() != AgentLink::Connection::none;
     told_.add("disconnected");
   };
   connect();
   peer_->close();
   told_.waitFor(2);
   EXPECT_EQ(written, (Lines{"Connected to the Vesk agent.", "Lost the Vesk agent; reconnecting."}));
+  EXPECT_FALSE(connected);
 }
 
 /// The one that the system would give next.
@@ -341,6 +354,37 @@ TEST_F(AgentLinkTest, DropsTheMessagesBeyondItsBoundForAnAgentThatDoesNotRead) {
   EXPECT_TRUE(peer_->isSilent());
   link_->sendControl(Message("next"));
   EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"next"})");
+}
+
+TEST_F(AgentLinkTest, HasRoomForMessagesAgainOnceTheyAreOutOrTheirConnectionIs) {
+  const std::string filling(AgentLink::mostWaiting * 3 / 8, 'x');
+  connect();
+  for (const bool isRead : {true, true, false, true}) {
+    link_->setPatience(AgentLink::Patience::drops);
+    EXPECT_TRUE(link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}));
+    for (int i = 0; i < 2; ++i) link_->sendControl(Message("filling").with("text", filling));
+    link_->setPatience(AgentLink::Patience::waits);
+    if (!isRead) replaceAgent();
+    std::thread writer([this] { manual_.run(); });
+    if (isRead) {
+      peer_->read(9 + moreThanBuffered);
+      for (int i = 0; i < 2; ++i) EXPECT_GT(peer_->readFrame()->payload.size(), filling.size());
+    }
+    writer.join();
+  }
+}
+
+TEST_F(AgentLinkTest, SendsWhatWaitsBeforeAnotherPicture) {
+  connect();
+  link_->setPatience(AgentLink::Patience::drops);
+  EXPECT_TRUE(link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}));
+  link_->sendControl(Message("waiting"));
+  link_->setPatience(AgentLink::Patience::waits);
+  std::thread writer([this] { link_->sendVideo(bytes({1}), Ticks{1}); });
+  peer_->read(9 + moreThanBuffered);
+  EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"waiting"})");
+  EXPECT_EQ(peer_->readFrame()->kind, 3);
+  writer.join();
 }
 
 TEST_F(AgentLinkTest, DropsAFrameThatFindsNoRoomOncePatienceIsOver) {
