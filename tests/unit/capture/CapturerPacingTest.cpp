@@ -249,6 +249,18 @@ TEST_F(CapturerPacingTest, EndsAStreamThatStartsWhileItStops) {
   EXPECT_FALSE(late->alive);
 }
 
+TEST_F(CapturerPacingTest, KeepsItsStreamWhereAnotherStartFails) {
+  start();
+  const auto running = stream();
+  screen.holdStart = true;
+  start();
+  stream()->answerStart(PlatformError{"No."});
+  EXPECT_TRUE(running->alive);
+  running->deliver({true, image, 0});
+  queues.advance(34ms);
+  EXPECT_EQ(frames().size(), 1U);
+}
+
 TEST_F(CapturerPacingTest, DoesWithoutCallbacks) {
   capturer->onAccessUnit = nullptr;
   capturer->onFault = nullptr;
