@@ -246,6 +246,7 @@ void Capturer::stop() {
   {
     const std::lock_guard lock(streamLock_);
     stream = std::exchange(stream_, nullptr);
+    ++generation_;
   }
   stopInBackground(std::move(stream));
   queue_->sync([this] {
@@ -258,7 +259,6 @@ void Capturer::stop() {
     session_ = nullptr;
     lastImage_ = nullptr;
     lastPts_ = std::nullopt;
-    ++generation_;
   });
 }
 

@@ -23,7 +23,8 @@ namespace vesk {
 /// viewer who joins late or lost a frame never waits for the screen to change.
 ///
 /// Thread: `start` and `stop` from any but the capture queue, on which `stop` waits; `start` only
-/// while nothing runs. `requestKeyframe`, `setBitrate`, `width` and `height` from any.
+/// while nothing is shown: of several under way the last to succeed is the one that stays.
+/// `requestKeyframe`, `setBitrate`, `width` and `height` from any.
 /// Owns: the capture queue, the stream, the compression session and the timer. Held by a
 /// `shared_ptr`; a `start` under way holds it too, everything else holds it weakly.
 /// Fails: a start by its completion; a stream that the system ends by `onFault`; a frame that
@@ -111,7 +112,8 @@ class Capturer : public std::enable_shared_from_this<Capturer> {
   std::unique_ptr<Timer> ticker_;
   bool forceKeyframe_ = true;
 
-  /// Counts the stops, on the capture queue: no session shows what an earlier one's stream brings.
+  /// Counts the stops, under the lock: no session shows what an earlier one's stream brings, and
+  /// none keeps a stream that has started too late.
   std::atomic<std::uint64_t> generation_ = 0;
 
   std::atomic<std::int32_t> fps_ = 30;

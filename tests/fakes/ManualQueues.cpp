@@ -90,6 +90,11 @@ bool ManualQueues::waitForTasks(std::size_t count) {
                              [&] { return entries_.size() >= count; });
 }
 
+std::size_t ManualQueues::waiting() const {
+  const std::lock_guard lock(mutex_);
+  return entries_.size();
+}
+
 std::vector<std::string> ManualQueues::labels() const {
   const std::lock_guard lock(mutex_);
   return labels_;

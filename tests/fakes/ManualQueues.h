@@ -41,6 +41,9 @@ class ManualQueues final : public Queues {
   /// seconds.
   bool waitForTasks(std::size_t count);
 
+  /// How many tasks wait now.
+  std::size_t waiting() const;
+
   /// The labels of the queues made so far.
   std::vector<std::string> labels() const;
 

@@ -1,5 +1,7 @@
 #include "platform/macos/AppKitApplication.h"
 
+#include <system_error>
+
 /// Hands the application's news on to the core.
 @interface VeskApplicationDelegate : NSObject <NSApplicationDelegate>
 - (instancetype)initWithDelegate:(vesk::ApplicationDelegate&)delegate
@@ -48,7 +50,11 @@ void AppKitApplication::run() { [application_ run]; }
 
 /// The main queue stands still while an alert is asked; the run loop's common modes do not.
 void AppKitApplication::takeEndSignals() {
-  endSignals_.emplace();
+  try {
+    endSignals_.emplace();
+  } catch (const std::system_error&) {
+    return;  // without a pipe a signal ends the process as it does any other
+  }
   const dispatch_queue_t queue =
       dispatch_queue_create("com.vesk.screen.signals", DISPATCH_QUEUE_SERIAL);
   const dispatch_source_t source = dispatch_source_create(

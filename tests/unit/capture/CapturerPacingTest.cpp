@@ -236,6 +236,31 @@ TEST_F(CapturerPacingTest, EndsAStreamThatHasStartedTooLate) {
   EXPECT_EQ(frames().size(), 1U);
 }
 
+TEST_F(CapturerPacingTest, EndsAStreamThatStartsWhileItStops) {
+  start();
+  screen.holdStart = true;
+  start();
+  const auto late = stream();
+  compression.onCompleteFrames = [&] { late->answerStart(std::nullopt); };
+  capturer->stop();
+  queues.run();
+  EXPECT_EQ(completions, 2);
+  EXPECT_EQ(late->stops, 1);
+  EXPECT_FALSE(late->alive);
+}
+
+TEST_F(CapturerPacingTest, KeepsItsStreamWhereAnotherStartFails) {
+  start();
+  const auto running = stream();
+  screen.holdStart = true;
+  start();
+  stream()->answerStart(PlatformError{"No."});
+  EXPECT_TRUE(running->alive);
+  running->deliver({true, image, 0});
+  queues.advance(34ms);
+  EXPECT_EQ(frames().size(), 1U);
+}
+
 TEST_F(CapturerPacingTest, DoesWithoutCallbacks) {
   capturer->onAccessUnit = nullptr;
   capturer->onFault = nullptr;

@@ -16,7 +16,7 @@ TEST(IsKeyFrameTest, IsTrueWhereADecoderCanBegin) {
 }
 
 TEST(IsKeyFrameTest, IsFalseForEveryOther) {
-  for (const int type : {0x41, 0x61, 0x01, 0x06, 0x68, 0x09, 0x00, 0x1f}) {
+  for (const int type : {0x41, 0x61, 0x01, 0x06, 0x68, 0x09, 0x00, 0x15, 0x17, 0x1f}) {
     EXPECT_FALSE(isKeyFrame(bytes({0, 0, 0, 1, type, 0x9a}))) << type;
   }
   EXPECT_FALSE(isKeyFrame(bytes({})));

@@ -102,6 +102,13 @@ TEST(InputRequestTest, IsAllowedOnlyWhenItSaysSo) {
   }
 }
 
+/// Requests wait, and whoever sends them chooses the names.
+TEST(ControlRequestTest, KeepsNoMoreOfANameThanIsShown) {
+  const std::string name = "\"" + std::string(100'000, 'x') + R"("})";
+  EXPECT_EQ(requestOf<StartRequest>(R"({"op":"start","viewer":)" + name).viewer.size(), 1024U);
+  EXPECT_EQ(requestOf<ViewerRequest>(R"({"op":"viewer","name":)" + name).name.size(), 1024U);
+}
+
 TEST(ViewerRequestTest, HasAnEmptyNameByDefault) {
   EXPECT_EQ(requestOf<ViewerRequest>(R"({"op":"viewer","name":"Bo"})").name, "Bo");
   EXPECT_EQ(requestOf<ViewerRequest>(R"({"op":"viewer"})").name, "");

@@ -194,7 +194,8 @@ TEST_F(ControllerSessionTest, StopsWhenTheAgentIsLost) {
   input(key);
   events_.take();
   peer_->close();
-  ASSERT_TRUE(manual_.waitAndRun());
+  ASSERT_TRUE(manual_.waitForTasks(2)) << "the end of input, and that of the session";
+  manual_.run();
   EXPECT_FALSE(isCapturing());
   EXPECT_EQ(fakes_.overlays.shown().size(), 0U);
   EXPECT_EQ(events_.take().size(), 1U);

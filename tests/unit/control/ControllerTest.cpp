@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "control/ControlBacklog.h"
 #include "platform/User.h"
 #include "support/ControllerFixture.h"
 
@@ -146,6 +147,22 @@ TEST_F(ControllerTest, CarriesOutRequestsWithoutASession) {
   EXPECT_TRUE(isSilent());
   EXPECT_EQ(fakes_.compression.sessions.size(), 0U);
   EXPECT_EQ(fakes_.overlays.made.size(), 0U);
+}
+
+TEST_F(ControllerTest, LetsTheAgentWaitWhileItsRequestsWaitForTheMainThread) {
+  connect();
+  settle();
+  const Bytes request = frameBytes(FrameKind::control, vesk::testing::textBytes(R"({"op":"x"})"));
+  Bytes requests;
+  for (int i = 0; i < 2 * ControlBacklog::most; ++i) {
+    requests.insert(requests.end(), request.begin(), request.end());
+  }
+  peer_->write(requests);
+  ASSERT_TRUE(manual_.waitForTasks(ControlBacklog::most));
+  EXPECT_TRUE(isSilent());
+  EXPECT_EQ(manual_.waiting(), static_cast<std::size_t>(ControlBacklog::most));
+  manual_.run();
+  tell(R"({"op":"start"})");
 }
 
 TEST_F(ControllerTest, IsNotKeptAliveByItsOwnWiring) {

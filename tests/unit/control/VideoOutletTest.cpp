@@ -119,6 +119,55 @@ TEST_F(VideoOutletTest, HoldsBackAgainOnceItIsShut) {
   EXPECT_EQ(heard(), (Heard{3, key}));
 }
 
+TEST_F(VideoOutletTest, ShowsNothingOfTheSessionBeforeInTheNext) {
+  outlet_.open(link_->connection());
+  outlet_.send(key, Ticks{1});
+  EXPECT_EQ(heard(), (Heard{1, key}));
+  outlet_.shut();
+  outlet_.send(key, Ticks{2});
+  outlet_.shut();
+  outlet_.open(link_->connection());
+  outlet_.send(picture, Ticks{3});
+  EXPECT_TRUE(peer_->isSilent()) << "neither what was held nor what no decoder can begin with";
+  outlet_.send(key, Ticks{4});
+  EXPECT_EQ(heard(), (Heard{4, key}));
+}
+
+TEST_F(VideoOutletTest, HoldsAsMuchAgainFromEachKeyFrameOn) {
+  Bytes large = key;
+  large.resize(VideoOutlet::mostHeldBytes);
+  outlet_.send(large, Ticks{1});
+  outlet_.send(picture, Ticks{2});  // too much: all of it is lost
+  outlet_.send(large, Ticks{3});
+  outlet_.send(key, Ticks{4});
+  for (std::size_t i = 1; i < VideoOutlet::mostHeld; ++i) outlet_.send(picture, Ticks{5});
+  outlet_.open(link_->connection());
+  EXPECT_EQ(requests_, 0);
+  EXPECT_EQ(heard(), (Heard{4, key}));
+  for (std::size_t i = 1; i < VideoOutlet::mostHeld; ++i) EXPECT_EQ(heard(), (Heard{5, picture}));
+}
+
+TEST_F(VideoOutletTest, HoldsNothingBackThatNoDecoderCanBeginWith) {
+  outlet_.send(picture, Ticks{1});
+  outlet_.open(link_->connection());
+  EXPECT_TRUE(peer_->isSilent());
+}
+
+TEST_F(VideoOutletTest, WaitsForTheAgentOnTheEncodersThreadAlone) {
+  outlet_.open(link_->connection());
+  Bytes large = key;
+  large.resize(8'000'000);
+  std::thread encoder([&] {
+    outlet_.send(large, Ticks{1});
+    outlet_.send(picture, Ticks{2});
+  });
+  peer_->read(9);
+  outlet_.open(link_->connection());  // another start, while the agent does not read
+  EXPECT_EQ(peer_->read(large.size()).size(), large.size());
+  EXPECT_EQ(heard(), (Heard{2, picture}));
+  encoder.join();
+}
+
 TEST_F(VideoOutletTest, StaysOpenWhenItIsOpenedAgain) {
   outlet_.open(link_->connection());
   outlet_.send(key, Ticks{1});

@@ -73,6 +73,10 @@ TEST(TextRunsTest, DropWhatComesAfter2048UnitsWithoutCuttingACharacter) {
   EXPECT_EQ(joined(textRuns(tower + "b")).size(), 2048U);
   EXPECT_EQ(joined(textRuns(tower + "\u0301")).size(), 0U);
   EXPECT_EQ(joined(textRuns("x" + tower)), u"x");
+  // Marks of three bytes, as many as a unit can take.
+  const std::string wide = "日" + repeated("\u20d0", 2047);
+  EXPECT_EQ(joined(textRuns(wide)).size(), 2048U);
+  EXPECT_EQ(joined(textRuns(wide + "\u20d0")).size(), 0U);
   // A family is eleven units: 186 of them are 2046.
   const std::string family = "👨‍👩‍👧‍👦";
   EXPECT_EQ(joined(textRuns(repeated(family, 512))).size(), 186U * 11U);

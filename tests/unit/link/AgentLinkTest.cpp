@@ -9,11 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "fakes/ManualQueues.h"
-#include "support/LinkLoop.h"
-#include "support/LogLines.h"
-#include "support/TemporaryFolder.h"
-#include "support/UnixListener.h"
+#include "support/LinkFixture.h"
 
 namespace vesk {
 namespace {
@@ -21,77 +17,12 @@ namespace {
 using namespace std::chrono_literals;
 using vesk::testing::bytes;
 using vesk::testing::textBytes;
+using vesk::testing::textOf;
 using vesk::testing::UnixListener;
-using vesk::testing::UnixPeer;
 using Lines = std::vector<std::string>;
 
-/// What the callbacks were told, in order, to be waited for.
-class Told {
- public:
-  void add(std::string event) {
-    const std::lock_guard lock(mutex_);
-    events_.push_back(std::move(event));
-    changed_.notify_all();
-  }
-  Lines waitFor(std::size_t count) {
-    std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, vesk::testing::patience, [&] { return events_.size() >= count; });
-    return events_;
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  Lines events_;
-};
-
-std::string text(ByteView data) {
-  return {reinterpret_cast<const char*>(data.data()), data.size()};
-}
-
-class AgentLinkTest : public ::testing::Test {
- protected:
-  AgentLinkTest() {
-    link_->onConnected = [this] { told_.add("connected"); };
-    link_->onDisconnected = [this] { told_.add("disconnected"); };
-    link_->onControl = [this](const Message& message) {
-      told_.add("control " + message.string("op").value_or("?"));
-    };
-    link_->onInput = [this](ByteView data) { told_.add("input " + text(data)); };
-  }
-
-  ~AgentLinkTest() override {
-    clock_.end();
-    peer_.reset();
-    listener_.reset();
-    link_.reset();
-    queues_.join();
-  }
-
-  /// Starts the link with an agent that listens, up to the connection.
-  void connect() {
-    listener_.emplace(path_);
-    link_->start();
-    peer_.emplace(listener_->accept());
-    told_.waitFor(1);
-  }
-
-  void send(FrameKind kind, std::string_view payload) const {
-    peer_->write(frameBytes(kind, textBytes(payload)));
-  }
-
-  vesk::testing::TemporaryFolder folder_;
-  std::filesystem::path path_ = folder_.path() / "agent.sock";
-  vesk::testing::LogLines log_;
-  fakes::ManualClock time_;
-  vesk::testing::SteppedClock clock_{time_};
-  fakes::ManualQueues manual_{time_};
-  vesk::testing::LinkQueues queues_{manual_};
-  Told told_;
-  std::optional<UnixListener> listener_;
-  std::optional<UnixPeer> peer_;
-  std::shared_ptr<AgentLink> link_ = std::make_shared<AgentLink>(queues_, clock_, path_.string());
-};
+/// Connections, and what is read from them.
+using AgentLinkTest = vesk::testing::LinkFixture;
 
 TEST_F(AgentLinkTest, HasTheAgentsSocketForItsConstant) {
   EXPECT_EQ(AgentLink::socketPath, "/var/run/com.vesk.tovarin.screen.sock");
@@ -138,14 +69,17 @@ TEST_F(AgentLinkTest, ReportsALossOnceAndConnectsAgainAfterOneSecond) {
 
 TEST_F(AgentLinkTest, WritesOfTheLossBeforeItTellsOfIt) {
   Lines written;
+  bool connected = true;
   link_->onDisconnected = [&] {
     written = log_.messages();
+    connected = link_->isConnected() || link_->connection() != AgentLink::Connection::none;
     told_.add("disconnected");
   };
   connect();
   peer_->close();
   told_.waitFor(2);
   EXPECT_EQ(written, (Lines{"Connected to the Vesk agent.", "Lost the Vesk agent; reconnecting."}));
+  EXPECT_FALSE(connected);
 }
 
 /// The one that the system would give next.
@@ -241,167 +175,9 @@ TEST_F(AgentLinkTest, AsksForItsCallbacksAtEachFrame) {
   peer_.emplace(listener_->accept());
   send(FrameKind::control, R"({"op":"one"})");
   send(FrameKind::input, "two");
-  link_->onInput = [this](ByteView data) { told_.add("late " + text(data)); };
+  link_->onInput = [this](ByteView data) { told_.add("late " + textOf(data)); };
   mayGoOn.set_value();
   EXPECT_EQ(told_.waitFor(1), Lines{"late two"});
-}
-
-TEST_F(AgentLinkTest, WritesWholeFrames) {
-  connect();
-  link_->sendControl(Message("state").with("state", "starting"));
-  link_->sendVideo(bytes({0, 0, 0, 1, 0x65}), Ticks{3000});
-  const auto control = peer_->readFrame();
-  EXPECT_EQ(control->kind, 1);
-  EXPECT_EQ(text(control->payload), R"({"op":"state","state":"starting"})");
-  EXPECT_EQ(peer_->read(14), bytes({3, 9, 0, 0, 0, 0xb8, 0x0b, 0, 0, 0, 0, 0, 1, 0x65}));
-}
-
-TEST_F(AgentLinkTest, DropsAMessageThatJsonCannotCarry) {
-  connect();
-  link_->sendControl(Message("hello").with("user", "\xff"));
-  link_->sendControl(Message("next"));
-  EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"next"})");
-}
-
-TEST_F(AgentLinkTest, DropsWhatIsSentWhileThereIsNoConnection) {
-  link_->sendControl(Message("early"));
-  connect();
-  peer_->close();
-  clock_.waitForSleep();
-  link_->sendControl(Message("between"));
-  link_->sendVideo(bytes({1}), Ticks{1});
-  clock_.wake();
-  peer_.emplace(listener_->accept());
-  told_.waitFor(3);
-  link_->sendControl(Message("late"));
-  EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"late"})");
-}
-
-TEST_F(AgentLinkTest, NeverMixesTheFramesOfTwoWriters) {
-  connect();
-  constexpr int framesEach = 8;
-  const auto write = [this](char fill) {
-    const Bytes accessUnit(2'000'000, static_cast<std::byte>(fill));
-    for (int i = 0; i < framesEach; ++i) link_->sendVideo(accessUnit, Ticks{1});
-  };
-  std::thread first(write, 'a');
-  std::thread second(write, 'b');
-  int counted[2] = {0, 0};
-  for (int i = 0; i < 2 * framesEach; ++i) {
-    // Longer than the program's own reader would take: the limit is for what the agent sends.
-    EXPECT_EQ(peer_->read(9), bytes({3, 0x84, 0x84, 0x1e, 0, 1, 0, 0, 0}));
-    const Bytes accessUnit = peer_->read(2'000'000);
-    ASSERT_EQ(accessUnit, Bytes(2'000'000, accessUnit.front()));
-    ++counted[accessUnit.front() == std::byte{'b'} ? 1 : 0];
-  }
-  first.join();
-  second.join();
-  EXPECT_EQ(counted[0], framesEach);
-  EXPECT_EQ(counted[1], framesEach);
-}
-
-/// Bytes beyond what a socket's buffers hold, so that a write must wait for the reader.
-constexpr std::size_t moreThanBuffered = 8'000'000;
-
-TEST_F(AgentLinkTest, WaitsForAnAgentThatStopsReadingAndReadsOnMeanwhile) {
-  connect();
-  std::thread writer([this] { link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}); });
-  peer_->read(9);  // the frame is on its way
-  send(FrameKind::control, R"({"op":"meanwhile"})");
-  EXPECT_EQ(told_.waitFor(2).back(), "control meanwhile");
-  EXPECT_EQ(peer_->read(moreThanBuffered).size(), moreThanBuffered);
-  writer.join();
-}
-
-TEST_F(AgentLinkTest, NeverMakesTheSenderOfAMessageWaitForTheAgent) {
-  connect();
-  link_->setPatience(AgentLink::Patience::drops);
-  EXPECT_TRUE(link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}));
-  for (int i = 0; i < 3; ++i) link_->sendControl(Message("after").with("number", i));
-  std::thread writer([this] { manual_.run(); });
-  EXPECT_EQ(peer_->read(9 + moreThanBuffered).size(), 9 + moreThanBuffered);
-  writer.join();
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(text(peer_->readFrame()->payload),
-              R"({"number":)" + std::to_string(i) + R"(,"op":"after"})");
-  }
-}
-
-TEST_F(AgentLinkTest, DropsTheMessagesBeyondItsBoundForAnAgentThatDoesNotRead) {
-  connect();
-  link_->setPatience(AgentLink::Patience::drops);
-  EXPECT_TRUE(link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}));
-  const std::string filling(AgentLink::mostWaiting / 8, 'x');
-  for (int i = 0; i < 20; ++i) link_->sendControl(Message("filling").with("text", filling));
-  std::thread writer([this] { manual_.run(); });
-  peer_->read(9 + moreThanBuffered);
-  int came = 0;
-  for (; came < 7; ++came) EXPECT_GT(peer_->readFrame()->payload.size(), filling.size());
-  writer.join();
-  EXPECT_TRUE(peer_->isSilent());
-  link_->sendControl(Message("next"));
-  EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"next"})");
-}
-
-TEST_F(AgentLinkTest, DropsAFrameThatFindsNoRoomOncePatienceIsOver) {
-  connect();
-  std::thread writer([this] { link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}); });
-  peer_->read(9);
-  link_->setPatience(AgentLink::Patience::drops);
-  writer.join();
-  EXPECT_FALSE(link_->sendVideo(bytes({1}), Ticks{1}));
-  // What was begun comes whole, and nothing of what was dropped.
-  std::thread finisher([this] { manual_.run(); });
-  EXPECT_EQ(peer_->read(moreThanBuffered).size(), moreThanBuffered);
-  finisher.join();
-  EXPECT_TRUE(peer_->isSilent());
-}
-
-TEST_F(AgentLinkTest, SendsNothingOnAnotherConnectionThanItIsMeantFor) {
-  connect();
-  const auto first = link_->connection();
-  EXPECT_NE(first, AgentLink::Connection::none);
-  peer_->close();
-  clock_.waitForSleep();
-  EXPECT_EQ(link_->connection(), AgentLink::Connection::none);
-  link_->sendControl(Message("nobody"), AgentLink::Connection::none);
-  clock_.wake();
-  peer_.emplace(listener_->accept());
-  told_.waitFor(3);
-  EXPECT_NE(link_->connection(), first);
-  link_->sendControl(Message("stale"), first);
-  EXPECT_FALSE(link_->sendVideo(bytes({1}), Ticks{1}, first));
-  link_->sendControl(Message("fresh"), link_->connection());
-  EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"fresh"})");
-}
-
-TEST_F(AgentLinkTest, TellsNothingOfTheFrameBeforeALossToTheNextAgent) {
-  connect();
-  link_->setPatience(AgentLink::Patience::drops);
-  link_->sendVideo(Bytes(moreThanBuffered), Ticks{7});
-  link_->sendControl(Message("waiting"));
-  peer_->close();
-  clock_.waitForSleep();
-  clock_.wake();
-  peer_.emplace(listener_->accept());
-  told_.waitFor(3);
-  manual_.run();
-  link_->sendControl(Message("next"));
-  EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"next"})");
-}
-
-TEST_F(AgentLinkTest, GivesUpAFrameWhenTheAgentGoesAwayWithoutReadingIt) {
-  connect();
-  std::thread writer([this] { link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}); });
-  peer_->read(9);
-  peer_->close();
-  writer.join();
-  EXPECT_EQ(clock_.waitForSleep(), 1s);
-  clock_.wake();
-  peer_.emplace(listener_->accept());
-  told_.waitFor(3);
-  link_->sendControl(Message("next"));
-  EXPECT_EQ(text(peer_->readFrame()->payload), R"({"op":"next"})");
 }
 
 /// A descriptor that is closed may be somebody else's at once, and whoever writes must not find it.

@@ -15,7 +15,8 @@ TEST(ViewerNameTest, IsShownAsItIs) {
 TEST(ViewerNameTest, IsTheSupportsWhereNothingCanBeSeen) {
   for (const std::string name :
        {"", " ", "\n", "\t\u00a0\u2003\u3000", "\u202e", "\u200b", "\u200d\ufeff\u2060", "\u00ad",
-        "\u115f\u1160\u3164\uffa0", "\u2800", "\U000e0041", "\ufe0f", "\u180e", "\U0001d173"}) {
+        "\u115f\u1160\u3164\uffa0", "\ufff9\ufffa\ufffb", "\u2800", "\U000e0041", "\ufe0f",
+        "\u180e", "\U0001d173"}) {
     EXPECT_EQ(viewerNameForDisplay(name), "Vesk support") << name;
   }
 }
@@ -38,6 +39,8 @@ TEST(ViewerNameTest, IsCutTo64CharactersAsReadersCountThem) {
     EXPECT_EQ(viewerNameForDisplay(repeated(character, 65)), repeated(character, 64));
   }
   EXPECT_EQ(viewerNameForDisplay(repeated("\u202e", 64) + "Ada"), "Ada");
+  EXPECT_EQ(viewerNameForDisplay(repeated(" ", 64) + "Ada"), "Vesk support");
+  EXPECT_EQ(viewerNameForDisplay(repeated("W", 64) + "שרה"), repeated("W", 64));
 }
 
 TEST(ViewerNameTest, IsCutToAKibibyteBetweenCodePoints) {
@@ -57,6 +60,7 @@ TEST(ViewerNameTest, IsCutWhereItIsMalformedToo) {
 TEST(ViewerNameTest, StaysInOneLine) {
   EXPECT_EQ(viewerNameForDisplay("a\nb\rc\td\ve\ff"), "a b c d e f");
   EXPECT_EQ(viewerNameForDisplay("a\u0085b\u2028c\u2029d"), "a b c d");
+  EXPECT_EQ(viewerNameForDisplay("a\x01z\x1f\u0080z\u009f"), "a z  z ");
   EXPECT_EQ(viewerNameForDisplay(std::string("a\0b\x7f"
                                              "c\x1b[1m",
                                              9)),

@@ -41,8 +41,7 @@ OverlayStack::~OverlayStack() {
   if (selectionNotify_ >= 0) ignoreCompositorSelection(connection_);
   watchWindows(XCB_EVENT_MASK_NO_EVENT);
   // What came until now is nobody's any more.
-  while (ReplyPtr<xcb_generic_event_t>(xcb_poll_for_event(connection_.get())) != nullptr) {
-  }
+  connection_.dropEvents();
 }
 
 Composition OverlayStack::composition() const {

@@ -73,8 +73,8 @@ class XEventPoster final : public EventPoster {
   void flush() const { xcb_flush(connection_.get()); }
 
   InputGate& gate_;
-  std::mutex
-      mutex_;  ///< against the timer that takes lent keycodes back, and whoever closes the gate
+  /// Against the timer that takes lent keycodes back, and whoever closes the gate.
+  std::mutex mutex_;
   Connection connection_;
   XKeyboard keyboard_{connection_};
   Held held_;
