@@ -21,6 +21,11 @@ constexpr auto exitDelay = 3s;
 /// the end nothing may happen any more.
 constexpr auto timeForTheRest = 150ms;
 
+bool endsInput(const ControlRequest& request) {
+  const auto* input = std::get_if<InputRequest>(&request);
+  return std::holds_alternative<StopRequest>(request) || (input != nullptr && !input->allowed);
+}
+
 std::string descriptionOf(const std::exception_ptr& error) try {
   std::rethrow_exception(error);
 } catch (const std::exception& exception) {
@@ -77,9 +82,13 @@ void Controller::wireLink() {
     std::visit([&](const auto& each) { self.carryOut(each, agent); }, request);
   });
   link_->onControl = [&main = platform_.queues->main(), &link = *link_, backlog = ControlBacklog(),
-                      control](const Message& message) {
-    main.async([control, request = controlRequest(message), agent = link.connection(),
-                place = backlog.enter()] {
+                      weak = weak_from_this(), control](const Message& message) {
+    const auto request = controlRequest(message);
+    std::shared_ptr<void> end;
+    if (request && endsInput(*request)) {
+      if (const auto self = weak.lock()) end = self->endAtOnce();
+    }
+    main.async([control, request, agent = link.connection(), place = backlog.enter(), end] {
       if (request) control(*request, agent);
     });
   };
@@ -101,6 +110,14 @@ void Controller::greet() {
                          .with("uid", userId())
                          .with("screenRecording", permissions.preflightScreenCaptureAccess())
                          .with("accessibility", permissions.isProcessTrusted()));
+}
+
+/// Input ends when its end has come, not when the main thread comes to it: that may have a long way
+/// to go. What is returned lives until it has been there.
+std::shared_ptr<void> Controller::endAtOnce() {
+  ++*endsOnTheirWay_;
+  endInput(inputDeadline());
+  return {endsOnTheirWay_.get(), [count = endsOnTheirWay_](void*) { --*count; }};
 }
 
 void Controller::receiveInput(ByteView data) {
@@ -139,14 +156,20 @@ void Controller::carryOut(const BitrateRequest& request, Agent) {
 
 void Controller::carryOut(const InputRequest& request, Agent) {
   if (!request.allowed) return endInput(inputDeadline());
-  inputQueue_.add(weakly([](Controller& self) {
-    self.inputAllowed_ = true;
-    self.overflowTold_ = false;
-  }));
+  allowInput(true);
   promptForTrustIfMissing();
 }
 
-void Controller::carryOut(const ViewerRequest& request, Agent) { banner_.setViewer(request.name); }
+/// However many names come at once, only the last one is laid out.
+void Controller::carryOut(const ViewerRequest& request, Agent) {
+  const bool isWaiting = std::exchange(newName_, request.name).has_value();
+  if (isWaiting) return;
+  platform_.queues->main().async(weakly([](Controller& self) { self.rename(); }));
+}
+
+void Controller::rename() {
+  if (const auto name = std::exchange(newName_, std::nullopt)) banner_.setViewer(*name);
+}
 
 // A session
 
@@ -182,6 +205,11 @@ void Controller::begin(const Start& start) {
   if (start.agent != link_->connection()) return;
   link_->sendControl(Message("state").with("state", "starting"), start.agent);
   platform_.queues->main().async(weakly([start](Controller& self) { self.capture(start); }));
+}
+
+/// A stop has come since, or its agent has gone.
+bool Controller::isOvertaken(const Start& start) const {
+  return start.number <= overtaken_ || start.agent != link_->connection();
 }
 
 void Controller::capture(const Start& start) {
@@ -228,11 +256,9 @@ void Controller::captureStarted(const std::vector<Start>& starts) {
 void Controller::runSession(const Start& start) {
   capturing_ = true;
   captureUnwanted_ = false;
-  inputQueue_.add(weakly([allowed = start.request.input](Controller& self) {
-    self.inputAllowed_ = allowed;
-    self.overflowTold_ = false;
-  }));
+  allowInput(start.request.input);
   if (start.request.input) promptForTrustIfMissing();
+  newName_.reset();
   banner_.show(start.request.viewer, start.request.banner);
   video_.open(start.agent);
 }
@@ -287,9 +313,19 @@ void Controller::stop() {
 
 HostTime Controller::inputDeadline() const { return platform_.clock->hostTime() + timeForTheRest; }
 
+/// Nothing is allowed any more where an end has come meanwhile; nothing is said twice.
+void Controller::allowInput(bool allowed) {
+  if (inputWished_.exchange(allowed) == allowed) return;
+  inputQueue_.add(weakly([allowed](Controller& self) {
+    self.inputAllowed_ = allowed && *self.endsOnTheirWay_ == 0;
+    self.overflowTold_ = false;
+  }));
+}
+
 /// Behind the input that is already on its way, so that it is let go of too, but no longer than
 /// until the deadline.
 void Controller::endInput(HostTime deadline) {
+  inputWished_ = false;
   InputGate& gate = platform_.desktop->inputGate();
   gate.endBy(deadline);
   inputQueue_.add([self = shared_from_this(), &gate] {

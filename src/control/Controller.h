@@ -3,6 +3,7 @@
 #include <atomic>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,6 +55,7 @@ class Controller final : public ApplicationDelegate,
   void wireCapturer();
   void wireLink();
   void greet();
+  std::shared_ptr<void> endAtOnce();
   void receiveInput(ByteView data);
   void agentLost();
 
@@ -74,9 +76,11 @@ class Controller final : public ApplicationDelegate,
   void runSession(const Start& start);
   void captureFailed(const Start& start, const std::exception_ptr& error);
   void stop();
+  void rename();
 
-  bool isOvertaken(const Start& start) const { return start.number <= overtaken_; }
+  bool isOvertaken(const Start& start) const;
   void endUnwantedCapture();
+  void allowInput(bool allowed);
   void endInput(HostTime deadline);
   HostTime inputDeadline() const;
 
@@ -102,7 +106,13 @@ class Controller final : public ApplicationDelegate,
   bool inputAllowed_ = false;
   bool overflowTold_ = false;  ///< on the input queue, since input was last allowed
 
+  /// Ends of input that have come and wait for the main thread: until it has carried them out,
+  /// nothing allows input again.
+  std::shared_ptr<std::atomic<int>> endsOnTheirWay_ = std::make_shared<std::atomic<int>>(0);
+  std::atomic<bool> inputWished_ = false;  ///< what the input queue was told last
+
   // On the main thread only.
+  std::optional<std::string> newName_;  ///< for the banner, from the latest of the requests
   std::uint64_t starts_ = 0;
   std::uint64_t overtaken_ = 0;  ///< every start up to this one was overtaken by a stop
   int capturesUnderWay_ = 0;

@@ -25,7 +25,8 @@ class Processes {
   virtual std::optional<std::string> mainBundleIdentifier() const = 0;
 
   /// Runs the program at `path` with `arguments` (its own name not included), this process's
-  /// environment and standard streams, and waits until it has ended. A program that cannot be
+  /// environment and standard streams, and waits until it has ended, or until a signal
+  /// has asked for the end of this process. A program that cannot be
   /// started, and its exit status, are passed over in silence.
   virtual void runAndWait(const std::string& path, const std::vector<std::string>& arguments) = 0;
 

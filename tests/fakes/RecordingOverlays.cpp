@@ -23,6 +23,7 @@ class RecordingOverlays::RecordingOverlay final : public Overlay {
     made().shown = false;
   }
   void setLabel(const std::string& text) override {
+    overlays_.labels.push_back(text);
     if (made().appearance.label) made().label = text;
   }
 

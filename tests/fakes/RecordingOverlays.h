@@ -30,6 +30,7 @@ class RecordingOverlays final : public Overlays {
   std::function<void(const std::string& call)> onCall = [](const auto&) {};
 
   std::vector<Made> made;
+  std::vector<std::string> labels;  ///< every one that was set
 
   /// The overlays that are in sight.
   std::vector<Made> shown() const;

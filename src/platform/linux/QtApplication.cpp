@@ -16,26 +16,23 @@ void QtApplication::setActivationPolicy(ActivationPolicy policy) {
 }
 
 void QtApplication::run() {
+  takeEndSignals();
   QTimer::singleShot(0, &application_, [this] {
-    if (delegate_ != nullptr) finishLaunching();
+    if (delegate_ != nullptr) delegate_->applicationDidFinishLaunching();
   });
   QApplication::exec();
 }
 
-/// Until there is something to let go of, a signal may end the process as it does any other.
-void QtApplication::finishLaunching() {
-  delegate_->applicationDidFinishLaunching();
-  try {
-    endSignals_.emplace();
-  } catch (const std::system_error&) {
-    return;  // without a pipe a signal ends the process as it does any other
-  }
+/// Without a pipe a signal ends the process as it does any other.
+void QtApplication::takeEndSignals() try {
+  endSignals_.emplace();
   endNotifier_ =
       std::make_unique<QSocketNotifier>(endSignals_->descriptor(), QSocketNotifier::Read);
   QObject::connect(endNotifier_.get(), &QSocketNotifier::activated, &application_, [this] {
     endNotifier_->setEnabled(false);
-    delegate_->applicationWillTerminate();
+    if (delegate_ != nullptr) delegate_->applicationWillTerminate();
   });
+} catch (const std::system_error&) {
 }
 
 }  // namespace vesk

@@ -22,7 +22,7 @@ class QtApplication final : public Application {
   void run() override;
 
  private:
-  void finishLaunching();
+  void takeEndSignals();
 
   /// Qt keeps references to its arguments, so they live here, before the application that reads
   /// them.

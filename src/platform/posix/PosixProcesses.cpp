@@ -59,8 +59,8 @@ void PosixProcesses::runAndWait(const std::string& path,
   if (::posix_spawn(&child, path.c_str(), nullptr, attributes.get(), argv.data(), environ) != 0) {
     return;
   }
-  while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-  }
+  // A signal cuts the wait short only where somebody has taken it: it asks for this process's end.
+  ::waitpid(child, nullptr, 0);
 }
 
 void PosixProcesses::terminate(ProcessId process) {

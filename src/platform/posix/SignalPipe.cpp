@@ -30,7 +30,6 @@ void handle(int /*signal*/) {
 void setHandler(int signal, void (*handler)(int)) {
   struct sigaction action {};
   action.sa_handler = handler;
-  action.sa_flags = SA_RESTART;
   ::sigaction(signal, &action, nullptr);
 }
 

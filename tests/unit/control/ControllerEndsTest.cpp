@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -234,6 +235,21 @@ TEST_F(ControllerEndsTest, WhatThePersonAllowedToAnAgentThatHasGoneStartsNothing
   }
 }
 
+TEST_F(ControllerEndsTest, ACaptureThatStartsForAnAgentThatHasGoneRunsNoSession) {
+  screen_.holdStart = true;
+  connect();
+  tell(R"({"op":"start","viewer":"A","input":true})");
+  EXPECT_EQ(heardText(), starting);
+  // The answer comes before the main thread has heard of the loss.
+  stream()->answerStart(std::nullopt);
+  replaceAgent();
+  sendInput(keyDown);
+  fakes_.overlays.onCall = [](const std::string& call) { ADD_FAILURE() << call; };
+  manual_.run();
+  EXPECT_TRUE(events_.take().empty());
+  expectNothingRuns();
+}
+
 TEST_F(ControllerEndsTest, ARequestOfAnAgentThatHasGoneIsNobodysWish) {
   permissions_.trusted = false;
   connect();
@@ -366,6 +382,16 @@ TEST_F(ControllerEndsTest, ASecondStartDuringTheFirstRunsTheWholeWayToo) {
   EXPECT_EQ(fakes_.overlays.shown()[1].label, "B is viewing this screen");
   input(keyDown);
   EXPECT_EQ(events_.posted.size(), 1U);
+}
+
+TEST_F(ControllerEndsTest, OfManyNamesOnlyTheLastIsLaidOut) {
+  run();
+  tellTogether({R"({"op":"viewer","name":"A"})", R"({"op":"viewer","name":"B"})",
+                R"({"op":"viewer","name":"C"})"});
+  EXPECT_EQ(fakes_.overlays.shown()[1].label, "C is viewing this screen");
+  EXPECT_EQ(std::ranges::count(fakes_.overlays.labels, "A is viewing this screen"), 0);
+  tellTogether({R"({"op":"stop"})", R"({"op":"viewer","name":"D"})", R"({"op":"start"})"});
+  EXPECT_EQ(fakes_.overlays.shown()[1].label, "Vesk support is viewing this screen");
 }
 
 TEST_F(ControllerEndsTest, TellsOfTheTrustThatThePersonGaveWhenAsked) {
