@@ -274,5 +274,19 @@ TEST_F(ControllerSessionTest, StartsNothingForAControllerThatWentAwayDuringTheQu
   EXPECT_EQ(screen_.contentRequests, 0);
 }
 
+TEST_F(ControllerSessionTest, StartsNothingForAControllerThatWentAwayWhileItsCaptureStarted) {
+  screen_.holdStart = true;
+  connect();
+  tell(R"({"op":"start"})");
+  EXPECT_EQ(heardText(), starting);
+  const std::weak_ptr<Controller> gone = controller_;
+  controller_.reset();
+  EXPECT_TRUE(gone.expired());
+  stream()->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(fakes_.overlays.made.size(), 0U);
+  EXPECT_TRUE(isSilent());
+}
+
 }  // namespace
 }  // namespace vesk
