@@ -40,11 +40,15 @@ class ControllerInputTest : public vesk::testing::ControllerFixture {
     };
   }
 
-  /// More than can wait comes before the program deals with any of it.
-  void flood() {
-    for (std::size_t i = 0; i < 2 * InputBacklog::mostMessages; ++i) sendInput(otherDown);
+  /// So many messages come before the program deals with any of them.
+  void sendTooMuch(std::size_t messages) {
+    for (std::size_t i = 0; i < messages; ++i) sendInput(otherDown);
     peer_->write(frameBytes(FrameKind::control, vesk::testing::textBytes(R"({"op":"keyframe"})")));
     ASSERT_TRUE(manual_.waitForTasks(2)) << "the input's, and that of the last message";
+  }
+
+  void flood() {
+    sendTooMuch(2 * InputBacklog::mostMessages);
     manual_.run();
   }
 
@@ -170,6 +174,16 @@ TEST_F(ControllerInputTest, TheTimeOfAnEndCountsFromTheStopOn) {
   sendBehindTheNextPost(otherDown, stopMessage);
   input(keyDown);
   EXPECT_EQ(events_.take().size(), 2U) << "the first key down and let go of";
+}
+
+TEST_F(ControllerInputTest, AFloodLetsGoOfWhatIsHeldForAControllerThatHasGone) {
+  run();
+  input(keyDown);
+  events_.take();
+  sendTooMuch(InputBacklog::mostMessages + 1);
+  controller_.reset();
+  manual_.run();
+  EXPECT_EQ(events_.take().size(), 1U) << "the release alone: nothing that waited was left";
 }
 
 TEST_F(ControllerInputTest, AFloodOfInputIsDropped) {

@@ -13,6 +13,11 @@ using Lines = std::vector<std::string>;
 constexpr auto key = R"({"t":"k","c":65,"e":"down"})";
 constexpr auto starting = R"({"op":"state","state":"starting"})";
 
+class Image final : public ImageBuffer {
+ public:
+  PixelSize size() const override { return {1920, 1080}; }
+};
+
 /// A viewing session from its request to its end.
 class ControllerSessionTest : public vesk::testing::ControllerFixture {
  protected:
@@ -107,6 +112,19 @@ TEST_F(ControllerSessionTest, AnswersASecondStartWithAKeyFrame) {
   EXPECT_EQ(events_.posted.size(), 0U);
 }
 
+TEST_F(ControllerSessionTest, MakesAKeyFrameForWhoeverAsksAndForASecondStart) {
+  run();
+  stream()->deliver({true, std::make_shared<Image>(), 0});
+  manual_.advance(34ms);
+  for (const auto* request : {R"({"op":"start"})", R"({"op":"keyframe"})"}) {
+    manual_.advance(34ms);
+    EXPECT_FALSE(session()->frames.back().forceKeyFrame) << request;
+    tell(request);
+    manual_.advance(34ms);
+    EXPECT_TRUE(session()->frames.back().forceKeyFrame) << request;
+  }
+}
+
 TEST_F(ControllerSessionTest, StaysResponsiveWhileCaptureStarts) {
   screen_.holdStart = true;
   connect();
@@ -134,10 +152,6 @@ TEST_F(ControllerSessionTest, AsksForTrustWhenInputIsWantedWithoutIt) {
 }
 
 TEST_F(ControllerSessionTest, ForwardsAccessUnitsToTheAgent) {
-  class Image final : public ImageBuffer {
-   public:
-    PixelSize size() const override { return {1920, 1080}; }
-  };
   run();
   stream()->deliver({true, std::make_shared<Image>(), 0});
   manual_.advance(34ms);
@@ -272,6 +286,20 @@ TEST_F(ControllerSessionTest, StartsNothingForAControllerThatWentAwayDuringTheQu
   EXPECT_EQ(heard().string("state"), "awaiting-consent");
   EXPECT_TRUE(isSilent());
   EXPECT_EQ(screen_.contentRequests, 0);
+}
+
+TEST_F(ControllerSessionTest, StartsNothingForAControllerThatWentAwayWhileItsCaptureStarted) {
+  screen_.holdStart = true;
+  connect();
+  tell(R"({"op":"start"})");
+  EXPECT_EQ(heardText(), starting);
+  const std::weak_ptr<Controller> gone = controller_;
+  controller_.reset();
+  EXPECT_TRUE(gone.expired());
+  stream()->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(fakes_.overlays.made.size(), 0U);
+  EXPECT_TRUE(isSilent());
 }
 
 }  // namespace
