@@ -95,6 +95,20 @@ std::size_t ManualQueues::waiting() const {
   return entries_.size();
 }
 
+bool ManualQueues::waitForMainTasks(std::size_t count) {
+  std::unique_lock lock(mutex_);
+  return submitted_.wait_for(lock, std::chrono::seconds(10), [&] { return countMain() >= count; });
+}
+
+std::size_t ManualQueues::mainTasks() const {
+  const std::lock_guard lock(mutex_);
+  return countMain();
+}
+
+std::size_t ManualQueues::countMain() const {
+  return static_cast<std::size_t>(std::ranges::count(entries_, &main_, &Entry::queue));
+}
+
 std::vector<std::string> ManualQueues::labels() const {
   const std::lock_guard lock(mutex_);
   return labels_;

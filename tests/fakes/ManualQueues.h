@@ -44,6 +44,10 @@ class ManualQueues final : public Queues {
   /// How many tasks wait now.
   std::size_t waiting() const;
 
+  /// The same for tasks of the main queue alone.
+  bool waitForMainTasks(std::size_t count);
+  std::size_t mainTasks() const;
+
   /// The labels of the queues made so far.
   std::vector<std::string> labels() const;
 
@@ -74,6 +78,7 @@ class ManualQueues final : public Queues {
   };
 
   void submit(const void* queue, Task task);
+  std::size_t countMain() const;
   void runQueue(const void* queue);
   bool runNext(const void* queue);
   std::optional<HostTime> nextAlarm() const;

@@ -52,7 +52,8 @@ Message ControllerFixture::connect() {
 
 void ControllerFixture::tell(std::string_view json) {
   peer_->write(frameBytes(FrameKind::control, textBytes(json)));
-  ASSERT_TRUE(manual_.waitAndRun()) << json;
+  ASSERT_TRUE(manual_.waitForMainTasks(1)) << json;
+  manual_.run();
 }
 
 void ControllerFixture::input(std::string_view json) {
@@ -64,7 +65,7 @@ void ControllerFixture::tellTogether(const std::vector<std::string>& messages) {
   for (const auto& json : messages) {
     peer_->write(frameBytes(FrameKind::control, textBytes(json)));
   }
-  ASSERT_TRUE(manual_.waitForTasks(messages.size()));
+  ASSERT_TRUE(manual_.waitForMainTasks(messages.size()));
   manual_.run();
 }
 

@@ -169,7 +169,7 @@ TEST_F(ControllerEndsTest, AStopDuringTheQuestionEndsWhatThePersonAllowed) {
   connect();
   fakes_.alerts.person = [this] {
     peer_->write(frameBytes(FrameKind::control, vesk::testing::textBytes(stopMessage)));
-    EXPECT_TRUE(manual_.waitForTasks(1));
+    EXPECT_TRUE(manual_.waitForMainTasks(1));
     return ModalResponse::alertFirstButtonReturn;
   };
   tell(R"({"op":"start","consent":true,"input":true})");

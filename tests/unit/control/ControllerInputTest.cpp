@@ -33,9 +33,10 @@ class ControllerInputTest : public vesk::testing::ControllerFixture {
   /// request, which the main thread carries out at once.
   void sendBehindTheNextPost(std::string_view message, std::string_view control) {
     events_.onNextPost = [=, this] {
+      const auto before = manual_.mainTasks();
       sendInput(message);
       peer_->write(frameBytes(FrameKind::control, vesk::testing::textBytes(control)));
-      EXPECT_TRUE(manual_.waitForTasks(1));
+      EXPECT_TRUE(manual_.waitForMainTasks(before + 1));
       manual_.run();
     };
   }
@@ -126,7 +127,7 @@ TEST_F(ControllerInputTest, WhatIsOnItsWayAtTheEndHasAShortWhile) {
     events_.onNextPost = [&] {
       sendInput(otherDown);
       peer_->write(frameBytes(FrameKind::control, vesk::testing::textBytes(end)));
-      EXPECT_TRUE(manual_.waitForTasks(1));
+      EXPECT_TRUE(manual_.waitForMainTasks(1));
       manual_.run();
       time_.advance(250ms);
     };
@@ -203,6 +204,7 @@ TEST_F(ControllerInputTest, FloodsAreToldOfOnceForEachTimeThatInputIsAllowed) {
   EXPECT_EQ(floodsTold(), 0) << "nobody's input";
   std::ptrdiff_t times = 0;
   for (const auto* allowing : {allowInput, allowInput, startWithInput}) {
+    tell(withdrawInput);
     tell(allowing);
     flood();
     flood();
