@@ -157,7 +157,12 @@ void Controller::carryOut(const BitrateRequest& request, Agent) {
 void Controller::carryOut(const InputRequest& request, Agent) {
   if (!request.allowed) return endInput(inputDeadline());
   allowInput(true);
-  promptForTrustIfMissing();
+  // The system is asked once, however many requests wait.
+  if (std::exchange(trustWanted_, true)) return;
+  platform_.queues->main().async(weakly([](Controller& self) {
+    self.trustWanted_ = false;
+    self.promptForTrustIfMissing();
+  }));
 }
 
 /// However many names come at once, only the last one is laid out.

@@ -113,6 +113,7 @@ class Controller final : public ApplicationDelegate,
 
   // On the main thread only.
   std::optional<std::string> newName_;  ///< for the banner, from the latest of the requests
+  bool trustWanted_ = false;            ///< a look at it is on its way
   std::uint64_t starts_ = 0;
   std::uint64_t overtaken_ = 0;  ///< every start up to this one was overtaken by a stop
   int capturesUnderWay_ = 0;

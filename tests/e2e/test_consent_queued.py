@@ -24,7 +24,8 @@ class Queued(RawSessions):
         self.agent.forget()
         self.agent.say(op="stop")
         self.agent.say(op="start", consent=True, viewer="Anna")
-        wait_until(self.alerts, "the alert is on the screen")
+        # Strip and border have the alert's name too.
+        wait_until(lambda: len(self.alerts()) == 1, "nothing but the alert is on the screen")
 
     def expect_the_person_to_decide(self):
         # Longer than the server waits before it repeats a key, and then dozens of repeats; no event
@@ -67,11 +68,12 @@ class TimeOfTheEnd(RawSessions):
         super().setUp()
         self.client.watch_keys()
 
-    def expect_an_early_end(self, messages, **end):
+    def expect_an_early_end(self, messages, between=b"", **end):
         """What comes after an end is counted from the moment at which the agent has said it."""
         self.run_session(input=True)
         self.agent.send(b"".join(frame(2, json.dumps(message).encode()) for message in messages))
         wait_until(self.client.keys_heard, "the first keys have come")
+        self.agent.send(between)
         if end:
             self.agent.say(**end)
         else:
@@ -94,6 +96,15 @@ class TimeOfTheEnd(RawSessions):
         self.expect_an_early_end(texts, op="stop")
         self.expect_an_early_end(texts, op="input", allowed=False)
         self.expect_an_early_end(texts)
+
+    def test_behind_a_flood_of_requests(self):
+        texts = [{"t": "u", "s": "".join(chr(0x4E00 + 512 * i + j) for j in range(512))}
+                 for i in range(30)]
+        flood = b"".join(frame(1, json.dumps({"op": "viewer", "name": f"{i}" + "aя日\u0301" * 20})
+                               .encode()) for i in range(2000))
+        self.expect_an_early_end(texts, flood, op="stop")
+        self.expect_an_early_end(texts, flood, op="input", allowed=False)
+        self.expect_an_early_end(texts, frame(1, b'{"op":"start"}') * 1000, op="stop")
 
     def test_of_a_message_of_marks(self):
         marks = {"t": "u", "s": ("a" + "\u0301" * 500) * 200}
