@@ -49,7 +49,7 @@ QString paragraph(const QString& text) {
 
 QString elidedParagraph(const QString& text, const QFont& font, int width, int lines) {
   const QFontMetrics metrics(font);
-  const QString whole = paragraph(boundedText(text.simplified()));
+  QString whole = paragraph(boundedText(text.simplified()));
   if (fits(whole, metrics, width, lines)) return whole;
 
   constexpr std::size_t keptAtTheEnd = 40;

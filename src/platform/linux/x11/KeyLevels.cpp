@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <ranges>
 #include <set>
 #include <tuple>
 
@@ -141,7 +140,9 @@ std::vector<KeyType> keyTypes(const Connection& connection) {
 bool mapKeys(const Connection& connection, const KeyLevels& levels, const KeySymbols& symbols) {
   bool taken = true;
   // The answer about the last one is there when those about the others are.
-  for (const auto request : std::views::reverse(send(connection, levels, symbols))) {
+  auto requests = send(connection, levels, symbols);
+  std::ranges::reverse(requests);
+  for (const auto request : requests) {
     const ReplyPtr<xcb_generic_error_t> error(xcb_request_check(connection.get(), request));
     taken = taken && error == nullptr;
   }
