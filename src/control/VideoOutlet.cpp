@@ -25,14 +25,12 @@ void VideoOutlet::send(ByteView accessUnit, Ticks duration) {
 /// A key frame makes what came before it worthless.
 void VideoOutlet::hold(ByteView accessUnit, Ticks duration) {
   if (isKeyFrame(accessUnit)) {
-    held_.clear();
-    heldBytes_ = 0;
+    forgetHeld();
     lost_ = false;
   }
   heldBytes_ += accessUnit.size();
   if (lost_ || held_.size() == mostHeld || heldBytes_ > mostHeldBytes) {
-    held_.clear();
-    heldBytes_ = 0;
+    forgetHeld();
     lost_ = true;
     return;
   }
@@ -64,9 +62,13 @@ bool VideoOutlet::sendHeld() {
 void VideoOutlet::shut() {
   const std::lock_guard lock(mutex_);
   to_ = AgentLink::Connection::none;
+  forgetHeld();
+  lost_ = false;
+}
+
+void VideoOutlet::forgetHeld() {
   held_.clear();
   heldBytes_ = 0;
-  lost_ = false;
 }
 
 }  // namespace vesk

@@ -40,6 +40,7 @@ class VideoOutlet {
 
   void hold(ByteView accessUnit, Ticks duration);
   bool sendHeld();
+  void forgetHeld();
 
   AgentLink& link_;
   std::function<void()> requestKeyframe_;

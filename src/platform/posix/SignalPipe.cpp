@@ -9,6 +9,8 @@
 #include <csignal>
 #include <system_error>
 
+#include "platform/Processes.h"
+
 namespace vesk {
 namespace {
 
@@ -46,7 +48,7 @@ SignalPipe::SignalPipe() {
   }
   pipeForSignals = out_.get();
   for (const int signal : endingSignals) setHandler(signal, handle);
-  setHandler(SIGPIPE, SIG_IGN);
+  ignoreBrokenPipes();
 }
 
 SignalPipe::~SignalPipe() {
