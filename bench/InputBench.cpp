@@ -7,8 +7,8 @@
 #include "platform/Displays.h"
 #include "platform/InputGate.h"
 #include "platform/SystemClock.h"
-#include "platform/linux/x11/XDisplays.h"
-#include "platform/linux/x11/XEventPoster.h"
+#include "platform/linux/x11/input/XEventPoster.h"
+#include "platform/linux/x11/server/XDisplays.h"
 
 // What one move of the viewer's pointer costs this process. The benchmarks that post need DISPLAY
 // to name a server whose pointer may be moved.

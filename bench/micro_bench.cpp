@@ -3,8 +3,8 @@
 #include <random>
 
 #include "capture/annexB.h"
-#include "platform/linux/ScreenEncoder.h"
-#include "platform/linux/x11/ImagePainter.h"
+#include "platform/linux/picture/ImagePainter.h"
+#include "platform/linux/picture/ScreenEncoder.h"
 
 namespace {
 

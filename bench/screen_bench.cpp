@@ -23,12 +23,12 @@
 #include "capture/Capturer.h"
 #include "platform/SystemClock.h"
 #include "platform/linux/LinuxProcesses.h"
-#include "platform/linux/ThreadQueue.h"
-#include "platform/linux/X264Compression.h"
-#include "platform/linux/x11/OverlayShapes.h"
-#include "platform/linux/x11/OverlayWindow.h"
-#include "platform/linux/x11/XDisplays.h"
-#include "platform/linux/x11/XScreenCapture.h"
+#include "platform/linux/loop/ThreadQueue.h"
+#include "platform/linux/picture/X264Compression.h"
+#include "platform/linux/x11/overlay/OverlayShapes.h"
+#include "platform/linux/x11/overlay/OverlayWindow.h"
+#include "platform/linux/x11/screen/XScreenCapture.h"
+#include "platform/linux/x11/server/XDisplays.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <chrono>
 
-#include "platform/linux/x11/Connection.h"
-#include "platform/linux/x11/Properties.h"
+#include "platform/linux/x11/server/Connection.h"
+#include "platform/linux/x11/server/Properties.h"
 #include "support/Patience.h"
 
 namespace vesk::testing {

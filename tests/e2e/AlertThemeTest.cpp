@@ -4,7 +4,7 @@
 #include <map>
 
 #include "e2e/PresenceFixture.h"
-#include "platform/linux/AlertColours.h"
+#include "platform/linux/alert/AlertColours.h"
 #include "support/TemporaryFolder.h"
 
 namespace vesk::testing {

@@ -6,8 +6,8 @@
 #include <functional>
 #include <vector>
 
-#include "platform/linux/x11/Randr.h"
-#include "platform/linux/x11/ScreenGrabber.h"
+#include "platform/linux/x11/screen/ScreenGrabber.h"
+#include "platform/linux/x11/server/Randr.h"
 #include "support/Again.h"
 #include "support/Patience.h"
 #include "support/PlainWindow.h"

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "platform/linux/x11/Properties.h"
+#include "platform/linux/x11/server/Properties.h"
 #include "support/Patience.h"
 
 namespace vesk::testing {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "e2e/DesktopManager.h"
-#include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/server/Connection.h"
 #include "support/XServer.h"
 
 namespace vesk::testing {

@@ -13,9 +13,9 @@
 #include <random>
 #include <thread>
 
-#include "platform/linux/x11/OverlayShapes.h"
-#include "platform/linux/x11/Randr.h"
-#include "platform/linux/x11/ScreenGrabber.h"
+#include "platform/linux/x11/overlay/OverlayShapes.h"
+#include "platform/linux/x11/screen/ScreenGrabber.h"
+#include "platform/linux/x11/server/Randr.h"
 #include "support/Again.h"
 #include "support/Patience.h"
 #include "support/PlainWindow.h"

@@ -12,10 +12,10 @@
 #include <cstring>
 #include <fstream>
 
-#include "platform/linux/x11/OverlayShapes.h"
-#include "platform/linux/x11/Properties.h"
-#include "platform/linux/x11/Randr.h"
-#include "platform/linux/x11/rectangles.h"
+#include "platform/linux/x11/overlay/OverlayShapes.h"
+#include "platform/linux/x11/server/Properties.h"
+#include "platform/linux/x11/server/Randr.h"
+#include "platform/linux/x11/server/rectangles.h"
 #include "support/Patience.h"
 
 namespace vesk::testing {

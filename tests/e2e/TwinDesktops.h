@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "e2e/PresenceDesktop.h"
-#include "platform/linux/x11/OwnWindows.h"
-#include "platform/linux/x11/PixelRect.h"
-#include "platform/linux/x11/ScreenGrabber.h"
+#include "platform/linux/picture/PixelRect.h"
+#include "platform/linux/x11/beneath/OwnWindows.h"
+#include "platform/linux/x11/screen/ScreenGrabber.h"
 #include "support/XPainter.h"
 
 namespace vesk::testing {

@@ -1,8 +1,8 @@
 #include <cstdlib>
 
-#include "platform/linux/h264/emulationPrevention.h"
-#include "platform/linux/h264/frameNumber.h"
-#include "platform/linux/h264/skipPicture.h"
+#include "platform/linux/picture/h264/emulationPrevention.h"
+#include "platform/linux/picture/h264/frameNumber.h"
+#include "platform/linux/picture/h264/skipPicture.h"
 
 /// Parameter sets and slices of any kind: nothing may be read beyond its end, moving a number on
 /// and back gives the slice again, and a unit never looks like a start code inside.

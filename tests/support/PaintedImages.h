@@ -3,7 +3,7 @@
 #include <memory>
 #include <random>
 
-#include "platform/linux/Nv12Image.h"
+#include "platform/linux/picture/Nv12Image.h"
 
 namespace vesk::testing {
 

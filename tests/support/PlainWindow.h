@@ -3,9 +3,9 @@
 #include <array>
 #include <cstdint>
 
-#include "platform/linux/x11/Connection.h"
-#include "platform/linux/x11/PixelRect.h"
-#include "platform/linux/x11/rectangles.h"
+#include "platform/linux/picture/PixelRect.h"
+#include "platform/linux/x11/server/Connection.h"
+#include "platform/linux/x11/server/rectangles.h"
 
 namespace vesk::testing {
 

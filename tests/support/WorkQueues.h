@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "platform/Queues.h"
-#include "platform/linux/ThreadQueue.h"
+#include "platform/linux/loop/ThreadQueue.h"
 
 namespace vesk::testing {
 

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/server/Connection.h"
 
 namespace vesk::testing {
 

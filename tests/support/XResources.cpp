@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/server/Connection.h"
 
 namespace vesk::testing {
 namespace {

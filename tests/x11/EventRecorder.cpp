@@ -8,7 +8,7 @@
 
 #include <stdexcept>
 
-#include "platform/linux/x11/Xkb.h"
+#include "platform/linux/x11/server/Xkb.h"
 
 namespace vesk::testing {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/server/Connection.h"
 
 namespace vesk::testing {
 

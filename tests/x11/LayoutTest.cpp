@@ -3,7 +3,7 @@
 
 #include <fstream>
 
-#include "platform/linux/x11/KeyLevels.h"
+#include "platform/linux/x11/input/KeyLevels.h"
 #include "support/NoThreads.h"
 #include "x11/EventRecorder.h"
 #include "x11/ForeignText.h"

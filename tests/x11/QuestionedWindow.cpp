@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include "platform/linux/x11/Properties.h"
+#include "platform/linux/x11/server/Properties.h"
 
 namespace vesk::testing {
 

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "platform/linux/x11/Connection.h"
+#include "platform/linux/x11/server/Connection.h"
 
 namespace vesk::testing {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/Reader.h"
+#include "platform/linux/x11/server/Reader.h"
 
 #include <gtest/gtest.h>
 

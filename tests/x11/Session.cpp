@@ -9,9 +9,9 @@
 #include <stdexcept>
 #include <thread>
 
-#include "platform/linux/x11/Properties.h"
-#include "platform/linux/x11/Reader.h"
-#include "platform/linux/x11/Xkb.h"
+#include "platform/linux/x11/server/Properties.h"
+#include "platform/linux/x11/server/Reader.h"
+#include "platform/linux/x11/server/Xkb.h"
 
 namespace vesk::testing {
 namespace {

@@ -11,9 +11,9 @@
 #include "input/InputInjector.h"
 #include "platform/InputGate.h"
 #include "platform/SystemClock.h"
-#include "platform/linux/x11/Connection.h"
-#include "platform/linux/x11/XDisplays.h"
-#include "platform/linux/x11/XEventPoster.h"
+#include "platform/linux/x11/input/XEventPoster.h"
+#include "platform/linux/x11/server/Connection.h"
+#include "platform/linux/x11/server/XDisplays.h"
 #include "support/TemporaryFolder.h"
 #include "support/XServer.h"
 

@@ -4,14 +4,14 @@
 #include "platform/Platform.h"
 #include "platform/SystemClock.h"
 #include "platform/linux/LinuxProcesses.h"
-#include "platform/linux/QtAlerts.h"
-#include "platform/linux/QtApplication.h"
-#include "platform/linux/ThreadQueues.h"
-#include "platform/linux/X264Compression.h"
+#include "platform/linux/alert/QtAlerts.h"
 #include "platform/linux/boundHeap.h"
-#include "platform/linux/x11/Connection.h"
+#include "platform/linux/loop/QtApplication.h"
+#include "platform/linux/loop/ThreadQueues.h"
+#include "platform/linux/picture/X264Compression.h"
 #include "platform/linux/x11/XDesktop.h"
-#include "platform/linux/x11/XOverlays.h"
+#include "platform/linux/x11/overlay/XOverlays.h"
+#include "platform/linux/x11/server/Connection.h"
 
 namespace vesk {
 

@@ -4,7 +4,7 @@
 #include <QEventLoop>
 #include <QTimer>
 
-#include "platform/linux/ThreadQueues.h"
+#include "platform/linux/loop/ThreadQueues.h"
 
 namespace vesk::testing {
 namespace {

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "platform/Desktop.h"
-#include "platform/linux/x11/Connection.h"
-#include "platform/linux/x11/OwnWindows.h"
-#include "platform/linux/x11/XDisplays.h"
-#include "platform/linux/x11/XEventPoster.h"
-#include "platform/linux/x11/XPermissions.h"
-#include "platform/linux/x11/XScreenCapture.h"
+#include "platform/linux/x11/beneath/OwnWindows.h"
+#include "platform/linux/x11/input/XEventPoster.h"
+#include "platform/linux/x11/screen/XScreenCapture.h"
+#include "platform/linux/x11/server/Connection.h"
+#include "platform/linux/x11/server/XDisplays.h"
+#include "platform/linux/x11/server/XPermissions.h"
 
 namespace vesk::x11 {
 

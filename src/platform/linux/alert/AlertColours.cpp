@@ -1,0 +1,38 @@
+#include "platform/linux/alert/AlertColours.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace vesk {
+namespace {
+
+double luminance(const QColor& colour) {
+  const auto linear = [](double part) {
+    return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+  };
+  return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
+         0.0722 * linear(colour.blueF());
+}
+
+}  // namespace
+
+double contrast(const QColor& one, const QColor& other) {
+  const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
+  return (lighter + 0.05) / (darker + 0.05);
+}
+
+QPalette defaultButtonPalette(const QPalette& palette) {
+  // Styles lighten what they fill, so the mere least of 4.5 would not do.
+  constexpr double wanted = 9.5;
+  constexpr int slightlyDarker = 106;
+  QColor accent = palette.color(QPalette::Active, QPalette::Highlight);
+  while (contrast(accent, Qt::white) < wanted) accent = accent.darker(slightlyDarker);
+  QPalette filled = palette;
+  for (const auto group : {QPalette::Active, QPalette::Inactive}) {
+    filled.setColor(group, QPalette::Button, accent);
+    filled.setColor(group, QPalette::ButtonText, Qt::white);
+  }
+  return filled;
+}
+
+}  // namespace vesk

@@ -1,0 +1,142 @@
+#include "platform/linux/alert/AlertDialog.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QDialogButtonBox>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QWindow>
+#include <chrono>
+
+#include "platform/linux/alert/AlertColours.h"
+#include "platform/linux/alert/AlertIcon.h"
+#include "platform/linux/alert/AlertText.h"
+
+// Qt's parents own their children: what is made here with `new` belongs to the dialog.
+
+namespace vesk {
+namespace {
+
+constexpr int textWidth = 380;
+constexpr int iconSize = 64;
+
+/// A label never reads its text as markup, and reads from left to right as its sentences do.
+QLabel* makeLabel(QWidget* parent) {
+  auto* const label = new QLabel(parent);
+  label->setTextFormat(Qt::PlainText);
+  label->setLayoutDirection(Qt::LeftToRight);
+  label->setWordWrap(true);
+  label->setFixedWidth(textWidth);
+  label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+  return label;
+}
+
+void setText(QLabel& label, const QString& text) {
+  constexpr int mostLines = 4;
+  label.setText(elidedParagraph(text, label.font(), textWidth, mostLines));
+  // What is read aloud has no places to break at.
+  label.setAccessibleName(label.text().remove(QChar(0x200b)));
+  label.setFixedHeight(label.heightForWidth(textWidth));
+}
+
+}  // namespace
+
+AlertDialog::AlertDialog()
+    : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                           Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
+                           Qt::MSWindowsFixedSizeDialogHint),
+      message_(makeLabel(this)),
+      informative_(makeLabel(this)),
+      buttonBox_(new QDialogButtonBox(this)) {
+  setWindowTitle("Vesk Remote");
+  setWindowIcon(alertIcon());
+  // The focus is to be seen from the start, not only after the first Tab.
+  setAttribute(Qt::WA_KeyboardFocusChange);
+  QFont bold = message_->font();
+  bold.setBold(true);
+  bold.setPointSizeF(bold.pointSizeF() * 1.15);
+  message_->setFont(bold);
+  connect(qApp, &QApplication::focusChanged, this, [this] { markDefaultButton(); });
+  untilInSight_.setInterval(std::chrono::seconds(1));
+  connect(&untilInSight_, &QTimer::timeout, this, [this] {
+    if (onMissing) onMissing();
+  });
+  layOut();
+}
+
+AlertDialog::~AlertDialog() {
+  // The buttons lose the focus when the dialog's base is taken down, and the list of them is gone
+  // by then.
+  disconnect(qApp, nullptr, this, nullptr);
+}
+
+void AlertDialog::setMessageText(const QString& text) {
+  setText(*message_, text);
+  setAccessibleName(message_->accessibleName());
+}
+
+void AlertDialog::setInformativeText(const QString& text) {
+  setText(*informative_, text);
+  setAccessibleDescription(informative_->accessibleName());
+}
+
+void AlertDialog::addButton(const QString& title) {
+  const bool first = buttons_.empty();
+  QString label = title;
+  auto* const button =
+      buttonBox_->addButton(label.replace("&", "&&"),
+                            first ? QDialogButtonBox::AcceptRole : QDialogButtonBox::RejectRole);
+  const int result = firstButton + static_cast<int>(buttons_.size());
+  connect(button, &QPushButton::clicked, this, [this, result] { done(result); });
+  button->setDefault(first);
+  buttons_.push_back(button);
+}
+
+void AlertDialog::layOut() {
+  auto* const icon = new QLabel(this);
+  icon->setPixmap(windowIcon().pixmap(QSize(iconSize, iconSize), devicePixelRatio()));
+  auto* const grid = new QGridLayout(this);
+  constexpr int margin = 20;
+  grid->setContentsMargins(margin, margin, margin, margin);
+  grid->setHorizontalSpacing(margin);
+  grid->setVerticalSpacing(margin / 2);
+  grid->addWidget(icon, 0, 0, 2, 1, Qt::AlignTop);
+  grid->addWidget(message_, 0, 1);
+  grid->addWidget(informative_, 1, 1, Qt::AlignTop);
+  grid->setRowMinimumHeight(2, margin / 2);
+  grid->addWidget(buttonBox_, 3, 0, 1, 2);
+  grid->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+/// The focus takes the default along, so one look tells what Return does.
+void AlertDialog::markDefaultButton() {
+  for (auto* const button : buttons_) {
+    button->setPalette(button->isDefault() ? defaultButtonPalette(palette()) : palette());
+  }
+}
+
+void AlertDialog::showEvent(QShowEvent* event) {
+  QDialog::showEvent(event);
+  if (!buttons_.empty()) buttons_.front()->setFocus(Qt::TabFocusReason);
+  windowHandle()->installEventFilter(this);
+  markDefaultButton();
+  untilInSight_.start();
+  QAccessibleEvent alert(this, QAccessible::Alert);
+  QAccessible::updateAccessibility(&alert);
+}
+
+void AlertDialog::changeEvent(QEvent* event) {
+  QDialog::changeEvent(event);
+  if (event->type() == QEvent::WindowStateChange && isMinimized() && onMissing) onMissing();
+}
+
+bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::Expose && windowHandle()->isExposed()) {
+    untilInSight_.stop();
+    if (onExposed) onExposed();
+  }
+  return QDialog::eventFilter(watched, event);
+}
+
+}  // namespace vesk

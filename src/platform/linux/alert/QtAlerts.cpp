@@ -1,0 +1,97 @@
+#include "platform/linux/alert/QtAlerts.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <utility>
+
+#include "platform/Fatal.h"
+#include "platform/linux/alert/AlertDialog.h"
+#include "platform/linux/x11/overlay/AlertInput.h"
+#include "platform/linux/x11/overlay/AlertWindow.h"
+
+namespace vesk {
+namespace {
+
+class QtModalTimer final : public ModalTimer {
+ public:
+  QtModalTimer(std::chrono::nanoseconds delay, std::function<void()> handler) {
+    timer_.setSingleShot(true);
+    // The coarse kind may be seconds off in a minute.
+    timer_.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&timer_, &QTimer::timeout, std::move(handler));
+    timer_.start(std::chrono::ceil<std::chrono::milliseconds>(delay));
+  }
+  void invalidate() override { timer_.stop(); }
+
+ private:
+  QTimer timer_;
+};
+
+}  // namespace
+
+class QtAlerts::QtAlert final : public Alert {
+ public:
+  explicit QtAlert(QtAlerts& alerts) : alerts_(alerts) {}
+  ~QtAlert() override { alerts_.ownWindows_.remove(window_); }
+
+  void setMessageText(const std::string& text) override {
+    dialog_.setMessageText(QString::fromStdString(text));
+  }
+  void setInformativeText(const std::string& text) override {
+    dialog_.setInformativeText(QString::fromStdString(text));
+  }
+  void addButton(const std::string& title) override {
+    dialog_.addButton(QString::fromStdString(title));
+  }
+  void setLevel(WindowLevel) override {
+    // Every level of the Mac's that an alert can have is above all usual windows.
+    dialog_.setWindowFlag(Qt::WindowStaysOnTopHint);
+  }
+
+  ModalResponse runModal() override {
+    // Before there is anything that the viewer's hands could answer.
+    alerts_.inputGate_.close();
+    window_ = static_cast<xcb_window_t>(dialog_.winId());
+    alerts_.ownWindows_.add(window_);
+    x11::keepOnEveryWorkspace(window_);
+    dialog_.onExposed = [this] { comeToTheFront(); };
+    dialog_.onMissing = [this] { x11::mapAgain(window_); };
+    const x11::AlertInput input(dialog_);
+    alerts_.modal_.push_back(&dialog_);
+    const int result = dialog_.exec();
+    alerts_.inputGate_.open();
+    alerts_.modal_.pop_back();
+    return result == 0 ? ModalResponse::alertSecondButtonReturn
+                       : static_cast<ModalResponse>(result);
+  }
+
+ private:
+  /// Only once: a person who turns to another window meanwhile is not called back.
+  void comeToTheFront() {
+    dialog_.onExposed = nullptr;
+    if (alerts_.active_) x11::bringToTheFront(window_);
+  }
+
+  QtAlerts& alerts_;
+  AlertDialog dialog_;
+  xcb_window_t window_ = XCB_NONE;
+};
+
+void QtAlerts::activateIgnoringOtherApps() {
+  if (QCoreApplication::instance() == nullptr)
+    fatal("there is no application to bring to the front");
+  active_ = true;
+}
+
+std::unique_ptr<Alert> QtAlerts::makeAlert() { return std::make_unique<QtAlert>(*this); }
+
+void QtAlerts::abortModal() {
+  if (!modal_.empty()) modal_.back()->done(static_cast<int>(ModalResponse::abort));
+}
+
+std::unique_ptr<ModalTimer> QtAlerts::startModalTimer(std::chrono::nanoseconds delay,
+                                                      std::function<void()> handler) {
+  return std::make_unique<QtModalTimer>(delay, std::move(handler));
+}
+
+}  // namespace vesk

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "platform/linux/picture/Nv12Image.h"
+#include "platform/linux/picture/PixelRect.h"
+
+namespace vesk::x11 {
+
+/// Makes a stream of 4:2:0 images out of the screen's pixels. Only what changed is converted: an
+/// image that nobody holds any more is brought up to date where it differs.
+///
+/// Thread: one at a time. Owns: the images that it keeps for use again; a receiver may hold one for
+/// as long as it likes.
+class ImagePainter {
+ public:
+  ImagePainter(PixelSize source, PixelSize target);
+
+  /// The next image, after `changed` (in the source's pixels) has changed in `pixels`.
+  std::shared_ptr<const Nv12Image> paint(const std::uint8_t* pixels, int stride,
+                                         const std::vector<PixelRect>& changed);
+
+ private:
+  std::size_t indexOf(int row, int column) const {
+    return static_cast<std::size_t>(row) * static_cast<std::size_t>(across_) +
+           static_cast<std::size_t>(column);
+  }
+  void note(const PixelRect& changed);
+  std::shared_ptr<Nv12Image> freeImage();
+  void convertRow(const std::uint8_t* pixels, int stride, Nv12Image& image, int row);
+  void convert(const std::uint8_t* pixels, int stride, Nv12Image& image, const PixelRect& area);
+
+  PixelSize source_;
+  PixelSize target_;
+  int across_;
+  int down_;
+  Nv12Image::Sequence sequence_ = 0;
+  std::vector<Nv12Image::Sequence> changedAt_;
+  std::vector<std::shared_ptr<Nv12Image>> images_;
+  std::vector<std::uint8_t> scaled_;  ///< one row of macroblocks at the target's size
+};
+
+}  // namespace vesk::x11

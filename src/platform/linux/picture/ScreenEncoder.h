@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "platform/Compression.h"
+#include "platform/linux/picture/Nv12Image.h"
+#include "platform/linux/picture/PicturePlan.h"
+#include "platform/linux/picture/X264Encoder.h"
+#include "platform/linux/picture/h264/SliceSyntax.h"
+
+namespace vesk {
+
+struct ScreenEncoderSettings {
+  X264Settings encoder;
+  std::int64_t bitRate = 1'000'000;        ///< bits per second, on average
+  std::int64_t maxKeyFrameInterval = 120;  ///< frames
+  std::chrono::nanoseconds maxKeyFrameDuration{4'000'000'000};
+};
+
+/// Turns the images of a screen into pictures of one H.264 stream, each with as little work as it
+/// needs: pictures without a change are put in between those that the encoder makes, and the frame
+/// numbers of the encoder's pictures move on accordingly.
+///
+/// Thread: one at a time. Owns: the encoder. Fails: as an encoder that is false, and as a picture
+/// that is missing; the stream goes on with the next one.
+class ScreenEncoder {
+ public:
+  explicit ScreenEncoder(const ScreenEncoderSettings& settings);
+
+  explicit operator bool() const { return static_cast<bool>(encoder_); }
+
+  void setBitRate(std::int64_t bitRate) { settings_.bitRate = bitRate; }
+
+  /// `image` comes from the same stream of images as the ones before.
+  std::optional<EncodedSample> encode(const Nv12Image& image, HostTime time, bool forceKeyFrame);
+
+ private:
+  using Bytes = std::vector<std::byte>;
+
+  bool keyFrameIsDue(HostTime time) const;
+  void compare(const Nv12Image& image, PicturePlan::Tick& tick);
+  void mark(const Nv12Image& image, const PicturePlan::Decision& decision);
+  std::optional<Bytes> produceInTheLimit(const Nv12Image& image, PicturePlan::Decision& decision);
+  std::optional<Bytes> produce(const Nv12Image& image, const PicturePlan::Decision& decision);
+  Bytes skip() const;
+  Bytes numbered(Bytes units) const;
+
+  ScreenEncoderSettings settings_;
+  X264Encoder encoder_;
+  std::optional<h264::SliceSyntax> syntax_;  ///< nothing: no picture can be put in between
+  PicturePlan plan_;
+  std::vector<std::uint8_t> unchanged_;   ///< per macroblock: nothing to be done, says its mark
+  std::vector<std::uint8_t> quantisers_;  ///< per macroblock: how it was last encoded
+  Nv12Image::Sequence lastImage_ = 0;
+  std::optional<HostTime> lastTime_;
+  std::optional<HostTime> lastKeyTime_;
+  bool lastWasKey_ = false;
+  std::int64_t sinceKey_ = 0;  ///< pictures sent from the key frame on, itself included
+
+  std::uint32_t nextNumber_ = 0;         ///< the frame number of the next picture
+  std::uint32_t encoderNextNumber_ = 0;  ///< the one that the encoder will write
+  Bytes lastKey_;                        ///< kept for as long as it may be repeated
+};
+
+}  // namespace vesk

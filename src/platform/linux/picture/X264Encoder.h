@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/Compression.h"
+#include "platform/linux/picture/Nv12Image.h"
+
+struct x264_t;
+
+namespace vesk {
+
+struct X264Settings {
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+  std::int64_t framesPerSecond = 30;
+};
+
+/// x264 with the settings of a live screen: constrained baseline, no delayed frames, one slice,
+/// key frames only on demand, each picture at the quantiser that it is asked for.
+///
+/// Thread: one at a time. Owns: the encoder. Fails: the constructor leaves an object that is false;
+/// an image that cannot be encoded gives nothing.
+class X264Encoder {
+ public:
+  using Bytes = std::vector<std::byte>;
+
+  explicit X264Encoder(const X264Settings& settings);
+
+  explicit operator bool() const { return encoder_ != nullptr; }
+
+  /// Sequence and picture parameter set, without lengths or start codes.
+  const std::vector<Bytes>& parameterSets() const { return parameterSets_; }
+
+  struct Request {
+    bool keyFrame = false;
+    int quantiser = 0;
+    std::vector<std::uint8_t>* unchanged = nullptr;  ///< non-zero per macroblock without a change
+  };
+
+  /// The NAL units of one picture, each behind its length as four bytes, big-endian.
+  std::optional<Bytes> encode(const Nv12Image& image, const Request& request);
+
+  /// What an unchanged macroblock is marked with.
+  static std::uint8_t unchangedMark();
+
+ private:
+  struct Close {
+    void operator()(x264_t* encoder) const;
+  };
+
+  void readParameterSets();
+
+  X264Settings settings_;
+  std::unique_ptr<x264_t, Close> encoder_;
+  std::vector<Bytes> parameterSets_;
+  std::int64_t frames_ = 0;
+};
+
+}  // namespace vesk

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+
+#include "platform/linux/picture/h264/bits.h"
+
+namespace vesk::h264 {
+
+/// What must be known of a stream to read and write the beginning of its slices.
+struct SliceSyntax {
+  std::uint32_t pictureParameterSet = 0;
+  unsigned frameNumberBits = 4;
+  bool oneReferenceByDefault = true;
+  bool deblockingControl = false;
+
+  bool operator==(const SliceSyntax&) const = default;
+};
+
+/// Reads both parameter sets (whole NAL units). Nothing for a stream that is not of the plain kind
+/// on which pictures can be put in between: baseline, whole frames, output in decoding order, one
+/// reference frame, no slice groups.
+std::optional<SliceSyntax> sliceSyntax(ByteView sequenceSet, ByteView pictureSet);
+
+}  // namespace vesk::h264

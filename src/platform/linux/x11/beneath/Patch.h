@@ -1,0 +1,71 @@
+#pragma once
+
+#include <xcb/render.h>
+#include <xcb/shm.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "platform/linux/picture/PixelRect.h"
+#include "platform/linux/x11/beneath/WindowContents.h"
+#include "platform/linux/x11/server/Connection.h"
+#include "platform/linux/x11/server/SharedPixels.h"
+
+namespace vesk::x11 {
+
+/// A part of the root window as it would look without the program's own windows: composed by the
+/// server out of the background and the windows that lie there, and kept in shared memory.
+///
+/// Thread: one at a time. Owns: the server's resources; what is given to the constructor outlives
+/// it.
+class Patch {
+ public:
+  /// Its pixels stand in the shared memory from `offset` on, rows without a gap.
+  Patch(const Connection& connection, const PixelRect& area, SharedPixels& memory,
+        std::size_t offset, xcb_render_pictformat_t format);
+  ~Patch();
+  Patch(const Patch&) = delete;
+  Patch& operator=(const Patch&) = delete;
+
+  static std::size_t bytesOf(const PixelRect& area) {
+    return static_cast<std::size_t>(area.width) * static_cast<std::size_t>(area.height) * 4;
+  }
+
+  /// In the root window.
+  const PixelRect& area() const { return area_; }
+
+  /// What lies beneath all windows, to be painted by the owner.
+  xcb_pixmap_t background() const { return background_; }
+
+  /// Paints over the background the part of it that another patch has.
+  void inheritBackground(const Patch& other);
+
+  /// Paints over the background one piece of the picture of the screen, whose first pixel lies at
+  /// `origin` of the root window.
+  void rememberBackground(const PixelRect& piece, const SharedPixels& screen,
+                          const PixelRect& screenArea);
+
+  void markStale(const PixelRect& part);
+  void markStale() { markStale(area_); }
+
+  /// Asks the server for what is stale; `collect` waits until it has come.
+  void request(const std::vector<const WindowContents*>& bottomToTop, bool blended);
+  bool collect();
+
+  /// Copies rows of the root window into the picture of the screen.
+  void copyRows(int top, int bottom, SharedPixels& screen, const PixelRect& screenArea) const;
+
+ private:
+  const Connection& connection_;
+  PixelRect area_;
+  SharedPixels& memory_;
+  std::size_t offset_;
+  xcb_pixmap_t background_;
+  xcb_pixmap_t composed_;
+  xcb_render_picture_t picture_;
+  xcb_gcontext_t context_;
+  PixelRect stale_;
+  std::vector<xcb_shm_get_image_cookie_t> requests_;
+};
+
+}  // namespace vesk::x11

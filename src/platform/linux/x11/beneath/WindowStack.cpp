@@ -1,0 +1,161 @@
+#include "platform/linux/x11/beneath/WindowStack.h"
+
+#include <xcb/shape.h>
+#include <xcb/xcbext.h>
+#include <xcb/xfixes.h>
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <span>
+
+#include "platform/linux/x11/beneath/restackedWindow.h"
+#include "platform/linux/x11/server/Properties.h"
+#include "platform/linux/x11/server/compositorSelection.h"
+
+namespace vesk::x11 {
+namespace {
+
+StackedWindow describe(xcb_window_t id, const xcb_get_geometry_reply_t& geometry,
+                       const xcb_get_window_attributes_reply_t& attributes) {
+  StackedWindow window;
+  window.id = id;
+  window.border = geometry.border_width;
+  window.frame = {geometry.x, geometry.y, geometry.width + 2 * window.border,
+                  geometry.height + 2 * window.border};
+  window.depth = geometry.depth;
+  window.visual = attributes.visual;
+  return window;
+}
+
+}  // namespace
+
+WindowStack::WindowStack(const Connection& connection, const OwnWindows& ownWindows)
+    : connection_(connection), ownWindows_(ownWindows), frames_(connection) {}
+
+void WindowStack::watch() {
+  auto* const c = connection_.get();
+  const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
+  xcb_change_window_attributes(c, connection_.root(), XCB_CW_EVENT_MASK, &mask);
+  compositor_ = watchCompositorSelection(connection_);
+  managerCheck_ = atom(c, "_NET_SUPPORTING_WM_CHECK");
+  const auto* const fixes = xcb_get_extension_data(c, &xcb_xfixes_id);
+  const auto* const shape = xcb_get_extension_data(c, &xcb_shape_id);
+  if (fixes != nullptr) fixesEvent_ = fixes->first_event;
+  if (shape != nullptr) shapeEvent_ = shape->first_event;
+}
+
+std::optional<xcb_window_t> WindowStack::handle(const xcb_generic_event_t& event) {
+  if (tellsOfManager(event)) stale_ = managerStale_ = true;
+  const auto window = changedWindow(event);
+  if (!window || isOurs(*window)) return std::nullopt;
+  stale_ = true;
+  replaced_.insert(*window);
+  return window;
+}
+
+/// Whether another program may manage or compose the windows from now on.
+bool WindowStack::tellsOfManager(const xcb_generic_event_t& event) const {
+  const int type = event.response_type & 0x7f;
+  if (type == fixesEvent_ + XCB_XFIXES_SELECTION_NOTIFY) return true;
+  return type == XCB_PROPERTY_NOTIFY &&
+         reinterpret_cast<const xcb_property_notify_event_t&>(event).atom == managerCheck_;
+}
+
+/// The window of which an event tells that its place among the others, its outline, or its
+/// contents' place in the server has changed.
+std::optional<xcb_window_t> WindowStack::changedWindow(const xcb_generic_event_t& event) const {
+  if (const auto window = restackedWindow(event)) return window;
+  const int type = event.response_type & 0x7f;
+  if (shapeEvent_ != 0 && type == shapeEvent_ + XCB_SHAPE_NOTIFY) {
+    return reinterpret_cast<const xcb_shape_notify_event_t&>(event).affected_window;
+  }
+  switch (type) {
+    case XCB_UNMAP_NOTIFY:
+      return reinterpret_cast<const xcb_unmap_notify_event_t&>(event).window;
+    case XCB_DESTROY_NOTIFY:
+      return reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window;
+    case XCB_GRAVITY_NOTIFY:
+      return reinterpret_cast<const xcb_gravity_notify_event_t&>(event).window;
+    default:
+      return std::nullopt;
+  }
+}
+
+/// What this connection itself has made is nothing to be shown.
+bool WindowStack::isOurs(xcb_window_t window) const {
+  return connection_.makerOf(window) == xcb_get_setup(connection_.get())->resource_id_base;
+}
+
+bool WindowStack::expectsOwnWindows() const {
+  return !ownWindows_.all().empty() || std::ranges::any_of(windows_, &StackedWindow::own);
+}
+
+void WindowStack::read() {
+  stale_ = false;
+  auto* const c = connection_.get();
+  const auto owner = xcb_get_selection_owner(c, compositor_);
+  const auto children = childrenOfRoot();
+  std::vector<std::pair<xcb_get_geometry_cookie_t, xcb_get_window_attributes_cookie_t>> requests;
+  requests.reserve(children.size());
+  for (const auto id : children) {
+    requests.emplace_back(xcb_get_geometry(c, id), xcb_get_window_attributes(c, id));
+  }
+  const auto own = ownWindows_.all();
+  const auto ownFrames = framesOf(own, children);
+  std::vector<StackedWindow> found;
+  for (std::size_t i = 0; i < children.size(); ++i) {
+    const ReplyPtr<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(c, requests[i].first, nullptr));
+    const ReplyPtr<xcb_get_window_attributes_reply_t> attributes(
+        xcb_get_window_attributes_reply(c, requests[i].second, nullptr));
+    if (geometry == nullptr || attributes == nullptr) continue;
+    if (attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
+        attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT) {
+      continue;
+    }
+    auto& window = found.emplace_back(describe(children[i], *geometry, *attributes));
+    const auto before = std::ranges::find(windows_, window.id, &StackedWindow::id);
+    // An alert's frame outlives the alert by a moment, and any window its place in the registry.
+    const bool wasOwn = before != windows_.end() && before->own;
+    window.own = wasOwn || std::ranges::count(ownFrames, window.id) > 0;
+    window.framed = wasOwn ? before->framed : window.own && std::ranges::count(own, window.id) == 0;
+  }
+  windows_ = std::move(found);
+  const ReplyPtr<xcb_get_selection_owner_reply_t> reply(
+      xcb_get_selection_owner_reply(c, owner, nullptr));
+  const xcb_window_t compositor = reply == nullptr ? xcb_window_t{XCB_NONE} : reply->owner;
+  composited_ = compositor != XCB_NONE;
+  if (std::exchange(managerStale_, false)) manager_ = compositingManager(connection_, compositor);
+  frames_.measure(windows_, manager_);
+}
+
+std::vector<xcb_window_t> WindowStack::childrenOfRoot() const {
+  const ReplyPtr<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(
+      connection_.get(), xcb_query_tree(connection_.get(), connection_.root()), nullptr));
+  if (tree == nullptr) return {};
+  const std::span all(xcb_query_tree_children(tree.get()),
+                      static_cast<std::size_t>(xcb_query_tree_children_length(tree.get())));
+  std::vector<xcb_window_t> others;
+  std::ranges::copy_if(all, std::back_inserter(others), [&](auto id) { return !isOurs(id); });
+  return others;
+}
+
+/// The alert lies in a frame that the window manager has made, perhaps in a frame of that one.
+std::vector<xcb_window_t> WindowStack::framesOf(const std::vector<xcb_window_t>& windows,
+                                                const std::vector<xcb_window_t>& children) const {
+  constexpr int deepest = 8;
+  std::vector<xcb_window_t> frames;
+  for (xcb_window_t id : windows) {
+    for (int depth = 0; depth < deepest && std::ranges::count(children, id) == 0; ++depth) {
+      const ReplyPtr<xcb_query_tree_reply_t> tree(
+          xcb_query_tree_reply(connection_.get(), xcb_query_tree(connection_.get(), id), nullptr));
+      if (tree == nullptr) break;
+      id = tree->parent;
+    }
+    frames.push_back(id);
+  }
+  return frames;
+}
+
+}  // namespace vesk::x11

@@ -1,0 +1,207 @@
+#include "platform/linux/x11/overlay/OverlayStack.h"
+
+#include <xcb/xfixes.h>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <utility>
+
+#include "platform/linux/x11/beneath/restackedWindow.h"
+#include "platform/linux/x11/overlay/CompositorBypass.h"
+#include "platform/linux/x11/overlay/XOverlay.h"
+#include "platform/linux/x11/server/compositorSelection.h"
+
+namespace vesk::x11 {
+namespace {
+
+/// Two programs that both want to be on top, a screen locker for one, must not chase each other.
+constexpr int millisecondsBetweenRaises = 250;
+
+/// Whether the server itself made the window: the one that a compositor shows its picture in.
+bool isServersOwn(const Connection& connection, xcb_window_t window) {
+  return connection.makerOf(window) == 0;
+}
+
+}  // namespace
+
+OverlayStack::OverlayStack(const Connection& connection)
+    : connection_(connection),
+      notifier_(xcb_get_file_descriptor(connection_.get()), QSocketNotifier::Read) {
+  laterRaise_.setSingleShot(true);
+  QObject::connect(&laterRaise_, &QTimer::timeout, [this] { raise(); });
+  QObject::connect(&notifier_, &QSocketNotifier::activated, [this] { readEvents(); });
+  if (!connection_) return;
+  watchCompositor();
+  watchWindows(XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
+}
+
+OverlayStack::~OverlayStack() {
+  if (!connection_) return;
+  if (selectionNotify_ >= 0) ignoreCompositorSelection(connection_);
+  watchWindows(XCB_EVENT_MASK_NO_EVENT);
+  // What came until now is nobody's any more.
+  connection_.dropEvents();
+}
+
+Composition OverlayStack::composition() const {
+  if (!composited_) return Composition::none;
+  return compositorAside_ ? Composition::bypassed : Composition::blended;
+}
+
+/// Panels get no shadow and are not faded in. Where there are layers, theirs is below menus, and
+/// that of notices is with them.
+std::string_view OverlayStack::windowType() const {
+  return manager_.stacksByItself ? "_NET_WM_WINDOW_TYPE_NOTIFICATION" : "_NET_WM_WINDOW_TYPE_DOCK";
+}
+
+void OverlayStack::orderFront(XOverlay& overlay) {
+  std::erase(overlays_, &overlay);
+  overlays_.insert(overlays_.begin(), &overlay);
+  raise();
+}
+
+void OverlayStack::settle() {
+  auto* const c = connection_.get();
+  // Any question will do: the server answers in the order of what it is asked.
+  const ReplyPtr<xcb_get_input_focus_reply_t> reply(
+      xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+  // The reply may have brought events along, of which the notifier knows nothing.
+  readEvents();
+}
+
+void OverlayStack::orderOut(XOverlay& overlay) { std::erase(overlays_, &overlay); }
+
+void OverlayStack::watchCompositor() {
+  auto* const c = connection_.get();
+  const auto* const extension = xcb_get_extension_data(c, &xcb_xfixes_id);
+  if (extension == nullptr || extension->present == 0) return;
+  // Without having asked for the version, nothing else of the extension is answered.
+  const ReplyPtr<xcb_xfixes_query_version_reply_t> version(
+      xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
+  selectionNotify_ = extension->first_event + XCB_XFIXES_SELECTION_NOTIFY;
+
+  // Asked after the wish to be told, so that none slips through in between.
+  const xcb_atom_t selection = watchCompositorSelection(connection_);
+  const ReplyPtr<xcb_get_selection_owner_reply_t> owner(
+      xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr));
+  const xcb_window_t compositor = owner == nullptr ? xcb_window_t{XCB_NONE} : owner->owner;
+  manager_ = compositingManager(connection_, compositor);
+  composited_ = compositor != XCB_NONE;
+  // The compositor's own window cannot be asked about without bringing it up.
+  compositorAside_ = asideIsGuess_ = composited_ && isCompositorLikelyAside(connection_);
+}
+
+void OverlayStack::watchWindows(std::uint32_t events) const {
+  xcb_change_window_attributes(connection_.get(), connection_.root(), XCB_CW_EVENT_MASK, &events);
+  xcb_flush(connection_.get());
+}
+
+void OverlayStack::readEvents() {
+  while (const ReplyPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())}) {
+    handle(*event);
+  }
+  // A socket whose other end is gone stays readable for ever.
+  if (!connection_) notifier_.setEnabled(false);
+}
+
+void OverlayStack::handle(const xcb_generic_event_t& event) {
+  followCompositor(event);
+  if (!mayHide(event)) return;
+  hidden_ = hidden_ || manager_.stacksByItself;
+  raiseSoon();
+}
+
+/// Whether another program has put a window, or may have put it, above ours.
+bool OverlayStack::mayHide(const xcb_generic_event_t& event) const {
+  const auto window = restackedWindow(event);
+  if (!window || isOwn(*window)) return false;
+  if (!manager_.stacksByItself) return true;
+  if ((event.response_type & 0x7f) != XCB_MAP_NOTIFY) return false;
+  // What it manages is below.
+  if (reinterpret_cast<const xcb_map_notify_event_t&>(event).override_redirect == 0) return false;
+  const ReplyPtr<xcb_get_geometry_reply_t> place(xcb_get_geometry_reply(
+      connection_.get(), xcb_get_geometry(connection_.get(), *window), nullptr));
+  if (place == nullptr) return false;
+  const PixelRect frame{place->x, place->y, place->width, place->height};
+  return std::ranges::any_of(overlays_,
+                             [&](const XOverlay* overlay) { return overlay->meets(frame); });
+}
+
+void OverlayStack::followCompositor(const xcb_generic_event_t& event) {
+  const int type = event.response_type & 0x7f;
+  if (type == selectionNotify_) {
+    const auto& notify = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
+    manager_ = compositingManager(connection_, notify.owner);
+    setCompositor(notify.owner != XCB_NONE, /*aside=*/false);
+  } else if (type == XCB_UNMAP_NOTIFY) {
+    const auto& notify = reinterpret_cast<const xcb_unmap_notify_event_t&>(event);
+    if (isServersOwn(connection_, notify.window)) {
+      setCompositor(composited_, /*aside=*/true);
+    } else if (asideIsGuess_ && !isCompositorLikelyAside(connection_)) {
+      setCompositor(composited_, /*aside=*/false);
+    }
+  } else if (type == XCB_MAP_NOTIFY) {
+    const auto& notify = reinterpret_cast<const xcb_map_notify_event_t&>(event);
+    if (isServersOwn(connection_, notify.window)) setCompositor(composited_, /*aside=*/false);
+  }
+}
+
+void OverlayStack::setCompositor(bool composited, bool aside) {
+  const Composition before = composition();
+  composited_ = composited;
+  compositorAside_ = aside;
+  asideIsGuess_ = false;
+  if (composition() == before) return;
+  for (auto* const overlay : overlays_) overlay->adapt();
+  raise();
+}
+
+bool OverlayStack::isOwn(xcb_window_t window) const {
+  return std::ranges::any_of(overlays_, [&](const XOverlay* overlay) {
+    return std::ranges::count(overlay->windows(), window) > 0;
+  });
+}
+
+void OverlayStack::raiseSoon() {
+  if (overlays_.empty() || laterRaise_.isActive()) return;
+  const qint64 elapsed = sinceRaised_.elapsed();
+  if (elapsed >= millisecondsBetweenRaises) {
+    raise();
+  } else {
+    laterRaise_.start(static_cast<int>(millisecondsBetweenRaises - elapsed));
+  }
+}
+
+void OverlayStack::stack(xcb_window_t window, std::optional<xcb_window_t> above) const {
+  if (above) {
+    const std::array<std::uint32_t, 2> belowIt{*above, XCB_STACK_MODE_BELOW};
+    xcb_configure_window(connection_.get(), window,
+                         XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE, belowIt.data());
+  } else {
+    const std::uint32_t onTop = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(connection_.get(), window, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);
+  }
+}
+
+void OverlayStack::raise() {
+  sinceRaised_.start();
+  if (std::exchange(hidden_, false)) mapAnew();
+  // From top to bottom, each below the one before: where all is in place already, the server
+  // changes nothing, and no compositor draws anything anew.
+  std::optional<xcb_window_t> above;
+  for (const auto* const overlay : overlays_) {
+    for (const xcb_window_t window : overlay->windows()) {
+      stack(window, above);
+      above = window;
+    }
+  }
+  xcb_flush(connection_.get());
+}
+
+/// From bottom to top.
+void OverlayStack::mapAnew() {
+  std::for_each(overlays_.rbegin(), overlays_.rend(), [](XOverlay* each) { each->mapAnew(); });
+}
+
+}  // namespace vesk::x11

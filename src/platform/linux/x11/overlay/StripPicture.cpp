@@ -1,0 +1,55 @@
+#include "platform/linux/x11/overlay/StripPicture.h"
+
+#include <QFontMetricsF>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QPainterPath>
+#include <QTextOption>
+
+#include "platform/linux/x11/overlay/boundedText.h"
+
+namespace vesk::x11 {
+namespace {
+
+QPainterPath tab(const QRectF& area, double radius) {
+  QPainterPath path;
+  // Its upper part is outside the picture, so only the lower corners are round.
+  path.addRoundedRect(area.adjusted(0, -2 * radius, 0, 0), radius, radius);
+  return path;
+}
+
+void drawLabel(QPainter& painter, const OverlayLabel& label, const std::string& text) {
+  QFont font = QGuiApplication::font();
+  font.setPixelSize(static_cast<int>(label.fontSize));
+  font.setWeight(label.semibold ? QFont::DemiBold : QFont::Normal);
+  painter.setFont(font);
+  painter.setPen(Qt::white);
+
+  const QRectF frame(label.frame.origin.x, label.frame.origin.y, label.frame.width,
+                     label.frame.height);
+  QTextOption option(Qt::AlignCenter);
+  option.setWrapMode(QTextOption::NoWrap);
+  option.setTextDirection(Qt::LeftToRight);
+  const QFontMetricsF metrics(font, painter.device());
+  const QString whole = boundedText(QString::fromStdString(text));
+  painter.drawText(frame, metrics.elidedText(whole, Qt::ElideMiddle, frame.width()), option);
+}
+
+}  // namespace
+
+QImage StripPicture::paint() const {
+  QImage image(frame.width, frame.height, QImage::Format_ARGB32_Premultiplied);
+  image.fill(Qt::transparent);
+  image.setDevicePixelRatio(scale);
+  QPainter painter(&image);
+  painter.setRenderHint(QPainter::Antialiasing);
+  const QRectF area(0, 0, frame.width / scale, frame.height / scale);
+  painter.fillPath(
+      tab(area, bottomCornerRadius),
+      QColor::fromRgbF(static_cast<float>(background.red), static_cast<float>(background.green),
+                       static_cast<float>(background.blue), static_cast<float>(background.alpha)));
+  if (label) drawLabel(painter, *label, text);
+  return image;
+}
+
+}  // namespace vesk::x11

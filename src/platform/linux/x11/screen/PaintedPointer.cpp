@@ -1,0 +1,108 @@
+#include "platform/linux/x11/screen/PaintedPointer.h"
+
+#include <xcb/xcbext.h>
+#include <xcb/xfixes.h>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace vesk::x11 {
+namespace {
+
+std::uint32_t blended(std::uint32_t over, std::uint32_t under) {
+  const std::uint32_t keep = 255 - (over >> 24);
+  std::uint32_t result = 0;
+  for (int shift = 0; shift < 24; shift += 8) {
+    const std::uint32_t sum = (over >> shift & 0xff) + ((under >> shift & 0xff) * keep + 127) / 255;
+    result |= std::min<std::uint32_t>(sum, 255) << shift;
+  }
+  return result;
+}
+
+}  // namespace
+
+PaintedPointer::PaintedPointer(const Connection& connection, const Monitor& monitor)
+    : connection_(connection),
+      monitor_(monitor),
+      event_(xcb_get_extension_data(connection.get(), &xcb_xfixes_id)->first_event) {
+  xcb_xfixes_select_cursor_input(connection_.get(), connection_.root(),
+                                 XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
+}
+
+void PaintedPointer::handle(const xcb_generic_event_t& event) {
+  if ((event.response_type & 0x7f) == event_ + XCB_XFIXES_CURSOR_NOTIFY) stale_ = true;
+}
+
+bool PaintedPointer::hasChanged() { return stale_ || locate(); }
+
+/// Whether it has moved.
+bool PaintedPointer::locate() {
+  auto* const c = connection_.get();
+  const ReplyPtr<xcb_query_pointer_reply_t> pointer(
+      xcb_query_pointer_reply(c, xcb_query_pointer(c, connection_.root()), nullptr));
+  if (pointer == nullptr) return false;
+  const auto before = frame_;
+  frame_.x = pointer->root_x - hotX_ - monitor_.x;
+  frame_.y = pointer->root_y - hotY_ - monitor_.y;
+  return frame_ != before;
+}
+
+void PaintedPointer::load() {
+  auto* const c = connection_.get();
+  const ReplyPtr<xcb_xfixes_get_cursor_image_reply_t> image(
+      xcb_xfixes_get_cursor_image_reply(c, xcb_xfixes_get_cursor_image(c), nullptr));
+  if (image == nullptr) return;
+  stale_ = false;
+  hotX_ = image->xhot;
+  hotY_ = image->yhot;
+  frame_ = {image->x - hotX_ - monitor_.x, image->y - hotY_ - monitor_.y, image->width,
+            image->height};
+  const auto* const first = xcb_xfixes_get_cursor_image_cursor_image(image.get());
+  image_.assign(first, first + xcb_xfixes_get_cursor_image_cursor_image_length(image.get()));
+}
+
+bool PaintedPointer::refresh() {
+  const bool redrawn = stale_;
+  if (redrawn) {
+    load();
+  } else {
+    locate();
+  }
+  return redrawn;
+}
+
+std::optional<PixelRect> PaintedPointer::putOn(std::uint8_t* pixels) {
+  painted_.reset();
+  const PixelRect area = intersection(frame_, {0, 0, monitor_.width, monitor_.height});
+  const auto cells =
+      static_cast<std::size_t>(frame_.width) * static_cast<std::size_t>(frame_.height);
+  if (area.isEmpty() || image_.size() < cells) return painted_;
+  painted_ = area;
+  beneath_.clear();
+  for (int y = area.y; y < area.bottom(); ++y) {
+    for (int x = area.x; x < area.right(); ++x) {
+      std::uint8_t* const place = at(pixels, x, y);
+      std::uint32_t pixel = 0;
+      std::memcpy(&pixel, place, sizeof pixel);
+      beneath_.push_back(pixel);
+      const auto over =
+          image_[static_cast<std::size_t>((y - frame_.y) * frame_.width + x - frame_.x)];
+      pixel = blended(over, pixel);
+      std::memcpy(place, &pixel, sizeof pixel);
+    }
+  }
+  return painted_;
+}
+
+std::optional<PixelRect> PaintedPointer::takeOff(std::uint8_t* pixels) {
+  if (!painted_) return std::nullopt;
+  const auto row = static_cast<std::size_t>(painted_->width);
+  for (int y = 0; y < painted_->height; ++y) {
+    std::memcpy(at(pixels, painted_->x, painted_->y + y),
+                beneath_.data() + static_cast<std::size_t>(y) * row, row * 4);
+  }
+  return std::exchange(painted_, std::nullopt);
+}
+
+}  // namespace vesk::x11

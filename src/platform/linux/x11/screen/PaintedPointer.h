@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "platform/linux/picture/PixelRect.h"
+#include "platform/linux/x11/server/Connection.h"
+#include "platform/linux/x11/server/Randr.h"
+
+namespace vesk::x11 {
+
+/// The pointer in the picture of a monitor, and the pixels that it covers there.
+///
+/// Thread: one at a time. Owns: nothing of the server's; the connection outlives it, and its owner
+/// hands on every event. Fails: as a pointer that stays as it is.
+class PaintedPointer {
+ public:
+  PaintedPointer(const Connection& connection, const Monitor& monitor);
+
+  void handle(const xcb_generic_event_t& event);
+
+  /// Whether it has moved or looks different since it was last painted. Waits for the server.
+  bool hasChanged();
+
+  /// Gives the picture back the pixels that it covers; where that was, if it was anywhere.
+  std::optional<PixelRect> takeOff(std::uint8_t* pixels);
+
+  /// Asks the server for its place and, where that is another, its image. Whether it was.
+  bool refresh();
+
+  /// Paints it where it is; where that is in the picture, if it is anywhere.
+  std::optional<PixelRect> putOn(std::uint8_t* pixels);
+
+ private:
+  std::uint8_t* at(std::uint8_t* pixels, int x, int y) const {
+    return pixels + (static_cast<std::ptrdiff_t>(y) * monitor_.width + x) * 4;
+  }
+  bool locate();
+  void load();
+
+  const Connection& connection_;
+  Monitor monitor_;
+  std::uint8_t event_ = 0;
+  bool stale_ = true;
+  PixelRect frame_;  ///< of its image, in the monitor
+  int hotX_ = 0;
+  int hotY_ = 0;
+  std::vector<std::uint32_t> image_;  ///< premultiplied ARGB
+  std::optional<PixelRect> painted_;
+  std::vector<std::uint32_t> beneath_;  ///< the pixels that it covers
+};
+
+}  // namespace vesk::x11

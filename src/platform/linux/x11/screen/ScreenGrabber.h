@@ -1,0 +1,110 @@
+#pragma once
+
+#include <xcb/damage.h>
+#include <xcb/xfixes.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/linux/picture/PixelRect.h"
+#include "platform/linux/x11/beneath/Underneath.h"
+#include "platform/linux/x11/screen/PaintedPointer.h"
+#include "platform/linux/x11/server/Connection.h"
+#include "platform/linux/x11/server/Randr.h"
+#include "platform/linux/x11/server/SharedPixels.h"
+
+namespace vesk::x11 {
+
+/// One monitor's pixels in memory that is shared with the server, brought up to date where
+/// something was drawn, with the pointer painted on top. The program's own windows are left out of
+/// it, if wished: it shows what lies beneath them.
+///
+/// The server is never grabbed: whoever holds it and is stopped, by a debugger or a terminal, stops
+/// the whole desktop. Everything is asked for in one go instead, and what windows have done
+/// meanwhile is known by the time that the answers are there: what it spoils is taken once more.
+///
+/// Thread: one at a time. Owns: its connection, the shared segment and the server's resources.
+/// Fails: the constructor leaves an object that is false; a grab gives nothing once the server is
+/// gone.
+class ScreenGrabber {
+ public:
+  /// `leftOut`, which outlives the object, names the windows that the picture is taken without.
+  ScreenGrabber(const Monitor& monitor, bool showsCursor, const OwnWindows* leftOut = nullptr);
+  ~ScreenGrabber();
+  ScreenGrabber(const ScreenGrabber&) = delete;
+  ScreenGrabber& operator=(const ScreenGrabber&) = delete;
+
+  explicit operator bool() const { return pixels_ != nullptr && *pixels_ && connection_; }
+
+  /// Becomes readable when something was drawn or changed.
+  int descriptor() const { return xcb_get_file_descriptor(connection_.get()); }
+
+  struct News {
+    bool drawn = false;          ///< something was drawn since the last grab
+    bool layoutChanged = false;  ///< monitors came, went or changed
+  };
+
+  /// Takes the events that have come. Nothing when the server is gone.
+  std::optional<News> readEvents();
+
+  /// Whether the pointer has moved or looks different since it was last painted.
+  bool cursorChanged() { return pointer_ && pointer_->hasChanged(); }
+
+  /// Brings the pixels up to date and tells where, in the monitor, they may have changed. Windows
+  /// that do not stand still may hold that back: until a later grab nothing has changed, and the
+  /// pixels are not to be looked at.
+  std::optional<std::vector<PixelRect>> grab();
+
+  /// Whether the last grab was held back.
+  bool isHeldBack() const { return heldBackSince_.has_value(); }
+
+  const std::uint8_t* pixels() const { return pixels_->data(); }
+  int stride() const { return monitor_.width * 4; }
+  int width() const { return monitor_.width; }
+  int height() const { return monitor_.height; }
+  const Connection& connection() const { return connection_; }
+
+ private:
+  /// In the root window.
+  PixelRect area() const { return {monitor_.x, monitor_.y, monitor_.width, monitor_.height}; }
+  PixelRect inMonitor(const PixelRect& rect) const;
+  bool supportsExtensions();
+  void watch();
+  void pollEvents();
+  bool mayHaveChanged() const;
+  /// What is on its way from the server, and what of the monitor it will bring up to date.
+  struct Asked {
+    std::vector<PixelRect> changed;
+    std::vector<xcb_shm_get_image_cookie_t> rows;
+  };
+
+  std::optional<Disturbance> update();
+  bool takePicture();
+  bool isToWait(Disturbance disturbance);
+  void repaintPointer(const std::optional<PixelRect>& before);
+  Asked request();
+  std::vector<PixelRect> takeDamage();
+  std::vector<xcb_shm_get_image_cookie_t> requestRows(const std::vector<PixelRect>& damaged);
+
+  Connection connection_;
+  Monitor monitor_;
+  const OwnWindows* leftOut_;
+  std::unique_ptr<SharedPixels> pixels_;
+  std::unique_ptr<Underneath> underneath_;
+  xcb_damage_damage_t damage_ = 0;
+  xcb_xfixes_region_t region_ = 0;
+  std::uint8_t damageEvent_ = 0;
+  std::uint8_t randrEvent_ = 0;
+  News news_;
+  bool drawn_ = false;  ///< on the root window, whoever shows there
+  bool everything_ = true;
+  PixelRect unsure_;  ///< of the root window, where the pixels may show what the stack does not
+  std::vector<PixelRect> untold_;  ///< where the pixels have changed
+  std::optional<std::chrono::steady_clock::time_point> heldBackSince_;
+  std::optional<PaintedPointer> pointer_;
+};
+
+}  // namespace vesk::x11

@@ -1,0 +1,32 @@
+#include "platform/linux/x11/screen/XScreenCapture.h"
+
+#include <unistd.h>
+
+#include <utility>
+
+#include "platform/linux/x11/screen/XScreenStream.h"
+#include "platform/linux/x11/server/Randr.h"
+#include "platform/linux/x11/server/grants.h"
+
+namespace vesk::x11 {
+
+void XScreenCapture::shareableContent(Content completion) {
+  if (!connection_) return completion(std::nullopt, PlatformError{"The X server is gone."});
+  if (!grantsScreenCapture(connection_)) {
+    return completion(std::nullopt, PlatformError{"The X server does not let its screen be read."});
+  }
+  ShareableContent content;
+  for (const auto& monitor : monitors(connection_)) {
+    content.displays.push_back({monitor.output, monitor.width, monitor.height});
+  }
+  content.applications.push_back({::getpid()});
+  completion(std::move(content), std::nullopt);
+}
+
+std::unique_ptr<ScreenStream> XScreenCapture::makeStream(
+    const ContentFilter& filter, const StreamConfiguration& configuration,
+    std::function<void(PlatformError)> onStopped) {
+  return std::make_unique<XScreenStream>(filter, configuration, ownWindows_, std::move(onStopped));
+}
+
+}  // namespace vesk::x11

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/Processes.h"
+#include "platform/ScreenCapture.h"
+#include "platform/linux/x11/beneath/OwnWindows.h"
+#include "platform/linux/x11/server/Connection.h"
+
+namespace vesk::x11 {
+
+/// The monitors of the X server as what can be shared. X has no applications, so the list of them
+/// holds this program alone. Completions run before the call returns.
+class XScreenCapture final : public ScreenCapture {
+ public:
+  /// `ownWindows` outlives this object and its streams, the connection this object.
+  XScreenCapture(const OwnWindows& ownWindows, const Connection& connection)
+      : ownWindows_(ownWindows), connection_(connection) {}
+
+  void shareableContent(Content completion) override;
+  std::unique_ptr<ScreenStream> makeStream(const ContentFilter& filter,
+                                           const StreamConfiguration& configuration,
+                                           std::function<void(PlatformError)> onStopped) override;
+
+ private:
+  const OwnWindows& ownWindows_;
+  const Connection& connection_;
+};
+
+}  // namespace vesk::x11

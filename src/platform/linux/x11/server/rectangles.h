@@ -1,0 +1,16 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <vector>
+
+#include "platform/linux/picture/PixelRect.h"
+
+namespace vesk::x11 {
+
+/// As requests take it: places and sizes of 16 bits, which every window on a screen has.
+xcb_rectangle_t rectangle(const PixelRect& rect);
+
+std::vector<xcb_rectangle_t> rectangles(const std::vector<PixelRect>& rects);
+
+}  // namespace vesk::x11

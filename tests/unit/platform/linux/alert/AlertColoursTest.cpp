@@ -1,0 +1,33 @@
+#include "platform/linux/alert/AlertColours.h"
+
+#include <gtest/gtest.h>
+
+namespace vesk {
+namespace {
+
+TEST(ContrastTest, IsThatOfTheAccessibilityGuidelines) {
+  EXPECT_NEAR(contrast(Qt::black, Qt::white), 21, 0.001);
+  EXPECT_NEAR(contrast(Qt::white, Qt::black), 21, 0.001);
+  EXPECT_NEAR(contrast(QColor("#123456"), QColor("#123456")), 1, 0.001);
+  EXPECT_NEAR(contrast(QColor("#767676"), Qt::white), 4.54, 0.01);
+}
+
+TEST(DefaultButtonPaletteTest, CanBeReadWhateverTheDesktopsAccentIs) {
+  for (const char* const accent : {"#308cc6", "#ffff00", "#ffffff", "#000000", "#e95420"}) {
+    QPalette palette;
+    palette.setColor(QPalette::Highlight, QColor(accent));
+    const QPalette filled = defaultButtonPalette(palette);
+    EXPECT_GE(contrast(filled.color(QPalette::Button), filled.color(QPalette::ButtonText)), 4.5)
+        << accent;
+    EXPECT_EQ(filled.color(QPalette::Window), palette.color(QPalette::Window));
+  }
+}
+
+TEST(DefaultButtonPaletteTest, LeavesADarkAccentAsItIs) {
+  QPalette palette;
+  palette.setColor(QPalette::Highlight, QColor("#003366"));
+  EXPECT_EQ(defaultButtonPalette(palette).color(QPalette::Button), QColor("#003366"));
+}
+
+}  // namespace
+}  // namespace vesk

@@ -1,0 +1,49 @@
+#include "platform/linux/alert/AlertDialog.h"
+
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QPushButton>
+
+#include "support/TestApplication.h"
+
+namespace vesk {
+namespace {
+
+class AlertDialogTest : public ::testing::Test {
+ protected:
+  const QLabel* labelThatReads(const QString& text) const {
+    for (const auto* const label : dialog_.findChildren<QLabel*>()) {
+      if (label->text() == text) return label;
+    }
+    return nullptr;
+  }
+
+  testing::TestApplication application_;
+  AlertDialog dialog_;
+};
+
+TEST_F(AlertDialogTest, SaysItsMessageInBoldAndLargerThanTheRest) {
+  dialog_.setMessageText("Ada would like to view your screen");
+  dialog_.setInformativeText("You can say no.");
+  const auto* const message = labelThatReads("Ada would like to view your screen");
+  const auto* const informative = labelThatReads("You can say no.");
+  ASSERT_NE(message, nullptr);
+  ASSERT_NE(informative, nullptr);
+  EXPECT_TRUE(message->font().bold());
+  EXPECT_FALSE(informative->font().bold());
+  EXPECT_NEAR(message->font().pointSizeF(), 1.15 * informative->font().pointSizeF(), 0.01);
+}
+
+TEST_F(AlertDialogTest, HasTheFirstButtonForItsDefault) {
+  dialog_.addButton("Allow & more");
+  dialog_.addButton("Don't Allow");
+  const auto buttons = dialog_.findChildren<QPushButton*>();
+  ASSERT_EQ(buttons.size(), 2);
+  for (const auto* const button : buttons) {
+    EXPECT_EQ(button->isDefault(), button->text() == "Allow && more");
+  }
+}
+
+}  // namespace
+}  // namespace vesk

@@ -1,0 +1,66 @@
+#include "platform/linux/alert/QtAlerts.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/SystemClock.h"
+#include "platform/linux/x11/server/Connection.h"
+#include "support/Patience.h"
+#include "support/TestApplication.h"
+#include "support/XPainter.h"
+#include "support/XServer.h"
+
+namespace vesk {
+namespace {
+
+using namespace std::chrono_literals;
+
+class QtAlertsTest : public ::testing::Test {
+ protected:
+  int windowsOnTheScreen() const {
+    auto* const c = watcher_.get();
+    const x11::ReplyPtr<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(c, xcb_query_tree(c, watcher_.root()), nullptr));
+    const auto* const windows = xcb_query_tree_children(tree.get());
+    int viewable = 0;
+    for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+      const x11::ReplyPtr<xcb_get_window_attributes_reply_t> reply(
+          xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, windows[i]), nullptr));
+      viewable += reply != nullptr && reply->map_state == XCB_MAP_STATE_VIEWABLE ? 1 : 0;
+    }
+    return viewable;
+  }
+
+  testing::XServer server_;
+  testing::DisplayVariable display_{server_.display()};
+  x11::Connection watcher_;
+  testing::TestApplication application_{"xcb"};
+  x11::OwnWindows ownWindows_;
+  SystemClock clock_;
+  InputGate gate_{clock_};
+  QtAlerts alerts_{ownWindows_, gate_};
+};
+
+TEST_F(QtAlertsTest, ShutsTheGateBeforeThereIsAnAlertAndUntilItIsAnswered) {
+  std::vector<std::string> events;
+  gate_.onClose = [&] {
+    EXPECT_TRUE(ownWindows_.all().empty());
+    EXPECT_EQ(windowsOnTheScreen(), 0);
+    events.emplace_back("closed");
+  };
+  const auto alert = alerts_.makeAlert();
+  alert->setMessageText("Ada would like to view your screen");
+  alert->addButton("Allow");
+  alert->addButton("Don't Allow");
+  const auto timer = alerts_.startModalTimer(300ms, [&] {
+    EXPECT_FALSE(gate_.isOpen());
+    const bool inSight = testing::waitUntil([this] { return windowsOnTheScreen() == 1; });
+    events.emplace_back(inSight ? "in sight" : "out of sight");
+    alerts_.abortModal();
+  });
+  EXPECT_EQ(alert->runModal(), ModalResponse::abort);
+  EXPECT_TRUE(gate_.isOpen());
+  EXPECT_EQ(events, (std::vector<std::string>{"closed", "in sight"}));
+}
+
+}  // namespace
+}  // namespace vesk

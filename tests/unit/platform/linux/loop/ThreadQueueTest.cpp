@@ -1,0 +1,146 @@
+#include "platform/linux/loop/ThreadQueue.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <csignal>
+#include <future>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/UnixListener.h"
+
+namespace vesk {
+namespace {
+
+using namespace std::chrono_literals;
+using vesk::testing::patience;
+
+TEST(ThreadQueueTest, RunsTasksInOrderOnAThreadOfItsOwn) {
+  std::vector<int> order;
+  std::thread::id thread;
+  {
+    ThreadQueue queue("com.vesk.screen.test");
+    for (int i = 0; i < 1000; ++i) queue.async([&order, i] { order.push_back(i); });
+    queue.sync([&] { thread = std::this_thread::get_id(); });
+    EXPECT_EQ(order.size(), 1000U);
+  }
+  EXPECT_NE(thread, std::this_thread::get_id());
+  for (int i = 0; i < 1000; ++i) EXPECT_EQ(order[static_cast<std::size_t>(i)], i);
+}
+
+TEST(ThreadQueueTest, NamesItsThreadAfterTheLabel) {
+  std::string name(16, '\0');
+  ThreadQueue queue("com.vesk.screen.input");
+  queue.sync([&] { ::pthread_getname_np(::pthread_self(), name.data(), name.size()); });
+  EXPECT_STREQ(name.c_str(), "input");
+}
+
+TEST(ThreadQueueTest, LeavesSignalsToTheMainThread) {
+  sigset_t blocked;
+  ThreadQueue queue("test");
+  queue.sync([&] { ::pthread_sigmask(SIG_SETMASK, nullptr, &blocked); });
+  EXPECT_EQ(::sigismember(&blocked, SIGTERM), 1);
+  EXPECT_EQ(::sigismember(&blocked, SIGCHLD), 1);
+  EXPECT_EQ(::sigismember(&blocked, SIGSEGV), 0);
+}
+
+TEST(ThreadQueueTest, MayBeDestroyedByItsOwnTask) {
+  auto queue = std::make_unique<ThreadQueue>("test");
+  ThreadQueue& alias = *queue;
+  std::promise<void> done;
+  alias.async([&done, owned = std::make_shared<decltype(queue)>(std::move(queue))] {
+    owned->reset();
+    done.set_value();
+  });
+  EXPECT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
+}
+
+TEST(ThreadQueueDeathTest, RefusesToWaitForItself) {
+  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_DEATH(
+      {
+        ThreadQueue queue("test");
+        queue.sync([&] { queue.sync([] {}); });
+      },
+      "wait for itself");
+}
+
+TEST(ThreadQueueTimerTest, FiresOnTheQueueEveryIntervalUntilItIsCancelled) {
+  ThreadQueue queue("test");
+  std::promise<void> fifth;
+  int fired = 0;
+  std::thread::id firedOn;
+  std::unique_ptr<Timer> timer;
+  const auto start = std::chrono::steady_clock::now();
+  timer = queue.makeTimer({20ms, 2ms}, [&] {
+    firedOn = std::this_thread::get_id();
+    if (++fired == 5) {
+      timer->cancel();
+      fifth.set_value();
+    }
+  });
+  timer->resume();
+  ASSERT_EQ(fifth.get_future().wait_for(patience), std::future_status::ready);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 100ms);
+  std::thread::id queueThread;
+  queue.sync([&] { queueThread = std::this_thread::get_id(); });
+  EXPECT_EQ(firedOn, queueThread);
+  EXPECT_EQ(fired, 5);
+}
+
+TEST(ThreadQueueTimerTest, DoesNotFireBeforeItIsResumedNorAfterItIsGone) {
+  std::atomic<int> fired = 0;
+  std::promise<void> late;
+  ThreadQueue queue("test");
+  const auto never = queue.makeTimer({1ms, 0ms}, [&] { ++fired; });
+  auto gone = queue.makeTimer({1ms, 0ms}, [&] { ++fired; });
+  gone->resume();
+  queue.sync([&] { gone.reset(); });
+  const int before = fired;
+  const auto other = queue.makeTimer({20ms, 0ms}, [&, first = true]() mutable {
+    if (std::exchange(first, false)) late.set_value();
+  });
+  other->resume();
+  ASSERT_EQ(late.get_future().wait_for(patience), std::future_status::ready);
+  EXPECT_EQ(fired, before);
+}
+
+TEST(ThreadQueueTimerTest, PassesOverFiringsThatItMissed) {
+  ThreadQueue queue("test");
+  std::promise<void> held;
+  std::promise<void> second;
+  int fired = 0;
+  auto blocked = held.get_future();
+  const auto timer = queue.makeTimer({10ms, 0ms}, [&] {
+    ++fired;
+    if (fired == 1) blocked.wait();
+    if (fired == 2) second.set_value();
+  });
+  timer->resume();
+  // Held up for at least twenty intervals, which another queue's timer counts.
+  ThreadQueue other("other");
+  std::promise<void> twenty;
+  const auto counter = other.makeTimer({200ms, 0ms}, [&, first = true]() mutable {
+    if (std::exchange(first, false)) twenty.set_value();
+  });
+  counter->resume();
+  twenty.get_future().wait();
+  held.set_value();
+  ASSERT_EQ(second.get_future().wait_for(patience), std::future_status::ready);
+  queue.sync([&] { EXPECT_LT(fired, 15); });
+}
+
+TEST(ThreadQueueTimerTest, MayOutliveItsQueue) {
+  std::optional<ThreadQueue> queue(std::in_place, "test");
+  const auto timer = queue->makeTimer({1h, 0ms}, [] {});
+  timer->resume();
+  queue.reset();
+  timer->cancel();
+  timer->resume();
+}
+
+}  // namespace
+}  // namespace vesk

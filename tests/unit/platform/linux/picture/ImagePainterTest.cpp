@@ -1,0 +1,150 @@
+#include "platform/linux/picture/ImagePainter.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+
+namespace vesk::x11 {
+namespace {
+
+/// Pixels as a server gives them: blue, green, red, nothing.
+class Screen {
+ public:
+  Screen(int width, int height)
+      : width_(width), pixels_(static_cast<std::size_t>(width * height) * 4) {}
+
+  void fill(const PixelRect& rect, std::uint32_t colour) {
+    for (int y = rect.y; y < rect.bottom(); ++y) {
+      for (int x = rect.x; x < rect.right(); ++x) set(x, y, colour);
+    }
+  }
+  void set(int x, int y, std::uint32_t colour) {
+    std::memcpy(pixels_.data() + static_cast<std::size_t>(y * width_ + x) * 4, &colour, 4);
+  }
+  std::uint32_t at(int x, int y) const {
+    std::uint32_t colour = 0;
+    std::memcpy(&colour, pixels_.data() + static_cast<std::size_t>(y * width_ + x) * 4, 4);
+    return colour;
+  }
+  const std::uint8_t* data() const { return pixels_.data(); }
+  int stride() const { return width_ * 4; }
+
+ private:
+  int width_;
+  std::vector<std::uint8_t> pixels_;
+};
+
+double lumaOf(std::uint32_t colour) {
+  return 16 +
+         (65.481 * (colour >> 16 & 255) + 128.553 * (colour >> 8 & 255) + 24.966 * (colour & 255)) /
+             255;
+}
+
+int lumaAt(const Nv12Image& image, int x, int y) { return image.luma()[y * image.stride() + x]; }
+
+std::size_t changedAfter(const Nv12Image& image, Nv12Image::Sequence sequence) {
+  std::size_t count = 0;
+  for (const auto each : image.changedAt) count += each > sequence ? 1 : 0;
+  return count;
+}
+
+TEST(ImagePainterTest, ConvertsEveryColourToTheNearestLevelButOne) {
+  Screen screen(64, 48);
+  std::mt19937 random(1);
+  for (int y = 0; y < 48; ++y) {
+    for (int x = 0; x < 64; ++x) screen.set(x, y, static_cast<std::uint32_t>(random()) & 0xffffff);
+  }
+  ImagePainter painter({64, 48}, {64, 48});
+  const auto image = painter.paint(screen.data(), screen.stride(), {{0, 0, 64, 48}});
+  for (int y = 0; y < 48; ++y) {
+    for (int x = 0; x < 64; ++x) {
+      ASSERT_NEAR(lumaAt(*image, x, y), lumaOf(screen.at(x, y)), 1) << x << " " << y;
+    }
+  }
+}
+
+TEST(ImagePainterTest, MarksWhatHasChangedAndNothingElse) {
+  Screen screen(160, 96);
+  ImagePainter painter({160, 96}, {160, 96});
+  const auto first = painter.paint(screen.data(), screen.stride(), {{0, 0, 160, 96}});
+  EXPECT_EQ(first->sequence, 1U);
+  EXPECT_EQ(changedAfter(*first, 0), 60U);
+  screen.fill({40, 40, 10, 4}, 0xffffff);
+  const auto second = painter.paint(screen.data(), screen.stride(), {{40, 40, 10, 4}});
+  EXPECT_EQ(changedAfter(*second, 1), 2U) << "the rectangle lies in two macroblocks";
+  EXPECT_EQ(second->changedAt[2 * 10 + 2], 2U);
+  EXPECT_EQ(second->changedAt[2 * 10 + 3], 2U);
+  EXPECT_EQ(lumaAt(*second, 45, 42), 235);
+  EXPECT_EQ(lumaAt(*first, 45, 42), 16) << "an image that was delivered does not change";
+}
+
+TEST(ImagePainterTest, BringsAnOldImageUpToDateWhereverItDiffers) {
+  Screen screen(64, 64);
+  ImagePainter painter({64, 64}, {64, 64});
+  auto held = painter.paint(screen.data(), screen.stride(), {{0, 0, 64, 64}});
+  std::mt19937 random(2);
+  for (int i = 0; i < 200; ++i) {
+    const PixelRect rect{static_cast<int>(random() % 60), static_cast<int>(random() % 60), 4, 4};
+    screen.fill(rect, static_cast<std::uint32_t>(random()) & 0xffffff);
+    const auto image = painter.paint(screen.data(), screen.stride(), {rect});
+    for (int y = 0; y < 64; ++y) {
+      for (int x = 0; x < 64; ++x) {
+        ASSERT_NEAR(lumaAt(*image, x, y), lumaOf(screen.at(x, y)), 1) << "image " << i;
+      }
+    }
+    if (random() % 3 == 0) held = image;
+  }
+}
+
+TEST(ImagePainterTest, NeverPaintsOnAnImageThatSomebodyHolds) {
+  Screen screen(32, 32);
+  ImagePainter painter({32, 32}, {32, 32});
+  std::vector<std::shared_ptr<const Nv12Image>> held;
+  for (std::uint32_t i = 0; i < 12; ++i) {
+    screen.fill({0, 0, 32, 32}, i * 0x101010);
+    held.push_back(painter.paint(screen.data(), screen.stride(), {{0, 0, 32, 32}}));
+  }
+  for (std::uint32_t i = 0; i < 12; ++i) {
+    EXPECT_NEAR(lumaAt(*held[i], 5, 5), lumaOf(i * 0x101010), 1) << i;
+  }
+}
+
+TEST(ImagePainterTest, ScalesPartsAsItScalesTheWhole) {
+  constexpr PixelSize target{160, 96};
+  Screen screen(320, 192);
+  ImagePainter painter({320, 192}, target);
+  painter.paint(screen.data(), screen.stride(), {{0, 0, 320, 192}});
+  std::mt19937 random(3);
+  for (int i = 0; i < 50; ++i) {
+    const PixelRect rect{static_cast<int>(random() % 300), static_cast<int>(random() % 172), 17,
+                         13};
+    screen.fill(rect, static_cast<std::uint32_t>(random()) & 0xffffff);
+    const auto image = painter.paint(screen.data(), screen.stride(), {rect});
+    ImagePainter anew({320, 192}, target);
+    const auto whole = anew.paint(screen.data(), screen.stride(), {{0, 0, 320, 192}});
+    for (int y = 0; y < target.height; ++y) {
+      ASSERT_EQ(std::memcmp(image->luma() + y * image->stride(),
+                            whole->luma() + y * whole->stride(), 160),
+                0)
+          << "row " << y << " of image " << i;
+    }
+  }
+}
+
+TEST(ImagePainterTest, LeavesOutTheLastRowAndColumnOfAnOddScreen) {
+  Screen screen(33, 35);
+  screen.fill({0, 0, 33, 35}, 0xffffff);
+  ImagePainter painter({33, 35}, {32, 34});
+  const auto image = painter.paint(screen.data(), screen.stride(), {{0, 0, 33, 35}});
+  EXPECT_EQ(image->size(), (PixelSize{32, 34}));
+  EXPECT_EQ(lumaAt(*image, 31, 33), 235);
+  screen.fill({32, 34, 1, 1}, 0);
+  const auto next = painter.paint(screen.data(), screen.stride(), {{32, 34, 1, 1}});
+  EXPECT_EQ(lumaAt(*next, 31, 33), 235);
+}
+
+}  // namespace
+}  // namespace vesk::x11

@@ -1,0 +1,76 @@
+#include "platform/linux/picture/X264Encoder.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/picture/h264/SliceSyntax.h"
+#include "platform/linux/picture/h264/emulationPrevention.h"
+#include "support/PaintedImages.h"
+
+namespace vesk {
+namespace {
+
+constexpr PixelSize size{640, 368};
+
+X264Settings settings(std::int32_t width, std::int32_t height, std::int64_t fps = 30) {
+  return {width, height, fps};
+}
+
+/// How far the first slice's quantiser lies from the one of the picture parameter set (ITU-T H.264,
+/// 7.3.3).
+int quantiserDelta(const X264Encoder::Bytes& picture, const h264::SliceSyntax& syntax) {
+  constexpr std::size_t lengthSize = 4;
+  const auto raw = h264::unescaped(h264::ByteView(picture).subspan(lengthSize));
+  h264::BitReader reader(raw);
+  const bool isKey = (reader.bits(8).value() & 0x1fU) == 5;
+  for (int i = 0; i < 3; ++i) reader.ue();  // first macroblock, type, picture parameter set
+  reader.bits(syntax.frameNumberBits);
+  if (isKey) {
+    reader.ue();     // which key frame
+    reader.bits(2);  // what becomes of earlier references
+  } else {
+    if (reader.bits(1).value() != 0) reader.ue();  // how many references
+    reader.bits(2);                                // their order and marking
+  }
+  const auto code = static_cast<int>(reader.ue().value());
+  return code % 2 != 0 ? (code + 1) / 2 : -code / 2;
+}
+
+TEST(X264EncoderTest, EncodesEachPictureAtTheQuantiserItIsAskedFor) {
+  X264Encoder encoder(settings(size.width, size.height));
+  ASSERT_TRUE(encoder);
+  const auto syntax = h264::sliceSyntax(encoder.parameterSets()[0], encoder.parameterSets()[1]);
+  ASSERT_TRUE(syntax);
+  testing::PaintedImages screen(size);
+  std::optional<int> base;
+  for (const bool keyFrame : {true, false}) {
+    for (const int quantiser : {20, 21, 30, 40, 50, 51}) {
+      screen.next();
+      screen.noise(0, 0, size.width, size.height);
+      const auto picture = encoder.encode(*screen.image(), {keyFrame, quantiser, nullptr});
+      ASSERT_TRUE(picture);
+      const int delta = quantiserDelta(*picture, *syntax);
+      base = base.value_or(quantiser - delta);
+      EXPECT_EQ(*base + delta, quantiser);
+    }
+  }
+}
+
+TEST(X264EncoderTest, HasParameterSetsAndNoWordAboutItself) {
+  const X264Encoder encoder(settings(size.width, size.height));
+  ASSERT_EQ(encoder.parameterSets().size(), 2U);
+  EXPECT_EQ(encoder.parameterSets()[0][0], std::byte{0x67});
+  EXPECT_EQ(encoder.parameterSets()[1][0], std::byte{0x68});
+}
+
+TEST(X264EncoderTest, RefusesWhatItCannotEncode) {
+  EXPECT_FALSE(X264Encoder(settings(0, 0)));
+  EXPECT_FALSE(X264Encoder(settings(641, 360)));
+  EXPECT_FALSE(X264Encoder(settings(-2, 360)));
+  EXPECT_FALSE(X264Encoder(settings(20000, 360)));
+  EXPECT_FALSE(X264Encoder(settings(640, 360, 0)));
+  X264Encoder encoder(settings(size.width, size.height));
+  EXPECT_FALSE(encoder.encode(Nv12Image({320, 240}), {true, 20, nullptr}));
+}
+
+}  // namespace
+}  // namespace vesk

@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include "platform/linux/picture/h264/emulationPrevention.h"
+#include "platform/linux/picture/h264/frameNumber.h"
+#include "platform/linux/picture/h264/skipPicture.h"
+
+namespace vesk::h264 {
+namespace {
+
+Bytes bytes(std::initializer_list<int> values) {
+  Bytes made;
+  for (const int value : values) made.push_back(static_cast<std::byte>(value));
+  return made;
+}
+
+struct SequenceSet {
+  std::uint32_t profile = 66;
+  std::uint32_t pictureOrder = 2;
+  std::uint32_t references = 1;
+  bool framesOnly = true;
+
+  Bytes unit() const {
+    BitWriter writer;
+    writer.bits(0x67, 8);
+    writer.bits(profile, 8);
+    writer.bits(0xc028, 16);
+    writer.ue(0);
+    writer.ue(1);  // five bits of frame number
+    writer.ue(pictureOrder);
+    writer.ue(references);
+    writer.bits(0, 1);
+    writer.ue(119);
+    writer.ue(67);
+    writer.bits(framesOnly ? 1 : 0, 1);
+    return escaped(writer.finished());
+  }
+};
+
+struct PictureSet {
+  std::uint32_t arithmetic = 0;
+  std::uint32_t groups = 0;
+  std::uint32_t weighted = 0;
+  std::uint32_t redundant = 0;
+
+  Bytes unit() const {
+    BitWriter writer;
+    writer.bits(0x68, 8);
+    writer.ue(3);
+    writer.ue(0);
+    writer.bits(arithmetic, 1);
+    writer.bits(0, 1);
+    writer.ue(groups);
+    writer.ue(0);
+    writer.ue(0);
+    writer.bits(weighted, 1);
+    writer.bits(0, 2);
+    for (int i = 0; i < 3; ++i) writer.ue(0);
+    writer.bits(1, 1);
+    writer.bits(0, 1);
+    writer.bits(redundant, 1);
+    return escaped(writer.finished());
+  }
+};
+
+TEST(SliceSyntaxTest, IsReadFromTheParameterSets) {
+  const auto syntax = sliceSyntax(SequenceSet().unit(), PictureSet().unit());
+  EXPECT_EQ(syntax, (SliceSyntax{3, 5, true, true}));
+}
+
+TEST(SliceSyntaxTest, RefusesStreamsOfAnotherKind) {
+  const Bytes picture = PictureSet().unit();
+  EXPECT_FALSE(sliceSyntax(SequenceSet{77, 2, 1, true}.unit(), picture));
+  EXPECT_FALSE(sliceSyntax(SequenceSet{66, 0, 1, true}.unit(), picture));
+  EXPECT_FALSE(sliceSyntax(SequenceSet{66, 2, 2, true}.unit(), picture));
+  EXPECT_FALSE(sliceSyntax(SequenceSet{66, 2, 1, false}.unit(), picture));
+  const Bytes sequence = SequenceSet().unit();
+  EXPECT_FALSE(sliceSyntax(sequence, PictureSet{1, 0, 0, 0}.unit()));
+  EXPECT_FALSE(sliceSyntax(sequence, PictureSet{0, 1, 0, 0}.unit()));
+  EXPECT_FALSE(sliceSyntax(sequence, PictureSet{0, 0, 1, 0}.unit()));
+  EXPECT_FALSE(sliceSyntax(sequence, PictureSet{0, 0, 0, 1}.unit()));
+}
+
+TEST(SliceSyntaxTest, RefusesParameterSetsThatAreCutShort) {
+  const Bytes sequence = SequenceSet().unit();
+  const Bytes picture = PictureSet().unit();
+  for (std::size_t size = 0; size + 3 < sequence.size(); ++size) {
+    EXPECT_FALSE(sliceSyntax(ByteView(sequence).first(size), picture)) << size;
+  }
+  for (std::size_t size = 0; size + 1 < picture.size(); ++size) {
+    EXPECT_FALSE(sliceSyntax(sequence, ByteView(picture).first(size))) << size;
+  }
+}
+
+TEST(SkipPictureTest, SkipsEveryMacroblock) {
+  const SliceSyntax syntax{0, 4, true, true};
+  const Bytes unit = unescaped(skipPicture(syntax, 9, 8160));
+  EXPECT_LE(unit.size(), 8U);
+  BitReader reader(unit);
+  EXPECT_EQ(reader.bits(8), 0x41U);
+  EXPECT_EQ(reader.ue(), 0U);
+  EXPECT_EQ(reader.ue(), 5U);
+  EXPECT_EQ(reader.ue(), 0U);
+  EXPECT_EQ(reader.bits(4), 9U);
+  EXPECT_EQ(reader.bits(3), 0U);
+  EXPECT_EQ(reader.ue(), 0U);
+  EXPECT_EQ(reader.ue(), 1U);
+  EXPECT_EQ(reader.ue(), 8160U);
+  EXPECT_EQ(reader.bits(1), 1U);
+}
+
+TEST(FrameNumberTest, MovesOnAndWrapsAround) {
+  const SliceSyntax syntax{0, 4, true, true};
+  EXPECT_EQ(withFrameNumberMoved(skipPicture(syntax, 3, 300), syntax, 5),
+            skipPicture(syntax, 8, 300));
+  EXPECT_EQ(withFrameNumberMoved(skipPicture(syntax, 14, 300), syntax, 5),
+            skipPicture(syntax, 3, 300));
+  EXPECT_EQ(withFrameNumberMoved(skipPicture(syntax, 3, 300), syntax, 16),
+            skipPicture(syntax, 3, 300));
+}
+
+TEST(FrameNumberTest, LeavesTheRestOfTheSliceAlone) {
+  const SliceSyntax syntax{0, 4, true, true};
+  Bytes raw = unescaped(skipPicture(syntax, 0, 300));
+  raw.insert(raw.end(), 20, std::byte{0});
+  raw.push_back(std::byte{1});
+  const Bytes moved = unescaped(withFrameNumberMoved(escaped(raw), syntax, 7));
+  ASSERT_EQ(moved.size(), raw.size());
+  EXPECT_TRUE(std::equal(raw.begin() + 4, raw.end(), moved.begin() + 4));
+}
+
+TEST(FrameNumberTest, LeavesOtherUnitsAlone) {
+  const SliceSyntax syntax{0, 4, true, true};
+  for (const Bytes& unit :
+       {bytes({0x65, 0xff, 0xff}), bytes({0x41}), bytes({0x41, 0x00}), Bytes{}}) {
+    EXPECT_EQ(withFrameNumberMoved(unit, syntax, 1), unit);
+  }
+}
+
+}  // namespace
+}  // namespace vesk::h264
