@@ -51,7 +51,7 @@ void decodeMove(benchmark::State& state) {
 void decodeAndPostMove(benchmark::State& state) {
   const SystemClock clock;
   InputGate gate(clock);
-  x11::XEventPoster poster(gate);
+  x11::input::XEventPoster poster(gate);
   OneDisplay displays;
   run(state, poster, displays);
 }
@@ -60,8 +60,8 @@ void decodeAndPostMove(benchmark::State& state) {
 void decodeMeasureAndPostMove(benchmark::State& state) {
   const SystemClock clock;
   InputGate gate(clock);
-  x11::XEventPoster poster(gate);
-  x11::XDisplays displays;
+  x11::input::XEventPoster poster(gate);
+  x11::server::XDisplays displays;
   run(state, poster, displays);
 }
 

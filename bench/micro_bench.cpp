@@ -25,7 +25,7 @@ std::vector<std::uint8_t> someScreen(PixelSize size) {
 void convert(benchmark::State& state) {
   const PixelSize source{full.width * state.range(0), full.height * state.range(0)};
   const auto pixels = someScreen(source);
-  x11::ImagePainter painter(source, full);
+  picture::ImagePainter painter(source, full);
   const int width = static_cast<int>(source.width);
   const int height = static_cast<int>(source.height);
   for (auto each : state) {
@@ -36,7 +36,7 @@ BENCHMARK(convert)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
 
 void convertLetter(benchmark::State& state) {
   const auto pixels = someScreen(full);
-  x11::ImagePainter painter(full, full);
+  picture::ImagePainter painter(full, full);
   painter.paint(pixels.data(), 1920 * 4, {{0, 0, 1920, 1080}});
   for (auto each : state) {
     benchmark::DoNotOptimize(painter.paint(pixels.data(), 1920 * 4, {{500, 500, 9, 18}}));
@@ -46,12 +46,12 @@ BENCHMARK(convertLetter)->Unit(benchmark::kMicrosecond);
 
 void encode(benchmark::State& state) {
   const auto pixels = someScreen(full);
-  x11::ImagePainter painter(full, full);
-  ScreenEncoderSettings settings;
+  picture::ImagePainter painter(full, full);
+  picture::ScreenEncoderSettings settings;
   settings.encoder.width = 1920;
   settings.encoder.height = 1080;
   settings.bitRate = 4'000'000;
-  ScreenEncoder encoder(settings);
+  picture::ScreenEncoder encoder(settings);
   HostTime time{};
   const int edge = static_cast<int>(state.range(0));
   auto image = painter.paint(pixels.data(), 1920 * 4, {{0, 0, 1920, 1080}});

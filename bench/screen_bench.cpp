@@ -39,11 +39,11 @@ class WorkQueues final : public Queues {
  public:
   MainQueue& main() override { std::abort(); }
   std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) override {
-    return std::make_unique<ThreadQueue>(label);
+    return std::make_unique<loop::ThreadQueue>(label);
   }
   std::unique_ptr<Timer> makeTimer(SerialQueue& queue, TimerSchedule schedule,
                                    Task handler) override {
-    return static_cast<ThreadQueue&>(queue).makeTimer(schedule, std::move(handler));
+    return static_cast<loop::ThreadQueue&>(queue).makeTimer(schedule, std::move(handler));
   }
 };
 
@@ -67,15 +67,15 @@ std::string residentPeak() {
 /// Windows where the program has its strip and its border.
 class OwnOverlays {
  public:
-  explicit OwnOverlays(x11::OwnWindows& ownWindows) {
-    const auto monitor = x11::monitors(connection_).at(0);
-    const x11::PixelRect all{monitor.x, monitor.y, monitor.width, monitor.height};
-    auto frames = x11::borderEdges(all, 8);
+  explicit OwnOverlays(x11::beneath::OwnWindows& ownWindows) {
+    const auto monitor = x11::server::monitors(connection_).at(0);
+    const picture::PixelRect all{monitor.x, monitor.y, monitor.width, monitor.height};
+    auto frames = x11::overlay::borderEdges(all, 8);
     frames.push_back({all.x + all.width / 2 - 320, all.y, 640, 26});
     for (const auto& frame : frames) {
-      windows_.push_back(std::make_unique<x11::OverlayWindow>(connection_, ownWindows, frame,
-                                                              x11::OverlayWindow::Kind::translucent,
-                                                              "_NET_WM_WINDOW_TYPE_DOCK"));
+      windows_.push_back(std::make_unique<x11::overlay::OverlayWindow>(
+          connection_, ownWindows, frame, x11::overlay::OverlayWindow::Kind::translucent,
+          "_NET_WM_WINDOW_TYPE_DOCK"));
       windows_.back()->fill({0.8, 0.1, 0.1, 1});
       windows_.back()->map();
     }
@@ -83,8 +83,8 @@ class OwnOverlays {
   }
 
  private:
-  x11::Connection connection_;
-  std::vector<std::unique_ptr<x11::OverlayWindow>> windows_;
+  x11::server::Connection connection_;
+  std::vector<std::unique_ptr<x11::overlay::OverlayWindow>> windows_;
 };
 
 struct Unit {
@@ -103,11 +103,11 @@ int main(int argc, char* argv[]) {
   WorkQueues queues;
   SystemClock clock;
   LinuxProcesses processes;
-  x11::XDisplays displays;
-  x11::OwnWindows ownWindows;
-  const x11::Connection connection;
-  x11::XScreenCapture screenCapture(ownWindows, connection);
-  X264Compression compression;
+  x11::server::XDisplays displays;
+  x11::beneath::OwnWindows ownWindows;
+  const x11::server::Connection connection;
+  x11::screen::XScreenCapture screenCapture(ownWindows, connection);
+  picture::X264Compression compression;
   const auto capturer = std::make_shared<Capturer>(
       Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});
   std::mutex mutex;

@@ -13,7 +13,7 @@ AlertObserver::AlertObserver(const std::string& display)
   auto* const c = connection_.get();
   const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
   clock_ = xcb_generate_id(c);
-  question_ = x11::atom(c, "_VESK_REMOTE_TIME");
+  question_ = x11::server::atom(c, "_VESK_REMOTE_TIME");
   const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
   xcb_create_window(c, XCB_COPY_FROM_PARENT, clock_, root, -1, -1, 1, 1, 0,
                     XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &mask);
@@ -73,7 +73,8 @@ bool AlertObserver::waitFor(const std::function<bool()>& condition, int limitInM
 }
 
 void AlertObserver::read() {
-  while (const x11::ReplyPtr<xcb_generic_event_t> event{xcb_wait_for_event(connection_.get())}) {
+  while (const x11::server::ReplyPtr<xcb_generic_event_t> event{
+      xcb_wait_for_event(connection_.get())}) {
     if (event->response_type == XCB_DESTROY_NOTIFY &&
         reinterpret_cast<const xcb_destroy_notify_event_t&>(*event).window == clock_) {
       return;

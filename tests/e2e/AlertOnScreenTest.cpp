@@ -244,7 +244,7 @@ TEST_F(AlertWithoutItsWindowManagerTest, AsksForItsWindowAgainWhenNobodyHeardIt)
   const auto nextRequest = [&] {
     xcb_window_t asked = XCB_NONE;
     waitUntil([&] {
-      const x11::ReplyPtr<xcb_generic_event_t> event(xcb_poll_for_event(c));
+      const x11::server::ReplyPtr<xcb_generic_event_t> event(xcb_poll_for_event(c));
       if (event == nullptr || (event->response_type & 0x7f) != XCB_MAP_REQUEST) return false;
       asked = reinterpret_cast<const xcb_map_request_event_t&>(*event).window;
       return true;

@@ -17,7 +17,7 @@ double contrastIn(const std::vector<std::uint32_t>& pixels) {
   for (const auto pixel : pixels) ++counts[pixel];
   const auto common = std::ranges::max_element(counts, {}, [](auto& each) { return each.second; });
   const auto contrastTo = [](std::uint32_t one) {
-    return [one](const auto& each) { return contrast(QColor(one), QColor(each.first)); };
+    return [one](const auto& each) { return alert::contrast(QColor(one), QColor(each.first)); };
   };
   const auto text = std::ranges::max_element(counts, {}, contrastTo(common->first));
   double least = 21;

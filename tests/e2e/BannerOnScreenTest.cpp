@@ -237,7 +237,7 @@ TEST_F(OnOpenboxTest, RaisesItselfFourTimesASecondAtMost) {
     xcb_configure_window(c, rival, XCB_CONFIG_WINDOW_STACK_MODE, &onTop);
     xcb_flush(c);
     ASSERT_TRUE(waitUntil([&] {
-      const x11::ReplyPtr<xcb_generic_event_t> event(xcb_poll_for_event(c));
+      const x11::server::ReplyPtr<xcb_generic_event_t> event(xcb_poll_for_event(c));
       return event != nullptr && event->response_type == XCB_CONFIGURE_NOTIFY &&
              reinterpret_cast<const xcb_configure_notify_event_t&>(*event).window == strip;
     }));

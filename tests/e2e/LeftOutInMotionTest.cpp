@@ -17,8 +17,8 @@
 namespace vesk::testing {
 namespace {
 
+using picture::PixelRect;
 using std::chrono::microseconds;
-using x11::PixelRect;
 
 constexpr int width = 800;
 constexpr int height = 600;
@@ -30,7 +30,7 @@ constexpr microseconds handsPause{1000};
 /// Own windows on a bare server, and what lies and moves beneath them.
 class LeftOutInMotionTest : public ::testing::Test {
  protected:
-  static constexpr PixelRect moving{150, 5, 300, 200};
+  static constexpr picture::PixelRect moving{150, 5, 300, 200};
 
   LeftOutInMotionTest() {
     painter.fill(0, 0, width, height, 0);
@@ -80,7 +80,7 @@ class LeftOutInMotionTest : public ::testing::Test {
 
   /// Whether the moving window is seen, in one piece.
   bool isWhole() const {
-    PixelRect all;
+    picture::PixelRect all;
     for (int y = 0; y < height; ++y) {
       for (int x = 0; x < width; ++x) {
         if (pixel(x, y) == movingColour) all = around(all, {x, y, 1, 1});
@@ -93,12 +93,13 @@ class LeftOutInMotionTest : public ::testing::Test {
   XServer server{"800x600x24"};
   DisplayVariable variable{server.display()};
   XPainter painter;
-  x11::OwnWindows ownWindows;
+  x11::beneath::OwnWindows ownWindows;
   PlainWindow strip{{200, 0, 400, 26}, ownColour};
   PlainWindow edge{{0, 0, 8, height}, ownColour};
   PlainWindow window{moving, movingColour};
   std::vector<std::uint32_t> seen = std::vector<std::uint32_t>(width * height);
-  x11::ScreenGrabber grabber{x11::monitors(x11::Connection()).at(0), false, &ownWindows};
+  x11::screen::ScreenGrabber grabber{x11::server::monitors(x11::server::Connection()).at(0), false,
+                                     &ownWindows};
 };
 
 TEST_F(LeftOutInMotionTest, ShowsAWindowThatMovesBeneathInOnePiece) {

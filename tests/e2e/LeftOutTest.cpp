@@ -10,7 +10,7 @@ namespace vesk::testing {
 namespace {
 
 using Kind = PresenceDesktop::Kind;
-using x11::PixelRect;
+using picture::PixelRect;
 
 constexpr PixelRect beneathTheAlert{300, 220, 120, 90};
 constexpr PixelRect acrossTheAlert{150, 150, 250, 200};

@@ -23,7 +23,8 @@ using Kind = PresenceDesktop::Kind;
 /// What a viewer sees of the captured desktop, decoded as it comes.
 class Video {
  public:
-  explicit Video(const x11::OwnWindows& ownWindows) : screenCapture_(ownWindows, connection_) {
+  explicit Video(const x11::beneath::OwnWindows& ownWindows)
+      : screenCapture_(ownWindows, connection_) {
     capturer_->onAccessUnit = [this](ByteView unit, Ticks) {
       const std::lock_guard lock(mutex_);
       picture_ = decoder_.decode(unit);
@@ -65,10 +66,10 @@ class Video {
   WorkQueues queues_;
   SystemClock clock_;
   LinuxProcesses processes_;
-  x11::XDisplays displays_;
-  x11::Connection connection_;
-  x11::XScreenCapture screenCapture_;
-  X264Compression compression_;
+  x11::server::XDisplays displays_;
+  x11::server::Connection connection_;
+  x11::screen::XScreenCapture screenCapture_;
+  picture::X264Compression compression_;
   std::mutex mutex_;
   std::condition_variable arrived_;
   H264Decoder decoder_;

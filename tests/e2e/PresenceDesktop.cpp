@@ -14,7 +14,7 @@
 
 namespace vesk::testing {
 
-using x11::ReplyPtr;
+using x11::server::ReplyPtr;
 
 PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen) : server_(screen) {
   connection_ = xcb_connect(server_.display().c_str(), nullptr);
@@ -297,7 +297,7 @@ bool PresenceDesktop::pressArrives(xcb_window_t window, std::uint8_t button) {
 }
 
 xcb_atom_t PresenceDesktop::atomOf(const std::string& name) const {
-  return x11::atom(connection_, name);
+  return x11::server::atom(connection_, name);
 }
 
 }  // namespace vesk::testing

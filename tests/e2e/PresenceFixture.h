@@ -49,10 +49,11 @@ inline Point dontAllowIn(const Place& alert) {
 
 inline Place placeOf(PresenceDesktop& desktop, xcb_window_t window) {
   auto* const c = desktop.connection();
-  const x11::ReplyPtr<xcb_get_geometry_reply_t> size(
+  const x11::server::ReplyPtr<xcb_get_geometry_reply_t> size(
       xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
-  const x11::ReplyPtr<xcb_translate_coordinates_reply_t> origin(xcb_translate_coordinates_reply(
-      c, xcb_translate_coordinates(c, window, desktop.root(), 0, 0), nullptr));
+  const x11::server::ReplyPtr<xcb_translate_coordinates_reply_t> origin(
+      xcb_translate_coordinates_reply(c, xcb_translate_coordinates(c, window, desktop.root(), 0, 0),
+                                      nullptr));
   if (size == nullptr || origin == nullptr) return {};
   return {origin->dst_x, origin->dst_y, size->width, size->height};
 }

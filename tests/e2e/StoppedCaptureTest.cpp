@@ -64,11 +64,11 @@ class CapturingProcess {
   }
 
   [[noreturn]] static void capture(std::atomic<int>& pictures) {
-    const auto monitor = x11::monitors(x11::Connection()).at(0);
-    x11::OwnWindows ownWindows;
-    x11::ScreenGrabber grabber(monitor, true, &ownWindows);
+    const auto monitor = x11::server::monitors(x11::server::Connection()).at(0);
+    x11::beneath::OwnWindows ownWindows;
+    x11::screen::ScreenGrabber grabber(monitor, true, &ownWindows);
     std::deque<PlainWindow> windows;
-    auto frames = x11::borderEdges({0, 0, monitor.width, monitor.height}, 8);
+    auto frames = x11::overlay::borderEdges({0, 0, monitor.width, monitor.height}, 8);
     frames.push_back({200, 0, 400, 26});
     for (const auto& frame : frames) {
       ownWindows.add(windows.emplace_back(frame, 0xff00ff).id());
@@ -83,7 +83,7 @@ class CapturingProcess {
 };
 
 /// Whether the server has time for this client.
-bool isServed(const x11::Connection& connection) {
+bool isServed(const x11::server::Connection& connection) {
   auto* const c = connection.get();
   const auto request = xcb_get_input_focus(c);
   xcb_flush(c);
@@ -91,7 +91,7 @@ bool isServed(const x11::Connection& connection) {
       [&] {
         void* reply = nullptr;
         if (xcb_poll_for_reply(c, request.sequence, &reply, nullptr) == 0) return false;
-        const x11::FreeReply free;
+        const x11::server::FreeReply free;
         free(reply);
         return true;
       },
@@ -109,7 +109,7 @@ TEST(StoppedCaptureTest, NeverHoldsTheServer) {
     window.fill({i % 200, 0, 20, 40}, static_cast<std::uint32_t>(i) * 77);
     window.move(150 + i % 97, 5 + i % 31);
   });
-  const x11::Connection other;
+  const x11::server::Connection other;
   std::mt19937 random(1);
   std::uniform_int_distribution microseconds(0, 3000);
   for (int i = 0; i < stops; ++i) {

@@ -21,16 +21,17 @@
 namespace vesk::testing {
 namespace {
 
-using x11::PixelRect;
-using x11::ReplyPtr;
+using picture::PixelRect;
+using x11::server::ReplyPtr;
 
 const std::string screenSize =
     std::to_string(TwinDesktops::width) + "x" + std::to_string(TwinDesktops::height) + "x24";
 
-void fill(xcb_connection_t* c, xcb_drawable_t target, const PixelRect& area, std::uint32_t colour) {
+void fill(xcb_connection_t* c, xcb_drawable_t target, const picture::PixelRect& area,
+          std::uint32_t colour) {
   const xcb_gcontext_t context = xcb_generate_id(c);
   xcb_create_gc(c, context, target, XCB_GC_FOREGROUND, &colour);
-  const auto rect = rectangle(area);
+  const auto rect = x11::server::rectangle(area);
   xcb_poly_fill_rectangle(c, target, context, 1, &rect);
   xcb_free_gc(c, context);
 }
@@ -45,7 +46,7 @@ xcb_visualid_t alphaVisual(xcb_connection_t* c) {
 }
 
 /// In the order of the mask's bits: background, border, override-redirect, colour map.
-xcb_window_t makeWindow(xcb_connection_t* c, const PixelRect& frame,
+xcb_window_t makeWindow(xcb_connection_t* c, const picture::PixelRect& frame,
                         const TwinDesktops::Look& look) {
   const auto* const screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
   const xcb_window_t window = xcb_generate_id(c);
@@ -163,7 +164,7 @@ void TwinDesktops::stopCompositor() {
   onBoth([](Side& side) { side.desktop->stopPicom(); });
 }
 
-int TwinDesktops::open(const PixelRect& frame, const Look& look) {
+int TwinDesktops::open(const picture::PixelRect& frame, const Look& look) {
   const int number = nextWindow_++;
   onBoth([&](Side& side) {
     const xcb_window_t window = makeWindow(side.connection(), frame, look);
@@ -176,7 +177,7 @@ int TwinDesktops::open(const PixelRect& frame, const Look& look) {
   return number;
 }
 
-void TwinDesktops::move(int window, const PixelRect& frame) {
+void TwinDesktops::move(int window, const picture::PixelRect& frame) {
   const std::array<std::uint32_t, 4> values{
       static_cast<std::uint32_t>(frame.x), static_cast<std::uint32_t>(frame.y),
       static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height)};
@@ -209,19 +210,19 @@ void TwinDesktops::close(int window) {
   onBoth([&](Side& side) { xcb_destroy_window(side.connection(), side.windows[window]); });
 }
 
-void TwinDesktops::cutOff(int window, const PixelRect& visible) {
-  const auto rect = rectangle(visible);
+void TwinDesktops::cutOff(int window, const picture::PixelRect& visible) {
+  const auto rect = x11::server::rectangle(visible);
   onBoth([&](Side& side) {
     xcb_shape_rectangles(side.connection(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING,
                          XCB_CLIP_ORDERING_UNSORTED, side.windows[window], 0, 0, 1, &rect);
   });
 }
 
-void TwinDesktops::draw(int window, const PixelRect& area, std::uint32_t colour) {
+void TwinDesktops::draw(int window, const picture::PixelRect& area, std::uint32_t colour) {
   onBoth([&](Side& side) { fill(side.connection(), side.windows[window], area, colour); });
 }
 
-void TwinDesktops::paintRoot(const PixelRect& area, std::uint32_t colour) {
+void TwinDesktops::paintRoot(const picture::PixelRect& area, std::uint32_t colour) {
   onBoth([&](Side& side) { fill(side.connection(), side.desktop->root(), area, colour); });
 }
 
@@ -244,8 +245,8 @@ void TwinDesktops::setWallpaper(std::uint32_t colour) {
     xcb_change_window_attributes(c, side.desktop->root(), XCB_CW_BACK_PIXMAP, &pixmap);
     xcb_clear_area(c, 0, side.desktop->root(), 0, 0, 0, 0);
     for (const auto* const name : {"_XROOTPMAP_ID", "ESETROOT_PMAP_ID"}) {
-      xcb_change_property(c, XCB_PROP_MODE_REPLACE, side.desktop->root(), x11::atom(c, name),
-                          XCB_ATOM_PIXMAP, 32, 1, &pixmap);
+      xcb_change_property(c, XCB_PROP_MODE_REPLACE, side.desktop->root(),
+                          x11::server::atom(c, name), XCB_ATOM_PIXMAP, 32, 1, &pixmap);
     }
   });
   // A compositor takes its time, and until then the picture shows what was there before.
@@ -253,7 +254,7 @@ void TwinDesktops::setWallpaper(std::uint32_t colour) {
   onBoth([&](Side& side) { side.desktop->waitForPixel(725, 550, colour); });
 }
 
-xcb_window_t TwinDesktops::openOwn(const PixelRect& frame, bool managed) {
+xcb_window_t TwinDesktops::openOwn(const picture::PixelRect& frame, bool managed) {
   auto* const c = captured_.connection();
   // As the program does, so that a compositor casts no shadow of what is translucent.
   const bool translucent = !managed && captured_.composited();
@@ -261,9 +262,10 @@ xcb_window_t TwinDesktops::openOwn(const PixelRect& frame, bool managed) {
   const xcb_window_t window = makeWindow(
       c, frame, {.colour = opaque | ownColour, .managed = managed, .alpha = translucent});
   if (managed) {
-    x11::setAtoms(c, window, "_NET_WM_STATE", {"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY"});
+    x11::server::setAtoms(c, window, "_NET_WM_STATE",
+                          {"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY"});
   } else {
-    x11::setAtoms(c, window, "_NET_WM_WINDOW_TYPE", {"_NET_WM_WINDOW_TYPE_DOCK"});
+    x11::server::setAtoms(c, window, "_NET_WM_WINDOW_TYPE", {"_NET_WM_WINDOW_TYPE_DOCK"});
   }
   // Two windows of one name would get numbers behind it.
   xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, 3,
@@ -292,7 +294,7 @@ void TwinDesktops::closeOwn(xcb_window_t window) {
 }
 
 void TwinDesktops::openAllOwn() {
-  for (const auto& edge : x11::borderEdges({0, 0, width, height}, 8)) openOwn(edge);
+  for (const auto& edge : x11::overlay::borderEdges({0, 0, width, height}, 8)) openOwn(edge);
   openOwn({200, 0, 400, 26});
   openOwn({250, 200, 300, 150}, true);
 }
@@ -308,8 +310,8 @@ void TwinDesktops::capture() {
   const ReplyPtr<xcb_composite_query_version_reply_t> version(
       xcb_composite_query_version_reply(c, xcb_composite_query_version(c, 0, 4), nullptr));
   xcb_composite_redirect_subwindows(c, other_.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-  grabber_ = std::make_unique<x11::ScreenGrabber>(x11::monitors(x11::Connection()).at(0), false,
-                                                  &ownWindows_);
+  grabber_ = std::make_unique<x11::screen::ScreenGrabber>(
+      x11::server::monitors(x11::server::Connection()).at(0), false, &ownWindows_);
   if (!*grabber_ || !take()) throw std::runtime_error("the screen cannot be captured");
 }
 

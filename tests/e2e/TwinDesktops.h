@@ -29,10 +29,10 @@ struct Tolerance {
 struct Difference {
   static constexpr int loudLevels = 64;
 
-  int pixels = 0;       ///< that differ by more than is tolerated
-  int loud = 0;         ///< of them, by more than a shadow does
-  int most = 0;         ///< levels in a channel
-  x11::PixelRect area;  ///< around all of them
+  int pixels = 0;           ///< that differ by more than is tolerated
+  int loud = 0;             ///< of them, by more than a shadow does
+  int most = 0;             ///< levels in a channel
+  picture::PixelRect area;  ///< around all of them
   bool isNone() const { return pixels == 0; }
   bool isWithin(const Tolerance& limit) const {
     return pixels <= limit.pixels && loud <= limit.loud;
@@ -71,21 +71,21 @@ class TwinDesktops {
   };
 
   /// The same on both desktops; the number names the window from then on.
-  int open(const x11::PixelRect& frame, const Look& look);
-  void move(int window, const x11::PixelRect& frame);
+  int open(const picture::PixelRect& frame, const Look& look);
+  void move(int window, const picture::PixelRect& frame);
   void raise(int window);
   void unmap(int window);
   void close(int window);
-  void cutOff(int window, const x11::PixelRect& visible);
-  void draw(int window, const x11::PixelRect& area, std::uint32_t colour);
+  void cutOff(int window, const picture::PixelRect& visible);
+  void draw(int window, const picture::PixelRect& area, std::uint32_t colour);
   /// On the root window itself.
-  void paintRoot(const x11::PixelRect& area, std::uint32_t colour);
+  void paintRoot(const picture::PixelRect& area, std::uint32_t colour);
   void setRootColour(std::uint32_t colour);
   /// As programs do that set a wallpaper: a pixmap of vertical stripes, by its number.
   void setWallpaper(std::uint32_t colour);
 
   /// Only on the captured desktop. A managed one never takes the focus.
-  xcb_window_t openOwn(const x11::PixelRect& frame, bool managed = false);
+  xcb_window_t openOwn(const picture::PixelRect& frame, bool managed = false);
   void moveOwn(xcb_window_t window, int x, int y);
   void closeOwn(xcb_window_t window);
   /// The strip and the border as the program shows them, and an alert.
@@ -110,7 +110,7 @@ class TwinDesktops {
   /// With the own windows.
   Pixels captured() { return screenOf(captured_); }
   Pixels grabbed() const;
-  x11::OwnWindows& ownWindows() { return ownWindows_; }
+  x11::beneath::OwnWindows& ownWindows() { return ownWindows_; }
 
  private:
   struct Side {
@@ -128,9 +128,9 @@ class TwinDesktops {
   std::array<Side, 2> sides_;
   DisplayVariable display_;
   bool showsWallpaper_;  ///< the one that the root window names
-  x11::OwnWindows ownWindows_;
+  x11::beneath::OwnWindows ownWindows_;
   std::vector<xcb_window_t> ownOpen_;
-  std::unique_ptr<x11::ScreenGrabber> grabber_;
+  std::unique_ptr<x11::screen::ScreenGrabber> grabber_;
   int nextWindow_ = 0;
   int ownPixelsSeen_ = 0;
   int imagesTaken_ = 0;

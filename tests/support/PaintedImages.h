@@ -11,16 +11,16 @@ namespace vesk::testing {
 /// change. Thread: the test's.
 class PaintedImages {
  public:
-  explicit PaintedImages(PixelSize size) : image_(std::make_shared<Nv12Image>(size)) {
+  explicit PaintedImages(PixelSize size) : image_(std::make_shared<picture::Nv12Image>(size)) {
     image_->sequence = 1;
     text(0, 0, static_cast<int>(size.width), static_cast<int>(size.height));
   }
 
-  std::shared_ptr<const Nv12Image> image() const { return image_; }
+  std::shared_ptr<const picture::Nv12Image> image() const { return image_; }
 
   /// The next image, a copy of this one until it is painted on.
   void next() {
-    auto copy = std::make_shared<Nv12Image>(image_->size());
+    auto copy = std::make_shared<picture::Nv12Image>(image_->size());
     const auto height = static_cast<std::size_t>(image_->size().height);
     std::copy_n(image_->luma(), static_cast<std::size_t>(image_->stride()) * height * 3 / 2,
                 copy->luma());
@@ -62,7 +62,7 @@ class PaintedImages {
         image_->luma()[y * image_->stride() + x] = static_cast<std::uint8_t>(value(x, y));
       }
     }
-    const int across = macroblocksAcross(image_->size().width);
+    const int across = picture::macroblocksAcross(image_->size().width);
     for (int row = top / 16; row <= (top + height - 1) / 16; ++row) {
       for (int column = left / 16; column <= (left + width - 1) / 16; ++column) {
         image_->changedAt[static_cast<std::size_t>(row * across + column)] = image_->sequence;
@@ -70,7 +70,7 @@ class PaintedImages {
     }
   }
 
-  std::shared_ptr<Nv12Image> image_;
+  std::shared_ptr<picture::Nv12Image> image_;
   std::mt19937 random_{7};
 };
 

@@ -15,12 +15,12 @@ namespace vesk::testing {
 /// Thread: one at a time. Owns: its connection, and with it the window.
 class PlainWindow {
  public:
-  PlainWindow(const x11::PixelRect& frame, std::uint32_t colour)
+  PlainWindow(const picture::PixelRect& frame, std::uint32_t colour)
       : id_(xcb_generate_id(connection_.get())), context_(xcb_generate_id(connection_.get())) {
     auto* const c = connection_.get();
     constexpr std::uint32_t unmanaged = 1;
     const std::array values{colour, unmanaged};
-    const auto place = x11::rectangle(frame);
+    const auto place = x11::server::rectangle(frame);
     xcb_create_window(c, XCB_COPY_FROM_PARENT, id_, connection_.root(), place.x, place.y,
                       place.width, place.height, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
                       XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT,
@@ -54,8 +54,8 @@ class PlainWindow {
     finish();
   }
 
-  void fill(const x11::PixelRect& area, std::uint32_t colour) {
-    const auto rect = x11::rectangle(area);
+  void fill(const picture::PixelRect& area, std::uint32_t colour) {
+    const auto rect = x11::server::rectangle(area);
     xcb_change_gc(connection_.get(), context_, XCB_GC_FOREGROUND, &colour);
     xcb_poly_fill_rectangle(connection_.get(), id_, context_, 1, &rect);
     finish();
@@ -63,11 +63,11 @@ class PlainWindow {
 
  private:
   void finish() {
-    const x11::ReplyPtr<xcb_get_input_focus_reply_t> done(xcb_get_input_focus_reply(
+    const x11::server::ReplyPtr<xcb_get_input_focus_reply_t> done(xcb_get_input_focus_reply(
         connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
   }
 
-  x11::Connection connection_;
+  x11::server::Connection connection_;
   xcb_window_t id_;
   xcb_gcontext_t context_;
 };

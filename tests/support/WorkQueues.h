@@ -15,11 +15,11 @@ class WorkQueues final : public Queues {
  public:
   MainQueue& main() override { throw std::logic_error("no main queue here"); }
   std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) override {
-    return std::make_unique<ThreadQueue>(label);
+    return std::make_unique<loop::ThreadQueue>(label);
   }
   std::unique_ptr<Timer> makeTimer(SerialQueue& queue, TimerSchedule schedule,
                                    Task handler) override {
-    return static_cast<ThreadQueue&>(queue).makeTimer(schedule, std::move(handler));
+    return static_cast<loop::ThreadQueue&>(queue).makeTimer(schedule, std::move(handler));
   }
 };
 

@@ -53,7 +53,7 @@ class XPainter {
   }
 
  private:
-  x11::Connection connection_;
+  x11::server::Connection connection_;
   xcb_gcontext_t gc_;
 };
 

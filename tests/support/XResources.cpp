@@ -19,16 +19,16 @@ std::size_t entriesOf(const std::filesystem::path& folder) {
 }  // namespace
 
 XResources countXResources() {
-  const x11::Connection connection;
+  const x11::server::Connection connection;
   auto* const c = connection.get();
   XResources found;
-  const x11::ReplyPtr<xcb_res_query_clients_reply_t> clients(
+  const x11::server::ReplyPtr<xcb_res_query_clients_reply_t> clients(
       xcb_res_query_clients_reply(c, xcb_res_query_clients(c), nullptr));
   if (clients == nullptr) throw std::runtime_error("the server does not tell of its resources");
   for (auto client = xcb_res_query_clients_clients_iterator(clients.get()); client.rem > 0;
        xcb_res_client_next(&client)) {
     ++found.clients;
-    const x11::ReplyPtr<xcb_res_query_client_resources_reply_t> resources(
+    const x11::server::ReplyPtr<xcb_res_query_client_resources_reply_t> resources(
         xcb_res_query_client_resources_reply(
             c, xcb_res_query_client_resources(c, client.data->resource_base), nullptr));
     if (resources == nullptr) continue;

@@ -12,7 +12,7 @@
 
 namespace vesk::testing {
 
-using x11::ReplyPtr;
+using x11::server::ReplyPtr;
 
 EventRecorder::EventRecorder()
     : window_(xcb_generate_id(connection_.get())),
@@ -82,7 +82,7 @@ std::vector<Received> EventRecorder::waitFor(std::size_t count) {
 
 /// The only request whose time an event tells.
 std::uint32_t EventRecorder::serverTime() {
-  const x11::Connection connection;
+  const x11::server::Connection connection;
   const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
   xcb_change_window_attributes(connection.get(), window_, XCB_CW_EVENT_MASK, &events);
   xcb_change_property(connection.get(), XCB_PROP_MODE_APPEND, window_, XCB_ATOM_WM_NAME,

@@ -47,7 +47,7 @@ class EventRecorder {
   xkb_keysym_t symbolOf(const xcb_key_press_event_t& key);
   void readKeymap();
 
-  x11::Connection connection_;
+  x11::server::Connection connection_;
   xcb_window_t window_;
   std::uint8_t keyboardEvent_ = 0;
   std::unique_ptr<xkb_context, void (*)(xkb_context*)> context_;

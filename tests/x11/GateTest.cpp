@@ -148,7 +148,7 @@ class HastyClock : public SystemClock {
 TEST_F(GateTest, EachStrokeAsksIt) {
   const HastyClock clock;
   InputGate gate(clock);
-  x11::XEventPoster poster(gate);
+  x11::input::XEventPoster poster(gate);
   const auto type = [&](std::u16string units) {
     poster.post(KeyboardEvent{.down = true, .unicode = std::move(units)});
     poster.pointerLocation();

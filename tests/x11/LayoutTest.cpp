@@ -136,13 +136,15 @@ TEST_F(LayoutTest, ACharacterStaysOnItsKeyWhileOthersAreLentTheRest) {
 
 TEST_F(LayoutTest, WhatOneOfTheKeyboardsCannotHaveIsMappedOnNone) {
   const std::string before = session_.keyMap();
-  const x11::KeyLevels none{.type = 250, .width = 2, .reached = {{0, 0}, {1, 1}}};
-  EXPECT_FALSE(x11::mapKeys(session_.connection(), none, {{8, {0x1004E00}}, {93, {0x1004E01}}}));
+  const x11::input::KeyLevels none{.type = 250, .width = 2, .reached = {{0, 0}, {1, 1}}};
+  EXPECT_FALSE(
+      x11::input::mapKeys(session_.connection(), none, {{8, {0x1004E00}}, {93, {0x1004E01}}}));
   EXPECT_EQ(session_.keyMap(), before);
-  const auto single = x11::KeyLevels::single();
-  EXPECT_TRUE(x11::mapKeys(session_.connection(), single, {{8, {0x1004E00}}, {93, {0x1004E01}}}));
+  const auto single = x11::input::KeyLevels::single();
+  EXPECT_TRUE(
+      x11::input::mapKeys(session_.connection(), single, {{8, {0x1004E00}}, {93, {0x1004E01}}}));
   EXPECT_NE(session_.keyMap(), before);
-  x11::unmapKeys(session_.connection(), std::vector<xcb_keycode_t>{8, 93});
+  x11::input::unmapKeys(session_.connection(), std::vector<xcb_keycode_t>{8, 93});
   session_.settle();
   EXPECT_EQ(session_.keyMap(), before);
 }

@@ -8,14 +8,14 @@
 
 namespace vesk::testing {
 
-using x11::ReplyPtr;
+using x11::server::ReplyPtr;
 
 QuestionedWindow::QuestionedWindow() : window_(xcb_generate_id(connection_.get())) {
   const std::uint32_t overrideRedirect = 1;
   xcb_create_window(connection_.get(), XCB_COPY_FROM_PARENT, window_, connection_.root(), 0, 0, 100,
                     100, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
                     XCB_CW_OVERRIDE_REDIRECT, &overrideRedirect);
-  x11::setAtoms(connection_.get(), window_, "WM_PROTOCOLS", {"_NET_WM_PING"});
+  x11::server::setAtoms(connection_.get(), window_, "WM_PROTOCOLS", {"_NET_WM_PING"});
   xcb_map_window(connection_.get(), window_);
   xcb_set_input_focus(connection_.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window_, XCB_CURRENT_TIME);
   // The server has done all of it once this is answered.
@@ -51,9 +51,11 @@ void QuestionedWindow::answer(Question question) {
 }
 
 xcb_atom_t QuestionedWindow::protocols() const {
-  return x11::atom(connection_.get(), "WM_PROTOCOLS");
+  return x11::server::atom(connection_.get(), "WM_PROTOCOLS");
 }
 
-xcb_atom_t QuestionedWindow::ping() const { return x11::atom(connection_.get(), "_NET_WM_PING"); }
+xcb_atom_t QuestionedWindow::ping() const {
+  return x11::server::atom(connection_.get(), "_NET_WM_PING");
+}
 
 }  // namespace vesk::testing

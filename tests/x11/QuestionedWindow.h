@@ -26,7 +26,7 @@ class QuestionedWindow {
   xcb_atom_t protocols() const;
   xcb_atom_t ping() const;
 
-  x11::Connection connection_;
+  x11::server::Connection connection_;
   xcb_window_t window_;
 };
 

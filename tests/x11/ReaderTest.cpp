@@ -19,7 +19,8 @@ class ReaderTest : public ::testing::Test {
   bool readWithin(std::chrono::milliseconds patience,
                   const std::function<void(Question)>& onQuestion) {
     auto answered = std::async(std::launch::async, [&] {
-      return reader_.hasReadEverything(x11::Reader::Clock::now() + patience, [](const auto&) {});
+      return reader_.hasReadEverything(x11::server::Reader::Clock::now() + patience,
+                                       [](const auto&) {});
     });
     const auto question = window_.waitForQuestion();
     EXPECT_TRUE(question);
@@ -31,8 +32,8 @@ class ReaderTest : public ::testing::Test {
   QuestionedWindow window_;
   SystemClock clock_;
   InputGate gate_{clock_};
-  x11::Connection connection_;
-  x11::Reader reader_{connection_, gate_};
+  x11::server::Connection connection_;
+  x11::server::Reader reader_{connection_, gate_};
 };
 
 TEST_F(ReaderTest, BelievesTheAnswerToItsQuestion) {
@@ -60,7 +61,8 @@ TEST_F(ReaderTest, WaitsNoLongerThanTheGateIsOpen) {
 TEST_F(ReaderTest, DoesNotWaitForAProgramThatTakesNoQuestions) {
   xcb_set_input_focus(connection_.get(), XCB_INPUT_FOCUS_POINTER_ROOT, connection_.root(),
                       XCB_CURRENT_TIME);
-  EXPECT_FALSE(reader_.hasReadEverything(x11::Reader::Clock::now() + 24h, [](const auto&) {}));
+  EXPECT_FALSE(
+      reader_.hasReadEverything(x11::server::Reader::Clock::now() + 24h, [](const auto&) {}));
 }
 
 }  // namespace

@@ -16,7 +16,7 @@
 namespace vesk::testing {
 namespace {
 
-using x11::ReplyPtr;
+using x11::server::ReplyPtr;
 
 std::string output(const std::string& command) {
   std::string text;
@@ -49,7 +49,7 @@ int run(std::vector<std::string> command, std::vector<std::string> environment) 
 
 Session::Session(Windows windows) {
   ::setenv("DISPLAY", server_.display().c_str(), 1);
-  connection_ = std::make_unique<x11::Connection>();
+  connection_ = std::make_unique<x11::server::Connection>();
   if (!*connection_) throw std::runtime_error("no connection");
   const ReplyPtr<xcb_xkb_use_extension_reply_t> xkb(xcb_xkb_use_extension_reply(
       connection_->get(), xcb_xkb_use_extension(connection_->get(), 1, 0), nullptr));
@@ -67,18 +67,18 @@ void Session::setLayout(std::vector<std::string> layout) {
 }
 
 bool Session::has(xcb_window_t window, const std::string& property) const {
-  const auto request =
-      xcb_get_property(connection_->get(), 0, window, x11::atom(connection_->get(), property),
-                       XCB_GET_PROPERTY_TYPE_ANY, 0, 0);
+  const auto request = xcb_get_property(connection_->get(), 0, window,
+                                        x11::server::atom(connection_->get(), property),
+                                        XCB_GET_PROPERTY_TYPE_ANY, 0, 0);
   const ReplyPtr<xcb_get_property_reply_t> reply(
       xcb_get_property_reply(connection_->get(), request, nullptr));
   return reply != nullptr && reply->type != XCB_NONE;
 }
 
 std::string Session::text(xcb_window_t window, const std::string& property) const {
-  const auto request =
-      xcb_get_property(connection_->get(), 0, window, x11::atom(connection_->get(), property),
-                       XCB_GET_PROPERTY_TYPE_ANY, 0, 100000);
+  const auto request = xcb_get_property(connection_->get(), 0, window,
+                                        x11::server::atom(connection_->get(), property),
+                                        XCB_GET_PROPERTY_TYPE_ANY, 0, 100000);
   const ReplyPtr<xcb_get_property_reply_t> reply(
       xcb_get_property_reply(connection_->get(), request, nullptr));
   if (reply == nullptr) return {};
@@ -98,7 +98,7 @@ xcb_window_t Session::waitForActive(const std::string& name) {
   // It has the focus as well, and has read that: a program that is busy starting loses keys.
   const SystemClock clock;
   const InputGate gate(clock);
-  x11::Reader reader(*connection_, gate);
+  x11::server::Reader reader(*connection_, gate);
   eventually([&] {
     return reader.hasReadEverything(std::chrono::steady_clock::now() + std::chrono::seconds(1),
                                     [](const auto&) {}) ||

@@ -34,7 +34,7 @@ class Session {
   explicit Session(Windows windows = Windows::bare);
 
   XServer& server() { return server_; }
-  const x11::Connection& connection() const { return *connection_; }
+  const x11::server::Connection& connection() const { return *connection_; }
 
   /// Sets the person's keyboard layout, as setxkbmap takes it.
   void setLayout(std::vector<std::string> layout);
@@ -64,7 +64,7 @@ class Session {
 
  private:
   XServer server_;
-  std::unique_ptr<x11::Connection> connection_;
+  std::unique_ptr<x11::server::Connection> connection_;
   std::unique_ptr<ChildProcess> windowManager_;
 };
 
@@ -92,8 +92,8 @@ class Hands {
 
   SystemClock clock;
   InputGate gate{clock};
-  x11::XEventPoster poster{gate};
-  x11::XDisplays displays;
+  x11::input::XEventPoster poster{gate};
+  x11::server::XDisplays displays;
   InputInjector injector{poster, displays, clock};
 };
 

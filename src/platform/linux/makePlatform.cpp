@@ -25,13 +25,13 @@ Platform makePlatform() {
   // connected to the end, since a server starts anew when its last client leaves, under the feet of
   // whoever comes next.
   auto desktop = std::make_unique<x11::XDesktop>(*platform.clock);
-  if (!*desktop) throw NoDesktop(x11::Connection::advice());
+  if (!*desktop) throw NoDesktop(x11::server::Connection::advice());
   platform.processes = std::make_unique<LinuxProcesses>();
-  platform.application = std::make_unique<QtApplication>();
-  platform.queues = std::make_unique<ThreadQueues>();
-  platform.compression = std::make_unique<X264Compression>();
-  platform.alerts = std::make_unique<QtAlerts>(desktop->ownWindows(), desktop->inputGate());
-  platform.overlays = std::make_unique<x11::XOverlays>(desktop->ownWindows());
+  platform.application = std::make_unique<loop::QtApplication>();
+  platform.queues = std::make_unique<loop::ThreadQueues>();
+  platform.compression = std::make_unique<picture::X264Compression>();
+  platform.alerts = std::make_unique<alert::QtAlerts>(desktop->ownWindows(), desktop->inputGate());
+  platform.overlays = std::make_unique<x11::overlay::XOverlays>(desktop->ownWindows());
   platform.desktop = std::move(desktop);
   return platform;
 }

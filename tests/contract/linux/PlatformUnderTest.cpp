@@ -25,7 +25,7 @@ class LinuxUnderTest final : public PlatformUnderTest {
   char* arguments_[2] = {name_, nullptr};
   int count_ = 1;
   QCoreApplication application_{count_, arguments_};
-  ThreadQueues queues_;
+  loop::ThreadQueues queues_;
 };
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace vesk {
+namespace vesk::alert {
 namespace {
 
 double luminance(const QColor& colour) {
@@ -35,4 +35,4 @@ QPalette defaultButtonPalette(const QPalette& palette) {
   return filled;
 }
 
-}  // namespace vesk
+}  // namespace vesk::alert

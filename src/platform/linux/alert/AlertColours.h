@@ -4,7 +4,7 @@
 #include <QPalette>
 
 /// Colours of an alert beyond what the desktop's style draws by itself. Thread: any.
-namespace vesk {
+namespace vesk::alert {
 
 /// How well one colour can be read on the other, from 1 to 21, whichever is the lighter.
 double contrast(const QColor& one, const QColor& other);
@@ -13,4 +13,4 @@ double contrast(const QColor& one, const QColor& other);
 /// colour, as dark as its text needs it.
 QPalette defaultButtonPalette(const QPalette& palette);
 
-}  // namespace vesk
+}  // namespace vesk::alert

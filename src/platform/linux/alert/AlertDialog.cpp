@@ -15,7 +15,7 @@
 
 // Qt's parents own their children: what is made here with `new` belongs to the dialog.
 
-namespace vesk {
+namespace vesk::alert {
 namespace {
 
 constexpr int textWidth = 380;
@@ -139,4 +139,4 @@ bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
   return QDialog::eventFilter(watched, event);
 }
 
-}  // namespace vesk
+}  // namespace vesk::alert

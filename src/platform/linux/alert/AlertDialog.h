@@ -9,7 +9,7 @@ class QDialogButtonBox;
 class QLabel;
 class QPushButton;
 
-namespace vesk {
+namespace vesk::alert {
 
 /// The window of an alert: an icon, a message in bold over an explanation, and buttons in the order
 /// of the desktop's own dialogs.
@@ -52,4 +52,4 @@ class AlertDialog final : public QDialog {
   QTimer untilInSight_;
 };
 
-}  // namespace vesk
+}  // namespace vesk::alert

@@ -4,7 +4,7 @@
 #include <QPainterPath>
 #include <QPixmap>
 
-namespace vesk {
+namespace vesk::alert {
 namespace {
 
 /// Drawn on a square of 64 by 64.
@@ -47,4 +47,4 @@ QIcon alertIcon() {
   return icon;
 }
 
-}  // namespace vesk
+}  // namespace vesk::alert

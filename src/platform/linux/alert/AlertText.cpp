@@ -7,7 +7,7 @@
 
 #include "platform/linux/x11/overlay/boundedText.h"
 
-namespace vesk {
+namespace vesk::alert {
 namespace {
 
 constexpr QChar zeroWidthSpace(0x200b);
@@ -49,7 +49,7 @@ QString paragraph(const QString& text) {
 
 QString elidedParagraph(const QString& text, const QFont& font, int width, int lines) {
   const QFontMetrics metrics(font);
-  QString whole = paragraph(boundedText(text.simplified()));
+  QString whole = paragraph(x11::overlay::boundedText(text.simplified()));
   if (fits(whole, metrics, width, lines)) return whole;
 
   constexpr std::size_t keptAtTheEnd = 40;
@@ -73,4 +73,4 @@ QString elidedParagraph(const QString& text, const QFont& font, int width, int l
   return without(most);
 }
 
-}  // namespace vesk
+}  // namespace vesk::alert

@@ -4,7 +4,7 @@
 #include <QString>
 
 /// How text from outside is made fit for an alert. Thread: main, with an application object.
-namespace vesk {
+namespace vesk::alert {
 
 /// One paragraph: every run of white space, line breaks included, becomes one space, and words
 /// longer than any line may be broken anywhere.
@@ -14,4 +14,4 @@ QString paragraph(const QString& text);
 /// from its middle. The end stays: it is the part that says what is asked.
 QString elidedParagraph(const QString& text, const QFont& font, int width, int lines);
 
-}  // namespace vesk
+}  // namespace vesk::alert

@@ -9,7 +9,7 @@
 #include "platform/linux/x11/overlay/AlertInput.h"
 #include "platform/linux/x11/overlay/AlertWindow.h"
 
-namespace vesk {
+namespace vesk::alert {
 namespace {
 
 class QtModalTimer final : public ModalTimer {
@@ -53,10 +53,10 @@ class QtAlerts::QtAlert final : public Alert {
     alerts_.inputGate_.close();
     window_ = static_cast<xcb_window_t>(dialog_.winId());
     alerts_.ownWindows_.add(window_);
-    x11::keepOnEveryWorkspace(window_);
+    x11::overlay::keepOnEveryWorkspace(window_);
     dialog_.onExposed = [this] { comeToTheFront(); };
-    dialog_.onMissing = [this] { x11::mapAgain(window_); };
-    const x11::AlertInput input(dialog_);
+    dialog_.onMissing = [this] { x11::overlay::mapAgain(window_); };
+    const x11::overlay::AlertInput input(dialog_);
     alerts_.modal_.push_back(&dialog_);
     const int result = dialog_.exec();
     alerts_.inputGate_.open();
@@ -69,7 +69,7 @@ class QtAlerts::QtAlert final : public Alert {
   /// Only once: a person who turns to another window meanwhile is not called back.
   void comeToTheFront() {
     dialog_.onExposed = nullptr;
-    if (alerts_.active_) x11::bringToTheFront(window_);
+    if (alerts_.active_) x11::overlay::bringToTheFront(window_);
   }
 
   QtAlerts& alerts_;
@@ -94,4 +94,4 @@ std::unique_ptr<ModalTimer> QtAlerts::startModalTimer(std::chrono::nanoseconds d
   return std::make_unique<QtModalTimer>(delay, std::move(handler));
 }
 
-}  // namespace vesk
+}  // namespace vesk::alert

@@ -8,14 +8,14 @@
 
 class QDialog;
 
-namespace vesk {
+namespace vesk::alert {
 
 /// Alerts as Qt dialogs in the look of the desktop. Thread: main.
 class QtAlerts final : public Alerts {
  public:
   /// `ownWindows` learns of every alert in sight, and `inputGate` is shut while one is asked. Both
   /// outlive this object.
-  QtAlerts(x11::OwnWindows& ownWindows, InputGate& inputGate)
+  QtAlerts(x11::beneath::OwnWindows& ownWindows, InputGate& inputGate)
       : ownWindows_(ownWindows), inputGate_(inputGate) {}
 
   void activateIgnoringOtherApps() override;
@@ -30,9 +30,9 @@ class QtAlerts final : public Alerts {
   /// Without a window there is nothing to bring to the front: the alerts made from then on take the
   /// focus as they come up.
   bool active_ = false;
-  x11::OwnWindows& ownWindows_;
+  x11::beneath::OwnWindows& ownWindows_;
   InputGate& inputGate_;
   std::vector<QDialog*> modal_;  ///< those whose loops run, the innermost last
 };
 
-}  // namespace vesk
+}  // namespace vesk::alert

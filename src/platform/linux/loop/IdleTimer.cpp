@@ -3,7 +3,7 @@
 #include <system_error>
 #include <utility>
 
-namespace vesk {
+namespace vesk::loop {
 
 IdleTimer::IdleTimer(std::chrono::milliseconds delay, std::function<void()> task)
     : delay_(delay), task_(std::move(task)) {
@@ -54,4 +54,4 @@ void IdleTimer::run() {
   }
 }
 
-}  // namespace vesk
+}  // namespace vesk::loop

@@ -7,7 +7,7 @@
 #include <optional>
 #include <thread>
 
-namespace vesk {
+namespace vesk::loop {
 
 /// Does something once a while after it was last put off.
 ///
@@ -39,4 +39,4 @@ class IdleTimer {
   std::thread thread_;
 };
 
-}  // namespace vesk
+}  // namespace vesk::loop

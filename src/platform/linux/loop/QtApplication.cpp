@@ -3,7 +3,7 @@
 #include <QTimer>
 #include <system_error>
 
-namespace vesk {
+namespace vesk::loop {
 
 QtApplication::QtApplication() : application_(argumentCount_, arguments_) {
   QGuiApplication::setApplicationDisplayName("Vesk Remote");
@@ -35,4 +35,4 @@ void QtApplication::takeEndSignals() try {
 } catch (const std::system_error&) {
 }
 
-}  // namespace vesk
+}  // namespace vesk::loop

@@ -9,7 +9,7 @@
 #include "platform/Application.h"
 #include "platform/posix/SignalPipe.h"
 
-namespace vesk {
+namespace vesk::loop {
 
 /// Qt's application object and main loop. Thread: main. Throws nothing: whether there is a display
 /// is found out before.
@@ -37,4 +37,4 @@ class QtApplication final : public Application {
   std::unique_ptr<QSocketNotifier> endNotifier_;
 };
 
-}  // namespace vesk
+}  // namespace vesk::loop

@@ -9,7 +9,7 @@
 
 #include "platform/Fatal.h"
 
-namespace vesk {
+namespace vesk::loop {
 namespace {
 
 using std::chrono::steady_clock;
@@ -110,4 +110,4 @@ void QtMainQueue::runTasks() {
   if (!tasks_.empty()) wake();
 }
 
-}  // namespace vesk
+}  // namespace vesk::loop

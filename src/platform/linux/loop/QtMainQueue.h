@@ -8,7 +8,7 @@
 #include "platform/Descriptor.h"
 #include "platform/MainQueue.h"
 
-namespace vesk {
+namespace vesk::loop {
 
 /// The main queue within Qt's event loop: two descriptors wake the loop, one for tasks and one for
 /// delays. Qt itself is never called from another thread, and an idle queue has no timer running.
@@ -46,4 +46,4 @@ class QtMainQueue final : public MainQueue {
   QSocketNotifier timerNotifier_;
 };
 
-}  // namespace vesk
+}  // namespace vesk::loop

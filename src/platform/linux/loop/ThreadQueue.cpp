@@ -14,7 +14,7 @@
 
 #include "platform/Fatal.h"
 
-namespace vesk {
+namespace vesk::loop {
 namespace {
 
 using std::chrono::steady_clock;
@@ -197,4 +197,4 @@ std::unique_ptr<Timer> ThreadQueue::makeTimer(TimerSchedule schedule, Task handl
   return std::make_unique<QueueTimer>(state_, schedule, std::move(handler));
 }
 
-}  // namespace vesk
+}  // namespace vesk::loop

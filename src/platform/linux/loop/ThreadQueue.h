@@ -8,7 +8,7 @@
 #include "platform/SerialQueue.h"
 #include "platform/Timer.h"
 
-namespace vesk {
+namespace vesk::loop {
 
 /// A serial queue with a thread of its own, which sleeps while there is nothing to do.
 /// Thread, ownership, failure: as `SerialQueue` says.
@@ -38,4 +38,4 @@ class ThreadQueue final : public SerialQueue {
   std::thread thread_;
 };
 
-}  // namespace vesk
+}  // namespace vesk::loop

@@ -2,7 +2,7 @@
 
 #include "platform/linux/loop/ThreadQueue.h"
 
-namespace vesk {
+namespace vesk::loop {
 
 std::unique_ptr<SerialQueue> ThreadQueues::makeSerialQueue(const std::string& label) {
   return std::make_unique<ThreadQueue>(label);
@@ -13,4 +13,4 @@ std::unique_ptr<Timer> ThreadQueues::makeTimer(SerialQueue& queue, TimerSchedule
   return static_cast<ThreadQueue&>(queue).makeTimer(schedule, std::move(handler));
 }
 
-}  // namespace vesk
+}  // namespace vesk::loop

@@ -3,7 +3,7 @@
 #include "platform/Queues.h"
 #include "platform/linux/loop/QtMainQueue.h"
 
-namespace vesk {
+namespace vesk::loop {
 
 /// Queues with threads of their own beside Qt's main loop. Made on the main thread.
 class ThreadQueues final : public Queues {
@@ -17,4 +17,4 @@ class ThreadQueues final : public Queues {
   QtMainQueue main_;
 };
 
-}  // namespace vesk
+}  // namespace vesk::loop

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace vesk::x11 {
+namespace vesk::picture {
 namespace {
 
 /// One being encoded, one waiting, one delivered, one being painted.
@@ -106,4 +106,4 @@ void ImagePainter::convert(const std::uint8_t* pixels, int stride, Nv12Image& im
                      image.stride(), area.width, area.height);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::picture

@@ -6,7 +6,7 @@
 #include "platform/linux/picture/Nv12Image.h"
 #include "platform/linux/picture/PixelRect.h"
 
-namespace vesk::x11 {
+namespace vesk::picture {
 
 /// Makes a stream of 4:2:0 images out of the screen's pixels. Only what changed is converted: an
 /// image that nobody holds any more is brought up to date where it differs.
@@ -41,4 +41,4 @@ class ImagePainter {
   std::vector<std::uint8_t> scaled_;  ///< one row of macroblocks at the target's size
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::picture

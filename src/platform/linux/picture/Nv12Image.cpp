@@ -3,7 +3,7 @@
 #include <cstring>
 #include <new>
 
-namespace vesk {
+namespace vesk::picture {
 namespace {
 
 constexpr std::uint8_t blackLuma = 16;
@@ -30,4 +30,4 @@ Nv12Image::Nv12Image(PixelSize size)
   std::memset(chroma(), greyChroma, lumaSize() / 2);
 }
 
-}  // namespace vesk
+}  // namespace vesk::picture

@@ -7,7 +7,7 @@
 
 #include "platform/ImageBuffer.h"
 
-namespace vesk {
+namespace vesk::picture {
 
 /// The edge of a macroblock, the unit in which changes are tracked.
 inline constexpr int macroblockEdge = 16;
@@ -55,4 +55,4 @@ class Nv12Image final : public ImageBuffer {
   std::unique_ptr<std::uint8_t, Free> pixels_;
 };
 
-}  // namespace vesk
+}  // namespace vesk::picture

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace vesk {
+namespace vesk::picture {
 namespace {
 
 using namespace std::chrono_literals;
@@ -185,4 +185,4 @@ void PicturePlan::sent(const Decision& decision, std::size_t bits) {
   }
 }
 
-}  // namespace vesk
+}  // namespace vesk::picture

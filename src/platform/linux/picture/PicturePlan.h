@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace vesk {
+namespace vesk::picture {
 
 /// How each picture of a stream is to be sent, so that little work and few bits are spent on a
 /// screen that hardly changes, the picture is good all the same, and the bit rate is kept.
@@ -94,4 +94,4 @@ class PicturePlan {
   bool begun_ = false;
 };
 
-}  // namespace vesk
+}  // namespace vesk::picture

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace vesk::x11 {
+namespace vesk::picture {
 
 PixelRect intersection(const PixelRect& a, const PixelRect& b) {
   const std::int32_t left = std::max(a.x, b.x);
@@ -58,4 +58,4 @@ std::vector<PixelRect> disjoint(const std::vector<PixelRect>& rects) {
   return all;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::picture

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace vesk::x11 {
+namespace vesk::picture {
 
 /// A rectangle of whole pixels: in the root window, in a window, or in a picture.
 struct PixelRect {
@@ -36,4 +36,4 @@ std::vector<PixelRect> without(const std::vector<PixelRect>& rects, const PixelR
 /// Rectangles that cover the same pixels, each of them once.
 std::vector<PixelRect> disjoint(const std::vector<PixelRect>& rects);
 
-}  // namespace vesk::x11
+}  // namespace vesk::picture

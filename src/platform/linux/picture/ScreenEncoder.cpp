@@ -5,7 +5,7 @@
 #include "platform/linux/picture/h264/frameNumber.h"
 #include "platform/linux/picture/h264/skipPicture.h"
 
-namespace vesk {
+namespace vesk::picture {
 namespace {
 
 using Bytes = std::vector<std::byte>;
@@ -173,4 +173,4 @@ Bytes ScreenEncoder::numbered(Bytes units) const {
   return data;
 }
 
-}  // namespace vesk
+}  // namespace vesk::picture

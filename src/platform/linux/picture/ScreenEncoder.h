@@ -10,7 +10,7 @@
 #include "platform/linux/picture/X264Encoder.h"
 #include "platform/linux/picture/h264/SliceSyntax.h"
 
-namespace vesk {
+namespace vesk::picture {
 
 struct ScreenEncoderSettings {
   X264Settings encoder;
@@ -64,4 +64,4 @@ class ScreenEncoder {
   Bytes lastKey_;                        ///< kept for as long as it may be repeated
 };
 
-}  // namespace vesk
+}  // namespace vesk::picture

@@ -5,7 +5,7 @@
 #include "platform/linux/picture/X264Encoder.h"
 #include "platform/linux/picture/X264Session.h"
 
-namespace vesk {
+namespace vesk::picture {
 
 Compression::Result X264Compression::makeH264Session(
     const CompressionSpecification& specification) {
@@ -21,4 +21,4 @@ Compression::Result X264Compression::makeH264Session(
   }
 }
 
-}  // namespace vesk
+}  // namespace vesk::picture

@@ -2,7 +2,7 @@
 
 #include "platform/Compression.h"
 
-namespace vesk {
+namespace vesk::picture {
 
 /// H.264 by x264 on a thread of each session's own. Images are `Nv12Image`s.
 class X264Compression final : public Compression {
@@ -14,4 +14,4 @@ class X264Compression final : public Compression {
   Result makeH264Session(const CompressionSpecification& specification) override;
 };
 
-}  // namespace vesk
+}  // namespace vesk::picture

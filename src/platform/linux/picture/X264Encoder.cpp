@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <span>
 
-namespace vesk {
+namespace vesk::picture {
 namespace {
 
 /// The conversion of the screen's pixels uses this matrix, so a decoder must too.
@@ -109,4 +109,4 @@ std::optional<X264Encoder::Bytes> X264Encoder::encode(const Nv12Image& image,
   return Bytes(first, first + size);
 }
 
-}  // namespace vesk
+}  // namespace vesk::picture

@@ -10,7 +10,7 @@
 
 struct x264_t;
 
-namespace vesk {
+namespace vesk::picture {
 
 struct X264Settings {
   std::int32_t width = 0;
@@ -59,4 +59,4 @@ class X264Encoder {
   std::int64_t frames_ = 0;
 };
 
-}  // namespace vesk
+}  // namespace vesk::picture

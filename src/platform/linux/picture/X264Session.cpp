@@ -4,7 +4,7 @@
 
 #include "platform/linux/picture/X264Compression.h"
 
-namespace vesk {
+namespace vesk::picture {
 
 X264Session::X264Session(const CompressionSpecification& specification)
     : state_(std::make_shared<State>()), queue_("com.vesk.screen.encoder") {
@@ -102,4 +102,4 @@ void X264Session::invalidate() {
   queue_.sync([this] { state_->encoder = nullptr; });
 }
 
-}  // namespace vesk
+}  // namespace vesk::picture

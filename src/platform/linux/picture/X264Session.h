@@ -8,7 +8,7 @@
 #include "platform/linux/loop/ThreadQueue.h"
 #include "platform/linux/picture/ScreenEncoder.h"
 
-namespace vesk {
+namespace vesk::picture {
 
 /// One session; see `CompressionSession`. A frame that comes while too many are pending is dropped,
 /// and its handler runs at once, on the caller's thread: the encoder's own is the one that is held
@@ -40,7 +40,7 @@ class X264Session final : public CompressionSession {
 
   std::shared_ptr<State> state_;
   std::atomic<bool> valid_ = true;
-  ThreadQueue queue_;
+  loop::ThreadQueue queue_;
 };
 
-}  // namespace vesk
+}  // namespace vesk::picture

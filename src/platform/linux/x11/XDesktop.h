@@ -27,16 +27,16 @@ class XDesktop final : public Desktop {
   InputGate& inputGate() override { return inputGate_; }
 
   /// What this program itself shows; the picture is taken without it.
-  OwnWindows& ownWindows() { return ownWindows_; }
+  beneath::OwnWindows& ownWindows() { return ownWindows_; }
 
  private:
-  Connection connection_;
-  OwnWindows ownWindows_;
-  XPermissions permissions_{connection_};
-  XDisplays displays_;
+  server::Connection connection_;
+  beneath::OwnWindows ownWindows_;
+  server::XPermissions permissions_{connection_};
+  server::XDisplays displays_;
   InputGate inputGate_;
-  XEventPoster events_{inputGate_};
-  XScreenCapture screenCapture_{ownWindows_, connection_};
+  input::XEventPoster events_{inputGate_};
+  screen::XScreenCapture screenCapture_{ownWindows_, connection_};
 };
 
 }  // namespace vesk::x11

@@ -2,7 +2,7 @@
 
 #include "platform/linux/picture/h264/emulationPrevention.h"
 
-namespace vesk::h264 {
+namespace vesk::picture::h264 {
 namespace {
 
 constexpr std::uint32_t baselineProfile = 66;
@@ -57,4 +57,4 @@ std::optional<SliceSyntax> sliceSyntax(ByteView sequenceSet, ByteView pictureSet
   return syntax;
 }
 
-}  // namespace vesk::h264
+}  // namespace vesk::picture::h264

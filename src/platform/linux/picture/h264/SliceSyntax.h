@@ -4,7 +4,7 @@
 
 #include "platform/linux/picture/h264/bits.h"
 
-namespace vesk::h264 {
+namespace vesk::picture::h264 {
 
 /// What must be known of a stream to read and write the beginning of its slices.
 struct SliceSyntax {
@@ -21,4 +21,4 @@ struct SliceSyntax {
 /// reference frame, no slice groups.
 std::optional<SliceSyntax> sliceSyntax(ByteView sequenceSet, ByteView pictureSet);
 
-}  // namespace vesk::h264
+}  // namespace vesk::picture::h264

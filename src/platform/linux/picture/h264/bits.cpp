@@ -3,7 +3,7 @@
 #include <bit>
 #include <utility>
 
-namespace vesk::h264 {
+namespace vesk::picture::h264 {
 
 std::optional<std::uint32_t> BitReader::bits(unsigned count) {
   if (count > bytes_.size() * 8 - position_) {
@@ -50,4 +50,4 @@ Bytes BitWriter::finished() {
   return std::exchange(bytes_, {});
 }
 
-}  // namespace vesk::h264
+}  // namespace vesk::picture::h264

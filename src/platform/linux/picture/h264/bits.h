@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-namespace vesk::h264 {
+namespace vesk::picture::h264 {
 
 using Bytes = std::vector<std::byte>;
 using ByteView = std::span<const std::byte>;
@@ -45,4 +45,4 @@ class BitWriter {
   unsigned used_ = 0;  ///< bits in the last byte
 };
 
-}  // namespace vesk::h264
+}  // namespace vesk::picture::h264

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace vesk::h264 {
+namespace vesk::picture::h264 {
 namespace {
 
 constexpr std::byte inserted{3};
@@ -39,4 +39,4 @@ Bytes escaped(ByteView raw) {
   return unit;
 }
 
-}  // namespace vesk::h264
+}  // namespace vesk::picture::h264

@@ -2,7 +2,7 @@
 
 #include "platform/linux/picture/h264/emulationPrevention.h"
 
-namespace vesk::h264 {
+namespace vesk::picture::h264 {
 namespace {
 
 constexpr unsigned nonKeySlice = 1;
@@ -38,4 +38,4 @@ Bytes withFrameNumberMoved(ByteView unit, const SliceSyntax& syntax, std::uint32
   return escaped(raw);
 }
 
-}  // namespace vesk::h264
+}  // namespace vesk::picture::h264

@@ -2,7 +2,7 @@
 
 #include "platform/linux/picture/h264/emulationPrevention.h"
 
-namespace vesk::h264 {
+namespace vesk::picture::h264 {
 namespace {
 
 constexpr std::uint32_t referenceSlice = 0x41;
@@ -31,4 +31,4 @@ Bytes skipPicture(const SliceSyntax& syntax, std::uint32_t frameNumber, std::uin
   return escaped(writer.finished());
 }
 
-}  // namespace vesk::h264
+}  // namespace vesk::picture::h264

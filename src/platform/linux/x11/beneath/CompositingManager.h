@@ -4,7 +4,7 @@
 
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// A window manager that composes the screen itself. Not all that it shows is to be had from the
 /// server: what it draws in its own picture only, and how much of a frame it leaves out.
@@ -18,12 +18,13 @@ struct CompositingManager {
   bool stacksByItself = false;
 
   /// Whether it, and no program, has made the window.
-  bool hasMade(const Connection& connection, xcb_window_t other) const;
+  bool hasMade(const server::Connection& connection, xcb_window_t other) const;
 };
 
 /// The one that runs, given the window that owns the compositor's selection, if one does. It is
 /// told by the name that it gives itself: Mutter and what is built on it, and KWin. Any other shows
 /// what the server keeps. Thread: the connection's. Waits for the server.
-CompositingManager compositingManager(const Connection& connection, xcb_window_t compositor);
+CompositingManager compositingManager(const server::Connection& connection,
+                                      xcb_window_t compositor);
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 namespace {
 
 /// Where the window stands from now on, if the event tells.
@@ -33,4 +33,4 @@ Disturbance disturbance(const xcb_generic_event_t& event, xcb_window_t window,
   return newFrame(event) == known->frame ? Disturbance::none : Disturbance::ownWindow;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

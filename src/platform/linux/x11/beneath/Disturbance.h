@@ -6,7 +6,7 @@
 
 #include "platform/linux/x11/beneath/StackedWindow.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// How far something that happens to windows while the server composes a picture spoils it.
 enum class Disturbance {
@@ -20,4 +20,4 @@ enum class Disturbance {
 Disturbance disturbance(const xcb_generic_event_t& event, xcb_window_t window,
                         const std::vector<StackedWindow>& windows);
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

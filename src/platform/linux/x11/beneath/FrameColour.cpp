@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 std::uint32_t mostFrequent(std::span<const std::uint32_t> pixels) {
   std::vector<std::uint32_t> sorted(pixels.begin(), pixels.end());
@@ -29,12 +29,12 @@ bool FrameColour::isTouchedBy(const std::vector<PixelRect>& drawn) const {
 }
 
 /// The largest piece tells enough.
-bool FrameColour::look(const Connection& connection) {
+bool FrameColour::look(const server::Connection& connection) {
   const auto area = [](const PixelRect& rect) { return rect.width * rect.height; };
   const auto largest = std::ranges::max_element(inSight_, {}, area);
   if (largest == inSight_.end()) return false;
   auto* const c = connection.get();
-  const ReplyPtr<xcb_get_image_reply_t> image(xcb_get_image_reply(
+  const server::ReplyPtr<xcb_get_image_reply_t> image(xcb_get_image_reply(
       c,
       xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, connection.root(),
                     static_cast<std::int16_t>(largest->x), static_cast<std::int16_t>(largest->y),
@@ -50,4 +50,4 @@ bool FrameColour::look(const Connection& connection) {
   return std::exchange(colour_, seen) != seen;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

@@ -5,10 +5,10 @@
 #include <span>
 #include <vector>
 
-#include "platform/linux/picture/PixelRect.h"
 #include "platform/linux/x11/server/Connection.h"
+#include "platform/linux/x11/server/rectangles.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// The value that most of the pixels have; of several, the smallest. 0 where there are none.
 std::uint32_t mostFrequent(std::span<const std::uint32_t> pixels);
@@ -26,7 +26,7 @@ class FrameColour {
   bool isTouchedBy(const std::vector<PixelRect>& drawn) const;
 
   /// Looks at the screen; whether the colour is another than before. Waits for the server.
-  bool look(const Connection& connection);
+  bool look(const server::Connection& connection);
 
   /// As 0xrrggbb.
   std::optional<std::uint32_t> colour() const { return colour_; }
@@ -36,4 +36,4 @@ class FrameColour {
   std::optional<std::uint32_t> colour_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

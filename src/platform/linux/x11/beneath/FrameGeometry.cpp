@@ -6,7 +6,7 @@
 
 #include "platform/linux/x11/server/Properties.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 namespace {
 
 /// `rect` grown by what the manager says of the frame's sides: left, right, top, bottom.
@@ -45,13 +45,13 @@ FrameGeometry::Known FrameGeometry::inspect(const StackedWindow& window,
   if (client == XCB_NONE) return known;
   const auto geometryRequest = xcb_get_geometry(c, client);
   const auto placeRequest = xcb_translate_coordinates(c, client, window.id, 0, 0);
-  const ReplyPtr<xcb_get_geometry_reply_t> geometry(
+  const server::ReplyPtr<xcb_get_geometry_reply_t> geometry(
       xcb_get_geometry_reply(c, geometryRequest, nullptr));
-  const ReplyPtr<xcb_translate_coordinates_reply_t> place(
+  const server::ReplyPtr<xcb_translate_coordinates_reply_t> place(
       xcb_translate_coordinates_reply(c, placeRequest, nullptr));
   if (geometry == nullptr || place == nullptr) return known;
   const PixelRect inside{place->dst_x, place->dst_y, geometry->width, geometry->height};
-  const auto sides = numbers(c, client, "_NET_FRAME_EXTENTS");
+  const auto sides = server::numbers(c, client, "_NET_FRAME_EXTENTS");
   if (manager.padsFrames && sides.size() == 4) {
     known.shown = known.kept = intersection(withFrame(inside, sides), whole);
   }
@@ -65,7 +65,7 @@ xcb_window_t FrameGeometry::clientIn(xcb_window_t frame, const CompositingManage
   auto* const c = connection_.get();
   std::deque<xcb_window_t> left{frame};
   for (int looked = 0; looked < most && !left.empty(); ++looked) {
-    const ReplyPtr<xcb_query_tree_reply_t> tree(
+    const server::ReplyPtr<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(c, xcb_query_tree(c, left.front()), nullptr));
     left.pop_front();
     if (tree == nullptr) continue;
@@ -79,4 +79,4 @@ xcb_window_t FrameGeometry::clientIn(xcb_window_t frame, const CompositingManage
   return XCB_NONE;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

@@ -9,7 +9,7 @@
 #include "platform/linux/x11/beneath/StackedWindow.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// How much of the frames that a compositing manager puts around windows is shown, and how much of
 /// that the server keeps. A frame is asked for it once, and again when its size has changed.
@@ -18,7 +18,7 @@ namespace vesk::x11 {
 /// shown and kept as a whole.
 class FrameGeometry {
  public:
-  explicit FrameGeometry(const Connection& connection) : connection_(connection) {}
+  explicit FrameGeometry(const server::Connection& connection) : connection_(connection) {}
 
   /// Sets what is shown and kept of each window. May wait for the server.
   void measure(std::vector<StackedWindow>& windows, const CompositingManager& manager);
@@ -34,8 +34,8 @@ class FrameGeometry {
   Known inspect(const StackedWindow& window, const CompositingManager& manager) const;
   xcb_window_t clientIn(xcb_window_t frame, const CompositingManager& manager) const;
 
-  const Connection& connection_;
+  const server::Connection& connection_;
   std::map<xcb_window_t, Known> known_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

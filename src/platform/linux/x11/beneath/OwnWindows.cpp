@@ -1,6 +1,6 @@
 #include "platform/linux/x11/beneath/OwnWindows.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 void OwnWindows::add(xcb_window_t window) {
   const std::lock_guard lock(mutex_);
@@ -17,4 +17,4 @@ std::vector<xcb_window_t> OwnWindows::all() const {
   return windows_;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <vector>
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// The windows that this program has put on the screen, so that the picture can be taken without
 /// them. Thread: any.
@@ -24,4 +24,4 @@ class OwnWindows {
   std::vector<xcb_window_t> windows_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

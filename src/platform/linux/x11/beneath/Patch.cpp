@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 namespace {
 
 std::int16_t narrow(std::int32_t value) { return static_cast<std::int16_t>(value); }
@@ -11,8 +11,8 @@ std::uint16_t size(std::int32_t value) { return static_cast<std::uint16_t>(value
 
 }  // namespace
 
-Patch::Patch(const Connection& connection, const PixelRect& area, SharedPixels& memory,
-             std::size_t offset, xcb_render_pictformat_t format)
+Patch::Patch(const server::Connection& connection, const PixelRect& area,
+             server::SharedPixels& memory, std::size_t offset, xcb_render_pictformat_t format)
     : connection_(connection),
       area_(area),
       memory_(memory),
@@ -49,7 +49,7 @@ void Patch::inheritBackground(const Patch& other) {
                 size(common.height));
 }
 
-void Patch::rememberBackground(const PixelRect& piece, const SharedPixels& screen,
+void Patch::rememberBackground(const PixelRect& piece, const server::SharedPixels& screen,
                                const PixelRect& screenArea) {
   auto* const c = connection_.get();
   const auto depth = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root_depth;
@@ -83,7 +83,7 @@ void Patch::request(const std::vector<const WindowContents*>& bottomToTop, bool 
 bool Patch::collect() {
   bool complete = true;
   for (const auto request : requests_) {
-    const ReplyPtr<xcb_shm_get_image_reply_t> reply(
+    const server::ReplyPtr<xcb_shm_get_image_reply_t> reply(
         xcb_shm_get_image_reply(connection_.get(), request, nullptr));
     complete = complete && reply != nullptr;
   }
@@ -91,7 +91,8 @@ bool Patch::collect() {
   return complete;
 }
 
-void Patch::copyRows(int top, int bottom, SharedPixels& screen, const PixelRect& screenArea) const {
+void Patch::copyRows(int top, int bottom, server::SharedPixels& screen,
+                     const PixelRect& screenArea) const {
   const auto row = static_cast<std::size_t>(area_.width) * 4;
   const auto stride = static_cast<std::size_t>(screenArea.width) * 4;
   for (int y = std::max(top, area_.y); y < std::min(bottom, area_.bottom()); ++y) {
@@ -101,4 +102,4 @@ void Patch::copyRows(int top, int bottom, SharedPixels& screen, const PixelRect&
   }
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

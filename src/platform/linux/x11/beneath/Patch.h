@@ -6,12 +6,12 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/linux/picture/PixelRect.h"
 #include "platform/linux/x11/beneath/WindowContents.h"
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/SharedPixels.h"
+#include "platform/linux/x11/server/rectangles.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// A part of the root window as it would look without the program's own windows: composed by the
 /// server out of the background and the windows that lie there, and kept in shared memory.
@@ -21,7 +21,7 @@ namespace vesk::x11 {
 class Patch {
  public:
   /// Its pixels stand in the shared memory from `offset` on, rows without a gap.
-  Patch(const Connection& connection, const PixelRect& area, SharedPixels& memory,
+  Patch(const server::Connection& connection, const PixelRect& area, server::SharedPixels& memory,
         std::size_t offset, xcb_render_pictformat_t format);
   ~Patch();
   Patch(const Patch&) = delete;
@@ -42,7 +42,7 @@ class Patch {
 
   /// Paints over the background one piece of the picture of the screen, whose first pixel lies at
   /// `origin` of the root window.
-  void rememberBackground(const PixelRect& piece, const SharedPixels& screen,
+  void rememberBackground(const PixelRect& piece, const server::SharedPixels& screen,
                           const PixelRect& screenArea);
 
   void markStale(const PixelRect& part);
@@ -53,12 +53,13 @@ class Patch {
   bool collect();
 
   /// Copies rows of the root window into the picture of the screen.
-  void copyRows(int top, int bottom, SharedPixels& screen, const PixelRect& screenArea) const;
+  void copyRows(int top, int bottom, server::SharedPixels& screen,
+                const PixelRect& screenArea) const;
 
  private:
-  const Connection& connection_;
+  const server::Connection& connection_;
   PixelRect area_;
-  SharedPixels& memory_;
+  server::SharedPixels& memory_;
   std::size_t offset_;
   xcb_pixmap_t background_;
   xcb_pixmap_t composed_;
@@ -68,4 +69,4 @@ class Patch {
   std::vector<xcb_shm_get_image_cookie_t> requests_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

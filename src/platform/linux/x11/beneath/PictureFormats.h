@@ -6,16 +6,16 @@
 
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// The server's number for the layout of each visual's pixels; none of a server without the
 /// extension. Waits for the server.
 inline std::map<xcb_visualid_t, xcb_render_pictformat_t> pictureFormats(
-    const Connection& connection) {
+    const server::Connection& connection) {
   std::map<xcb_visualid_t, xcb_render_pictformat_t> formats;
   auto* const c = connection.get();
   if (!connection.offers("RENDER")) return formats;
-  const ReplyPtr<xcb_render_query_pict_formats_reply_t> reply(
+  const server::ReplyPtr<xcb_render_query_pict_formats_reply_t> reply(
       xcb_render_query_pict_formats_reply(c, xcb_render_query_pict_formats(c), nullptr));
   if (reply == nullptr) return formats;
   for (auto screen = xcb_render_query_pict_formats_screens_iterator(reply.get()); screen.rem > 0;
@@ -31,4 +31,4 @@ inline std::map<xcb_visualid_t, xcb_render_pictformat_t> pictureFormats(
   return formats;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

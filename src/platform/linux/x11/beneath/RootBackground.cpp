@@ -7,7 +7,7 @@
 
 #include "platform/linux/x11/server/Properties.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 namespace {
 
 xcb_rectangle_t wholeOf(const PixelRect& part) {
@@ -16,7 +16,7 @@ xcb_rectangle_t wholeOf(const PixelRect& part) {
 
 }  // namespace
 
-void RootBackground::watch() { property_ = atom(connection_.get(), "_XROOTPMAP_ID"); }
+void RootBackground::watch() { property_ = server::atom(connection_.get(), "_XROOTPMAP_ID"); }
 
 bool RootBackground::isReplacedBy(const xcb_generic_event_t& event) const {
   return (event.response_type & 0x7f) == XCB_PROPERTY_NOTIFY &&
@@ -37,10 +37,10 @@ void RootBackground::paint(xcb_pixmap_t target, const PixelRect& part, Painter p
 /// Whoever sets a wallpaper leaves its number with the root window.
 xcb_pixmap_t RootBackground::wallpaper() const {
   auto* const c = connection_.get();
-  const auto named = numbers(c, connection_.root(), property_, XCB_ATOM_PIXMAP);
+  const auto named = server::numbers(c, connection_.root(), property_, XCB_ATOM_PIXMAP);
   if (named.empty()) return XCB_NONE;
   const xcb_pixmap_t pixmap = named.front();
-  const ReplyPtr<xcb_get_geometry_reply_t> geometry(
+  const server::ReplyPtr<xcb_get_geometry_reply_t> geometry(
       xcb_get_geometry_reply(c, xcb_get_geometry(c, pixmap), nullptr));
   const auto depth = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root_depth;
   return geometry != nullptr && geometry->depth == depth ? pixmap : xcb_pixmap_t{XCB_NONE};
@@ -87,7 +87,7 @@ void RootBackground::copyFromWindow(xcb_pixmap_t target, const PixelRect& part) 
   xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, window,
                        0, 0, 0, nullptr);
   // Refused when a compositor has come in between: then the window must not be shown.
-  const ReplyPtr<xcb_generic_error_t> refused(xcb_request_check(
+  const server::ReplyPtr<xcb_generic_error_t> refused(xcb_request_check(
       c, xcb_composite_redirect_window_checked(c, window, XCB_COMPOSITE_REDIRECT_MANUAL)));
   if (refused == nullptr) {
     xcb_map_window(c, window);
@@ -101,4 +101,4 @@ void RootBackground::copyFromWindow(xcb_pixmap_t target, const PixelRect& part) 
   xcb_destroy_window(c, window);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

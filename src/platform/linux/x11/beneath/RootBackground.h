@@ -4,10 +4,10 @@
 
 #include <cstdint>
 
-#include "platform/linux/picture/PixelRect.h"
 #include "platform/linux/x11/server/Connection.h"
+#include "platform/linux/x11/server/rectangles.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// What the root window looks like where no window covers it, as far as the server can tell. What
 /// programs have drawn on the root window beneath others, the server itself does not keep.
@@ -15,7 +15,7 @@ namespace vesk::x11 {
 /// Thread: one at a time. Owns: nothing; the connection outlives it. Fails: as a plain colour.
 class RootBackground {
  public:
-  explicit RootBackground(const Connection& connection) : connection_(connection) {}
+  explicit RootBackground(const server::Connection& connection) : connection_(connection) {}
 
   void watch();
 
@@ -39,8 +39,8 @@ class RootBackground {
   void fill(xcb_pixmap_t target, const PixelRect& part, std::uint32_t colour) const;
   void copyFromWindow(xcb_pixmap_t target, const PixelRect& part) const;
 
-  const Connection& connection_;
+  const server::Connection& connection_;
   xcb_atom_t property_ = XCB_NONE;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 
-#include "platform/linux/picture/PixelRect.h"
+#include "platform/linux/x11/server/rectangles.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// A window that is shown directly on the root window.
 struct StackedWindow {
@@ -22,4 +22,4 @@ struct StackedWindow {
   bool operator==(const StackedWindow&) const = default;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

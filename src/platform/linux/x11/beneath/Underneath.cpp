@@ -11,7 +11,7 @@
 #include "platform/linux/x11/beneath/PictureFormats.h"
 #include "platform/linux/x11/server/rectangles.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 namespace {
 
 /// How far the shadow of a framed window reaches that a compositor draws.
@@ -39,7 +39,7 @@ std::vector<PixelRect> rectanglesOf(const xcb_xfixes_fetch_region_reply_t& regio
 
 }  // namespace
 
-Underneath::Underneath(const Connection& connection, const OwnWindows& ownWindows,
+Underneath::Underneath(const server::Connection& connection, const OwnWindows& ownWindows,
                        const PixelRect& area)
     : connection_(connection),
       area_(area),
@@ -47,7 +47,7 @@ Underneath::Underneath(const Connection& connection, const OwnWindows& ownWindow
       background_(connection),
       formats_(pictureFormats(connection)) {
   auto* const c = connection_.get();
-  const ReplyPtr<xcb_composite_query_version_reply_t> version(
+  const server::ReplyPtr<xcb_composite_query_version_reply_t> version(
       xcb_composite_query_version_reply(c, xcb_composite_query_version(c, 0, 4), nullptr));
   stack_.watch();
   background_.watch();
@@ -66,7 +66,7 @@ bool Underneath::handle(const xcb_generic_event_t& event) {
     noteDisturbance(Disturbance::seam);
   }
   if (const auto window = stack_.handle(event)) {
-    noteDisturbance(x11::disturbance(event, *window, stack_.windows()));
+    noteDisturbance(beneath::disturbance(event, *window, stack_.windows()));
   }
   noteMove(event);
   const auto* const damage = xcb_get_extension_data(connection_.get(), &xcb_damage_id);
@@ -180,7 +180,7 @@ std::vector<PixelRect> Underneath::rebuild(const std::vector<PixelRect>& parts,
 }
 
 void Underneath::noteParts() {
-  const auto rects = rectangles(parts_);
+  const auto rects = server::rectangles(parts_);
   xcb_xfixes_set_region(connection_.get(), covered_, static_cast<std::uint32_t>(rects.size()),
                         rects.data());
 }
@@ -190,7 +190,7 @@ void Underneath::makePatches(const std::vector<PixelRect>& parts) {
   const auto format = formats_.find(screen->root_visual);
   std::size_t bytes = 0;
   for (const auto& part : parts) bytes += Patch::bytesOf(part);
-  if (bytes > 0) memory_ = std::make_unique<SharedPixels>(connection_, bytes);
+  if (bytes > 0) memory_ = std::make_unique<server::SharedPixels>(connection_, bytes);
   if (memory_ == nullptr || !*memory_ || format == formats_.end()) return;
   std::size_t offset = 0;
   for (const auto& part : parts) {
@@ -227,7 +227,7 @@ std::uint32_t Underneath::bareColour() const {
   std::uint32_t colour = 0;
   if (bare.empty()) return colour;
   const auto& piece = bare.front();
-  const ReplyPtr<xcb_get_image_reply_t> image(xcb_get_image_reply(
+  const server::ReplyPtr<xcb_get_image_reply_t> image(xcb_get_image_reply(
       connection_.get(),
       xcb_get_image(connection_.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.root(),
                     static_cast<std::int16_t>(piece.x + piece.width / 2),
@@ -322,7 +322,7 @@ std::vector<PixelRect> Underneath::damageOfContents() {
   xcb_xfixes_set_region(c, drawn_, 0, nullptr);
   for (const auto& [id, contents] : contents_) contents->takeDamage(drawn_, scratch_);
   xcb_xfixes_intersect_region(c, drawn_, covered_, drawn_);
-  const ReplyPtr<xcb_xfixes_fetch_region_reply_t> region(
+  const server::ReplyPtr<xcb_xfixes_fetch_region_reply_t> region(
       xcb_xfixes_fetch_region_reply(c, xcb_xfixes_fetch_region(c, drawn_), nullptr));
   return region == nullptr ? std::vector<PixelRect>{} : rectanglesOf(*region);
 }
@@ -337,8 +337,8 @@ bool Underneath::collect() {
   return complete;
 }
 
-void Underneath::copyRows(int top, int bottom, SharedPixels& screen) const {
+void Underneath::copyRows(int top, int bottom, server::SharedPixels& screen) const {
   for (const auto& patch : patches_) patch->copyRows(top, bottom, screen, area_);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

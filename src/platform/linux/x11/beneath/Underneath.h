@@ -13,7 +13,7 @@
 #include "platform/linux/x11/beneath/WindowContents.h"
 #include "platform/linux/x11/beneath/WindowStack.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// What a monitor would show without the program's own windows. The server keeps the contents of
 /// all windows, whether or not they are covered, from the moment that this object is made: an own
@@ -25,7 +25,8 @@ namespace vesk::x11 {
 class Underneath {
  public:
   /// `area` is the monitor's in the root window. The connection's owner hands on every event.
-  Underneath(const Connection& connection, const OwnWindows& ownWindows, const PixelRect& area);
+  Underneath(const server::Connection& connection, const OwnWindows& ownWindows,
+             const PixelRect& area);
   ~Underneath();
   Underneath(const Underneath&) = delete;
   Underneath& operator=(const Underneath&) = delete;
@@ -51,7 +52,7 @@ class Underneath {
 
   /// The picture of the screen as it was last taken, without own windows.
   struct Seen {
-    const SharedPixels& picture;
+    const server::SharedPixels& picture;
     PixelRect unsure;  ///< of the root window, where that may not be so
   };
 
@@ -71,7 +72,7 @@ class Underneath {
   bool collect();
 
   /// Puts rows of the root window into the picture of the screen, where own windows are.
-  void copyRows(int top, int bottom, SharedPixels& screen) const;
+  void copyRows(int top, int bottom, server::SharedPixels& screen) const;
 
  private:
   /// What an own window covered, for as long as a compositor may still show it there.
@@ -99,7 +100,7 @@ class Underneath {
   std::vector<PixelRect> damageOfContents();
   std::vector<PixelRect> damageOfFrames(const std::vector<PixelRect>& drawn);
 
-  const Connection& connection_;
+  const server::Connection& connection_;
   PixelRect area_;
   WindowStack stack_;
   RootBackground background_;
@@ -113,10 +114,10 @@ class Underneath {
   std::vector<PixelRect> own_;  ///< what own windows cover now
   std::vector<Left> left_;
   std::vector<PixelRect> parts_;  ///< both, each pixel once
-  std::unique_ptr<SharedPixels> memory_;
+  std::unique_ptr<server::SharedPixels> memory_;
   std::vector<std::unique_ptr<Patch>> patches_;
   std::map<xcb_window_t, std::unique_ptr<WindowContents>> contents_;
   std::vector<const WindowContents*> bottomToTop_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

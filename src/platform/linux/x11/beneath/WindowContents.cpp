@@ -5,14 +5,14 @@
 
 #include "platform/linux/x11/server/rectangles.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 namespace {
 
 std::int16_t narrow(std::int32_t value) { return static_cast<std::int16_t>(value); }
 
 }  // namespace
 
-WindowContents::WindowContents(const Connection& connection, const StackedWindow& window,
+WindowContents::WindowContents(const server::Connection& connection, const StackedWindow& window,
                                xcb_render_pictformat_t format)
     : connection_(connection), window_(window), format_(format) {
   auto* const c = connection_.get();
@@ -81,7 +81,7 @@ void WindowContents::paintFrame(xcb_render_picture_t target, const PixelRect& pa
   const PixelRect area = intersection(intersection(within, part), window_.shown);
   auto pieces = without({area}, window_.kept);
   for (auto& piece : pieces) piece = moved(piece, -part.x, -part.y);
-  const auto rects = rectangles(pieces);
+  const auto rects = server::rectangles(pieces);
   const auto channel = [&](int shift) {
     return static_cast<std::uint16_t>((*colour >> shift & 0xffU) * 0x101U);
   };
@@ -101,4 +101,4 @@ void WindowContents::takeDamage(xcb_xfixes_region_t all, xcb_xfixes_region_t scr
   xcb_xfixes_union_region(c, all, scratch, all);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

@@ -8,7 +8,7 @@
 #include "platform/linux/x11/beneath/StackedWindow.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// What a window shows, also where others cover it: its redirected contents, the outline that it is
 /// cut to, and what was drawn in it.
@@ -17,7 +17,7 @@ namespace vesk::x11 {
 /// window that shows nothing.
 class WindowContents {
  public:
-  WindowContents(const Connection& connection, const StackedWindow& window,
+  WindowContents(const server::Connection& connection, const StackedWindow& window,
                  xcb_render_pictformat_t format);
   ~WindowContents();
   WindowContents(const WindowContents&) = delete;
@@ -50,7 +50,7 @@ class WindowContents {
   void acquire();
   void release();
 
-  const Connection& connection_;
+  const server::Connection& connection_;
   StackedWindow window_;
   xcb_render_pictformat_t format_;
   FrameColour frameColour_;
@@ -61,4 +61,4 @@ class WindowContents {
   bool damaged_ = false;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

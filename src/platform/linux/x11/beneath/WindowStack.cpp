@@ -13,7 +13,7 @@
 #include "platform/linux/x11/server/Properties.h"
 #include "platform/linux/x11/server/compositorSelection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 namespace {
 
 StackedWindow describe(xcb_window_t id, const xcb_get_geometry_reply_t& geometry,
@@ -30,15 +30,15 @@ StackedWindow describe(xcb_window_t id, const xcb_get_geometry_reply_t& geometry
 
 }  // namespace
 
-WindowStack::WindowStack(const Connection& connection, const OwnWindows& ownWindows)
+WindowStack::WindowStack(const server::Connection& connection, const OwnWindows& ownWindows)
     : connection_(connection), ownWindows_(ownWindows), frames_(connection) {}
 
 void WindowStack::watch() {
   auto* const c = connection_.get();
   const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
   xcb_change_window_attributes(c, connection_.root(), XCB_CW_EVENT_MASK, &mask);
-  compositor_ = watchCompositorSelection(connection_);
-  managerCheck_ = atom(c, "_NET_SUPPORTING_WM_CHECK");
+  compositor_ = server::watchCompositorSelection(connection_);
+  managerCheck_ = server::atom(c, "_NET_SUPPORTING_WM_CHECK");
   const auto* const fixes = xcb_get_extension_data(c, &xcb_xfixes_id);
   const auto* const shape = xcb_get_extension_data(c, &xcb_shape_id);
   if (fixes != nullptr) fixesEvent_ = fixes->first_event;
@@ -105,9 +105,9 @@ void WindowStack::read() {
   const auto ownFrames = framesOf(own, children);
   std::vector<StackedWindow> found;
   for (std::size_t i = 0; i < children.size(); ++i) {
-    const ReplyPtr<xcb_get_geometry_reply_t> geometry(
+    const server::ReplyPtr<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(c, requests[i].first, nullptr));
-    const ReplyPtr<xcb_get_window_attributes_reply_t> attributes(
+    const server::ReplyPtr<xcb_get_window_attributes_reply_t> attributes(
         xcb_get_window_attributes_reply(c, requests[i].second, nullptr));
     if (geometry == nullptr || attributes == nullptr) continue;
     if (attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
@@ -122,7 +122,7 @@ void WindowStack::read() {
     window.framed = wasOwn ? before->framed : window.own && std::ranges::count(own, window.id) == 0;
   }
   windows_ = std::move(found);
-  const ReplyPtr<xcb_get_selection_owner_reply_t> reply(
+  const server::ReplyPtr<xcb_get_selection_owner_reply_t> reply(
       xcb_get_selection_owner_reply(c, owner, nullptr));
   const xcb_window_t compositor = reply == nullptr ? xcb_window_t{XCB_NONE} : reply->owner;
   composited_ = compositor != XCB_NONE;
@@ -131,7 +131,7 @@ void WindowStack::read() {
 }
 
 std::vector<xcb_window_t> WindowStack::childrenOfRoot() const {
-  const ReplyPtr<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(
+  const server::ReplyPtr<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(
       connection_.get(), xcb_query_tree(connection_.get(), connection_.root()), nullptr));
   if (tree == nullptr) return {};
   const std::span all(xcb_query_tree_children(tree.get()),
@@ -148,7 +148,7 @@ std::vector<xcb_window_t> WindowStack::framesOf(const std::vector<xcb_window_t>&
   std::vector<xcb_window_t> frames;
   for (xcb_window_t id : windows) {
     for (int depth = 0; depth < deepest && std::ranges::count(children, id) == 0; ++depth) {
-      const ReplyPtr<xcb_query_tree_reply_t> tree(
+      const server::ReplyPtr<xcb_query_tree_reply_t> tree(
           xcb_query_tree_reply(connection_.get(), xcb_query_tree(connection_.get(), id), nullptr));
       if (tree == nullptr) break;
       id = tree->parent;
@@ -158,4 +158,4 @@ std::vector<xcb_window_t> WindowStack::framesOf(const std::vector<xcb_window_t>&
   return frames;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

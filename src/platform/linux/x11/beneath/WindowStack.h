@@ -14,7 +14,7 @@
 #include "platform/linux/x11/beneath/StackedWindow.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 /// The windows on the root window from bottom to top, read anew only once the server has told of a
 /// change.
@@ -23,7 +23,7 @@ namespace vesk::x11 {
 /// windows, when the server is gone.
 class WindowStack {
  public:
-  WindowStack(const Connection& connection, const OwnWindows& ownWindows);
+  WindowStack(const server::Connection& connection, const OwnWindows& ownWindows);
 
   /// Asks to be told of changes. The connection's owner hands on every event that comes.
   void watch();
@@ -59,7 +59,7 @@ class WindowStack {
   std::vector<xcb_window_t> framesOf(const std::vector<xcb_window_t>& windows,
                                      const std::vector<xcb_window_t>& children) const;
 
-  const Connection& connection_;
+  const server::Connection& connection_;
   const OwnWindows& ownWindows_;
   xcb_atom_t compositor_ = XCB_NONE;
   xcb_atom_t managerCheck_ = XCB_NONE;
@@ -74,4 +74,4 @@ class WindowStack {
   std::set<xcb_window_t> replaced_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

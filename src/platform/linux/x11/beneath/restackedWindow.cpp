@@ -1,6 +1,6 @@
 #include "platform/linux/x11/beneath/restackedWindow.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 
 std::optional<xcb_window_t> restackedWindow(const xcb_generic_event_t& event) {
   switch (event.response_type & 0x7f) {
@@ -17,4 +17,4 @@ std::optional<xcb_window_t> restackedWindow(const xcb_generic_event_t& event) {
   }
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

@@ -4,7 +4,7 @@
 #include "platform/linux/x11/input/XTest.h"
 #include "platform/linux/x11/server/Properties.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 namespace {
 
 enum class Entry : std::uint32_t { key = 1, button, typing, mapped, locks, capsLock };
@@ -66,12 +66,13 @@ Held decode(const std::vector<std::uint32_t>& numbers) {
   return held;
 }
 
-HeldRecord::HeldRecord(const Connection& connection) : connection_(connection) {
-  if (connection_) property_ = atom(connection_.get(), "_VESK_REMOTE_HELD");
+HeldRecord::HeldRecord(const server::Connection& connection) : connection_(connection) {
+  if (connection_) property_ = server::atom(connection_.get(), "_VESK_REMOTE_HELD");
 }
 
 Held HeldRecord::read() const {
-  return decode(numbers(connection_.get(), connection_.root(), property_, XCB_ATOM_CARDINAL));
+  return decode(
+      server::numbers(connection_.get(), connection_.root(), property_, XCB_ATOM_CARDINAL));
 }
 
 void HeldRecord::undoPredecessor(const XKeyboard& keyboard) {
@@ -104,4 +105,4 @@ void HeldRecord::write(const Held& held) {
                       numbers.data());
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

@@ -8,7 +8,7 @@
 #include "platform/linux/x11/input/XKeyboard.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 
 /// What the program has changed on the server and must undo.
 struct Held {
@@ -35,7 +35,7 @@ Held decode(const std::vector<std::uint32_t>& numbers);
 /// Thread: one at a time. Fails: silently, when the server is gone.
 class HeldRecord {
  public:
-  explicit HeldRecord(const Connection& connection);
+  explicit HeldRecord(const server::Connection& connection);
 
   /// Lets go of what the record says, and deletes it.
   void undoPredecessor(const XKeyboard& keyboard);
@@ -46,9 +46,9 @@ class HeldRecord {
  private:
   Held read() const;
 
-  const Connection& connection_;
+  const server::Connection& connection_;
   xcb_atom_t property_ = XCB_ATOM_NONE;
   Held written_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

@@ -8,7 +8,7 @@
 
 #include "platform/linux/x11/server/Xkb.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 namespace {
 
 constexpr auto coreKeyboard = static_cast<xcb_xkb_device_spec_t>(XCB_XKB_ID_USE_CORE_KBD);
@@ -67,7 +67,7 @@ class WireKeys {
 
   std::size_t keys() const { return keys_; }
 
-  xcb_void_cookie_t sendFrom(xcb_keycode_t first, const Connection& connection) const {
+  xcb_void_cookie_t sendFrom(xcb_keycode_t first, const server::Connection& connection) const {
     const auto* setup = xcb_get_setup(connection.get());
     return xcb_xkb_set_map_checked(connection.get(), coreKeyboard, XCB_XKB_MAP_PART_KEY_SYMS, 0,
                                    setup->min_keycode, setup->max_keycode, 0, 0, first,
@@ -90,7 +90,7 @@ class WireKeys {
 
 /// Every request makes every program read the map anew, so neighbours share one. What lies between
 /// others is left out of it: their keyboards may differ there.
-std::vector<xcb_void_cookie_t> send(const Connection& connection, const KeyLevels& levels,
+std::vector<xcb_void_cookie_t> send(const server::Connection& connection, const KeyLevels& levels,
                                     const KeySymbols& symbols) {
   std::vector<xcb_void_cookie_t> sent;
   for (auto next = symbols.begin(); next != symbols.end();) {
@@ -119,10 +119,10 @@ KeyLevels mostLevels(std::span<const KeyType> types) {
   return best;
 }
 
-std::vector<KeyType> keyTypes(const Connection& connection) {
+std::vector<KeyType> keyTypes(const server::Connection& connection) {
   const auto request = xcb_xkb_get_map(connection.get(), coreKeyboard, XCB_XKB_MAP_PART_KEY_TYPES,
                                        0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
-  const ReplyPtr<xcb_xkb_get_map_reply_t> reply(
+  const server::ReplyPtr<xcb_xkb_get_map_reply_t> reply(
       xcb_xkb_get_map_reply(connection.get(), request, nullptr));
   if (reply == nullptr || (reply->present & XCB_XKB_MAP_PART_KEY_TYPES) == 0) return {};
   xcb_xkb_get_map_map_t map{};
@@ -137,23 +137,24 @@ std::vector<KeyType> keyTypes(const Connection& connection) {
   return types;
 }
 
-bool mapKeys(const Connection& connection, const KeyLevels& levels, const KeySymbols& symbols) {
+bool mapKeys(const server::Connection& connection, const KeyLevels& levels,
+             const KeySymbols& symbols) {
   bool taken = true;
   // The answer about the last one is there when those about the others are.
   auto requests = send(connection, levels, symbols);
   std::ranges::reverse(requests);
   for (const auto request : requests) {
-    const ReplyPtr<xcb_generic_error_t> error(xcb_request_check(connection.get(), request));
+    const server::ReplyPtr<xcb_generic_error_t> error(xcb_request_check(connection.get(), request));
     taken = taken && error == nullptr;
   }
   return taken;
 }
 
-void unmapKeys(const Connection& connection, std::span<const xcb_keycode_t> keycodes) {
+void unmapKeys(const server::Connection& connection, std::span<const xcb_keycode_t> keycodes) {
   KeySymbols nothing;
   for (const auto keycode : keycodes) nothing[keycode];
   for (const auto request : send(connection, KeyLevels::single(), nothing))
     xcb_discard_reply(connection.get(), request.sequence);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

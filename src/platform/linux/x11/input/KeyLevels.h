@@ -7,7 +7,7 @@
 
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 
 /// Modifiers as the X server has them: Shift, Lock, Control, Mod1 to Mod5 from the lowest bit up.
 using XModifiers = std::uint8_t;
@@ -41,16 +41,17 @@ struct KeyLevels {
 KeyLevels mostLevels(std::span<const KeyType> types);
 
 /// The types of the person's key map; none when the server is gone.
-std::vector<KeyType> keyTypes(const Connection& connection);
+std::vector<KeyType> keyTypes(const server::Connection& connection);
 
 /// What each keycode is to type, on the levels reached, in their order; nothing at all for none.
 using KeySymbols = std::map<xcb_keycode_t, std::vector<xcb_keysym_t>>;
 
 /// Maps the keycodes, with as few requests as can be. Whether the server has taken all of it; it
 /// takes nothing that one of the person's keyboards cannot have. Waits for the server.
-bool mapKeys(const Connection& connection, const KeyLevels& levels, const KeySymbols& symbols);
+bool mapKeys(const server::Connection& connection, const KeyLevels& levels,
+             const KeySymbols& symbols);
 
 /// Maps nothing to the keycodes again. Waits for nothing.
-void unmapKeys(const Connection& connection, std::span<const xcb_keycode_t> keycodes);
+void unmapKeys(const server::Connection& connection, std::span<const xcb_keycode_t> keycodes);
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 namespace {
 
 // clang-format off
@@ -40,4 +40,4 @@ bool isKeypadDigit(KeyCode key) {
   return key == decimal || (key >= zero && key <= nine);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 
 void SpareKeys::adopt(const XKeyboard& keyboard) {
   levels_ = keyboard.levels();
@@ -89,4 +89,4 @@ void SpareKeys::takeBack() {
   unmapKeys(connection_, lent);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

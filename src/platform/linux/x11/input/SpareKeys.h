@@ -9,7 +9,7 @@
 #include "platform/linux/x11/input/XKeyboard.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 
 /// Keycodes that the person's layout leaves free, lent to characters that it cannot type, several
 /// to each.
@@ -29,7 +29,7 @@ class SpareKeys {
     std::optional<Time> lastUse;  ///< of those that type something else until then
   };
 
-  explicit SpareKeys(const Connection& connection) : connection_(connection) {}
+  explicit SpareKeys(const server::Connection& connection) : connection_(connection) {}
 
   /// Takes over what the keyboard has free now. What another mapped meanwhile is lost.
   void adopt(const XKeyboard& keyboard);
@@ -67,10 +67,10 @@ class SpareKeys {
 
   bool isStillLent(const Key& key, const XKeyboard& keyboard) const;
 
-  const Connection& connection_;
+  const server::Connection& connection_;
   KeyLevels levels_ = KeyLevels::single();
   std::vector<Key> keys_;  ///< the one struck longest ago first
   std::vector<xcb_keycode_t> keycodes_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

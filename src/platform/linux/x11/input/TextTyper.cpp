@@ -5,7 +5,7 @@
 
 #include "platform/linux/x11/input/XTest.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 namespace {
 
 /// Characters that are keys rather than text. Of the other control characters no keyboard has any.
@@ -24,8 +24,8 @@ std::optional<char32_t> typeable(char32_t character) {
 
 }  // namespace
 
-TextTyper::TextTyper(const Connection& connection, const InputGate& gate, XKeyboard& keyboard,
-                     Held& held, HeldRecord& record)
+TextTyper::TextTyper(const server::Connection& connection, const InputGate& gate,
+                     XKeyboard& keyboard, Held& held, HeldRecord& record)
     : connection_(connection),
       gate_(gate),
       keyboard_(keyboard),
@@ -159,4 +159,4 @@ void TextTyper::takeBack() {
   xcb_flush(connection_.get());
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

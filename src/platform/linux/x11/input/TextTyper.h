@@ -12,7 +12,7 @@
 #include "platform/linux/x11/input/XKeyboard.h"
 #include "platform/linux/x11/server/Reader.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 
 /// Types characters whatever the person's layout is: by the layout's own keys where it has the
 /// character, and by keycodes that it leaves free otherwise.
@@ -24,8 +24,8 @@ namespace vesk::x11 {
 class TextTyper {
  public:
   /// All outlive this object. `held` is what the record was last told.
-  TextTyper(const Connection& connection, const InputGate& gate, XKeyboard& keyboard, Held& held,
-            HeldRecord& record);
+  TextTyper(const server::Connection& connection, const InputGate& gate, XKeyboard& keyboard,
+            Held& held, HeldRecord& record);
 
   /// Types a run of UTF-16. The caller has let go of the modifiers that it holds.
   void type(std::u16string_view run);
@@ -64,17 +64,17 @@ class TextTyper {
   bool strike(std::span<const Planned> part, Locks locks);
   std::optional<Stroke> strokeOf(const Planned& planned, Locks locks) const;
 
-  const Connection& connection_;
+  const server::Connection& connection_;
   const InputGate& gate_;
   XKeyboard& keyboard_;
   Held& held_;
   HeldRecord& record_;
   SpareKeys spares_;
-  Reader reader_;
+  server::Reader reader_;
   Utf16Joiner joiner_;
   std::uint64_t generation_ = 0;
   Time lastStroke_;
   Time read_;  ///< what was struck before was read
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 
 std::u32string Utf16Joiner::join(std::u16string_view run) {
   std::u32string characters;
@@ -19,4 +19,4 @@ std::u32string Utf16Joiner::join(std::u16string_view run) {
   return characters;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

@@ -10,7 +10,7 @@
 #include "platform/linux/x11/input/KeyPositions.h"
 #include "platform/linux/x11/input/XTest.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 namespace {
 
 /// Long enough for what is typed next to find its characters still lent, short enough for the
@@ -137,7 +137,7 @@ void XEventPoster::post(const KeyboardEvent& event) {
 std::optional<Point> XEventPoster::pointerLocation() {
   const std::lock_guard lock(mutex_);
   if (!connection_) return std::nullopt;
-  const ReplyPtr<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(
+  const server::ReplyPtr<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(
       connection_.get(), xcb_query_pointer(connection_.get(), connection_.root()), nullptr));
   if (pointer == nullptr) return std::nullopt;
   return Point{static_cast<double>(pointer->root_x), static_cast<double>(pointer->root_y)};
@@ -166,7 +166,7 @@ void XEventPoster::releaseButton(MouseButton button) {
 
 /// A left-handed person's mouse has its buttons swapped by the server; the viewer's has not.
 std::uint8_t XEventPoster::physicalButton(std::uint8_t button) const {
-  const ReplyPtr<xcb_get_pointer_mapping_reply_t> mapping(xcb_get_pointer_mapping_reply(
+  const server::ReplyPtr<xcb_get_pointer_mapping_reply_t> mapping(xcb_get_pointer_mapping_reply(
       connection_.get(), xcb_get_pointer_mapping(connection_.get()), nullptr));
   if (mapping == nullptr) return button;
   const std::span buttons(
@@ -178,7 +178,7 @@ std::uint8_t XEventPoster::physicalButton(std::uint8_t button) const {
 }
 
 bool XEventPoster::othersHoldButton(std::uint8_t button) const {
-  const ReplyPtr<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(
+  const server::ReplyPtr<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(
       connection_.get(), xcb_query_pointer(connection_.get(), connection_.root()), nullptr));
   return pointer != nullptr && (pointer->mask & (XCB_BUTTON_MASK_1 << (button - 1))) != 0;
 }
@@ -313,10 +313,10 @@ void XEventPoster::release(xcb_keycode_t keycode) {
 
 bool XEventPoster::othersHold(xcb_keycode_t keycode) const {
   constexpr unsigned bitsPerByte = 8;
-  const ReplyPtr<xcb_query_keymap_reply_t> keys(
+  const server::ReplyPtr<xcb_query_keymap_reply_t> keys(
       xcb_query_keymap_reply(connection_.get(), xcb_query_keymap(connection_.get()), nullptr));
   return keys != nullptr &&
          (keys->keys[keycode / bitsPerByte] >> (keycode % bitsPerByte) & 1U) != 0;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

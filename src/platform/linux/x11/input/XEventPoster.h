@@ -13,7 +13,7 @@
 #include "platform/linux/x11/input/XKeyboard.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 
 /// Posts events by the XTest extension.
 ///
@@ -75,7 +75,7 @@ class XEventPoster final : public EventPoster {
   InputGate& gate_;
   /// Against the timer that takes lent keycodes back, and whoever closes the gate.
   std::mutex mutex_;
-  Connection connection_;
+  server::Connection connection_;
   XKeyboard keyboard_{connection_};
   Held held_;
   HeldRecord record_{connection_};
@@ -83,7 +83,7 @@ class XEventPoster final : public EventPoster {
   std::map<KeyCode, xcb_keycode_t> keys_;
   std::map<MouseButton, std::uint8_t> buttons_;
   std::array<ModifierKeys, modifiers.size()> modifierKeys_;
-  IdleTimer afterText_;
+  loop::IdleTimer afterText_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

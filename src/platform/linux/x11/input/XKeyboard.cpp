@@ -10,7 +10,7 @@
 #include "platform/linux/x11/input/KeyPositions.h"
 #include "platform/linux/x11/server/Xkb.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 namespace {
 
 constexpr auto coreKeyboard = static_cast<xcb_xkb_device_spec_t>(XCB_XKB_ID_USE_CORE_KBD);
@@ -73,7 +73,7 @@ void selectKeyMapEvents(xcb_connection_t* connection) {
 
 }  // namespace
 
-XKeyboard::XKeyboard(const Connection& connection)
+XKeyboard::XKeyboard(const server::Connection& connection)
     : connection_(connection), context_(xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES)) {
   if (!connection_ || context_ == nullptr) return;
   if (xkb_x11_setup_xkb_extension(
@@ -88,7 +88,7 @@ XKeyboard::XKeyboard(const Connection& connection)
 
 void XKeyboard::refresh(std::span<const xcb_keycode_t> mine) {
   if (context_ == nullptr) return;
-  while (const ReplyPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())})
+  while (const server::ReplyPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())})
     note(*event, mine);
   if (stale_) read();
 }
@@ -223,7 +223,7 @@ xkb_keysym_t XKeyboard::symbol(xcb_keycode_t keycode, std::uint8_t level) const 
 
 Locks XKeyboard::locks() const {
   if (context_ == nullptr) return {};
-  const ReplyPtr<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
+  const server::ReplyPtr<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
       connection_.get(), xcb_xkb_get_state(connection_.get(), coreKeyboard), nullptr));
   if (state == nullptr) return {};
   return {state->lockedMods, state->lockedGroup};
@@ -242,4 +242,4 @@ void XKeyboard::setLockedModifiers(XModifiers affected, XModifiers values) const
   xcb_xkb_latch_lock_state(connection_.get(), coreKeyboard, affected, values, 0, 0, 0, 0, 0);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

@@ -13,7 +13,7 @@
 #include "platform/linux/x11/input/KeyLevels.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 
 /// What is locked: modifiers, and the group, that is which of the person's layouts.
 struct Locks {
@@ -37,7 +37,7 @@ class XKeyboard {
   static constexpr XModifiers capsLock = 0x02;
 
   /// The connection outlives this object and has no other reader of its events.
-  explicit XKeyboard(const Connection& connection);
+  explicit XKeyboard(const server::Connection& connection);
 
   /// Takes in what the server has told about the key map. `mine` are keycodes that the caller maps
   /// itself: a change of these alone is none of the person's.
@@ -84,7 +84,7 @@ class XKeyboard {
   void indexKey(xkb_keycode_t keycode);
   void indexLevel(xkb_keycode_t keycode, xkb_layout_index_t group, xkb_level_index_t level);
 
-  const Connection& connection_;
+  const server::Connection& connection_;
   std::unique_ptr<xkb_context, Release> context_;
   std::unique_ptr<xkb_keymap, Release> keymap_;
   std::multimap<char32_t, Stroke> strokes_;
@@ -94,4 +94,4 @@ class XKeyboard {
   std::uint64_t generation_ = 0;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

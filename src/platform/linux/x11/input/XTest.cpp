@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 namespace {
 
 /// A point that lies on a pixel's edge but for the last bits of its fraction belongs to that pixel.
@@ -17,7 +17,7 @@ std::int16_t pixelOf(double coordinate) {
 }
 
 /// A request of an extension that the server lacks would end the connection.
-void fakeInput(const Connection& connection, std::uint8_t type, std::uint8_t detail,
+void fakeInput(const server::Connection& connection, std::uint8_t type, std::uint8_t detail,
                xcb_window_t root = XCB_NONE, std::int16_t x = 0, std::int16_t y = 0) {
   const auto* const xtest = xcb_get_extension_data(connection.get(), &xcb_test_id);
   if (xtest == nullptr || xtest->present == 0) return;
@@ -26,20 +26,20 @@ void fakeInput(const Connection& connection, std::uint8_t type, std::uint8_t det
 
 }  // namespace
 
-void fakeKey(const Connection& connection, xcb_keycode_t keycode, Stroked stroked) {
+void fakeKey(const server::Connection& connection, xcb_keycode_t keycode, Stroked stroked) {
   const auto type = stroked == Stroked::down ? XCB_KEY_PRESS : XCB_KEY_RELEASE;
   fakeInput(connection, static_cast<std::uint8_t>(type), keycode);
 }
 
-void fakeButton(const Connection& connection, std::uint8_t button, Stroked stroked) {
+void fakeButton(const server::Connection& connection, std::uint8_t button, Stroked stroked) {
   const auto type = stroked == Stroked::down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE;
   fakeInput(connection, static_cast<std::uint8_t>(type), button);
 }
 
-void fakeMotion(const Connection& connection, Point point) {
+void fakeMotion(const server::Connection& connection, Point point) {
   constexpr std::uint8_t absolute = 0;
   fakeInput(connection, XCB_MOTION_NOTIFY, absolute, connection.root(), pixelOf(point.x),
             pixelOf(point.y));
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

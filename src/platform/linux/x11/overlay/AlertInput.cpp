@@ -11,7 +11,7 @@
 #include "platform/linux/x11/server/Properties.h"
 #include "platform/linux/x11/server/Xkb.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 namespace {
 
 template <typename Event>
@@ -54,7 +54,7 @@ AlertInput::AlertInput(QWidget& alert)
       connection_(qtConnection()),
       window_(static_cast<xcb_window_t>(alert.winId())) {
   if (connection_ == nullptr) return;
-  timeProperty_ = atom(connection_, "_VESK_REMOTE_TIME");
+  timeProperty_ = server::atom(connection_, "_VESK_REMOTE_TIME");
   askForTrueReleases();
   QCoreApplication::instance()->installNativeEventFilter(this);
   alert_.windowHandle()->installEventFilter(this);
@@ -155,7 +155,7 @@ void AlertInput::askForTheTime() {
 /// All of them when the server is gone.
 DeliberateAct::Keys AlertInput::heldKeys() const {
   DeliberateAct::Keys held;
-  const ReplyPtr<xcb_query_keymap_reply_t> map(
+  const server::ReplyPtr<xcb_query_keymap_reply_t> map(
       xcb_query_keymap_reply(connection_, xcb_query_keymap(connection_), nullptr));
   for (std::size_t key = 0; key < held.size(); ++key) {
     held[key] = map == nullptr || (map->keys[key / 8] >> key % 8 & 1U) != 0;
@@ -194,4 +194,4 @@ void AlertInput::letGo() {
   for (auto* const button : alert_.findChildren<QAbstractButton*>()) button->setDown(false);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

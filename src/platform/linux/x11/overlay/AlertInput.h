@@ -11,7 +11,7 @@
 class QMouseEvent;
 class QWidget;
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 
 /// Lets only those keys and clicks through to an alert that are deliberate acts of the person.
 ///
@@ -60,4 +60,4 @@ class AlertInput final : public QObject, public QAbstractNativeEventFilter {
   std::optional<Area> onScreen_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

@@ -5,7 +5,7 @@
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/Properties.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 namespace {
 
 xcb_window_t rootOf(xcb_connection_t* connection) {
@@ -13,7 +13,7 @@ xcb_window_t rootOf(xcb_connection_t* connection) {
 }
 
 bool hasWindowManager(xcb_connection_t* connection) {
-  return !numbers(connection, rootOf(connection), "_NET_SUPPORTING_WM_CHECK").empty();
+  return !server::numbers(connection, rootOf(connection), "_NET_SUPPORTING_WM_CHECK").empty();
 }
 
 constexpr std::uint32_t allWorkspaces = 0xffffffff;
@@ -28,7 +28,7 @@ void askManager(xcb_connection_t* connection, xcb_window_t window, std::string_v
   message.response_type = XCB_CLIENT_MESSAGE;
   message.format = 32;
   message.window = window;
-  message.type = atom(connection, wish);
+  message.type = server::atom(connection, wish);
   message.data.data32[0] = first;
   message.data.data32[1] = second;
   xcb_send_event(connection, 0, rootOf(connection),
@@ -47,10 +47,10 @@ void keepOnEveryWorkspace(xcb_window_t window) {
   auto* const connection = qtConnection();
   if (connection == nullptr) return;
   // Qt adds the states that it knows to those that it finds.
-  setAtoms(connection, window, "_NET_WM_STATE",
-           {"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY", "_NET_WM_STATE_SKIP_TASKBAR",
-            "_NET_WM_STATE_SKIP_PAGER"});
-  setCardinal(connection, window, "_NET_WM_DESKTOP", allWorkspaces);
+  server::setAtoms(connection, window, "_NET_WM_STATE",
+                   {"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY", "_NET_WM_STATE_SKIP_TASKBAR",
+                    "_NET_WM_STATE_SKIP_PAGER"});
+  server::setCardinal(connection, window, "_NET_WM_DESKTOP", allWorkspaces);
 }
 
 void mapAgain(xcb_window_t window) {
@@ -75,4 +75,4 @@ void bringToTheFront(xcb_window_t window) {
   xcb_flush(connection);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

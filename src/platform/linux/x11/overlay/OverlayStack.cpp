@@ -12,20 +12,20 @@
 #include "platform/linux/x11/overlay/XOverlay.h"
 #include "platform/linux/x11/server/compositorSelection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 namespace {
 
 /// Two programs that both want to be on top, a screen locker for one, must not chase each other.
 constexpr int millisecondsBetweenRaises = 250;
 
 /// Whether the server itself made the window: the one that a compositor shows its picture in.
-bool isServersOwn(const Connection& connection, xcb_window_t window) {
+bool isServersOwn(const server::Connection& connection, xcb_window_t window) {
   return connection.makerOf(window) == 0;
 }
 
 }  // namespace
 
-OverlayStack::OverlayStack(const Connection& connection)
+OverlayStack::OverlayStack(const server::Connection& connection)
     : connection_(connection),
       notifier_(xcb_get_file_descriptor(connection_.get()), QSocketNotifier::Read) {
   laterRaise_.setSingleShot(true);
@@ -38,7 +38,7 @@ OverlayStack::OverlayStack(const Connection& connection)
 
 OverlayStack::~OverlayStack() {
   if (!connection_) return;
-  if (selectionNotify_ >= 0) ignoreCompositorSelection(connection_);
+  if (selectionNotify_ >= 0) server::ignoreCompositorSelection(connection_);
   watchWindows(XCB_EVENT_MASK_NO_EVENT);
   // What came until now is nobody's any more.
   connection_.dropEvents();
@@ -64,7 +64,7 @@ void OverlayStack::orderFront(XOverlay& overlay) {
 void OverlayStack::settle() {
   auto* const c = connection_.get();
   // Any question will do: the server answers in the order of what it is asked.
-  const ReplyPtr<xcb_get_input_focus_reply_t> reply(
+  const server::ReplyPtr<xcb_get_input_focus_reply_t> reply(
       xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
   // The reply may have brought events along, of which the notifier knows nothing.
   readEvents();
@@ -77,16 +77,16 @@ void OverlayStack::watchCompositor() {
   const auto* const extension = xcb_get_extension_data(c, &xcb_xfixes_id);
   if (extension == nullptr || extension->present == 0) return;
   // Without having asked for the version, nothing else of the extension is answered.
-  const ReplyPtr<xcb_xfixes_query_version_reply_t> version(
+  const server::ReplyPtr<xcb_xfixes_query_version_reply_t> version(
       xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
   selectionNotify_ = extension->first_event + XCB_XFIXES_SELECTION_NOTIFY;
 
   // Asked after the wish to be told, so that none slips through in between.
-  const xcb_atom_t selection = watchCompositorSelection(connection_);
-  const ReplyPtr<xcb_get_selection_owner_reply_t> owner(
+  const xcb_atom_t selection = server::watchCompositorSelection(connection_);
+  const server::ReplyPtr<xcb_get_selection_owner_reply_t> owner(
       xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr));
   const xcb_window_t compositor = owner == nullptr ? xcb_window_t{XCB_NONE} : owner->owner;
-  manager_ = compositingManager(connection_, compositor);
+  manager_ = beneath::compositingManager(connection_, compositor);
   composited_ = compositor != XCB_NONE;
   // The compositor's own window cannot be asked about without bringing it up.
   compositorAside_ = asideIsGuess_ = composited_ && isCompositorLikelyAside(connection_);
@@ -98,7 +98,7 @@ void OverlayStack::watchWindows(std::uint32_t events) const {
 }
 
 void OverlayStack::readEvents() {
-  while (const ReplyPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())}) {
+  while (const server::ReplyPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())}) {
     handle(*event);
   }
   // A socket whose other end is gone stays readable for ever.
@@ -114,13 +114,13 @@ void OverlayStack::handle(const xcb_generic_event_t& event) {
 
 /// Whether another program has put a window, or may have put it, above ours.
 bool OverlayStack::mayHide(const xcb_generic_event_t& event) const {
-  const auto window = restackedWindow(event);
+  const auto window = beneath::restackedWindow(event);
   if (!window || isOwn(*window)) return false;
   if (!manager_.stacksByItself) return true;
   if ((event.response_type & 0x7f) != XCB_MAP_NOTIFY) return false;
   // What it manages is below.
   if (reinterpret_cast<const xcb_map_notify_event_t&>(event).override_redirect == 0) return false;
-  const ReplyPtr<xcb_get_geometry_reply_t> place(xcb_get_geometry_reply(
+  const server::ReplyPtr<xcb_get_geometry_reply_t> place(xcb_get_geometry_reply(
       connection_.get(), xcb_get_geometry(connection_.get(), *window), nullptr));
   if (place == nullptr) return false;
   const PixelRect frame{place->x, place->y, place->width, place->height};
@@ -132,7 +132,7 @@ void OverlayStack::followCompositor(const xcb_generic_event_t& event) {
   const int type = event.response_type & 0x7f;
   if (type == selectionNotify_) {
     const auto& notify = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
-    manager_ = compositingManager(connection_, notify.owner);
+    manager_ = beneath::compositingManager(connection_, notify.owner);
     setCompositor(notify.owner != XCB_NONE, /*aside=*/false);
   } else if (type == XCB_UNMAP_NOTIFY) {
     const auto& notify = reinterpret_cast<const xcb_unmap_notify_event_t&>(event);
@@ -204,4 +204,4 @@ void OverlayStack::mapAnew() {
   std::for_each(overlays_.rbegin(), overlays_.rend(), [](XOverlay* each) { each->mapAnew(); });
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

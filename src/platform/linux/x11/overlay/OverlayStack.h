@@ -10,7 +10,7 @@
 #include "platform/linux/x11/beneath/CompositingManager.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 
 class XOverlay;
 
@@ -29,12 +29,12 @@ enum class Composition {
 class OverlayStack {
  public:
   /// The connection outlives the stack and has no other reader of its events.
-  explicit OverlayStack(const Connection& connection);
+  explicit OverlayStack(const server::Connection& connection);
   ~OverlayStack();
   OverlayStack(const OverlayStack&) = delete;
   OverlayStack& operator=(const OverlayStack&) = delete;
 
-  const Connection& connection() const { return connection_; }
+  const server::Connection& connection() const { return connection_; }
 
   /// At this moment.
   Composition composition() const;
@@ -66,10 +66,10 @@ class OverlayStack {
   void mapAnew();
   void stack(xcb_window_t window, std::optional<xcb_window_t> above) const;
 
-  const Connection& connection_;
+  const server::Connection& connection_;
   QSocketNotifier notifier_;
   std::vector<XOverlay*> overlays_;  ///< top to bottom
-  CompositingManager manager_;
+  beneath::CompositingManager manager_;
   bool composited_ = false;       ///< a compositor runs
   bool compositorAside_ = false;  ///< its picture is off the screen
   bool asideIsGuess_ = false;     ///< nobody has told so far
@@ -79,4 +79,4 @@ class OverlayStack {
   QTimer laterRaise_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

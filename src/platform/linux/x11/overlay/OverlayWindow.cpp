@@ -8,10 +8,10 @@
 #include "platform/linux/x11/server/Properties.h"
 #include "platform/linux/x11/server/rectangles.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 namespace {
 
-const xcb_screen_t& screenOf(const Connection& connection) {
+const xcb_screen_t& screenOf(const server::Connection& connection) {
   return *xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data;
 }
 
@@ -39,7 +39,7 @@ std::uint32_t eightBits(double part, unsigned shift) {
 
 }  // namespace
 
-OverlayWindow::OverlayWindow(const Connection& connection, OwnWindows& ownWindows,
+OverlayWindow::OverlayWindow(const server::Connection& connection, beneath::OwnWindows& ownWindows,
                              const PixelRect& frame, Kind kind, std::string_view type)
     : connection_(connection), ownWindows_(ownWindows) {
   create(frame, kind);
@@ -48,9 +48,9 @@ OverlayWindow::OverlayWindow(const Connection& connection, OwnWindows& ownWindow
   xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, window_,
                        0, 0, 0, nullptr);
   // Compositors ask for the type of a window before they give it a shadow, fade it in, or stack it.
-  setAtoms(c, window_, "_NET_WM_WINDOW_TYPE", {type});
-  setCardinal(c, window_, "_COMPTON_SHADOW", 0);
-  if (kind == Kind::plain) setCardinal(c, window_, "_NET_WM_BYPASS_COMPOSITOR", 1);
+  server::setAtoms(c, window_, "_NET_WM_WINDOW_TYPE", {type});
+  server::setCardinal(c, window_, "_COMPTON_SHADOW", 0);
+  if (kind == Kind::plain) server::setCardinal(c, window_, "_NET_WM_BYPASS_COMPOSITOR", 1);
   constexpr std::string_view title = "Vesk Remote";
   xcb_change_property(c, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
                       title.size(), title.data());
@@ -106,7 +106,7 @@ std::uint32_t OverlayWindow::pixelOf(const Colour& colour) const {
   const auto request =
       xcb_alloc_color(connection_.get(), screen.default_colormap, sixteenBits(colour.red),
                       sixteenBits(colour.green), sixteenBits(colour.blue));
-  const ReplyPtr<xcb_alloc_color_reply_t> reply(
+  const server::ReplyPtr<xcb_alloc_color_reply_t> reply(
       xcb_alloc_color_reply(connection_.get(), request, nullptr));
   return reply == nullptr ? screen.black_pixel : reply->pixel;
 }
@@ -137,7 +137,7 @@ void OverlayWindow::cutTo(const std::vector<PixelRect>& parts) {
     xcb_shape_mask(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, window_, 0, 0, XCB_NONE);
     return;
   }
-  const auto list = rectangles(parts);
+  const auto list = server::rectangles(parts);
   xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED,
                        window_, 0, 0, static_cast<std::uint32_t>(list.size()), list.data());
 }
@@ -146,4 +146,4 @@ void OverlayWindow::map() { xcb_map_window(connection_.get(), window_); }
 
 void OverlayWindow::unmap() { xcb_unmap_window(connection_.get(), window_); }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

@@ -11,7 +11,7 @@
 #include "platform/linux/x11/overlay/OverlayShapes.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 
 /// One window above all others that no window manager touches and no input reaches. The server
 /// itself repaints what it shows.
@@ -26,8 +26,8 @@ class OverlayWindow {
   };
 
   /// `type` is the name of an atom: what the window tells compositors that it is.
-  OverlayWindow(const Connection& connection, OwnWindows& ownWindows, const PixelRect& frame,
-                Kind kind, std::string_view type);
+  OverlayWindow(const server::Connection& connection, beneath::OwnWindows& ownWindows,
+                const PixelRect& frame, Kind kind, std::string_view type);
   ~OverlayWindow();
   OverlayWindow(const OverlayWindow&) = delete;
   OverlayWindow& operator=(const OverlayWindow&) = delete;
@@ -55,11 +55,11 @@ class OverlayWindow {
   void create(const PixelRect& frame, Kind kind);
   std::uint32_t pixelOf(const Colour& colour) const;
 
-  const Connection& connection_;
-  OwnWindows& ownWindows_;
+  const server::Connection& connection_;
+  beneath::OwnWindows& ownWindows_;
   xcb_window_t window_ = XCB_NONE;
   xcb_colormap_t colormap_ = XCB_NONE;
   std::uint8_t depth_ = 0;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

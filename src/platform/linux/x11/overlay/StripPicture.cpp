@@ -8,7 +8,7 @@
 
 #include "platform/linux/x11/overlay/boundedText.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 namespace {
 
 QPainterPath tab(const QRectF& area, double radius) {
@@ -52,4 +52,4 @@ QImage StripPicture::paint() const {
   return image;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

@@ -6,7 +6,7 @@
 #include "platform/Overlays.h"
 #include "platform/linux/x11/overlay/OverlayShapes.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 
 /// What a background with a label looks like. Thread: main, with an application object.
 struct StripPicture {
@@ -21,4 +21,4 @@ struct StripPicture {
   QImage paint() const;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

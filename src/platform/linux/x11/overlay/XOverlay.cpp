@@ -6,9 +6,9 @@
 
 #include "platform/linux/x11/overlay/StripPicture.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 
-XOverlay::XOverlay(std::shared_ptr<OverlayStack> stack, OwnWindows& ownWindows,
+XOverlay::XOverlay(std::shared_ptr<OverlayStack> stack, beneath::OwnWindows& ownWindows,
                    const OverlayAppearance& appearance, double scale)
     : stack_(std::move(stack)),
       appearance_(appearance),
@@ -131,4 +131,4 @@ void XOverlay::paintBackground() {
   background_->cutTo(cut ? tabRows(frame_.width, frame_.height, radius) : std::vector<PixelRect>{});
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

@@ -9,7 +9,7 @@
 #include "platform/linux/x11/overlay/OverlayStack.h"
 #include "platform/linux/x11/overlay/OverlayWindow.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 
 /// One overlay: a window for its background and label, and one for each edge of its border. One
 /// window as large as the screen would pass for a full-screen program.
@@ -18,7 +18,7 @@ namespace vesk::x11 {
 class XOverlay final : public Overlay {
  public:
   /// `scale` is the pixels of a point; `ownWindows` outlives the overlay.
-  XOverlay(std::shared_ptr<OverlayStack> stack, OwnWindows& ownWindows,
+  XOverlay(std::shared_ptr<OverlayStack> stack, beneath::OwnWindows& ownWindows,
            const OverlayAppearance& appearance, double scale);
   ~XOverlay() override;
 
@@ -49,7 +49,7 @@ class XOverlay final : public Overlay {
   std::shared_ptr<OverlayStack> stack_;
   OverlayAppearance appearance_;
   double scale_;
-  OwnWindows& ownWindows_;
+  beneath::OwnWindows& ownWindows_;
   PixelRect frame_;
   std::string text_;
   bool inFront_ = false;
@@ -59,4 +59,4 @@ class XOverlay final : public Overlay {
   std::vector<std::unique_ptr<OverlayWindow>> edges_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

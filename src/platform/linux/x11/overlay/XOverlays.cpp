@@ -7,7 +7,7 @@
 #include "platform/linux/x11/overlay/XOverlay.h"
 #include "platform/linux/x11/server/Randr.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 namespace {
 
 double pixelsOfAPoint() {
@@ -20,7 +20,7 @@ Rect inPoints(double x, double y, double width, double height) {
   return {{x / scale, y / scale}, width / scale, height / scale};
 }
 
-Screen screenOf(const Monitor& monitor) {
+Screen screenOf(const server::Monitor& monitor) {
   return {monitor.output, inPoints(monitor.x, monitor.y, monitor.width, monitor.height)};
 }
 
@@ -28,14 +28,14 @@ Screen screenOf(const Monitor& monitor) {
 
 std::vector<Screen> XOverlays::screens() {
   std::vector<Screen> found;
-  std::ranges::transform(monitors(connection_), std::back_inserter(found), screenOf);
+  std::ranges::transform(server::monitors(connection_), std::back_inserter(found), screenOf);
   return found;
 }
 
 std::optional<Screen> XOverlays::mainScreen() {
   if (!connection_) return std::nullopt;
-  const auto all = monitors(connection_);
-  const auto primary = std::ranges::find(all, true, &Monitor::primary);
+  const auto all = server::monitors(connection_);
+  const auto primary = std::ranges::find(all, true, &server::Monitor::primary);
   if (primary != all.end()) return screenOf(*primary);
   if (!all.empty()) return screenOf(all.front());
   // A server that tells of no monitors still has a screen.
@@ -52,4 +52,4 @@ std::unique_ptr<Overlay> XOverlays::makeOverlay(const OverlayAppearance& appeara
   return std::make_unique<XOverlay>(std::move(stack), ownWindows_, appearance, pixelsOfAPoint());
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <utility>
 
-namespace vesk::x11 {
+namespace vesk::x11::screen {
 namespace {
 
 std::uint32_t blended(std::uint32_t over, std::uint32_t under) {
@@ -22,7 +22,7 @@ std::uint32_t blended(std::uint32_t over, std::uint32_t under) {
 
 }  // namespace
 
-PaintedPointer::PaintedPointer(const Connection& connection, const Monitor& monitor)
+PaintedPointer::PaintedPointer(const server::Connection& connection, const server::Monitor& monitor)
     : connection_(connection),
       monitor_(monitor),
       event_(xcb_get_extension_data(connection.get(), &xcb_xfixes_id)->first_event) {
@@ -39,7 +39,7 @@ bool PaintedPointer::hasChanged() { return stale_ || locate(); }
 /// Whether it has moved.
 bool PaintedPointer::locate() {
   auto* const c = connection_.get();
-  const ReplyPtr<xcb_query_pointer_reply_t> pointer(
+  const server::ReplyPtr<xcb_query_pointer_reply_t> pointer(
       xcb_query_pointer_reply(c, xcb_query_pointer(c, connection_.root()), nullptr));
   if (pointer == nullptr) return false;
   const auto before = frame_;
@@ -50,7 +50,7 @@ bool PaintedPointer::locate() {
 
 void PaintedPointer::load() {
   auto* const c = connection_.get();
-  const ReplyPtr<xcb_xfixes_get_cursor_image_reply_t> image(
+  const server::ReplyPtr<xcb_xfixes_get_cursor_image_reply_t> image(
       xcb_xfixes_get_cursor_image_reply(c, xcb_xfixes_get_cursor_image(c), nullptr));
   if (image == nullptr) return;
   stale_ = false;
@@ -105,4 +105,4 @@ std::optional<PixelRect> PaintedPointer::takeOff(std::uint8_t* pixels) {
   return std::exchange(painted_, std::nullopt);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::screen

@@ -5,11 +5,11 @@
 #include <optional>
 #include <vector>
 
-#include "platform/linux/picture/PixelRect.h"
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/Randr.h"
+#include "platform/linux/x11/server/rectangles.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::screen {
 
 /// The pointer in the picture of a monitor, and the pixels that it covers there.
 ///
@@ -17,7 +17,7 @@ namespace vesk::x11 {
 /// hands on every event. Fails: as a pointer that stays as it is.
 class PaintedPointer {
  public:
-  PaintedPointer(const Connection& connection, const Monitor& monitor);
+  PaintedPointer(const server::Connection& connection, const server::Monitor& monitor);
 
   void handle(const xcb_generic_event_t& event);
 
@@ -40,8 +40,8 @@ class PaintedPointer {
   bool locate();
   void load();
 
-  const Connection& connection_;
-  Monitor monitor_;
+  const server::Connection& connection_;
+  server::Monitor monitor_;
   std::uint8_t event_ = 0;
   bool stale_ = true;
   PixelRect frame_;  ///< of its image, in the monitor
@@ -52,4 +52,4 @@ class PaintedPointer {
   std::vector<std::uint32_t> beneath_;  ///< the pixels that it covers
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::screen

@@ -9,7 +9,7 @@
 #include <span>
 #include <utility>
 
-namespace vesk::x11 {
+namespace vesk::x11::screen {
 namespace {
 
 /// Above so many rectangles their bounding box is cheaper to fetch than they are to sort out.
@@ -51,10 +51,11 @@ std::vector<Rows> rowsOf(const std::vector<PixelRect>& rects) {
 
 }  // namespace
 
-ScreenGrabber::ScreenGrabber(const Monitor& monitor, bool showsCursor, const OwnWindows* leftOut)
+ScreenGrabber::ScreenGrabber(const server::Monitor& monitor, bool showsCursor,
+                             const beneath::OwnWindows* leftOut)
     : monitor_(monitor), leftOut_(leftOut), unsure_(area()) {
   if (!connection_ || !supportsExtensions()) return;
-  pixels_ = std::make_unique<SharedPixels>(
+  pixels_ = std::make_unique<server::SharedPixels>(
       connection_, static_cast<std::size_t>(stride()) * static_cast<std::size_t>(monitor_.height));
   if (!*this) return;
   if (showsCursor) pointer_.emplace(connection_, monitor_);
@@ -72,9 +73,9 @@ bool ScreenGrabber::supportsExtensions() {
   for (const auto* each : {damage, fixes, randr, shm}) {
     if (each == nullptr || each->present == 0) return false;
   }
-  const ReplyPtr<xcb_damage_query_version_reply_t> damageVersion(
+  const server::ReplyPtr<xcb_damage_query_version_reply_t> damageVersion(
       xcb_damage_query_version_reply(c, xcb_damage_query_version(c, 1, 1), nullptr));
-  const ReplyPtr<xcb_xfixes_query_version_reply_t> fixesVersion(
+  const server::ReplyPtr<xcb_xfixes_query_version_reply_t> fixesVersion(
       xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
   damageEvent_ = damage->first_event;
   randrEvent_ = randr->first_event;
@@ -94,7 +95,7 @@ void ScreenGrabber::watch() {
                          XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
                              XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
   if (leftOut_ != nullptr && connection_.offers("Composite")) {
-    underneath_ = std::make_unique<Underneath>(connection_, *leftOut_, area());
+    underneath_ = std::make_unique<beneath::Underneath>(connection_, *leftOut_, area());
   }
   xcb_flush(c);
 }
@@ -108,7 +109,7 @@ std::optional<ScreenGrabber::News> ScreenGrabber::readEvents() {
 
 void ScreenGrabber::pollEvents() {
   while (auto* raw = xcb_poll_for_event(connection_.get())) {
-    const ReplyPtr<xcb_generic_event_t> event(raw);
+    const server::ReplyPtr<xcb_generic_event_t> event(raw);
     const auto type = static_cast<std::uint8_t>(event->response_type & 0x7f);
     if (type == damageEvent_ + XCB_DAMAGE_NOTIFY &&
         reinterpret_cast<const xcb_damage_notify_event_t&>(*event).damage == damage_) {
@@ -136,24 +137,25 @@ std::optional<std::vector<PixelRect>> ScreenGrabber::grab() {
 
 /// Brings the pixels up to date, but for the pointer, and tells what has spoilt them even so;
 /// nothing when they cannot be had.
-std::optional<Disturbance> ScreenGrabber::update() {
+std::optional<beneath::Disturbance> ScreenGrabber::update() {
   for (int attempts = 0; attempts < mostAttempts; ++attempts) {
     if (!takePicture()) return std::nullopt;
     // The answers have brought along what has happened until then.
     pollEvents();
     if (underneath_ == nullptr || !underneath_->isStale()) {
       unsure_ = {};
-      return Disturbance::none;
+      return beneath::Disturbance::none;
     }
   }
-  return underneath_->isNeeded() ? underneath_->disturbance() : Disturbance::none;
+  return underneath_->isNeeded() ? underneath_->disturbance() : beneath::Disturbance::none;
 }
 
 /// An own window that may be in sight is waited for however long that takes.
-bool ScreenGrabber::isToWait(Disturbance disturbance) {
+bool ScreenGrabber::isToWait(beneath::Disturbance disturbance) {
   const auto now = std::chrono::steady_clock::now();
   const bool tooLong = heldBackSince_ && now - *heldBackSince_ > longestWait;
-  if (disturbance == Disturbance::none || (disturbance == Disturbance::seam && tooLong)) {
+  if (disturbance == beneath::Disturbance::none ||
+      (disturbance == beneath::Disturbance::seam && tooLong)) {
     heldBackSince_.reset();
   } else if (!heldBackSince_) {
     heldBackSince_ = now;
@@ -181,7 +183,7 @@ bool ScreenGrabber::takePicture() {
   const auto asked = request();
   bool complete = true;
   for (const auto rows : asked.rows) {
-    const ReplyPtr<xcb_shm_get_image_reply_t> reply(
+    const server::ReplyPtr<xcb_shm_get_image_reply_t> reply(
         xcb_shm_get_image_reply(connection_.get(), rows, nullptr));
     complete = complete && reply != nullptr;
   }
@@ -227,7 +229,7 @@ std::vector<PixelRect> ScreenGrabber::takeDamage() {
   const bool everything = std::exchange(everything_, false);
   // What own windows have drawn is not to be seen, and what lies beneath them tells of itself.
   if (underneath_ != nullptr && !everything) underneath_->cutOut(region_);
-  const ReplyPtr<xcb_xfixes_fetch_region_reply_t> region(
+  const server::ReplyPtr<xcb_xfixes_fetch_region_reply_t> region(
       xcb_xfixes_fetch_region_reply(c, xcb_xfixes_fetch_region(c, region_), nullptr));
   if (everything) return {{0, 0, monitor_.width, monitor_.height}};
   std::vector<PixelRect> found;
@@ -267,4 +269,4 @@ std::vector<xcb_shm_get_image_cookie_t> ScreenGrabber::requestRows(
   return requests;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::screen

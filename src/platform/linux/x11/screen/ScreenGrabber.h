@@ -9,14 +9,14 @@
 #include <optional>
 #include <vector>
 
-#include "platform/linux/picture/PixelRect.h"
 #include "platform/linux/x11/beneath/Underneath.h"
 #include "platform/linux/x11/screen/PaintedPointer.h"
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/Randr.h"
 #include "platform/linux/x11/server/SharedPixels.h"
+#include "platform/linux/x11/server/rectangles.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::screen {
 
 /// One monitor's pixels in memory that is shared with the server, brought up to date where
 /// something was drawn, with the pointer painted on top. The program's own windows are left out of
@@ -32,7 +32,8 @@ namespace vesk::x11 {
 class ScreenGrabber {
  public:
   /// `leftOut`, which outlives the object, names the windows that the picture is taken without.
-  ScreenGrabber(const Monitor& monitor, bool showsCursor, const OwnWindows* leftOut = nullptr);
+  ScreenGrabber(const server::Monitor& monitor, bool showsCursor,
+                const beneath::OwnWindows* leftOut = nullptr);
   ~ScreenGrabber();
   ScreenGrabber(const ScreenGrabber&) = delete;
   ScreenGrabber& operator=(const ScreenGrabber&) = delete;
@@ -65,7 +66,7 @@ class ScreenGrabber {
   int stride() const { return monitor_.width * 4; }
   int width() const { return monitor_.width; }
   int height() const { return monitor_.height; }
-  const Connection& connection() const { return connection_; }
+  const server::Connection& connection() const { return connection_; }
 
  private:
   /// In the root window.
@@ -81,19 +82,19 @@ class ScreenGrabber {
     std::vector<xcb_shm_get_image_cookie_t> rows;
   };
 
-  std::optional<Disturbance> update();
+  std::optional<beneath::Disturbance> update();
   bool takePicture();
-  bool isToWait(Disturbance disturbance);
+  bool isToWait(beneath::Disturbance disturbance);
   void repaintPointer(const std::optional<PixelRect>& before);
   Asked request();
   std::vector<PixelRect> takeDamage();
   std::vector<xcb_shm_get_image_cookie_t> requestRows(const std::vector<PixelRect>& damaged);
 
-  Connection connection_;
-  Monitor monitor_;
-  const OwnWindows* leftOut_;
-  std::unique_ptr<SharedPixels> pixels_;
-  std::unique_ptr<Underneath> underneath_;
+  server::Connection connection_;
+  server::Monitor monitor_;
+  const beneath::OwnWindows* leftOut_;
+  std::unique_ptr<server::SharedPixels> pixels_;
+  std::unique_ptr<beneath::Underneath> underneath_;
   xcb_damage_damage_t damage_ = 0;
   xcb_xfixes_region_t region_ = 0;
   std::uint8_t damageEvent_ = 0;
@@ -107,4 +108,4 @@ class ScreenGrabber {
   std::optional<PaintedPointer> pointer_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::screen

@@ -8,15 +8,15 @@
 #include "platform/linux/x11/server/Randr.h"
 #include "platform/linux/x11/server/grants.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::screen {
 
 void XScreenCapture::shareableContent(Content completion) {
   if (!connection_) return completion(std::nullopt, PlatformError{"The X server is gone."});
-  if (!grantsScreenCapture(connection_)) {
+  if (!server::grantsScreenCapture(connection_)) {
     return completion(std::nullopt, PlatformError{"The X server does not let its screen be read."});
   }
   ShareableContent content;
-  for (const auto& monitor : monitors(connection_)) {
+  for (const auto& monitor : server::monitors(connection_)) {
     content.displays.push_back({monitor.output, monitor.width, monitor.height});
   }
   content.applications.push_back({::getpid()});
@@ -29,4 +29,4 @@ std::unique_ptr<ScreenStream> XScreenCapture::makeStream(
   return std::make_unique<XScreenStream>(filter, configuration, ownWindows_, std::move(onStopped));
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::screen

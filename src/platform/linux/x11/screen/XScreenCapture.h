@@ -5,14 +5,14 @@
 #include "platform/linux/x11/beneath/OwnWindows.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::screen {
 
 /// The monitors of the X server as what can be shared. X has no applications, so the list of them
 /// holds this program alone. Completions run before the call returns.
 class XScreenCapture final : public ScreenCapture {
  public:
   /// `ownWindows` outlives this object and its streams, the connection this object.
-  XScreenCapture(const OwnWindows& ownWindows, const Connection& connection)
+  XScreenCapture(const beneath::OwnWindows& ownWindows, const server::Connection& connection)
       : ownWindows_(ownWindows), connection_(connection) {}
 
   void shareableContent(Content completion) override;
@@ -21,8 +21,8 @@ class XScreenCapture final : public ScreenCapture {
                                            std::function<void(PlatformError)> onStopped) override;
 
  private:
-  const OwnWindows& ownWindows_;
-  const Connection& connection_;
+  const beneath::OwnWindows& ownWindows_;
+  const server::Connection& connection_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::screen

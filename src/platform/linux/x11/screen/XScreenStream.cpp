@@ -18,7 +18,7 @@
 #include "platform/linux/picture/ImagePainter.h"
 #include "platform/linux/x11/screen/ScreenGrabber.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::screen {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -31,14 +31,14 @@ const PlatformError noThread{"This program has too many threads running."};
 const PlatformError noDescriptor{"This program has too many files open."};
 const PlatformError notReadable{"The X server does not let its screen be read."};
 
-std::optional<Monitor> monitorOf(const Connection& connection, DisplayId display) {
-  const auto all = monitors(connection);
-  const auto found = std::ranges::find(all, display, &Monitor::output);
+std::optional<server::Monitor> monitorOf(const server::Connection& connection, DisplayId display) {
+  const auto all = server::monitors(connection);
+  const auto found = std::ranges::find(all, display, &server::Monitor::output);
   if (found == all.end()) return std::nullopt;
   return *found;
 }
 
-bool sameArea(const Monitor& a, const Monitor& b) {
+bool sameArea(const server::Monitor& a, const server::Monitor& b) {
   return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
 }
 
@@ -58,8 +58,8 @@ bool leavesOutThisProgram(const ContentFilter& filter) {
 /// none does once `stop` has returned.
 class XScreenStream::Run {
  public:
-  Run(DisplayId display, const StreamConfiguration& configuration, const OwnWindows* leftOut,
-      std::function<void(PlatformError)> onStopped)
+  Run(DisplayId display, const StreamConfiguration& configuration,
+      const beneath::OwnWindows* leftOut, std::function<void(PlatformError)> onStopped)
       : display_(display),
         configuration_(configuration),
         leftOut_(leftOut),
@@ -110,7 +110,7 @@ class XScreenStream::Run {
   std::optional<PlatformError> open() {
     // Without it the stream could be neither stopped nor put to sleep.
     if (!wake_) return noDescriptor;
-    const Connection connection;
+    const server::Connection connection;
     if (!connection) return hasFreeDescriptor() ? serverGone : noDescriptor;
     const auto monitor = monitorOf(connection, display_);
     if (!monitor) return displayGone;
@@ -121,9 +121,9 @@ class XScreenStream::Run {
     auto everything = grabber_->grab();
     if (!everything) return notReadable;
     unsent_ = std::move(*everything);
-    painter_ =
-        std::make_unique<ImagePainter>(PixelSize{monitor_.width, monitor_.height},
-                                       PixelSize{configuration_.width, configuration_.height});
+    painter_ = std::make_unique<picture::ImagePainter>(
+        PixelSize{monitor_.width, monitor_.height},
+        PixelSize{configuration_.width, configuration_.height});
     return std::nullopt;
   }
 
@@ -209,7 +209,7 @@ class XScreenStream::Run {
 
   DisplayId display_;
   StreamConfiguration configuration_;
-  const OwnWindows* leftOut_;
+  const beneath::OwnWindows* leftOut_;
   nanoseconds interval_;
   std::function<void(PlatformError)> onStopped_;
   Descriptor wake_;
@@ -221,14 +221,14 @@ class XScreenStream::Run {
   bool ended_ = false;
   Completion stopped_;
 
-  Monitor monitor_;
+  server::Monitor monitor_;
   std::unique_ptr<ScreenGrabber> grabber_;
-  std::unique_ptr<ImagePainter> painter_;
+  std::unique_ptr<picture::ImagePainter> painter_;
   std::vector<PixelRect> unsent_;  ///< of the monitor, grabbed and in no image yet
 };
 
 XScreenStream::XScreenStream(const ContentFilter& filter, const StreamConfiguration& configuration,
-                             const OwnWindows& ownWindows,
+                             const beneath::OwnWindows& ownWindows,
                              std::function<void(PlatformError)> onStopped)
     : run_(std::make_shared<Run>(filter.display.displayID, configuration,
                                  leavesOutThisProgram(filter) ? &ownWindows : nullptr,
@@ -277,4 +277,4 @@ void XScreenStream::stopCapture(Completion completion) {
   run->stop(std::move(completion));
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::screen

@@ -6,7 +6,7 @@
 #include "platform/ScreenCapture.h"
 #include "platform/linux/x11/beneath/OwnWindows.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::screen {
 
 /// One monitor of the X server as a stream of images; see `ScreenStream`. It sleeps until something
 /// is drawn, looks at the pointer once per frame, and sends at most one image per frame. When
@@ -21,7 +21,8 @@ class XScreenStream final : public ScreenStream {
  public:
   /// `ownWindows` outlives the stream.
   XScreenStream(const ContentFilter& filter, const StreamConfiguration& configuration,
-                const OwnWindows& ownWindows, std::function<void(PlatformError)> onStopped);
+                const beneath::OwnWindows& ownWindows,
+                std::function<void(PlatformError)> onStopped);
   ~XScreenStream() override;
   XScreenStream(const XScreenStream&) = delete;
   XScreenStream& operator=(const XScreenStream&) = delete;
@@ -37,4 +38,4 @@ class XScreenStream final : public ScreenStream {
   std::thread thread_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::screen

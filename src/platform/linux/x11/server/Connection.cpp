@@ -1,6 +1,6 @@
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 Connection::Connection() : connection_(xcb_connect(nullptr, nullptr)) {}
 
@@ -34,4 +34,4 @@ std::string Connection::advice() {
          " does not answer; check that it runs and lets this user in.";
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 /// Replies of the X server are allocated by the C library.
 struct FreeReply {
@@ -54,4 +54,4 @@ class Connection {
   std::unique_ptr<xcb_connection_t, Disconnect> connection_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -2,7 +2,7 @@
 
 #include <xcb/randr.h>
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 MonitorWatch::MonitorWatch(const Connection& connection) : connection_(connection) {
   if (!connection_) return;
@@ -29,4 +29,4 @@ std::vector<Monitor> MonitorWatch::current() {
   return monitors_;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

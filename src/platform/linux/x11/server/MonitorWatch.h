@@ -6,7 +6,7 @@
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/Randr.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 /// The monitors as they are now, read anew only once the server has told of a change: a pointer
 /// that is moved a thousand times a second asks as often.
@@ -26,4 +26,4 @@ class MonitorWatch {
   std::vector<Monitor> monitors_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -2,7 +2,7 @@
 
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 namespace {
 
 /// In units of 4 bytes.
@@ -60,4 +60,4 @@ std::string text(xcb_connection_t* connection, xcb_window_t window, std::string_
   return {letters, letters + reply->value_len};
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -9,7 +9,7 @@
 #include <vector>
 
 /// Atoms and properties of windows. Thread: the connection's.
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 /// The atom of that name; XCB_NONE when the server is gone. Waits for the server.
 xcb_atom_t atom(xcb_connection_t* connection, std::string_view name);
@@ -35,4 +35,4 @@ std::vector<std::uint32_t> numbers(xcb_connection_t* connection, xcb_window_t wi
 /// server.
 std::string text(xcb_connection_t* connection, xcb_window_t window, std::string_view property);
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -6,7 +6,7 @@
 #include <span>
 #include <utility>
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 namespace {
 
 std::optional<PixelSize> sizeOfMode(const Connection& connection, xcb_randr_mode_t mode) {
@@ -59,4 +59,4 @@ std::optional<PixelSize> modeSize(const Connection& connection, DisplayId output
   return size;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -7,7 +7,7 @@
 #include "platform/Displays.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 /// One active monitor: its first output, and its place in the root window in pixels.
 struct Monitor {
@@ -27,4 +27,4 @@ std::vector<Monitor> monitors(const Connection& connection);
 /// or nothing when the output shows none.
 std::optional<PixelSize> modeSize(const Connection& connection, DisplayId output);
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -7,7 +7,7 @@
 
 #include "platform/linux/x11/server/Properties.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 Reader::Reader(const Connection& connection, const InputGate& gate)
     : connection_(connection), gate_(gate) {}
@@ -101,4 +101,4 @@ bool Reader::awaitAnswer(xcb_window_t window, Clock::time_point deadline,
   return false;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -6,7 +6,7 @@
 #include "platform/InputGate.h"
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 /// The program that has the input focus, asked whether it has read what was typed. Most programs
 /// answer a window manager's "are you there", and read their events in order: an answer says that
@@ -41,4 +41,4 @@ class Reader {
   std::uint32_t question_ = 0;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -3,7 +3,7 @@
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 SharedPixels::SharedPixels(const Connection& connection, std::size_t bytes)
     : connection_(connection) {
@@ -32,4 +32,4 @@ SharedPixels::~SharedPixels() {
   ::shmdt(pixels_);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

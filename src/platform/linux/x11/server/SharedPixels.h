@@ -7,7 +7,7 @@
 
 #include "platform/linux/x11/server/Connection.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 /// Memory into which the server writes pixels. Nothing of it is left however this process ends.
 ///
@@ -32,4 +32,4 @@ class SharedPixels {
   std::uint8_t* pixels_ = nullptr;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -4,7 +4,7 @@
 
 #include "platform/linux/x11/server/Randr.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 /// An empty monitor for a display that is not there.
 Monitor XDisplays::monitorOf(DisplayId display) {
   const auto all = watch_.current();
@@ -35,4 +35,4 @@ std::optional<PixelSize> XDisplays::modePixels(DisplayId display) {
   return modeSize(connection_, display);
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

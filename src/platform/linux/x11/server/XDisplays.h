@@ -4,7 +4,7 @@
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/MonitorWatch.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 /// The monitors of the X server as RandR 1.5 tells of them. A display's identifier is that of its
 /// monitor's first output. One point is one pixel here.
@@ -22,4 +22,4 @@ class XDisplays final : public Displays {
   MonitorWatch watch_{connection_};
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -4,7 +4,7 @@
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/grants.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 /// What the X server grants; see `grants.h`. There is no request to put to the person. The
 /// questions go over a connection that is there already: one that had to be made first could fail
@@ -29,4 +29,4 @@ class XPermissions final : public Permissions {
   const Connection& connection_;
 };
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

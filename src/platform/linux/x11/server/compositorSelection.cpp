@@ -4,7 +4,7 @@
 
 #include "platform/linux/x11/server/Properties.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 namespace {
 
 xcb_atom_t selectEvents(const Connection& connection, std::uint32_t events) {
@@ -23,4 +23,4 @@ xcb_atom_t watchCompositorSelection(const Connection& connection) {
 
 void ignoreCompositorSelection(const Connection& connection) { selectEvents(connection, 0); }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

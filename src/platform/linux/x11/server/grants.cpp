@@ -6,7 +6,7 @@
 #include <array>
 #include <span>
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 namespace {
 
 bool isXWaylandOutput(const Connection& connection, xcb_randr_output_t output) {
@@ -57,4 +57,4 @@ bool grantsInput(const Connection& connection) {
          connection.offers("XKEYBOARD");
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

@@ -4,7 +4,7 @@
 
 /// What the X server can do for the program is what the program is allowed to do: X has no grants
 /// of its own. Thread: any. Fails: as "no", when the server is gone.
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 /// Whether the screen can be recorded, and recorded without the program's own windows.
 bool grantsScreenCapture(const Connection& connection);
@@ -12,4 +12,4 @@ bool grantsScreenCapture(const Connection& connection);
 /// Whether input can be posted.
 bool grantsInput(const Connection& connection);
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

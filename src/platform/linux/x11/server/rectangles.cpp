@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace vesk::x11 {
+namespace vesk::x11::server {
 
 xcb_rectangle_t rectangle(const PixelRect& rect) {
   return {static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
@@ -16,4 +16,4 @@ std::vector<xcb_rectangle_t> rectangles(const std::vector<PixelRect>& rects) {
   return result;
 }
 
-}  // namespace vesk::x11
+}  // namespace vesk::x11::server

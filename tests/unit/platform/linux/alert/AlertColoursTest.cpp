@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk {
+namespace vesk::alert {
 namespace {
 
 TEST(ContrastTest, IsThatOfTheAccessibilityGuidelines) {
@@ -30,4 +30,4 @@ TEST(DefaultButtonPaletteTest, LeavesADarkAccentAsItIs) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::alert

@@ -7,7 +7,7 @@
 
 #include "support/TestApplication.h"
 
-namespace vesk {
+namespace vesk::alert {
 namespace {
 
 class AlertDialogTest : public ::testing::Test {
@@ -46,4 +46,4 @@ TEST_F(AlertDialogTest, HasTheFirstButtonForItsDefault) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::alert

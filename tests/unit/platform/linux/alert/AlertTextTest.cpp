@@ -8,7 +8,7 @@
 #include "support/Patience.h"
 #include "support/TestApplication.h"
 
-namespace vesk {
+namespace vesk::alert {
 namespace {
 
 TEST(ParagraphTest, MakesOneSpaceOfEveryRunOfWhiteSpace) {
@@ -67,4 +67,4 @@ TEST_F(ElidedParagraphTest, IsDoneInTimeWhateverIsPiledUp) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::alert

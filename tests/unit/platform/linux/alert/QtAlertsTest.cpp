@@ -9,7 +9,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk {
+namespace vesk::alert {
 namespace {
 
 using namespace std::chrono_literals;
@@ -18,12 +18,12 @@ class QtAlertsTest : public ::testing::Test {
  protected:
   int windowsOnTheScreen() const {
     auto* const c = watcher_.get();
-    const x11::ReplyPtr<xcb_query_tree_reply_t> tree(
+    const x11::server::ReplyPtr<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(c, xcb_query_tree(c, watcher_.root()), nullptr));
     const auto* const windows = xcb_query_tree_children(tree.get());
     int viewable = 0;
     for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
-      const x11::ReplyPtr<xcb_get_window_attributes_reply_t> reply(
+      const x11::server::ReplyPtr<xcb_get_window_attributes_reply_t> reply(
           xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, windows[i]), nullptr));
       viewable += reply != nullptr && reply->map_state == XCB_MAP_STATE_VIEWABLE ? 1 : 0;
     }
@@ -32,9 +32,9 @@ class QtAlertsTest : public ::testing::Test {
 
   testing::XServer server_;
   testing::DisplayVariable display_{server_.display()};
-  x11::Connection watcher_;
+  x11::server::Connection watcher_;
   testing::TestApplication application_{"xcb"};
-  x11::OwnWindows ownWindows_;
+  x11::beneath::OwnWindows ownWindows_;
   SystemClock clock_;
   InputGate gate_{clock_};
   QtAlerts alerts_{ownWindows_, gate_};
@@ -63,4 +63,4 @@ TEST_F(QtAlertsTest, ShutsTheGateBeforeThereIsAnAlertAndUntilItIsAnswered) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::alert

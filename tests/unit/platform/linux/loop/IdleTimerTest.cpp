@@ -8,7 +8,7 @@
 
 #include "support/NoThreads.h"
 
-namespace vesk {
+namespace vesk::loop {
 namespace {
 
 using namespace std::chrono_literals;
@@ -84,4 +84,4 @@ TEST(IdleTimerTest, CanBeRestartedByItsTask) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::loop

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <random>
 
-namespace vesk::x11 {
+namespace vesk::picture {
 namespace {
 
 /// Pixels as a server gives them: blue, green, red, nothing.
@@ -147,4 +147,4 @@ TEST(ImagePainterTest, LeavesOutTheLastRowAndColumnOfAnOddScreen) {
 }
 
 }  // namespace
-}  // namespace vesk::x11
+}  // namespace vesk::picture

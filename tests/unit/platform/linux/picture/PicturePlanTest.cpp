@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace vesk {
+namespace vesk::picture {
 namespace {
 
 using namespace std::chrono_literals;
@@ -155,4 +155,4 @@ TEST_F(PicturePlanTest, MakesAKeyFrameOfAPictureThatIsTooLarge) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::picture

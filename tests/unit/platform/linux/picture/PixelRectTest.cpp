@@ -4,7 +4,7 @@
 
 #include <random>
 
-namespace vesk::x11 {
+namespace vesk::picture {
 namespace {
 
 bool contains(const PixelRect& rect, int x, int y) {
@@ -59,4 +59,4 @@ TEST(PixelRectTest, CutsAHoleAndCoversEachPixelOnce) {
 }
 
 }  // namespace
-}  // namespace vesk::x11
+}  // namespace vesk::picture

@@ -6,7 +6,7 @@
 #include "support/H264Decoder.h"
 #include "support/PaintedImages.h"
 
-namespace vesk {
+namespace vesk::picture {
 namespace {
 
 using namespace std::chrono_literals;
@@ -78,4 +78,4 @@ TEST_F(ScreenEncoderTest, TakesNoImageOfAnotherSize) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::picture

@@ -6,7 +6,7 @@
 #include "platform/linux/picture/h264/emulationPrevention.h"
 #include "support/PaintedImages.h"
 
-namespace vesk {
+namespace vesk::picture {
 namespace {
 
 constexpr PixelSize size{640, 368};
@@ -73,4 +73,4 @@ TEST(X264EncoderTest, RefusesWhatItCannotEncode) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::picture

@@ -11,7 +11,7 @@
 #include "support/PaintedImages.h"
 #include "support/Scarcity.h"
 
-namespace vesk {
+namespace vesk::picture {
 namespace {
 
 using namespace std::chrono_literals;
@@ -306,4 +306,4 @@ TEST_F(X264SessionTest, RefusesSettingsThatItDoesNotHave) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::picture

@@ -4,7 +4,7 @@
 
 #include "platform/linux/picture/h264/emulationPrevention.h"
 
-namespace vesk::h264 {
+namespace vesk::picture::h264 {
 namespace {
 
 Bytes bytes(std::initializer_list<int> values) {
@@ -65,4 +65,4 @@ TEST(EmulationPreventionTest, IsUndone) {
 }
 
 }  // namespace
-}  // namespace vesk::h264
+}  // namespace vesk::picture::h264

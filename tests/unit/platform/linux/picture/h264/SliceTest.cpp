@@ -4,7 +4,7 @@
 #include "platform/linux/picture/h264/frameNumber.h"
 #include "platform/linux/picture/h264/skipPicture.h"
 
-namespace vesk::h264 {
+namespace vesk::picture::h264 {
 namespace {
 
 Bytes bytes(std::initializer_list<int> values) {
@@ -137,4 +137,4 @@ TEST(FrameNumberTest, LeavesOtherUnitsAlone) {
 }
 
 }  // namespace
-}  // namespace vesk::h264
+}  // namespace vesk::picture::h264

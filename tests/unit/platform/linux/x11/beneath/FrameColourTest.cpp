@@ -8,7 +8,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::beneath {
 namespace {
 
 using testing::DisplayVariable;
@@ -32,7 +32,7 @@ TEST(FrameColourTest, IsTouchedWhereItIsInSight) {
 TEST(FrameColourTest, IsTheColourOfTheLargestPieceOnTheScreen) {
   const XServer server("320x240x24");
   const DisplayVariable display(server.display());
-  const Connection connection;
+  const server::Connection connection;
   testing::XPainter painter;
   FrameColour colour;
   EXPECT_FALSE(colour.look(connection)) << "nothing is in sight";
@@ -57,4 +57,4 @@ TEST(FrameColourTest, IsTheColourOfTheLargestPieceOnTheScreen) {
 }
 
 }  // namespace
-}  // namespace vesk::x11
+}  // namespace vesk::x11::beneath

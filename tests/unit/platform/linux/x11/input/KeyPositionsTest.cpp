@@ -7,7 +7,7 @@
 
 #include "input/KeyMap.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 namespace {
 
 TEST(KeyPositionsTest, GiveEveryKeyOfTheKeyMapAPlaceOfItsOwn) {
@@ -55,4 +55,4 @@ TEST(KeypadDigitTest, IsADigitOrTheDecimalSign) {
 }
 
 }  // namespace
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

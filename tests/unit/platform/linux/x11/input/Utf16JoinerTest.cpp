@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::x11 {
+namespace vesk::x11::input {
 namespace {
 
 TEST(Utf16JoinerTest, JoinsPairsWithinARunAndAcrossRuns) {
@@ -28,4 +28,4 @@ TEST(Utf16JoinerTest, ForgetsAHalfWhenTold) {
 }
 
 }  // namespace
-}  // namespace vesk::x11
+}  // namespace vesk::x11::input

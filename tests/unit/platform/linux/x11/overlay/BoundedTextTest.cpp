@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk {
+namespace vesk::x11::overlay {
 namespace {
 
 TEST(BoundedTextTest, LeavesTextOfAUsualLengthAlone) {
@@ -22,4 +22,4 @@ TEST(BoundedTextTest, KeepsSurrogatePairsWhole) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::x11::overlay

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 namespace {
 
 using Rects = std::vector<PixelRect>;
@@ -43,4 +43,4 @@ TEST(TabRowsTest, AreOneRectangleWithoutACorner) {
 }
 
 }  // namespace
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

@@ -10,7 +10,7 @@
 #include "support/Patience.h"
 #include "support/TestApplication.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 namespace {
 
 constexpr int width = 560;
@@ -112,4 +112,4 @@ TEST_F(StripPictureTest, IsPaintedInTimeWhateverIsPiledUp) {
 }
 
 }  // namespace
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

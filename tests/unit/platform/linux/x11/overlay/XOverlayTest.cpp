@@ -11,7 +11,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::overlay {
 namespace {
 
 using namespace std::chrono_literals;
@@ -21,8 +21,8 @@ class XOverlayTest : public ::testing::Test {
   testing::XServer server_;
   testing::DisplayVariable display_{server_.display()};
   testing::TestApplication application_;
-  Connection other_;
-  OwnWindows ownWindows_;
+  server::Connection other_;
+  beneath::OwnWindows ownWindows_;
   XOverlays overlays_{ownWindows_};
 };
 
@@ -35,7 +35,7 @@ TEST_F(XOverlayTest, IsOnTheScreenWhenItHasBeenOrderedFront) {
 
   // The server does nothing for anybody else meanwhile.
   xcb_grab_server(other_.get());
-  ReplyPtr<xcb_get_input_focus_reply_t>(
+  server::ReplyPtr<xcb_get_input_focus_reply_t>(
       xcb_get_input_focus_reply(other_.get(), xcb_get_input_focus(other_.get()), nullptr));
   std::atomic<bool> released = false;
   std::thread owner([&] {
@@ -50,7 +50,7 @@ TEST_F(XOverlayTest, IsOnTheScreenWhenItHasBeenOrderedFront) {
 
   EXPECT_EQ(ownWindows_.all().size(), 5U);
   for (const auto window : ownWindows_.all()) {
-    const ReplyPtr<xcb_get_window_attributes_reply_t> reply(xcb_get_window_attributes_reply(
+    const server::ReplyPtr<xcb_get_window_attributes_reply_t> reply(xcb_get_window_attributes_reply(
         other_.get(), xcb_get_window_attributes(other_.get(), window), nullptr));
     ASSERT_NE(reply, nullptr);
     EXPECT_EQ(reply->map_state, XCB_MAP_STATE_VIEWABLE);
@@ -58,4 +58,4 @@ TEST_F(XOverlayTest, IsOnTheScreenWhenItHasBeenOrderedFront) {
 }
 
 }  // namespace
-}  // namespace vesk::x11
+}  // namespace vesk::x11::overlay

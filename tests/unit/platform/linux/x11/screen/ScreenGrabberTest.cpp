@@ -10,7 +10,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::screen {
 namespace {
 
 using testing::DisplayVariable;
@@ -23,7 +23,8 @@ constexpr int height = 200;
 class ScreenGrabberTest : public ::testing::Test {
  protected:
   std::unique_ptr<ScreenGrabber> makeGrabber(bool cursor = false) {
-    auto grabber = std::make_unique<ScreenGrabber>(monitors(Connection()).at(0), cursor);
+    auto grabber =
+        std::make_unique<ScreenGrabber>(server::monitors(server::Connection()).at(0), cursor);
     EXPECT_TRUE(*grabber);
     EXPECT_TRUE(grabber->grab());
     return grabber;
@@ -58,7 +59,7 @@ class ScreenGrabberTest : public ::testing::Test {
 TEST_F(ScreenGrabberTest, BeginsWithTheWholeScreen) {
   XPainter painter;
   painter.fill(0, 0, width, height, 0x102030);
-  ScreenGrabber grabber(monitors(Connection()).at(0), false);
+  ScreenGrabber grabber(server::monitors(server::Connection()).at(0), false);
   ASSERT_TRUE(grabber);
   EXPECT_EQ(grabber.grab(), (std::vector<PixelRect>{{0, 0, width, height}}));
 }
@@ -82,7 +83,7 @@ TEST_F(ScreenGrabberTest, TakesManyLittleThingsAsOne) {
   while (pixel(*grabber, 5, 5) != 0) ASSERT_FALSE(next(*grabber).empty());
   {
     // All at once, so that one look finds all of it.
-    const Connection other;
+    const server::Connection other;
     xcb_grab_server(other.get());
     const auto context = xcb_generate_id(other.get());
     const std::uint32_t white = 0xffffff;
@@ -154,4 +155,4 @@ TEST_F(ScreenGrabberTest, GivesNothingOnceTheServerIsGone) {
 }
 
 }  // namespace
-}  // namespace vesk::x11
+}  // namespace vesk::x11::screen

@@ -26,7 +26,7 @@
 #include "support/XResources.h"
 #include "support/XServer.h"
 
-namespace vesk::x11 {
+namespace vesk::x11::screen {
 namespace {
 
 using namespace std::chrono_literals;
@@ -47,7 +47,7 @@ class Received {
     const bool complete = sample.status == static_cast<int>(FrameStatus::complete);
     if (complete) {
       ++images_;
-      image_ = std::dynamic_pointer_cast<const Nv12Image>(sample.image);
+      image_ = std::dynamic_pointer_cast<const picture::Nv12Image>(sample.image);
     } else {
       ++idle_;
     }
@@ -74,7 +74,7 @@ class Received {
  private:
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::shared_ptr<const Nv12Image> image_;
+  std::shared_ptr<const picture::Nv12Image> image_;
   int images_ = 0;
   int idle_ = 0;
   std::vector<std::string> errors_;
@@ -99,7 +99,7 @@ class XScreenStreamTest : public ::testing::Test {
     configuration.framesPerSecond = 60;
     configuration.showsCursor = cursor;
     ContentFilter filter;
-    filter.display.displayID = XDisplays().mainDisplay();
+    filter.display.displayID = server::XDisplays().mainDisplay();
     filter.excludingApplications = {{::getpid()}};
     auto stream = XScreenCapture(ownWindows, connection)
                       .makeStream(filter, configuration,
@@ -122,10 +122,10 @@ class XScreenStreamTest : public ::testing::Test {
 
   XServer server;
   DisplayVariable variable{server.display()};
-  OwnWindows ownWindows;
-  const Connection connection;
+  beneath::OwnWindows ownWindows;
+  const server::Connection connection;
   Received received;
-  ThreadQueue queue{"test.samples"};
+  loop::ThreadQueue queue{"test.samples"};
 };
 
 /// What is drawn on the root window itself is kept nowhere once a window covers it.
@@ -141,7 +141,7 @@ TEST_F(XScreenStreamTest, HasSeenWhatAnOwnWindowCoversThatOpensAsSoonAsItHasStar
   const auto stream = makeStream({640, 480});
   ASSERT_FALSE(wait([&](Completion done) {
     stream->startCapture([&, done](const auto& error) {
-      const ReplyPtr<xcb_generic_error_t> refused(
+      const server::ReplyPtr<xcb_generic_error_t> refused(
           xcb_request_check(connection.get(), xcb_map_window_checked(connection.get(), window)));
       done(error);
     });
@@ -239,8 +239,8 @@ TEST_F(XScreenStreamTest, EndsWhenTheDisplayChangesItsSizeAndBeginsAnew) {
   ASSERT_TRUE(received.waitUntil([](auto& r) { return !r.errors().empty(); })) << complaint;
   EXPECT_EQ(received.errors().size(), 1U);
   EXPECT_TRUE(received.errors()[0].starts_with("The display ")) << received.errors()[0];
-  const auto display = XDisplays().mainDisplay();
-  EXPECT_EQ(XDisplays().pixels(display), (PixelSize{320, 240}));
+  const auto display = server::XDisplays().mainDisplay();
+  EXPECT_EQ(server::XDisplays().pixels(display), (PixelSize{320, 240}));
   stream = makeStream({320, 240});
   const int before = received.images();
   EXPECT_EQ(start(*stream), std::nullopt);
@@ -294,9 +294,9 @@ TEST_F(XScreenStreamTest, FailsWithoutADescriptorInWordsThatSaySo) {
 }
 
 TEST_F(XScreenStreamTest, IsOfferedOnlyByAServerThatGrantsIt) {
-  const auto contentOf = [](const Connection& asked) {
+  const auto contentOf = [](const server::Connection& asked) {
     std::optional<ShareableContent> content;
-    const OwnWindows own;
+    const beneath::OwnWindows own;
     XScreenCapture(own, asked).shareableContent([&](auto offered, const auto& error) {
       content = std::move(offered);
       EXPECT_NE(content.has_value(), error.has_value());
@@ -307,7 +307,7 @@ TEST_F(XScreenStreamTest, IsOfferedOnlyByAServerThatGrantsIt) {
   for (const auto* extension : {"COMPOSITE", "DAMAGE", "RENDER"}) {
     const XServer lacking("640x480x24", {"-extension", extension});
     const DisplayVariable itsDisplay(lacking.display());
-    EXPECT_FALSE(contentOf(Connection())) << extension;
+    EXPECT_FALSE(contentOf(server::Connection())) << extension;
   }
 }
 
@@ -346,9 +346,9 @@ TEST_F(XScreenStreamTest, ReachesAViewerAsVideo) {
   WorkQueues queues;
   SystemClock clock;
   LinuxProcesses processes;
-  XDisplays displays;
+  server::XDisplays displays;
   XScreenCapture screenCapture(ownWindows, connection);
-  X264Compression compression;
+  picture::X264Compression compression;
   const auto capturer = std::make_shared<Capturer>(
       Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});
   std::mutex mutex;
@@ -381,4 +381,4 @@ TEST_F(XScreenStreamTest, ReachesAViewerAsVideo) {
 }
 
 }  // namespace
-}  // namespace vesk::x11
+}  // namespace vesk::x11::screen
