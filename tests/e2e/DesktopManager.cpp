@@ -67,18 +67,6 @@ std::string nameOf(DesktopKind kind) {
   return "";
 }
 
-std::string DesktopManager::signOfLife(DesktopKind kind) {
-  switch (kind) {
-    case DesktopKind::bare:
-      return "";
-    case DesktopKind::openbox:
-    case DesktopKind::openboxPicom:
-      return "_NET_CLIENT_LIST";
-    default:
-      return "_NET_SUPPORTING_WM_CHECK";
-  }
-}
-
 bool DesktopManager::composes(DesktopKind kind) {
   return kind == DesktopKind::xfwm4Compositing || kind == DesktopKind::mutter ||
          kind == DesktopKind::kwin;

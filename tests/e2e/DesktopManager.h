@@ -29,10 +29,6 @@ class DesktopManager {
   /// returns before it manages anything.
   DesktopManager(DesktopKind kind, const std::string& server);
 
-  /// The last property of the root window that it sets when it starts; one that is starting may
-  /// lose windows. Empty where nothing manages windows.
-  static std::string signOfLife(DesktopKind kind);
-
   /// Whether it composes what the screen shows, without another program's help.
   static bool composes(DesktopKind kind);
 

@@ -11,6 +11,7 @@
 
 #include "platform/linux/x11/server/Properties.h"
 #include "support/Patience.h"
+#include "support/managesWindows.h"
 
 namespace vesk::testing {
 
@@ -20,8 +21,7 @@ PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen) : server_
   connection_ = xcb_connect(server_.display().c_str(), nullptr);
   root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
   manager_ = std::make_unique<DesktopManager>(kind, server_.environment());
-  const std::string sign = DesktopManager::signOfLife(kind);
-  if (!sign.empty() && !waitUntil([&] { return hasProperty(root_, sign); })) {
+  if (kind != Kind::bare && !managesWindows(connection_)) {
     throw std::runtime_error("the window manager did not start");
   }
   if (kind == Kind::openboxPicom) startPicom();

@@ -172,7 +172,9 @@ int TwinDesktops::open(const picture::PixelRect& frame, const Look& look) {
     xcb_map_window(side.connection(), window);
     xcb_flush(side.connection());
     // One after the other, so that window managers stack them alike.
-    waitUntil([&] { return side.desktop->isShown(window); });
+    if (!waitUntil([&] { return side.desktop->isShown(window); })) {
+      throw std::runtime_error("a window does not come up");
+    }
   });
   return number;
 }

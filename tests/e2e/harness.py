@@ -172,12 +172,12 @@ class Case(unittest.TestCase):
                           stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
 
     def start_window_manager(self, *command):
-        """Up to the moment at which it manages windows: one that is starting may lose some."""
+        """Up to the moment at which it answers: one that is starting may lose a window."""
         self.start(Child, command, self.environment(), stdout=subprocess.DEVNULL,
                    stderr=subprocess.DEVNULL)
         client = XClient(self.server.display)
         self.addCleanup(client.close)
-        wait_until(client.has_window_manager, f"{command[0]} manages windows")
+        wait_until(client.ask_window_manager(), f"{command[0]} manages windows")
 
     def start_agent(self, *options):
         return self.start(Agent, *options)

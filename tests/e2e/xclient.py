@@ -14,6 +14,11 @@ _x11.XInternAtom.restype = ctypes.c_ulong
 _x11.XInternAtom.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int]
 _x11.XListProperties.restype = ctypes.POINTER(ctypes.c_ulong)
 _x11.XListProperties.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p]
+_x11.XCreateSimpleWindow.restype = ctypes.c_ulong
+_x11.XCreateSimpleWindow.argtypes = ([ctypes.c_void_p, ctypes.c_ulong] + [ctypes.c_int] * 2
+                                     + [ctypes.c_uint] * 3 + [ctypes.c_ulong] * 2)
+_x11.XSendEvent.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_int, ctypes.c_long,
+                            ctypes.c_void_p]
 _x11.XQueryTree.argtypes = [ctypes.c_void_p, ctypes.c_ulong] + [ctypes.c_void_p] * 4
 _x11.XGetWindowAttributes.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p]
 _x11.XFree.argtypes = [ctypes.c_void_p]
@@ -34,6 +39,7 @@ _x11.XSetErrorHandler(_ignore)
 
 _MAP_STATE, _IS_VIEWABLE = 23, 2  # the field's place among the integers of XWindowAttributes
 _KEY_PRESS = 2
+_CLIENT_MESSAGE, _TO_WINDOW_MANAGER = 33, 1 << 20 | 1 << 19
 _BUTTONS = {1: 0x100, 2: 0x200, 3: 0x400}
 
 
@@ -43,6 +49,12 @@ class _MotionEvent(ctypes.Structure):
                 ("subwindow", ctypes.c_ulong), ("time", ctypes.c_ulong), ("x", ctypes.c_int),
                 ("y", ctypes.c_int), ("x_root", ctypes.c_int), ("y_root", ctypes.c_int),
                 ("rest", ctypes.c_long * 16)]
+
+
+class _ClientMessage(ctypes.Structure):
+    _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
+                ("display", ctypes.c_void_p), ("window", ctypes.c_ulong),
+                ("message", ctypes.c_ulong), ("format", ctypes.c_int), ("data", ctypes.c_long * 17)]
 
 
 class XClient:
@@ -64,14 +76,29 @@ class XClient:
         return {8 * byte + bit for byte in range(32) for bit in range(8)
                 if keys.raw[byte] >> bit & 1}
 
-    def has_window_manager(self):
-        """Whether one is ready. Its list of windows is the last that it tells of when it starts."""
-        atom = _x11.XInternAtom(self._display, b"_NET_CLIENT_LIST", 0)
+    def ask_window_manager(self):
+        """A way to ask the window manager something, and whether it has answered as yet.
+
+        One that is starting may have read a request and then sleep before it looks at it, until
+        something else comes. Whoever answers is past that.
+        """
+        window = _x11.XCreateSimpleWindow(self._display, self._root, 0, 0, 1, 1, 0, 0, 0)
+        question, answer = (_x11.XInternAtom(self._display, name, 0) for name in (
+            b"_NET_REQUEST_FRAME_EXTENTS", b"_NET_FRAME_EXTENTS"))
+        event = _ClientMessage(type=_CLIENT_MESSAGE, window=window, message=question, format=32)
+
+        def is_answered():
+            _x11.XSendEvent(self._display, self._root, 0, _TO_WINDOW_MANAGER, ctypes.byref(event))
+            return answer in self._properties(window)
+        return is_answered
+
+    def _properties(self, window):
         count = ctypes.c_int()
-        properties = _x11.XListProperties(self._display, self._root, ctypes.byref(count))
-        found = atom in [properties[i] for i in range(count.value)]
-        _x11.XFree(properties)
-        return found
+        properties = _x11.XListProperties(self._display, window, ctypes.byref(count))
+        atoms = [properties[i] for i in range(count.value)]
+        if properties:
+            _x11.XFree(properties)
+        return atoms
 
     def pointer(self):
         """The pointer's place and the buttons that are down."""

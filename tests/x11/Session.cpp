@@ -12,6 +12,7 @@
 #include "platform/linux/x11/server/Properties.h"
 #include "platform/linux/x11/server/Reader.h"
 #include "platform/linux/x11/server/Xkb.h"
+#include "support/managesWindows.h"
 
 namespace vesk::testing {
 namespace {
@@ -55,10 +56,7 @@ Session::Session(Windows windows) {
       connection_->get(), xcb_xkb_use_extension(connection_->get(), 1, 0), nullptr));
   if (windows == Windows::bare) return;
   windowManager_ = std::make_unique<ChildProcess>(std::vector<std::string>{"openbox"});
-  // Its list of windows, empty as yet, is the last that it tells of when it starts: windows that
-  // come up earlier may be lost to it for good.
-  const bool managed = eventually([this] { return has(connection_->root(), "_NET_CLIENT_LIST"); });
-  if (!managed) throw std::runtime_error("no window manager");
+  if (!managesWindows(connection_->get())) throw std::runtime_error("no window manager");
 }
 
 void Session::setLayout(std::vector<std::string> layout) {
