@@ -21,13 +21,20 @@ PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen) : server_
   connection_ = xcb_connect(server_.display().c_str(), nullptr);
   root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
   manager_ = std::make_unique<DesktopManager>(kind, server_.environment());
-  if (kind != Kind::bare && !managesWindows(connection_)) {
+  if (kind != Kind::bare && !manages(kind)) {
     throw std::runtime_error("the window manager did not start");
   }
   if (kind == Kind::openboxPicom) startPicom();
   if (DesktopManager::composes(kind) && !waitUntil([&] { return composited(); })) {
     throw std::runtime_error("the window manager does not compose");
   }
+}
+
+/// Openbox tells of itself before it listens; KWin answers no questions about windows that it has
+/// not seen yet.
+bool PresenceDesktop::manages(Kind kind) {
+  if (kind == Kind::openbox || kind == Kind::openboxPicom) return managesWindows(connection_);
+  return waitUntil([&] { return hasProperty(root_, "_NET_SUPPORTING_WM_CHECK"); });
 }
 
 PresenceDesktop::~PresenceDesktop() { xcb_disconnect(connection_); }

@@ -90,6 +90,8 @@ class PresenceDesktop {
   xcb_atom_t atomOf(const std::string& name) const;
 
  private:
+  bool manages(Kind kind);
+
   XServer server_;
   xcb_connection_t* connection_ = nullptr;
   xcb_window_t root_ = XCB_NONE;
