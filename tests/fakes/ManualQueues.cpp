@@ -3,7 +3,17 @@
 #include <algorithm>
 #include <utility>
 
+#include "support/Patience.h"
+
 namespace vesk::fakes {
+namespace {
+
+bool waitFor(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
+             const auto& filled) {
+  return condition.wait_for(lock, std::chrono::milliseconds(testing::patience()), filled);
+}
+
+}  // namespace
 
 class ManualQueues::ManualSerialQueue final : public SerialQueue {
  public:
@@ -78,7 +88,7 @@ bool ManualQueues::waitAndRun() {
   {
     std::unique_lock lock(mutex_);
     const auto filled = [this] { return !entries_.empty(); };
-    if (!submitted_.wait_for(lock, std::chrono::seconds(10), filled)) return false;
+    if (!waitFor(submitted_, lock, filled)) return false;
   }
   run();
   return true;
@@ -86,8 +96,7 @@ bool ManualQueues::waitAndRun() {
 
 bool ManualQueues::waitForTasks(std::size_t count) {
   std::unique_lock lock(mutex_);
-  return submitted_.wait_for(lock, std::chrono::seconds(10),
-                             [&] { return entries_.size() >= count; });
+  return waitFor(submitted_, lock, [&] { return entries_.size() >= count; });
 }
 
 std::size_t ManualQueues::waiting() const {
@@ -97,7 +106,7 @@ std::size_t ManualQueues::waiting() const {
 
 bool ManualQueues::waitForMainTasks(std::size_t count) {
   std::unique_lock lock(mutex_);
-  return submitted_.wait_for(lock, std::chrono::seconds(10), [&] { return countMain() >= count; });
+  return waitFor(submitted_, lock, [&] { return countMain() >= count; });
 }
 
 std::size_t ManualQueues::mainTasks() const {
