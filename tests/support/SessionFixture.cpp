@@ -36,4 +36,12 @@ void SessionFixture::makeKeyFrame() {
   session()->frames.back().handler(0, sample);
 }
 
+void SessionFixture::makeDeltaFrame() {
+  makePicture();
+  EncodedSample sample;
+  sample.data = bytes({0, 0, 0, 2, 0x41, 0x88});
+  sample.notSync = true;
+  session()->frames.back().handler(0, sample);
+}
+
 }  // namespace vesk::testing

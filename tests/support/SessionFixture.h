@@ -9,6 +9,7 @@ namespace vesk::testing {
 /// A controller in its sessions.
 class SessionFixture : public ControllerFixture {
  protected:
+  static constexpr auto startMessage = R"({"op":"start"})";
   static constexpr auto startWithInput = R"({"op":"start","input":true})";
   static constexpr auto stopMessage = R"({"op":"stop"})";
   static constexpr auto keyDown = R"({"t":"k","c":65,"e":"down"})";
@@ -21,7 +22,7 @@ class SessionFixture : public ControllerFixture {
       R"({"message":"The person at the Mac did not allow it.","op":"denied"})";
 
   /// A running session, its messages heard.
-  void run(std::string_view request = R"({"op":"start"})");
+  void run(std::string_view request = startMessage);
 
   bool isCapturing() { return !fakes_.compression.sessions.empty() && session()->alive; }
   bool isBannerShown() { return !fakes_.overlays.shown().empty(); }
@@ -29,8 +30,9 @@ class SessionFixture : public ControllerFixture {
   /// The screen's picture, which the encoder gets.
   void makePicture();
 
-  /// The same as a key frame that has left the encoder.
+  /// The same as it leaves the encoder.
   void makeKeyFrame();
+  void makeDeltaFrame();
 };
 
 }  // namespace vesk::testing

@@ -48,6 +48,19 @@ TEST_F(ControllerBannerTest, ThePictureOfAnOvertakenStartIsNeverShown) {
   EXPECT_TRUE(isSilent());
 }
 
+TEST_F(ControllerBannerTest, AKeyFrameIsMadeWhereThePictureBeforeTheBannerWasTooMuchToHold) {
+  screen_.holdStart = true;
+  connect();
+  tell(startMessage);
+  makeKeyFrame();
+  for (std::size_t i = 0; i < VideoOutlet::mostHeld; ++i) makeDeltaFrame();
+  EXPECT_FALSE(session()->frames.back().forceKeyFrame);
+  stream()->answerStart(std::nullopt);
+  manual_.run();
+  makePicture();
+  EXPECT_TRUE(session()->frames.back().forceKeyFrame);
+}
+
 TEST_F(ControllerBannerTest, NoPictureLeavesWhileThePersonIsAskedAboutASecondStart) {
   screen_.holdStart = true;
   connect();
