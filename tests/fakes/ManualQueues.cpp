@@ -65,6 +65,8 @@ std::unique_ptr<SerialQueue> ManualQueues::makeSerialQueue(const std::string& la
 
 std::unique_ptr<Timer> ManualQueues::makeTimer(SerialQueue& queue, TimerSchedule schedule,
                                                Task handler) {
+  const std::lock_guard lock(mutex_);
+  schedules_.push_back(schedule);
   return std::make_unique<ManualTimer>(*this, &queue, schedule, std::move(handler));
 }
 
@@ -121,6 +123,11 @@ std::size_t ManualQueues::countMain() const {
 std::vector<std::string> ManualQueues::labels() const {
   const std::lock_guard lock(mutex_);
   return labels_;
+}
+
+std::vector<TimerSchedule> ManualQueues::schedules() const {
+  const std::lock_guard lock(mutex_);
+  return schedules_;
 }
 
 void ManualQueues::submit(const void* queue, Task task) {

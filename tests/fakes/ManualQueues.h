@@ -51,6 +51,9 @@ class ManualQueues final : public Queues {
   /// The labels of the queues made so far.
   std::vector<std::string> labels() const;
 
+  /// The schedules of the timers made so far.
+  std::vector<TimerSchedule> schedules() const;
+
  private:
   struct Entry {
     const void* queue;
@@ -93,6 +96,7 @@ class ManualQueues final : public Queues {
   std::deque<Entry> entries_;
   std::vector<Alarm> alarms_;
   std::vector<std::string> labels_;
+  std::vector<TimerSchedule> schedules_;
 };
 
 }  // namespace vesk::fakes
