@@ -20,6 +20,7 @@ TEST(VideoSizeTest, BringsTheLongerEdgeToTheLimit) {
   EXPECT_EQ(videoSize({5120, 2880}), (PixelSize{1920, 1080}));
   EXPECT_EQ(videoSize({2560, 1600}), (PixelSize{1920, 1200}));
   EXPECT_EQ(videoSize({2160, 3840}), (PixelSize{1080, 1920}));
+  EXPECT_EQ(videoSize({3840, 2159}), (PixelSize{1920, 1078}));
 }
 
 TEST(VideoSizeTest, RoundsOddEdgesDown) {
