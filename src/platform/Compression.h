@@ -34,7 +34,7 @@ using PropertyValue = std::variant<bool, std::int64_t, ProfileLevel>;
 struct EncodedSample {
   /// NAL units, each behind its length as four bytes, big-endian; nothing when there is no data.
   std::optional<std::vector<std::byte>> data;
-  /// False for a frame that other frames must come before; nothing when the encoder does not say,
+  /// True for a frame that other frames must come before; nothing when the encoder does not say,
   /// which counts as a key frame.
   std::optional<bool> notSync;
   /// The sequence and picture parameter sets, without start codes; nothing when the encoder gives

@@ -3,7 +3,17 @@
 #include <algorithm>
 #include <utility>
 
+#include "support/Patience.h"
+
 namespace vesk::fakes {
+namespace {
+
+bool waitFor(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
+             const auto& filled) {
+  return condition.wait_for(lock, std::chrono::milliseconds(testing::patience()), filled);
+}
+
+}  // namespace
 
 class ManualQueues::ManualSerialQueue final : public SerialQueue {
  public:
@@ -55,6 +65,8 @@ std::unique_ptr<SerialQueue> ManualQueues::makeSerialQueue(const std::string& la
 
 std::unique_ptr<Timer> ManualQueues::makeTimer(SerialQueue& queue, TimerSchedule schedule,
                                                Task handler) {
+  const std::lock_guard lock(mutex_);
+  schedules_.push_back(schedule);
   return std::make_unique<ManualTimer>(*this, &queue, schedule, std::move(handler));
 }
 
@@ -78,7 +90,7 @@ bool ManualQueues::waitAndRun() {
   {
     std::unique_lock lock(mutex_);
     const auto filled = [this] { return !entries_.empty(); };
-    if (!submitted_.wait_for(lock, std::chrono::seconds(10), filled)) return false;
+    if (!waitFor(submitted_, lock, filled)) return false;
   }
   run();
   return true;
@@ -86,8 +98,7 @@ bool ManualQueues::waitAndRun() {
 
 bool ManualQueues::waitForTasks(std::size_t count) {
   std::unique_lock lock(mutex_);
-  return submitted_.wait_for(lock, std::chrono::seconds(10),
-                             [&] { return entries_.size() >= count; });
+  return waitFor(submitted_, lock, [&] { return entries_.size() >= count; });
 }
 
 std::size_t ManualQueues::waiting() const {
@@ -97,7 +108,7 @@ std::size_t ManualQueues::waiting() const {
 
 bool ManualQueues::waitForMainTasks(std::size_t count) {
   std::unique_lock lock(mutex_);
-  return submitted_.wait_for(lock, std::chrono::seconds(10), [&] { return countMain() >= count; });
+  return waitFor(submitted_, lock, [&] { return countMain() >= count; });
 }
 
 std::size_t ManualQueues::mainTasks() const {
@@ -112,6 +123,11 @@ std::size_t ManualQueues::countMain() const {
 std::vector<std::string> ManualQueues::labels() const {
   const std::lock_guard lock(mutex_);
   return labels_;
+}
+
+std::vector<TimerSchedule> ManualQueues::schedules() const {
+  const std::lock_guard lock(mutex_);
+  return schedules_;
 }
 
 void ManualQueues::submit(const void* queue, Task task) {

@@ -33,12 +33,12 @@ class ManualQueues final : public Queues {
   /// everything as it goes, and ends at exactly `duration` from now.
   void advance(std::chrono::nanoseconds duration);
 
-  /// Waits until another thread has submitted something, then runs it. False after ten seconds, far
-  /// beyond what any test needs.
+  /// Waits until another thread has submitted something, then runs it. False when that takes far
+  /// longer than any test needs.
   bool waitAndRun();
 
-  /// Waits until other threads have submitted so much that `count` tasks wait. False after ten
-  /// seconds.
+  /// Waits until other threads have submitted so much that `count` tasks wait. False when
+  /// that takes too long.
   bool waitForTasks(std::size_t count);
 
   /// How many tasks wait now.
@@ -50,6 +50,9 @@ class ManualQueues final : public Queues {
 
   /// The labels of the queues made so far.
   std::vector<std::string> labels() const;
+
+  /// The schedules of the timers made so far.
+  std::vector<TimerSchedule> schedules() const;
 
  private:
   struct Entry {
@@ -93,6 +96,7 @@ class ManualQueues final : public Queues {
   std::deque<Entry> entries_;
   std::vector<Alarm> alarms_;
   std::vector<std::string> labels_;
+  std::vector<TimerSchedule> schedules_;
 };
 
 }  // namespace vesk::fakes

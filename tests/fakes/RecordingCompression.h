@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -29,15 +30,16 @@ struct RecordedSession {
 class RecordingCompression final : public Compression {
  public:
   Result makeH264Session(const CompressionSpecification& specification) override {
-    if (status != 0) return {status, nullptr};
+    if (!givesSession.value_or(status == 0)) return {status, nullptr};
     auto record = std::make_shared<RecordedSession>();
     record->specification = specification;
     sessions.push_back(record);
-    return {0, std::make_unique<Session>(*this, record)};
+    return {status, std::make_unique<Session>(*this, record)};
   }
 
-  Status status = 0;          ///< not zero: no session is made
-  Status propertyStatus = 0;  ///< what setting a property returns
+  Status status = 0;
+  std::optional<bool> givesSession;  ///< unless it is told: with status zero
+  Status propertyStatus = 0;         ///< what setting a property returns
   /// Called by `completeFrames`, where an encoder delivers what is pending.
   std::function<void()> onCompleteFrames;
   std::vector<std::shared_ptr<RecordedSession>> sessions;

@@ -7,6 +7,8 @@
 #include <sstream>
 #include <thread>
 
+#include "support/Patience.h"
+
 namespace vesk::testing {
 namespace {
 
@@ -29,7 +31,7 @@ std::vector<std::string> LogLines::messages() const {
 
 std::vector<std::string> LogLines::waitFor(std::size_t count) const {
   using namespace std::chrono;
-  const auto deadline = steady_clock::now() + seconds(10);
+  const auto deadline = steady_clock::now() + milliseconds(patience());
   while (messages().size() < count && steady_clock::now() < deadline) {
     std::this_thread::sleep_for(milliseconds(2));  // a file tells nobody when it grows
   }

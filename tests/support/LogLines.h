@@ -14,7 +14,7 @@ class LogLines {
 
   std::vector<std::string> messages() const;
 
-  /// Waits until there are at least `count` messages, or ten seconds have passed.
+  /// Waits until there are at least `count` messages, or far longer than any test needs.
   std::vector<std::string> waitFor(std::size_t count) const;
 
  private:

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <stdexcept>
 
 #include "platform/UnixSocket.h"
@@ -18,7 +19,14 @@ bool isReadable(int descriptor, std::chrono::milliseconds wait) {
   return ::poll(&entry, 1, static_cast<int>(wait.count())) == 1;
 }
 
+std::chrono::seconds chosenPatience() {
+  const char* const seconds = std::getenv("VESK_PATIENCE");
+  return std::chrono::seconds(seconds == nullptr ? 20 : std::atoi(seconds));
+}
+
 }  // namespace
+
+const std::chrono::seconds patience = chosenPatience();
 
 Bytes bytes(std::initializer_list<int> values) {
   Bytes result;

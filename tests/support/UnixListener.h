@@ -11,8 +11,9 @@
 
 namespace vesk::testing {
 
-/// Far beyond what anything here takes; reached only when something is wrong.
-inline constexpr std::chrono::seconds patience{20};
+/// Far beyond what anything here takes; reached only when something is wrong. The environment
+/// variable VESK_PATIENCE sets another number.
+extern const std::chrono::seconds patience;
 
 /// Bytes from numbers, for tables of expected bytes.
 Bytes bytes(std::initializer_list<int> values);

@@ -18,8 +18,14 @@ TEST(AverageBitRateTest, IsAtLeastTwoHundredKilobits) {
   EXPECT_EQ(averageBitRate(150), 200'000);
 }
 
+constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max() / 1000;
+
+TEST(AverageBitRateTest, HoldsForTheLargestNumber) {
+  EXPECT_EQ(averageBitRate(largest), largest * 1000);
+}
+
 TEST(AverageBitRateDeathTest, EndsTheProcessBeyondItsRange) {
-  EXPECT_DEATH(averageBitRate(std::numeric_limits<std::int64_t>::max()), "bit rate");
+  EXPECT_DEATH(averageBitRate(largest + 1), "a bit rate does not fit 64 bits");
 }
 
 }  // namespace

@@ -30,6 +30,12 @@ TEST_F(CapturerPacingTest, EncodesTheLatestImageAtTheFrameRate) {
   EXPECT_EQ(frames()[1].presentationTime - frames()[0].presentationTime, 33'333'333ns);
 }
 
+TEST_F(CapturerPacingTest, LetsATickBeTwoMillisecondsLate) {
+  start();
+  ASSERT_EQ(queues.schedules().size(), 1U);
+  EXPECT_EQ(queues.schedules()[0].leeway, 2ms);
+}
+
 TEST_F(CapturerPacingTest, DeliversAccessUnitsWithTheirDurations) {
   start();
   deliverImage();

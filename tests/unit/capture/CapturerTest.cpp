@@ -139,6 +139,31 @@ TEST_F(CapturerTest, FailsWithTheEncodersStatus) {
   EXPECT_EQ(startError, nullptr);
 }
 
+TEST_F(CapturerTest, FailsWithoutASessionWhateverTheStatusSays) {
+  compression.givesSession = false;
+  start();
+  EXPECT_EQ(textOf(startError), "The Mac's video encoder would not start (0).");
+}
+
+TEST_F(CapturerTest, MakesNothingOfASessionWhoseStatusIsAnError) {
+  compression.status = 1;
+  compression.givesSession = true;
+  start();
+  EXPECT_EQ(textOf(startError), "The Mac's video encoder would not start (1).");
+}
+
+TEST_F(CapturerTest, EndsTheStreamBeforeTheQueueThatItHandsItsImagesTo) {
+  start();
+  const auto recorded = stream();
+  bool looked = false;
+  recorded->queue->async([&] {
+    looked = true;
+    EXPECT_FALSE(recorded->alive);
+  });
+  capturer.reset();
+  EXPECT_TRUE(looked);
+}
+
 TEST_F(CapturerTest, SetsTheEncodersPropertiesInTheirOrder) {
   compression.propertyStatus = -1;
   start();
@@ -185,7 +210,7 @@ TEST_F(CapturerDeathTest, EndsTheProcessOverABitRateBeyondItsRange) {
 
 TEST_F(CapturerDeathTest, EndsTheProcessOverASizeBeyondTheEncoders) {
   displays.modes[7] = {-(std::int64_t{1} << 40), 100};
-  EXPECT_DEATH(start(), "video size");
+  EXPECT_DEATH(start(), "a video size does not fit 32 bits");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@ TEST(FrameDurationTest, IsOneFramesTimeForTheFirstFrame) {
   EXPECT_EQ(frameDuration(std::nullopt, 60), Ticks{1500});
   EXPECT_EQ(frameDuration(std::nullopt, 5), Ticks{18000});
   EXPECT_EQ(frameDuration(std::nullopt, 7), Ticks{12857});
+  EXPECT_EQ(frameDuration(std::nullopt, 1), Ticks{90000});
 }
 
 TEST(FrameDurationTest, IsTheTimeSinceTheFrameBefore) {
@@ -39,8 +40,9 @@ TEST(FrameDurationTest, IsOneFramesTimeWithoutAUsableInterval) {
 }
 
 TEST(FrameDurationDeathTest, EndsTheProcessWithoutAFrameRate) {
-  EXPECT_DEATH(frameDuration(0.1, 0), "frame rate");
-  EXPECT_DEATH(frameDuration(std::nullopt, -30), "frame rate");
+  EXPECT_DEATH(frameDuration(0.1, 0), "a frame's duration was asked for at no frame rate");
+  EXPECT_DEATH(frameDuration(std::nullopt, -30),
+               "a frame's duration was asked for at no frame rate");
 }
 
 }  // namespace

@@ -27,6 +27,8 @@ TEST(PanelPixelsTest, AreTheListsWhereTheWindowSystemKnowsNone) {
   EXPECT_EQ(panelPixels({5, 1280, 800}, displays), (PixelSize{1280, 900}));
   displays.pixelsOf[5] = {1440, -1};
   EXPECT_EQ(panelPixels({5, 1280, 800}, displays), (PixelSize{1440, 800}));
+  displays.pixelsOf[5] = {1, 1};
+  EXPECT_EQ(panelPixels({5, 1280, 800}, displays), (PixelSize{1, 1}));
 }
 
 }  // namespace

@@ -20,6 +20,7 @@ TEST(VideoSizeTest, BringsTheLongerEdgeToTheLimit) {
   EXPECT_EQ(videoSize({5120, 2880}), (PixelSize{1920, 1080}));
   EXPECT_EQ(videoSize({2560, 1600}), (PixelSize{1920, 1200}));
   EXPECT_EQ(videoSize({2160, 3840}), (PixelSize{1080, 1920}));
+  EXPECT_EQ(videoSize({3840, 2159}), (PixelSize{1920, 1078}));
 }
 
 TEST(VideoSizeTest, RoundsOddEdgesDown) {
@@ -37,10 +38,20 @@ TEST(VideoSizeTest, HoldsForTheLargestEdges) {
   EXPECT_EQ(videoSize({largest, largest}), (PixelSize{1920, 1920}));
 }
 
+TEST(VideoSizeTest, LeavesWhatFitsExactlyAsItIs) {
+  constexpr std::int64_t noDouble = (std::int64_t{1} << 54) + 2;
+  EXPECT_EQ(videoSize({noDouble, 2}, noDouble), (PixelSize{noDouble, 2}));
+}
+
+TEST(VideoSizeTest, HoldsForTheLeastEdge) {
+  constexpr auto least = std::numeric_limits<std::int64_t>::min();
+  EXPECT_EQ(videoSize({least / 2, -1}, -2), (PixelSize{least, -2}));
+}
+
 TEST(VideoSizeDeathTest, EndsTheProcessBeyondItsRange) {
   constexpr auto least = std::numeric_limits<std::int64_t>::min();
-  EXPECT_DEATH(videoSize({1, least}, -1), "video size");
-  EXPECT_DEATH(videoSize({0, 0}, -1), "video size");
+  EXPECT_DEATH(videoSize({1, least}, -1), "a video size does not fit 64 bits");
+  EXPECT_DEATH(videoSize({0, 0}, -1), "a video size does not fit 64 bits");
 }
 
 }  // namespace

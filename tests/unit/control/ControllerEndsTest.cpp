@@ -1,55 +1,19 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <thread>
 
-#include "control/Controller.h"
-#include "support/ControllerFixture.h"
+#include "support/SessionFixture.h"
 
 namespace vesk {
 namespace {
 
-using namespace std::chrono_literals;
 using Lines = std::vector<std::string>;
-
-constexpr auto keyDown = R"({"t":"k","c":65,"e":"down"})";
-constexpr auto stopMessage = R"({"op":"stop"})";
-constexpr auto starting = R"({"op":"state","state":"starting"})";
-constexpr auto awaiting = R"({"op":"state","state":"awaiting-consent"})";
-constexpr auto started = R"({"accessibility":true,"height":1080,"op":"started","width":1920})";
-constexpr auto denied = R"({"message":"The person at the Mac did not allow it.","op":"denied"})";
-
-class Image final : public ImageBuffer {
- public:
-  PixelSize size() const override { return {1920, 1080}; }
-};
 
 /// What ends, ends: stops and losses that come at any moment, and what the viewer has on its way
 /// then.
-class ControllerEndsTest : public vesk::testing::ControllerFixture {
+class ControllerEndsTest : public vesk::testing::SessionFixture {
  protected:
-  void run(std::string_view request = R"({"op":"start","input":true})") {
-    connect();
-    tell(request);
-    EXPECT_EQ(heardText(), starting);
-    EXPECT_EQ(heardText(), started);
-  }
-
-  bool isCapturing() { return !fakes_.compression.sessions.empty() && session()->alive; }
-  bool isBannerShown() { return !fakes_.overlays.shown().empty(); }
-
-  /// The screen's picture as a key frame.
-  void makeKeyFrame() {
-    stream()->deliver({true, std::make_shared<Image>(), 0});
-    manual_.advance(34ms);
-    EncodedSample sample;
-    sample.data = vesk::testing::bytes({0, 0, 0, 2, 0x65, 0x88});
-    sample.parameterSets = {vesk::testing::bytes({0x67, 1}), vesk::testing::bytes({0x68, 2})};
-    ASSERT_FALSE(session()->frames.empty());
-    session()->frames.back().handler(0, sample);
-  }
-
   void expectNothingRuns() {
     EXPECT_FALSE(isCapturing());
     EXPECT_FALSE(isBannerShown());
@@ -266,7 +230,7 @@ TEST_F(ControllerEndsTest, ARequestOfAnAgentThatHasGoneIsNobodysWish) {
 }
 
 TEST_F(ControllerEndsTest, ThePictureOfOneAgentsSessionNeverReachesTheNext) {
-  run();
+  run(startWithInput);
   makeKeyFrame();
   ASSERT_EQ(peer_->readFrame()->kind, 3);
   replaceAgent();
@@ -291,122 +255,16 @@ TEST_F(ControllerEndsTest, AStartThatFailsIsToldToNobodyButTheAgentThatAskedForI
 }
 
 TEST_F(ControllerEndsTest, AFaultIsToldToTheAgentWhoseSessionItEnds) {
-  run();
+  run(startWithInput);
   replaceAgent();
   stream()->onStopped({"The display went away."});
   EXPECT_TRUE(isSilent());
 }
 
-// The banner and the picture
-
-TEST_F(ControllerEndsTest, NoPictureLeavesBeforeTheBannerIsUp) {
-  screen_.holdStart = true;
-  connect();
-  for (int session = 0; session < 2; ++session) {
-    tell(R"({"op":"start"})");
-    EXPECT_EQ(heardText(), starting);
-    makeKeyFrame();
-    int looks = 0;
-    fakes_.overlays.onCall = [&](const std::string&) {
-      ++looks;
-      EXPECT_TRUE(isSilent()) << "neither a picture nor \"started\"";
-    };
-    stream()->answerStart(std::nullopt);
-    manual_.run();
-    EXPECT_EQ(looks, 2);
-    EXPECT_EQ(peer_->readFrame()->kind, 3);
-    EXPECT_EQ(heardText(), started);
-    fakes_.overlays.onCall = [](const std::string&) {};
-    tell(stopMessage);
-  }
-}
-
-TEST_F(ControllerEndsTest, ThePictureOfAnOvertakenStartIsNeverShown) {
-  screen_.holdStart = true;
-  connect();
-  tell(R"({"op":"start"})");
-  makeKeyFrame();
-  tell(stopMessage);
-  stream()->answerStart(std::nullopt);
-  manual_.run();
-  screen_.holdStart = false;
-  tell(R"({"op":"start"})");
-  for (const auto* text : {starting, started, starting, started}) EXPECT_EQ(heardText(), text);
-  EXPECT_TRUE(isSilent());
-}
-
-TEST_F(ControllerEndsTest, NoPictureLeavesWhileThePersonIsAskedAboutASecondStart) {
-  screen_.holdStart = true;
-  connect();
-  fakes_.alerts.person = [this] {
-    EXPECT_EQ(heardText(), awaiting);
-    stream()->answerStart(std::nullopt);
-    EXPECT_TRUE(isSilent());
-    EXPECT_FALSE(isBannerShown());
-    return ModalResponse::alertSecondButtonReturn;
-  };
-  tell(R"({"op":"start","viewer":"A"})");
-  EXPECT_EQ(heardText(), starting);
-  makeKeyFrame();
-  peer_->write(
-      frameBytes(FrameKind::control,
-                 vesk::testing::textBytes(R"({"op":"start","viewer":"B","consent":true})")));
-  ASSERT_TRUE(manual_.waitAndRun());
-  EXPECT_EQ(heardText(), denied);
-  EXPECT_EQ(peer_->readFrame()->kind, 3);
-  EXPECT_EQ(heardText(), started);
-  EXPECT_EQ(fakes_.overlays.shown()[1].label, "A is viewing this screen");
-}
-
-TEST_F(ControllerEndsTest, TheBannerIsUpAsLongAsPicturesLeave) {
-  run();
-  Lines when;
-  fakes_.overlays.onCall = [&](const std::string& call) {
-    when.push_back(call + (session()->alive ? ", capturing" : ", stopped"));
-  };
-  tell(stopMessage);
-  EXPECT_EQ(when, (Lines{"out strip, stopped", "out border, stopped"}));
-}
-
-TEST_F(ControllerEndsTest, ASecondStartDuringTheFirstRunsTheWholeWayToo) {
-  screen_.holdStart = true;
-  connect();
-  tellTogether({R"({"op":"start","viewer":"A"})", R"({"op":"start","viewer":"B","input":true})"});
-  EXPECT_EQ(heardText(), starting);
-  EXPECT_EQ(heardText(), starting);
-  ASSERT_EQ(screen_.streams.size(), 2U);
-  for (const auto& stream : screen_.streams) stream->answerStart(std::nullopt);
-  manual_.run();
-  EXPECT_EQ(heardText(), started);
-  EXPECT_EQ(heardText(), started);
-  EXPECT_EQ(fakes_.overlays.shown()[1].label, "B is viewing this screen");
-  input(keyDown);
-  EXPECT_EQ(events_.posted.size(), 1U);
-}
-
-TEST_F(ControllerEndsTest, OfManyNamesOnlyTheLastIsLaidOut) {
-  run();
-  tellTogether({R"({"op":"viewer","name":"A"})", R"({"op":"viewer","name":"B"})",
-                R"({"op":"viewer","name":"C"})"});
-  EXPECT_EQ(fakes_.overlays.shown()[1].label, "C is viewing this screen");
-  EXPECT_EQ(std::ranges::count(fakes_.overlays.labels, "A is viewing this screen"), 0);
-  tellTogether({R"({"op":"stop"})", R"({"op":"viewer","name":"D"})", R"({"op":"start"})"});
-  EXPECT_EQ(fakes_.overlays.shown()[1].label, "Vesk support is viewing this screen");
-}
-
-TEST_F(ControllerEndsTest, TellsOfTheTrustThatThePersonGaveWhenAsked) {
-  permissions_.trusted = false;
-  permissions_.grantsTrust = true;
-  connect();
-  tell(R"({"op":"start","input":true})");
-  EXPECT_EQ(heardText(), starting);
-  EXPECT_EQ(heardText(), started);
-}
-
 // The process
 
 TEST_F(ControllerEndsTest, ASignalLetsGoOfEverythingBeforeTheProcessEnds) {
-  run();
+  run(startWithInput);
   input(keyDown);
   events_.take();
   bool shut = false;

@@ -137,6 +137,22 @@ TEST_F(ControllerInputTest, WhatIsOnItsWayAtTheEndHasAShortWhile) {
   }
 }
 
+TEST_F(ControllerInputTest, AnEndOfInputDoesNotWaitForTheMainThread) {
+  connect();
+  for (const auto* end : {stopMessage, withdrawInput}) {
+    tell(allowInput);
+    events_.onNextPost = [&] {
+      sendInput(otherDown);
+      peer_->write(frameBytes(FrameKind::control, vesk::testing::textBytes(end)));
+      EXPECT_TRUE(manual_.waitForMainTasks(1));
+      time_.advance(250ms);
+      EXPECT_TRUE(fakes_.desktop.gate.isOver()) << end;
+    };
+    input(keyDown);
+    EXPECT_EQ(events_.take().size(), 2U) << "the first key down and let go of";
+  }
+}
+
 TEST_F(ControllerInputTest, TheLossOfTheAgentEndsInputWithoutTheMainThread) {
   run();
   events_.onNextPost = [this] {

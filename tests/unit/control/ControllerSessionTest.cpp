@@ -1,8 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "capture/CaptureError.h"
-#include "control/Controller.h"
-#include "support/ControllerFixture.h"
+#include "support/SessionFixture.h"
 
 namespace vesk {
 namespace {
@@ -10,40 +9,21 @@ namespace {
 using namespace std::chrono_literals;
 using Lines = std::vector<std::string>;
 
-constexpr auto key = R"({"t":"k","c":65,"e":"down"})";
-constexpr auto starting = R"({"op":"state","state":"starting"})";
-
-class Image final : public ImageBuffer {
- public:
-  PixelSize size() const override { return {1920, 1080}; }
-};
-
 /// A viewing session from its request to its end.
-class ControllerSessionTest : public vesk::testing::ControllerFixture {
- protected:
-  /// A running session, its messages heard.
-  void run(std::string_view request = R"({"op":"start"})") {
-    connect();
-    tell(request);
-    EXPECT_EQ(heardText(), starting);
-    EXPECT_EQ(heard().string("op"), "started");
-  }
-
-  bool isCapturing() { return !fakes_.compression.sessions.empty() && session()->alive; }
-};
+class ControllerSessionTest : public vesk::testing::SessionFixture {};
 
 TEST_F(ControllerSessionTest, StartsWithDefaultsAndWithoutAQuestion) {
   connect();
   tell(R"({"op":"start"})");
   EXPECT_EQ(heardText(), starting);
-  EXPECT_EQ(heardText(), R"({"accessibility":true,"height":1080,"op":"started","width":1920})");
+  EXPECT_EQ(heardText(), started);
   EXPECT_TRUE(isSilent());
   EXPECT_EQ(fakes_.alerts.calls, Lines{});
   EXPECT_EQ(stream()->configuration.framesPerSecond, 30);
   EXPECT_EQ(log_.waitFor(3).back(), "Capturing display 7 at 1920x1080, 30 fps, 4000 kbps.");
   ASSERT_EQ(fakes_.overlays.shown().size(), 2U);
   EXPECT_EQ(fakes_.overlays.shown()[1].label, "Vesk support is viewing this screen");
-  input(key);
+  input(keyDown);
   EXPECT_EQ(events_.posted.size(), 0U);
 }
 
@@ -53,7 +33,7 @@ TEST_F(ControllerSessionTest, PassesOnWhatTheRequestSays) {
   EXPECT_EQ(log_.waitFor(3).back(), "Capturing display 7 at 1920x1080, 25 fps, 2500 kbps.");
   ASSERT_EQ(fakes_.overlays.shown().size(), 1U);
   EXPECT_EQ(fakes_.overlays.shown()[0].label, "Anna is viewing this screen");
-  input(key);
+  input(keyDown);
   EXPECT_EQ(events_.posted.size(), 1U);
 }
 
@@ -84,7 +64,7 @@ TEST_F(ControllerSessionTest, IsDeniedByANo) {
   EXPECT_TRUE(isSilent());
   EXPECT_EQ(screen_.contentRequests, 0);
   EXPECT_EQ(fakes_.overlays.made.size(), 0U);
-  input(key);
+  input(keyDown);
   EXPECT_EQ(events_.posted.size(), 0U);
 }
 
@@ -108,14 +88,13 @@ TEST_F(ControllerSessionTest, AnswersASecondStartWithAKeyFrame) {
   EXPECT_EQ(fakes_.compression.sessions.size(), 1U);
   EXPECT_EQ(fakes_.alerts.calls, Lines{});
   EXPECT_EQ(fakes_.overlays.shown()[1].label, "Vesk support is viewing this screen");
-  input(key);
+  input(keyDown);
   EXPECT_EQ(events_.posted.size(), 0U);
 }
 
 TEST_F(ControllerSessionTest, MakesAKeyFrameForWhoeverAsksAndForASecondStart) {
   run();
-  stream()->deliver({true, std::make_shared<Image>(), 0});
-  manual_.advance(34ms);
+  makePicture();
   for (const auto* request : {R"({"op":"start"})", R"({"op":"keyframe"})"}) {
     manual_.advance(34ms);
     EXPECT_FALSE(session()->frames.back().forceKeyFrame) << request;
@@ -151,15 +130,19 @@ TEST_F(ControllerSessionTest, AsksForTrustWhenInputIsWantedWithoutIt) {
   EXPECT_EQ(heard().boolean("accessibility"), false);
 }
 
+TEST_F(ControllerSessionTest, TellsOfTheTrustThatThePersonGaveWhenAsked) {
+  permissions_.trusted = false;
+  permissions_.grantsTrust = true;
+  connect();
+  tell(R"({"op":"start","input":true})");
+  EXPECT_EQ(heardText(), starting);
+  EXPECT_EQ(heardText(), started);
+}
+
 TEST_F(ControllerSessionTest, ForwardsAccessUnitsToTheAgent) {
   run();
-  stream()->deliver({true, std::make_shared<Image>(), 0});
-  manual_.advance(34ms);
-  EncodedSample sample;
-  sample.data = vesk::testing::bytes({0, 0, 0, 2, 0x65, 0x88});
-  sample.parameterSets = {vesk::testing::bytes({0x67, 1}), vesk::testing::bytes({0x68, 2})};
+  makeKeyFrame();
   ASSERT_EQ(session()->frames.size(), 1U);
-  session()->frames[0].handler(0, sample);
   const auto frame = peer_->readFrame();
   EXPECT_EQ(frame->kind, 3);
   EXPECT_EQ(frame->payload, vesk::testing::bytes({0xb8, 0x0b, 0,    0, 0, 0, 0, 1, 0x67, 1,   0, 0,
@@ -180,7 +163,7 @@ TEST_F(ControllerSessionTest, CarriesOutRequestsInASession) {
 
 TEST_F(ControllerSessionTest, StopsInSilence) {
   run(R"({"op":"start","input":true})");
-  input(key);
+  input(keyDown);
   events_.take();
   for (int i = 0; i < 2; ++i) {
     tell(R"({"op":"stop"})");
@@ -189,7 +172,7 @@ TEST_F(ControllerSessionTest, StopsInSilence) {
   }
   EXPECT_EQ(stream()->stops, 1);
   EXPECT_EQ(events_.take().size(), 1U) << "the release of the key, once";
-  input(key);
+  input(keyDown);
   EXPECT_EQ(events_.posted.size(), 0U);
   EXPECT_TRUE(isSilent());
 }
@@ -205,7 +188,7 @@ TEST_F(ControllerSessionTest, MayBeStartedAgain) {
 
 TEST_F(ControllerSessionTest, StopsWhenTheAgentIsLost) {
   run(R"({"op":"start","input":true})");
-  input(key);
+  input(keyDown);
   events_.take();
   peer_->close();
   ASSERT_TRUE(manual_.waitForTasks(2)) << "the end of input, and that of the session";
@@ -236,7 +219,7 @@ TEST_F(ControllerSessionTest, ReportsACaptureThatFailsAndGoesOn) {
                          R"(This Mac reports no display to capture.","op":"fault"})");
   EXPECT_EQ(log_.messages().back(), "Capture failed: This Mac reports no display to capture.");
   EXPECT_EQ(fakes_.overlays.made.size(), 0U);
-  input(key);
+  input(keyDown);
   EXPECT_EQ(events_.posted.size(), 0U);
   manual_.advance(10s);
 

@@ -19,6 +19,12 @@ using vesk::testing::bytes;
 const Bytes key = bytes({0, 0, 0, 1, 0x67, 1});
 const Bytes picture = bytes({0, 0, 0, 1, 0x41, 2});
 
+Bytes keyFrameOf(std::size_t size) {
+  Bytes large = key;
+  large.resize(size);
+  return large;
+}
+
 class VideoOutletTest : public ::testing::Test {
  protected:
   VideoOutletTest() {
@@ -41,6 +47,21 @@ class VideoOutletTest : public ::testing::Test {
   }
   using Heard = std::pair<unsigned, Bytes>;
 
+  /// An encoder whose first picture waits for the agent, which does not read on; one more follows.
+  std::thread encoderThatWaits() {
+    outlet_.open(link_->connection());
+    std::thread encoder([this] {
+      outlet_.send(large_, Ticks{1});
+      outlet_.send(picture, Ticks{2});
+    });
+    peer_->read(9);
+    return encoder;
+  }
+
+  /// What the agent had left to read of the picture.
+  void readTheLargePicture() { EXPECT_EQ(peer_->read(large_.size()).size(), large_.size()); }
+
+  const Bytes large_ = keyFrameOf(8'000'000);
   vesk::testing::TemporaryFolder folder_;
   vesk::testing::LogLines log_;
   fakes::ManualClock time_;
@@ -90,8 +111,7 @@ TEST_F(VideoOutletTest, AsksForAKeyFrameWhereItCouldNotHoldEverything) {
 }
 
 TEST_F(VideoOutletTest, HoldsNoMoreBytesThanItsBound) {
-  Bytes large = key;
-  large.resize(VideoOutlet::mostHeldBytes);
+  const Bytes large = keyFrameOf(VideoOutlet::mostHeldBytes);
   outlet_.send(large, Ticks{1});
   outlet_.send(picture, Ticks{2});
   outlet_.open(link_->connection());
@@ -134,8 +154,7 @@ TEST_F(VideoOutletTest, ShowsNothingOfTheSessionBeforeInTheNext) {
 }
 
 TEST_F(VideoOutletTest, HoldsAsMuchAgainFromEachKeyFrameOn) {
-  Bytes large = key;
-  large.resize(VideoOutlet::mostHeldBytes);
+  const Bytes large = keyFrameOf(VideoOutlet::mostHeldBytes);
   outlet_.send(large, Ticks{1});
   outlet_.send(picture, Ticks{2});  // too much: all of it is lost
   outlet_.send(large, Ticks{3});
@@ -154,16 +173,9 @@ TEST_F(VideoOutletTest, HoldsNothingBackThatNoDecoderCanBeginWith) {
 }
 
 TEST_F(VideoOutletTest, WaitsForTheAgentOnTheEncodersThreadAlone) {
-  outlet_.open(link_->connection());
-  Bytes large = key;
-  large.resize(8'000'000);
-  std::thread encoder([&] {
-    outlet_.send(large, Ticks{1});
-    outlet_.send(picture, Ticks{2});
-  });
-  peer_->read(9);
+  std::thread encoder = encoderThatWaits();
   outlet_.open(link_->connection());  // another start, while the agent does not read
-  EXPECT_EQ(peer_->read(large.size()).size(), large.size());
+  readTheLargePicture();
   EXPECT_EQ(heard(), (Heard{2, picture}));
   encoder.join();
 }
@@ -178,8 +190,7 @@ TEST_F(VideoOutletTest, StaysOpenWhenItIsOpenedAgain) {
 }
 
 TEST_F(VideoOutletTest, NeverWaitsForTheAgentOnTheMainThread) {
-  Bytes large = key;
-  large.resize(VideoOutlet::mostHeldBytes - 10);
+  const Bytes large = keyFrameOf(VideoOutlet::mostHeldBytes - 10);
   outlet_.send(large, Ticks{1});
   outlet_.send(picture, Ticks{2});
   outlet_.open(link_->connection());  // the agent does not read yet
@@ -191,19 +202,12 @@ TEST_F(VideoOutletTest, NeverWaitsForTheAgentOnTheMainThread) {
 }
 
 TEST_F(VideoOutletTest, LetsAPictureThatWaitsGoWhenItsSessionEnds) {
-  outlet_.open(link_->connection());
-  Bytes large = key;
-  large.resize(8'000'000);
-  std::thread encoder([&] {
-    outlet_.send(large, Ticks{1});
-    outlet_.send(picture, Ticks{2});
-  });
-  peer_->read(9);
+  std::thread encoder = encoderThatWaits();
   outlet_.stopWaiting();
   encoder.join();
   outlet_.shut();
   std::thread writer([this] { manual_.run(); });
-  EXPECT_EQ(peer_->read(large.size()).size(), large.size());
+  readTheLargePicture();
   writer.join();
   EXPECT_TRUE(peer_->isSilent());
 }
