@@ -84,7 +84,7 @@ void HeldRecord::undoPredecessor(const XKeyboard& keyboard) {
   for (const auto key : held.typing) fakeKey(connection_, key, Stroked::up);
   if (held.locks || held.capsLock) {
     Locks locks = held.locks.value_or(keyboard.locks());
-    if (held.capsLock) locks.modifiers &= static_cast<XModifiers>(~XKeyboard::capsLock);
+    if (held.capsLock) locks.modifiers &= static_cast<XModifiers>(~capsLockModifier);
     keyboard.setLocks(locks);
   }
   unmapKeys(connection_, std::vector(held.mapped.begin(), held.mapped.end()));

@@ -37,6 +37,7 @@ TextTyper::TextTyper(const server::Connection& connection, const InputGate& gate
 void TextTyper::type(std::u16string_view run) {
   if (generation_ != keyboard_.generation()) {
     spares_.adopt(keyboard_);
+    keyboard_.leaveOut(spares_.keycodes());
     generation_ = keyboard_.generation();
   }
   const Locks locks = keyboard_.locks();
@@ -54,8 +55,8 @@ std::vector<TextTyper::Planned> TextTyper::plan(const std::u32string& characters
   for (const char32_t character : characters) {
     const auto wanted = typeable(character);
     if (!wanted) continue;
-    planned.push_back(
-        {xkb_utf32_to_keysym(*wanted), keyboard_.strokeFor(*wanted, group, spares_.keycodes())});
+    planned.push_back({xkb_utf32_to_keysym(*wanted),
+                       keyboard_.layout().strokeFor(*wanted, group, spares_.keycodes())});
   }
   return planned;
 }
@@ -105,7 +106,7 @@ bool TextTyper::awaitReader(Time lastUse, std::chrono::milliseconds patience) {
   constexpr std::chrono::milliseconds untilRead{225};  // of a terminal on a busy machine
   if (lastUse < read_) return gate_.isOpen();
   const Time asked = Time::clock::now();
-  const auto onOther = [this](const auto& event) { keyboard_.note(event, spares_.keycodes()); };
+  const auto onOther = [this](const auto& event) { keyboard_.note(event); };
   if (!reader_.hasReadEverything(asked + patience, onOther))
     return gate_.sleepUntil(lastUse + untilRead);
   read_ = asked;

@@ -41,9 +41,6 @@ class TextTyper {
   /// The same at once, whoever has yet to read what.
   void takeBack();
 
-  /// The keycodes that this object maps at will.
-  std::span<const xcb_keycode_t> keycodes() const { return spares_.keycodes(); }
-
  private:
   /// How long a program that takes questions may leave one without an answer.
   static constexpr std::chrono::milliseconds usualPatience{1000};

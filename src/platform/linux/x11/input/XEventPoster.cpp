@@ -184,18 +184,18 @@ bool XEventPoster::othersHoldButton(std::uint8_t button) const {
 }
 
 void XEventPoster::pressKey(const KeyboardEvent& event) {
-  refreshKeyboard();
+  keyboard_.refresh();
   if (event.flags) makeTrue(*event.flags);
-  const auto keycode = keyboard_.keycodeAt(event.keyCode);
+  const auto keycode = keyboard_.layout().keycodeAt(event.keyCode);
   if (!keycode) return;
   XModifiers affected = 0;
   XModifiers values = 0;
   if (event.flags) {
-    affected |= XKeyboard::capsLock;
-    if ((*event.flags & eventFlag::alphaShift) != 0) values |= XKeyboard::capsLock;
+    affected |= capsLockModifier;
+    if ((*event.flags & eventFlag::alphaShift) != 0) values |= capsLockModifier;
   }
   if (isKeypadDigit(event.keyCode)) {
-    const XModifiers forDigit = keyboard_.modifiersForDigit(*keycode);
+    const XModifiers forDigit = keyboard_.layout().modifiersForDigit(*keycode);
     affected |= forDigit;
     values |= forDigit;
   }
@@ -229,12 +229,12 @@ void XEventPoster::releaseKey(KeyCode key) {
 void XEventPoster::changeFlags(const KeyboardEvent& event) {
   const EventFlags flags = event.flags.value_or(0);
   if (!gate_.isOpen()) return releaseUnless(flags);
-  refreshKeyboard();
+  keyboard_.refresh();
   if (event.down) {
-    const auto keycode = keyboard_.keycodeAt(event.keyCode);
+    const auto keycode = keyboard_.layout().keycodeAt(event.keyCode);
     for (std::size_t i = 0; keycode && i < modifiers.size(); ++i) {
       // A layout may have made another key of it, and then its position says nothing.
-      const auto keys = keyboard_.keysOf(modifiers[i]);
+      const auto keys = keyboard_.layout().keysOf(modifiers[i]);
       if ((flags & modifiers[i]) == 0 || std::ranges::find(keys, *keycode) == keys.end()) continue;
       modifierKeys_[i].preferred = *keycode;
       if (press(*keycode)) modifierKeys_[i].held.insert(*keycode);
@@ -247,7 +247,7 @@ void XEventPoster::changeFlags(const KeyboardEvent& event) {
 
 void XEventPoster::type(const std::u16string& run) {
   if (!gate_.isOpen()) return typer_.endText();
-  refreshKeyboard();
+  keyboard_.refresh();
   for (auto& keys : modifierKeys_)
     for (const auto keycode : std::exchange(keys.held, {})) release(keycode);
   typer_.type(run);
@@ -270,8 +270,8 @@ void XEventPoster::releaseUnless(EventFlags flags) {
 }
 
 void XEventPoster::pressModifier(std::size_t index) {
-  refreshKeyboard();
-  auto keys = keyboard_.keysOf(modifiers[index]);
+  keyboard_.refresh();
+  auto keys = keyboard_.layout().keysOf(modifiers[index]);
   if (const auto preferred = modifierKeys_[index].preferred) keys.insert(keys.begin(), *preferred);
   for (const auto keycode : keys) {
     if (!press(keycode)) continue;
@@ -283,13 +283,13 @@ void XEventPoster::pressModifier(std::size_t index) {
 void XEventPoster::makeCapsLockTrue(bool locked) {
   if (locked == held_.capsLock) return;
   if (!locked) {
-    keyboard_.setLockedModifiers(XKeyboard::capsLock, 0);
+    keyboard_.setLockedModifiers(capsLockModifier, 0);
     held_.capsLock = false;
     record_.write(held_);
-  } else if ((keyboard_.locks().modifiers & XKeyboard::capsLock) == 0) {
+  } else if ((keyboard_.locks().modifiers & capsLockModifier) == 0) {
     held_.capsLock = true;
     record_.write(held_);
-    keyboard_.setLockedModifiers(XKeyboard::capsLock, XKeyboard::capsLock);
+    keyboard_.setLockedModifiers(capsLockModifier, capsLockModifier);
   }
 }
 

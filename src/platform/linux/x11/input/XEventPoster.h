@@ -69,7 +69,6 @@ class XEventPoster final : public EventPoster {
   bool press(xcb_keycode_t keycode);
   void release(xcb_keycode_t keycode);
   bool othersHold(xcb_keycode_t keycode) const;
-  void refreshKeyboard() { keyboard_.refresh(typer_.keycodes()); }
   void flush() const { xcb_flush(connection_.get()); }
 
   InputGate& gate_;
