@@ -25,12 +25,12 @@ std::optional<char32_t> typeable(char32_t character) {
 }  // namespace
 
 TextTyper::TextTyper(const server::Connection& connection, const InputGate& gate,
-                     XKeyboard& keyboard, Held& held, HeldRecord& record)
+                     XKeyboard& keyboard, HeldRecord& record)
     : connection_(connection),
       gate_(gate),
       keyboard_(keyboard),
-      held_(held),
       record_(record),
+      held_(record.held()),
       spares_(connection),
       reader_(connection, gate) {}
 
@@ -80,7 +80,7 @@ bool TextTyper::lendFor(std::span<const Planned> part) {
   const auto lending = spares_.plan(missing);
   if (lending.lastUse && !awaitReader(*lending.lastUse, usualPatience)) return false;
   for (const auto& [keycode, symbols] : lending.keys) held_.mapped.insert(keycode);
-  record_.write(held_);
+  record_.write();
   if (!spares_.lend(lending)) spares_.lend(spares_.plan(missingOf(part)));
   return true;
 }
@@ -124,7 +124,7 @@ bool TextTyper::strike(std::span<const Planned> part, Locks locks) {
     if (const auto stroke = strokeOf(planned, locks)) strokes.push_back(*stroke);
   for (const auto& stroke : strokes) held_.typing.insert(stroke.keycode);
   held_.locks = locks;
-  record_.write(held_);
+  record_.write();
 
   Locks current = locks;
   lastStroke_ = Time::clock::now();
@@ -140,7 +140,7 @@ bool TextTyper::strike(std::span<const Planned> part, Locks locks) {
 
   held_.typing.clear();
   held_.locks.reset();
-  record_.write(held_);
+  record_.write();
   xcb_flush(connection_.get());
   return next == strokes.end();
 }
@@ -156,7 +156,7 @@ void TextTyper::takeBack() {
   if (held_.mapped.empty()) return;
   spares_.takeBack();
   held_.mapped.clear();
-  record_.write(held_);
+  record_.write();
   xcb_flush(connection_.get());
 }
 

@@ -23,9 +23,9 @@ namespace vesk::x11::input {
 /// typed is left out.
 class TextTyper {
  public:
-  /// All outlive this object. `held` is what the record was last told.
+  /// All outlive this object.
   TextTyper(const server::Connection& connection, const InputGate& gate, XKeyboard& keyboard,
-            Held& held, HeldRecord& record);
+            HeldRecord& record);
 
   /// Types a run of UTF-16. The caller has let go of the modifiers that it holds.
   void type(std::u16string_view run);
@@ -64,8 +64,8 @@ class TextTyper {
   const server::Connection& connection_;
   const InputGate& gate_;
   XKeyboard& keyboard_;
-  Held& held_;
   HeldRecord& record_;
+  Held& held_;
   SpareKeys spares_;
   server::Reader reader_;
   Utf16Joiner joiner_;
