@@ -61,7 +61,7 @@ void Patch::rememberBackground(const PixelRect& piece, const server::SharedPixel
 
 void Patch::markStale(const PixelRect& part) { stale_ = around(stale_, intersection(part, area_)); }
 
-void Patch::request(const std::vector<const WindowContents*>& bottomToTop, bool blended) {
+void Patch::request(std::span<const WindowContents* const> bottomToTop, bool blended) {
   if (stale_.isEmpty()) return;
   auto* const c = connection_.get();
   const std::int32_t left = stale_.x - area_.x;

@@ -4,6 +4,7 @@
 #include <xcb/shm.h>
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "platform/linux/x11/beneath/WindowContents.h"
@@ -49,7 +50,7 @@ class Patch {
   void markStale() { markStale(area_); }
 
   /// Asks the server for what is stale; `collect` waits until it has come.
-  void request(const std::vector<const WindowContents*>& bottomToTop, bool blended);
+  void request(std::span<const WindowContents* const> bottomToTop, bool blended);
   bool collect();
 
   /// Copies rows of the root window into the picture of the screen.

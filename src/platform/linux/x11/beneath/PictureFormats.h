@@ -8,11 +8,12 @@
 
 namespace vesk::x11::beneath {
 
-/// The server's number for the layout of each visual's pixels; none of a server without the
-/// extension. Waits for the server.
-inline std::map<xcb_visualid_t, xcb_render_pictformat_t> pictureFormats(
-    const server::Connection& connection) {
-  std::map<xcb_visualid_t, xcb_render_pictformat_t> formats;
+/// The server's number for the layout of each visual's pixels.
+using PictureFormats = std::map<xcb_visualid_t, xcb_render_pictformat_t>;
+
+/// None of a server without the extension. Waits for the server.
+inline PictureFormats pictureFormats(const server::Connection& connection) {
+  PictureFormats formats;
   auto* const c = connection.get();
   if (!connection.offers("RENDER")) return formats;
   const server::ReplyPtr<xcb_render_query_pict_formats_reply_t> reply(

@@ -84,7 +84,7 @@ void HeldRecord::undoPredecessor(const XKeyboard& keyboard) {
   for (const auto key : held.typing) fakeKey(connection_, key, Stroked::up);
   if (held.locks || held.capsLock) {
     Locks locks = held.locks.value_or(keyboard.locks());
-    if (held.capsLock) locks.modifiers &= static_cast<XModifiers>(~XKeyboard::capsLock);
+    if (held.capsLock) locks.modifiers &= static_cast<XModifiers>(~capsLockModifier);
     keyboard.setLocks(locks);
   }
   unmapKeys(connection_, std::vector(held.mapped.begin(), held.mapped.end()));
@@ -92,10 +92,10 @@ void HeldRecord::undoPredecessor(const XKeyboard& keyboard) {
   xcb_flush(connection_.get());
 }
 
-void HeldRecord::write(const Held& held) {
-  if (held == written_ || property_ == XCB_ATOM_NONE) return;
-  written_ = held;
-  const auto numbers = encode(held);
+void HeldRecord::write() {
+  if (held_ == written_ || property_ == XCB_ATOM_NONE) return;
+  written_ = held_;
+  const auto numbers = encode(held_);
   if (numbers.empty()) {
     xcb_delete_property(connection_.get(), connection_.root(), property_);
     return;

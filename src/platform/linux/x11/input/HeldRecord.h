@@ -40,14 +40,18 @@ class HeldRecord {
   /// Lets go of what the record says, and deletes it.
   void undoPredecessor(const XKeyboard& keyboard);
 
+  /// What is held, for its holders to change and then to `write`.
+  Held& held() { return held_; }
+
   /// Writes only what differs from the record.
-  void write(const Held& held);
+  void write();
 
  private:
   Held read() const;
 
   const server::Connection& connection_;
   xcb_atom_t property_ = XCB_ATOM_NONE;
+  Held held_;
   Held written_;
 };
 

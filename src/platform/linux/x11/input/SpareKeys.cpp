@@ -7,7 +7,7 @@ namespace vesk::x11::input {
 void SpareKeys::adopt(const XKeyboard& keyboard) {
   levels_ = keyboard.levels();
   std::erase_if(keys_, [&](const Key& key) { return !isStillLent(key, keyboard); });
-  for (const auto keycode : keyboard.unmapped())
+  for (const auto keycode : keyboard.layout().unmapped())
     keys_.push_back({.keycode = keycode, .symbols = {}, .struck = {}});
   keycodes_.clear();
   for (const auto& key : keys_) keycodes_.push_back(key.keycode);
@@ -17,7 +17,8 @@ void SpareKeys::adopt(const XKeyboard& keyboard) {
 bool SpareKeys::isStillLent(const Key& key, const XKeyboard& keyboard) const {
   if (key.symbols.empty() || key.symbols.size() > levels_.reached.size()) return false;
   for (std::size_t i = 0; i < key.symbols.size(); ++i)
-    if (keyboard.symbol(key.keycode, levels_.reached[i].level) != key.symbols[i]) return false;
+    if (keyboard.layout().symbol(key.keycode, levels_.reached[i].level) != key.symbols[i])
+      return false;
   return true;
 }
 

@@ -25,18 +25,19 @@ std::optional<char32_t> typeable(char32_t character) {
 }  // namespace
 
 TextTyper::TextTyper(const server::Connection& connection, const InputGate& gate,
-                     XKeyboard& keyboard, Held& held, HeldRecord& record)
+                     XKeyboard& keyboard, HeldRecord& record)
     : connection_(connection),
       gate_(gate),
       keyboard_(keyboard),
-      held_(held),
       record_(record),
+      held_(record.held()),
       spares_(connection),
       reader_(connection, gate) {}
 
 void TextTyper::type(std::u16string_view run) {
   if (generation_ != keyboard_.generation()) {
     spares_.adopt(keyboard_);
+    keyboard_.leaveOut(spares_.keycodes());
     generation_ = keyboard_.generation();
   }
   const Locks locks = keyboard_.locks();
@@ -54,8 +55,8 @@ std::vector<TextTyper::Planned> TextTyper::plan(const std::u32string& characters
   for (const char32_t character : characters) {
     const auto wanted = typeable(character);
     if (!wanted) continue;
-    planned.push_back(
-        {xkb_utf32_to_keysym(*wanted), keyboard_.strokeFor(*wanted, group, spares_.keycodes())});
+    planned.push_back({xkb_utf32_to_keysym(*wanted),
+                       keyboard_.layout().strokeFor(*wanted, group, spares_.keycodes())});
   }
   return planned;
 }
@@ -79,7 +80,7 @@ bool TextTyper::lendFor(std::span<const Planned> part) {
   const auto lending = spares_.plan(missing);
   if (lending.lastUse && !awaitReader(*lending.lastUse, usualPatience)) return false;
   for (const auto& [keycode, symbols] : lending.keys) held_.mapped.insert(keycode);
-  record_.write(held_);
+  record_.write();
   if (!spares_.lend(lending)) spares_.lend(spares_.plan(missingOf(part)));
   return true;
 }
@@ -105,7 +106,7 @@ bool TextTyper::awaitReader(Time lastUse, std::chrono::milliseconds patience) {
   constexpr std::chrono::milliseconds untilRead{225};  // of a terminal on a busy machine
   if (lastUse < read_) return gate_.isOpen();
   const Time asked = Time::clock::now();
-  const auto onOther = [this](const auto& event) { keyboard_.note(event, spares_.keycodes()); };
+  const auto onOther = [this](const auto& event) { keyboard_.note(event); };
   if (!reader_.hasReadEverything(asked + patience, onOther))
     return gate_.sleepUntil(lastUse + untilRead);
   read_ = asked;
@@ -123,7 +124,7 @@ bool TextTyper::strike(std::span<const Planned> part, Locks locks) {
     if (const auto stroke = strokeOf(planned, locks)) strokes.push_back(*stroke);
   for (const auto& stroke : strokes) held_.typing.insert(stroke.keycode);
   held_.locks = locks;
-  record_.write(held_);
+  record_.write();
 
   Locks current = locks;
   lastStroke_ = Time::clock::now();
@@ -139,7 +140,7 @@ bool TextTyper::strike(std::span<const Planned> part, Locks locks) {
 
   held_.typing.clear();
   held_.locks.reset();
-  record_.write(held_);
+  record_.write();
   xcb_flush(connection_.get());
   return next == strokes.end();
 }
@@ -155,7 +156,7 @@ void TextTyper::takeBack() {
   if (held_.mapped.empty()) return;
   spares_.takeBack();
   held_.mapped.clear();
-  record_.write(held_);
+  record_.write();
   xcb_flush(connection_.get());
 }
 

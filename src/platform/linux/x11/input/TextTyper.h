@@ -23,9 +23,9 @@ namespace vesk::x11::input {
 /// typed is left out.
 class TextTyper {
  public:
-  /// All outlive this object. `held` is what the record was last told.
+  /// All outlive this object.
   TextTyper(const server::Connection& connection, const InputGate& gate, XKeyboard& keyboard,
-            Held& held, HeldRecord& record);
+            HeldRecord& record);
 
   /// Types a run of UTF-16. The caller has let go of the modifiers that it holds.
   void type(std::u16string_view run);
@@ -40,9 +40,6 @@ class TextTyper {
 
   /// The same at once, whoever has yet to read what.
   void takeBack();
-
-  /// The keycodes that this object maps at will.
-  std::span<const xcb_keycode_t> keycodes() const { return spares_.keycodes(); }
 
  private:
   /// How long a program that takes questions may leave one without an answer.
@@ -67,8 +64,8 @@ class TextTyper {
   const server::Connection& connection_;
   const InputGate& gate_;
   XKeyboard& keyboard_;
-  Held& held_;
   HeldRecord& record_;
+  Held& held_;
   SpareKeys spares_;
   server::Reader reader_;
   Utf16Joiner joiner_;

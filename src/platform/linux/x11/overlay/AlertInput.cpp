@@ -8,7 +8,6 @@
 
 #include "platform/linux/x11/overlay/AlertWindow.h"
 #include "platform/linux/x11/server/Connection.h"
-#include "platform/linux/x11/server/Properties.h"
 #include "platform/linux/x11/server/Xkb.h"
 
 namespace vesk::x11::overlay {
@@ -52,9 +51,9 @@ xcb_window_t windowOf(const xcb_generic_event_t& event) {
 AlertInput::AlertInput(QWidget& alert)
     : alert_(alert),
       connection_(qtConnection()),
-      window_(static_cast<xcb_window_t>(alert.winId())) {
+      window_(static_cast<xcb_window_t>(alert.winId())),
+      time_(connection_, window_) {
   if (connection_ == nullptr) return;
-  timeProperty_ = server::atom(connection_, "_VESK_REMOTE_TIME");
   askForTrueReleases();
   QCoreApplication::instance()->installNativeEventFilter(this);
   alert_.windowHandle()->installEventFilter(this);
@@ -86,9 +85,9 @@ bool AlertInput::isDropped(const xcb_generic_event_t& event) {
   const auto& key = as<xcb_key_press_event_t>(event);
   switch (typeOf(event)) {
     case XCB_KEY_PRESS:
-      return isMadeUp(event) || !act_.keyGoesDown(key.detail, timeOf(key.time));
+      return isMadeUp(event) || !act_.keyGoesDown(key.detail, time_.timeOf(key.time));
     case XCB_KEY_RELEASE:
-      return isMadeUp(event) || !act_.keyGoesUp(key.detail, timeOf(key.time));
+      return isMadeUp(event) || !act_.keyGoesUp(key.detail, time_.timeOf(key.time));
     case XCB_BUTTON_PRESS:
     case XCB_BUTTON_RELEASE:
       return isMadeUp(event);
@@ -105,14 +104,17 @@ void AlertInput::follow(const xcb_generic_event_t& event) {
     case XCB_EXPOSE:
       act_.comesIntoSight();
       act_.moves();
-      return askForTheTime();
+      return time_.ask();
     case XCB_UNMAP_NOTIFY:
       return act_.goesOutOfSight();
     case XCB_FOCUS_IN:
     case XCB_FOCUS_OUT:
       return followFocus(as<xcb_focus_in_event_t>(event));
     case XCB_PROPERTY_NOTIFY:
-      return followTime(as<xcb_property_notify_event_t>(event));
+      if (const auto now = time_.answerOf(as<xcb_property_notify_event_t>(event))) {
+        act_.confirm(*now);
+      }
+      return;
     default:
       return;
   }
@@ -126,7 +128,7 @@ void AlertInput::followPlace(const xcb_generic_event_t& event) {
   if (known == area) return;
   known = area;
   act_.moves();
-  askForTheTime();
+  time_.ask();
 }
 
 void AlertInput::followFocus(const xcb_focus_in_event_t& event) {
@@ -134,22 +136,7 @@ void AlertInput::followFocus(const xcb_focus_in_event_t& event) {
   if (event.detail == XCB_NOTIFY_DETAIL_POINTER) return;
   if (event.response_type == XCB_FOCUS_OUT) return act_.losesFocus();
   act_.getsFocus(heldKeys());
-  askForTheTime();
-}
-
-void AlertInput::followTime(const xcb_property_notify_event_t& event) {
-  if (event.atom != timeProperty_) return;
-  lastTime_ = timeOf(event.time);
-  // What was asked for earlier is older than what has happened since.
-  if (unanswered_ > 0 && --unanswered_ == 0) act_.confirm(lastTime_);
-}
-
-/// Neither changes of the focus nor of the place tell when they were; a changed property does.
-void AlertInput::askForTheTime() {
-  ++unanswered_;
-  xcb_change_property(connection_, XCB_PROP_MODE_APPEND, window_, timeProperty_, XCB_ATOM_INTEGER,
-                      32, 0, nullptr);
-  xcb_flush(connection_);
+  time_.ask();
 }
 
 /// All of them when the server is gone.
@@ -161,12 +148,6 @@ DeliberateAct::Keys AlertInput::heldKeys() const {
     held[key] = map == nullptr || (map->keys[key / 8] >> key % 8 & 1U) != 0;
   }
   return held;
-}
-
-/// The server counts milliseconds in 32 bits.
-DeliberateAct::Time AlertInput::timeOf(xcb_timestamp_t time) const {
-  const auto last = static_cast<std::uint32_t>(lastTime_.count());
-  return lastTime_ + DeliberateAct::Time(static_cast<std::int32_t>(time - last));
 }
 
 bool AlertInput::eventFilter(QObject* watched, QEvent* event) {
@@ -186,7 +167,7 @@ bool AlertInput::eventFilter(QObject* watched, QEvent* event) {
 bool AlertInput::pressCounts(const QMouseEvent& press) {
   // One without a time is not the server's.
   const auto time = static_cast<xcb_timestamp_t>(press.timestamp());
-  return time != XCB_CURRENT_TIME && act_.buttonGoesDown(timeOf(time));
+  return time != XCB_CURRENT_TIME && act_.buttonGoesDown(time_.timeOf(time));
 }
 
 /// The release of a press that counts no more is no click: it finds nothing pressed.

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "platform/DeliberateAct.h"
+#include "platform/linux/x11/overlay/ServerTime.h"
 
 class QMouseEvent;
 class QWidget;
@@ -41,21 +42,16 @@ class AlertInput final : public QObject, public QAbstractNativeEventFilter {
   void follow(const xcb_generic_event_t& event);
   void followPlace(const xcb_generic_event_t& event);
   void followFocus(const xcb_focus_in_event_t& event);
-  void followTime(const xcb_property_notify_event_t& event);
-  void askForTheTime();
   bool isDropped(const xcb_generic_event_t& event);
   bool pressCounts(const QMouseEvent& press);
   void letGo();
   DeliberateAct::Keys heldKeys() const;
-  DeliberateAct::Time timeOf(xcb_timestamp_t time) const;
 
   QWidget& alert_;
   xcb_connection_t* connection_;
   xcb_window_t window_;
-  xcb_atom_t timeProperty_ = XCB_NONE;
+  ServerTime time_;
   DeliberateAct act_;
-  DeliberateAct::Time lastTime_{0};
-  int unanswered_ = 0;  ///< questions for the time
   std::optional<Area> inParent_;
   std::optional<Area> onScreen_;
 };

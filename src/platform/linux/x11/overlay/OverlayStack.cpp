@@ -1,16 +1,12 @@
 #include "platform/linux/x11/overlay/OverlayStack.h"
 
-#include <xcb/xfixes.h>
-
 #include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
 
 #include "platform/linux/x11/beneath/restackedWindow.h"
-#include "platform/linux/x11/overlay/CompositorBypass.h"
 #include "platform/linux/x11/overlay/XOverlay.h"
-#include "platform/linux/x11/server/compositorSelection.h"
 
 namespace vesk::x11::overlay {
 namespace {
@@ -18,41 +14,32 @@ namespace {
 /// Two programs that both want to be on top, a screen locker for one, must not chase each other.
 constexpr int millisecondsBetweenRaises = 250;
 
-/// Whether the server itself made the window: the one that a compositor shows its picture in.
-bool isServersOwn(const server::Connection& connection, xcb_window_t window) {
-  return connection.makerOf(window) == 0;
-}
-
 }  // namespace
 
 OverlayStack::OverlayStack(const server::Connection& connection)
     : connection_(connection),
-      notifier_(xcb_get_file_descriptor(connection_.get()), QSocketNotifier::Read) {
+      notifier_(xcb_get_file_descriptor(connection_.get()), QSocketNotifier::Read),
+      compositor_(connection) {
   laterRaise_.setSingleShot(true);
   QObject::connect(&laterRaise_, &QTimer::timeout, [this] { raise(); });
   QObject::connect(&notifier_, &QSocketNotifier::activated, [this] { readEvents(); });
   if (!connection_) return;
-  watchCompositor();
   watchWindows(XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
 }
 
 OverlayStack::~OverlayStack() {
   if (!connection_) return;
-  if (selectionNotify_ >= 0) server::ignoreCompositorSelection(connection_);
+  compositor_.end();
   watchWindows(XCB_EVENT_MASK_NO_EVENT);
   // What came until now is nobody's any more.
   connection_.dropEvents();
 }
 
-Composition OverlayStack::composition() const {
-  if (!composited_) return Composition::none;
-  return compositorAside_ ? Composition::bypassed : Composition::blended;
-}
-
 /// Panels get no shadow and are not faded in. Where there are layers, theirs is below menus, and
 /// that of notices is with them.
 std::string_view OverlayStack::windowType() const {
-  return manager_.stacksByItself ? "_NET_WM_WINDOW_TYPE_NOTIFICATION" : "_NET_WM_WINDOW_TYPE_DOCK";
+  return compositor_.manager().stacksByItself ? "_NET_WM_WINDOW_TYPE_NOTIFICATION"
+                                              : "_NET_WM_WINDOW_TYPE_DOCK";
 }
 
 void OverlayStack::orderFront(XOverlay& overlay) {
@@ -72,26 +59,6 @@ void OverlayStack::settle() {
 
 void OverlayStack::orderOut(XOverlay& overlay) { std::erase(overlays_, &overlay); }
 
-void OverlayStack::watchCompositor() {
-  auto* const c = connection_.get();
-  const auto* const extension = xcb_get_extension_data(c, &xcb_xfixes_id);
-  if (extension == nullptr || extension->present == 0) return;
-  // Without having asked for the version, nothing else of the extension is answered.
-  const server::ReplyPtr<xcb_xfixes_query_version_reply_t> version(
-      xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
-  selectionNotify_ = extension->first_event + XCB_XFIXES_SELECTION_NOTIFY;
-
-  // Asked after the wish to be told, so that none slips through in between.
-  const xcb_atom_t selection = server::watchCompositorSelection(connection_);
-  const server::ReplyPtr<xcb_get_selection_owner_reply_t> owner(
-      xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr));
-  const xcb_window_t compositor = owner == nullptr ? xcb_window_t{XCB_NONE} : owner->owner;
-  manager_ = beneath::compositingManager(connection_, compositor);
-  composited_ = compositor != XCB_NONE;
-  // The compositor's own window cannot be asked about without bringing it up.
-  compositorAside_ = asideIsGuess_ = composited_ && isCompositorLikelyAside(connection_);
-}
-
 void OverlayStack::watchWindows(std::uint32_t events) const {
   xcb_change_window_attributes(connection_.get(), connection_.root(), XCB_CW_EVENT_MASK, &events);
   xcb_flush(connection_.get());
@@ -106,9 +73,9 @@ void OverlayStack::readEvents() {
 }
 
 void OverlayStack::handle(const xcb_generic_event_t& event) {
-  followCompositor(event);
+  if (compositor_.handle(event)) adapt();
   if (!mayHide(event)) return;
-  hidden_ = hidden_ || manager_.stacksByItself;
+  hidden_ = hidden_ || compositor_.manager().stacksByItself;
   raiseSoon();
 }
 
@@ -116,7 +83,7 @@ void OverlayStack::handle(const xcb_generic_event_t& event) {
 bool OverlayStack::mayHide(const xcb_generic_event_t& event) const {
   const auto window = beneath::restackedWindow(event);
   if (!window || isOwn(*window)) return false;
-  if (!manager_.stacksByItself) return true;
+  if (!compositor_.manager().stacksByItself) return true;
   if ((event.response_type & 0x7f) != XCB_MAP_NOTIFY) return false;
   // What it manages is below.
   if (reinterpret_cast<const xcb_map_notify_event_t&>(event).override_redirect == 0) return false;
@@ -128,31 +95,7 @@ bool OverlayStack::mayHide(const xcb_generic_event_t& event) const {
                              [&](const XOverlay* overlay) { return overlay->meets(frame); });
 }
 
-void OverlayStack::followCompositor(const xcb_generic_event_t& event) {
-  const int type = event.response_type & 0x7f;
-  if (type == selectionNotify_) {
-    const auto& notify = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
-    manager_ = beneath::compositingManager(connection_, notify.owner);
-    setCompositor(notify.owner != XCB_NONE, /*aside=*/false);
-  } else if (type == XCB_UNMAP_NOTIFY) {
-    const auto& notify = reinterpret_cast<const xcb_unmap_notify_event_t&>(event);
-    if (isServersOwn(connection_, notify.window)) {
-      setCompositor(composited_, /*aside=*/true);
-    } else if (asideIsGuess_ && !isCompositorLikelyAside(connection_)) {
-      setCompositor(composited_, /*aside=*/false);
-    }
-  } else if (type == XCB_MAP_NOTIFY) {
-    const auto& notify = reinterpret_cast<const xcb_map_notify_event_t&>(event);
-    if (isServersOwn(connection_, notify.window)) setCompositor(composited_, /*aside=*/false);
-  }
-}
-
-void OverlayStack::setCompositor(bool composited, bool aside) {
-  const Composition before = composition();
-  composited_ = composited;
-  compositorAside_ = aside;
-  asideIsGuess_ = false;
-  if (composition() == before) return;
+void OverlayStack::adapt() {
   for (auto* const overlay : overlays_) overlay->adapt();
   raise();
 }

@@ -7,22 +7,15 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/linux/x11/beneath/CompositingManager.h"
+#include "platform/linux/x11/overlay/CompositorWatch.h"
 #include "platform/linux/x11/server/Connection.h"
 
 namespace vesk::x11::overlay {
 
 class XOverlay;
 
-/// What becomes of a window on its way to the screen.
-enum class Composition {
-  none,      ///< it is shown as it is
-  blended,   ///< a compositor shows it, translucent where it has alpha
-  bypassed,  ///< there is a compositor, but it has stepped aside for a full-screen program
-};
-
-/// The overlays that exist at a time, and what must be done for them when other programs move
-/// windows about or a compositor comes and goes.
+/// The overlays that exist at a time, kept above all other windows, and made to look as they have
+/// to when a compositor comes and goes.
 ///
 /// Thread: main. Owns: nothing; the overlays list themselves. It lives no longer than they do, so
 /// that the server tells nothing while nothing is shown.
@@ -37,7 +30,7 @@ class OverlayStack {
   const server::Connection& connection() const { return connection_; }
 
   /// At this moment.
-  Composition composition() const;
+  Composition composition() const { return compositor_.composition(); }
 
   /// The type that a window has to say it is of, so that it is shown above all others, and without
   /// a shadow if there is a choice.
@@ -53,12 +46,10 @@ class OverlayStack {
   void orderOut(XOverlay& overlay);
 
  private:
-  void watchCompositor();
   void watchWindows(std::uint32_t events) const;
   void readEvents();
   void handle(const xcb_generic_event_t& event);
-  void followCompositor(const xcb_generic_event_t& event);
-  void setCompositor(bool composited, bool aside);
+  void adapt();
   bool isOwn(xcb_window_t window) const;
   bool mayHide(const xcb_generic_event_t& event) const;
   void raiseSoon();
@@ -69,12 +60,8 @@ class OverlayStack {
   const server::Connection& connection_;
   QSocketNotifier notifier_;
   std::vector<XOverlay*> overlays_;  ///< top to bottom
-  beneath::CompositingManager manager_;
-  bool composited_ = false;       ///< a compositor runs
-  bool compositorAside_ = false;  ///< its picture is off the screen
-  bool asideIsGuess_ = false;     ///< nobody has told so far
-  bool hidden_ = false;           ///< where only what comes up last is on top
-  int selectionNotify_ = -1;
+  CompositorWatch compositor_;
+  bool hidden_ = false;  ///< where only what comes up last is on top
   QElapsedTimer sinceRaised_;
   QTimer laterRaise_;
 };

@@ -36,6 +36,28 @@ void PaintedPointer::handle(const xcb_generic_event_t& event) {
 
 bool PaintedPointer::hasChanged() { return stale_ || locate(); }
 
+std::vector<PixelRect> PaintedPointer::repaint(std::uint8_t* pixels,
+                                               const std::optional<PixelRect>& before) {
+  const bool redrawn = refresh();
+  const auto now = putOn(pixels);
+  std::vector<PixelRect> changed;
+  if (!redrawn && before == now) return changed;
+  if (before) changed.push_back(*before);
+  if (now) changed.push_back(*now);
+  return changed;
+}
+
+/// Asks for its place and, where it looks different, for its image. Whether it did.
+bool PaintedPointer::refresh() {
+  const bool redrawn = stale_;
+  if (redrawn) {
+    load();
+  } else {
+    locate();
+  }
+  return redrawn;
+}
+
 /// Whether it has moved.
 bool PaintedPointer::locate() {
   auto* const c = connection_.get();
@@ -60,16 +82,6 @@ void PaintedPointer::load() {
             image->height};
   const auto* const first = xcb_xfixes_get_cursor_image_cursor_image(image.get());
   image_.assign(first, first + xcb_xfixes_get_cursor_image_cursor_image_length(image.get()));
-}
-
-bool PaintedPointer::refresh() {
-  const bool redrawn = stale_;
-  if (redrawn) {
-    load();
-  } else {
-    locate();
-  }
-  return redrawn;
 }
 
 std::optional<PixelRect> PaintedPointer::putOn(std::uint8_t* pixels) {

@@ -27,18 +27,19 @@ class PaintedPointer {
   /// Gives the picture back the pixels that it covers; where that was, if it was anywhere.
   std::optional<PixelRect> takeOff(std::uint8_t* pixels);
 
-  /// Asks the server for its place and, where that is another, its image. Whether it was.
-  bool refresh();
-
-  /// Paints it where it is; where that is in the picture, if it is anywhere.
-  std::optional<PixelRect> putOn(std::uint8_t* pixels);
+  /// Paints it where the server has it now, after it was taken off. Where the picture changes
+  /// against the one `before`, in which it was there or nowhere: a pointer that stays as it is
+  /// changes nothing. Waits for the server.
+  std::vector<PixelRect> repaint(std::uint8_t* pixels, const std::optional<PixelRect>& before);
 
  private:
   std::uint8_t* at(std::uint8_t* pixels, int x, int y) const {
     return pixels + (static_cast<std::ptrdiff_t>(y) * monitor_.width + x) * 4;
   }
+  bool refresh();
   bool locate();
   void load();
+  std::optional<PixelRect> putOn(std::uint8_t* pixels);
 
   const server::Connection& connection_;
   server::Monitor monitor_;

@@ -1,26 +1,24 @@
 #pragma once
 
-#include <xcb/damage.h>
-#include <xcb/xfixes.h>
-
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
 
 #include "platform/linux/x11/beneath/Underneath.h"
+#include "platform/linux/x11/screen/HoldBack.h"
+#include "platform/linux/x11/screen/LayoutWatch.h"
+#include "platform/linux/x11/screen/MonitorPixels.h"
 #include "platform/linux/x11/screen/PaintedPointer.h"
+#include "platform/linux/x11/screen/ScreenDamage.h"
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/Randr.h"
-#include "platform/linux/x11/server/SharedPixels.h"
 #include "platform/linux/x11/server/rectangles.h"
 
 namespace vesk::x11::screen {
 
-/// One monitor's pixels in memory that is shared with the server, brought up to date where
-/// something was drawn, with the pointer painted on top. The program's own windows are left out of
-/// it, if wished: it shows what lies beneath them.
+/// One monitor's pixels, brought up to date where something was drawn, with the pointer painted on
+/// top. The program's own windows are left out of it, if wished: it shows what lies beneath them.
 ///
 /// The server is never grabbed: whoever holds it and is stopped, by a debugger or a terminal, stops
 /// the whole desktop. Everything is asked for in one go instead, and what windows have done
@@ -38,7 +36,7 @@ class ScreenGrabber {
   ScreenGrabber(const ScreenGrabber&) = delete;
   ScreenGrabber& operator=(const ScreenGrabber&) = delete;
 
-  explicit operator bool() const { return pixels_ != nullptr && *pixels_ && connection_; }
+  explicit operator bool() const { return pixels_ && *pixels_ && connection_; }
 
   /// Becomes readable when something was drawn or changed.
   int descriptor() const { return xcb_get_file_descriptor(connection_.get()); }
@@ -60,52 +58,33 @@ class ScreenGrabber {
   std::optional<std::vector<PixelRect>> grab();
 
   /// Whether the last grab was held back.
-  bool isHeldBack() const { return heldBackSince_.has_value(); }
+  bool isHeldBack() const { return holdBack_.isOn(); }
 
-  const std::uint8_t* pixels() const { return pixels_->data(); }
-  int stride() const { return monitor_.width * 4; }
+  const std::uint8_t* pixels() const { return pixels_->memory().data(); }
+  int stride() const { return pixels_->stride(); }
   int width() const { return monitor_.width; }
   int height() const { return monitor_.height; }
   const server::Connection& connection() const { return connection_; }
 
  private:
-  /// In the root window.
-  PixelRect area() const { return {monitor_.x, monitor_.y, monitor_.width, monitor_.height}; }
-  PixelRect inMonitor(const PixelRect& rect) const;
-  bool supportsExtensions();
-  void watch();
+  void watch(const beneath::OwnWindows* leftOut);
   void pollEvents();
-  bool mayHaveChanged() const;
-  /// What is on its way from the server, and what of the monitor it will bring up to date.
-  struct Asked {
-    std::vector<PixelRect> changed;
-    std::vector<xcb_shm_get_image_cookie_t> rows;
-  };
-
   std::optional<beneath::Disturbance> update();
   bool takePicture();
-  bool isToWait(beneath::Disturbance disturbance);
-  void repaintPointer(const std::optional<PixelRect>& before);
-  Asked request();
-  std::vector<PixelRect> takeDamage();
-  std::vector<xcb_shm_get_image_cookie_t> requestRows(const std::vector<PixelRect>& damaged);
+  bool mayHaveChanged() const;
+  std::vector<PixelRect> request();
+  std::vector<PixelRect> requestBeneath();
 
   server::Connection connection_;
   server::Monitor monitor_;
-  const beneath::OwnWindows* leftOut_;
-  std::unique_ptr<server::SharedPixels> pixels_;
-  std::unique_ptr<beneath::Underneath> underneath_;
-  xcb_damage_damage_t damage_ = 0;
-  xcb_xfixes_region_t region_ = 0;
-  std::uint8_t damageEvent_ = 0;
-  std::uint8_t randrEvent_ = 0;
-  News news_;
-  bool drawn_ = false;  ///< on the root window, whoever shows there
-  bool everything_ = true;
-  PixelRect unsure_;  ///< of the root window, where the pixels may show what the stack does not
-  std::vector<PixelRect> untold_;  ///< where the pixels have changed
-  std::optional<std::chrono::steady_clock::time_point> heldBackSince_;
+  std::optional<MonitorPixels> pixels_;
   std::optional<PaintedPointer> pointer_;
+  std::optional<ScreenDamage> damage_;
+  std::optional<LayoutWatch> layout_;
+  std::unique_ptr<beneath::Underneath> underneath_;
+  News news_;
+  HoldBack holdBack_;
+  std::vector<PixelRect> untold_;  ///< where the pixels have changed
 };
 
 }  // namespace vesk::x11::screen

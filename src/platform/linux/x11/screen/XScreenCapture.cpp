@@ -5,15 +5,16 @@
 #include <utility>
 
 #include "platform/linux/x11/screen/XScreenStream.h"
+#include "platform/linux/x11/screen/streamErrors.h"
 #include "platform/linux/x11/server/Randr.h"
 #include "platform/linux/x11/server/grants.h"
 
 namespace vesk::x11::screen {
 
 void XScreenCapture::shareableContent(Content completion) {
-  if (!connection_) return completion(std::nullopt, PlatformError{"The X server is gone."});
+  if (!connection_) return completion(std::nullopt, streamError::serverGone);
   if (!server::grantsScreenCapture(connection_)) {
-    return completion(std::nullopt, PlatformError{"The X server does not let its screen be read."});
+    return completion(std::nullopt, streamError::notReadable);
   }
   ShareableContent content;
   for (const auto& monitor : server::monitors(connection_)) {

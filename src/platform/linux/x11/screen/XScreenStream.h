@@ -8,6 +8,8 @@
 
 namespace vesk::x11::screen {
 
+class StreamRun;
+
 /// One monitor of the X server as a stream of images; see `ScreenStream`. It sleeps until something
 /// is drawn, looks at the pointer once per frame, and sends at most one image per frame. When
 /// nothing has changed any more it says so once, by an idle sample.
@@ -32,9 +34,7 @@ class XScreenStream final : public ScreenStream {
   void stopCapture(Completion completion) override;
 
  private:
-  class Run;
-
-  std::shared_ptr<Run> run_;
+  std::shared_ptr<StreamRun> run_;
   std::thread thread_;
 };
 

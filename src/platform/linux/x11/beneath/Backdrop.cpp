@@ -1,0 +1,63 @@
+#include "platform/linux/x11/beneath/Backdrop.h"
+
+#include <utility>
+
+#include "platform/linux/x11/beneath/bareColour.h"
+
+namespace vesk::x11::beneath {
+namespace {
+
+RootBackground::Painter painterOf(const WindowStack& stack) {
+  if (stack.manager().drawsWallpaper) return RootBackground::Painter::itsOwn;
+  return stack.isComposited() ? RootBackground::Painter::compositor
+                              : RootBackground::Painter::server;
+}
+
+}  // namespace
+
+bool Backdrop::handle(const xcb_generic_event_t& event) {
+  if (!background_.isReplacedBy(event)) return false;
+  replaced_ = true;
+  return true;
+}
+
+void Backdrop::follow(const WindowStack& stack) {
+  windowsBefore_ = std::exchange(windows_, stack.windows());
+  painter_ = painterOf(stack);
+  // Who draws the windows draws the background too.
+  const bool redrawn = std::exchange(composited_, stack.isComposited()) != stack.isComposited();
+  const bool shown = painter_ != RootBackground::Painter::itsOwn;
+  replaced_ = (replaced_ && shown) || redrawn;
+}
+
+void Backdrop::paint(const Patches& patches, const Patches& before, const Seen& seen) {
+  const std::uint32_t colour = unknownColour(patches);
+  for (const auto& patch : patches) {
+    background_.paint(patch->background(), patch->area(), painter_, colour);
+    if (replaced_) continue;
+    for (const auto& other : before) patch->inheritBackground(*other);
+    for (const auto& piece : inSight(patch->area(), seen)) {
+      patch->rememberBackground(piece, seen.picture, area_);
+    }
+  }
+  replaced_ = false;
+}
+
+std::uint32_t Backdrop::unknownColour(const Patches& patches) const {
+  if (!composited_ || patches.isEmpty()) return 0;
+  std::vector<PixelRect> covers;
+  for (const auto& window : windows_) covers.push_back(window.frame);
+  for (const auto& patch : patches) covers.push_back(patch->area());
+  return bareColour(connection_, area_, covers);
+}
+
+/// The pieces of a part where the picture shows no window.
+std::vector<PixelRect> Backdrop::inSight(const PixelRect& part, const Seen& seen) const {
+  auto pieces = without({part}, seen.unsure);
+  for (const auto& window : windowsBefore_) {
+    if (!window.own) pieces = without(pieces, window.shown);
+  }
+  return pieces;
+}
+
+}  // namespace vesk::x11::beneath

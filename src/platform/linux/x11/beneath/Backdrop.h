@@ -1,0 +1,56 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/linux/x11/beneath/Patches.h"
+#include "platform/linux/x11/beneath/RootBackground.h"
+#include "platform/linux/x11/beneath/WindowStack.h"
+
+namespace vesk::x11::beneath {
+
+/// The picture of the screen as it was last taken, without own windows.
+struct Seen {
+  const server::SharedPixels& picture;
+  PixelRect unsure;  ///< of the root window, where that may not be so
+};
+
+/// What is seen where no window is: who shows it, whether it was replaced, and how it gets beneath
+/// the patches.
+///
+/// Thread: one at a time. Owns: nothing; the connection outlives it. Fails: as a plain colour.
+class Backdrop {
+ public:
+  /// `area` is the monitor's in the root window.
+  Backdrop(const server::Connection& connection, const PixelRect& area)
+      : background_(connection), connection_(connection), area_(area) {}
+
+  void watch() { background_.watch(); }
+
+  /// Whether the event tells that it was replaced.
+  bool handle(const xcb_generic_event_t& event);
+
+  /// Whether it was since the patches were painted last.
+  bool isReplaced() const { return replaced_; }
+
+  /// Takes in the windows as they have been read, once each time.
+  void follow(const WindowStack& stack);
+
+  /// Paints it beneath patches, which take the place of those `before`. Where no window has hidden
+  /// the root window, what was seen shows best what is there. Waits for the server.
+  void paint(const Patches& patches, const Patches& before, const Seen& seen);
+
+ private:
+  std::uint32_t unknownColour(const Patches& patches) const;
+  std::vector<PixelRect> inSight(const PixelRect& part, const Seen& seen) const;
+
+  RootBackground background_;
+  const server::Connection& connection_;
+  PixelRect area_;
+  RootBackground::Painter painter_ = RootBackground::Painter::server;
+  bool composited_ = false;
+  bool replaced_ = false;
+  std::vector<StackedWindow> windows_;
+  std::vector<StackedWindow> windowsBefore_;  ///< when the picture was taken
+};
+
+}  // namespace vesk::x11::beneath

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <chrono>
+#include <vector>
+
+#include "platform/linux/x11/beneath/StackedWindow.h"
+#include "platform/linux/x11/server/rectangles.h"
+
+namespace vesk::x11::beneath {
+
+/// The parts of a monitor that own windows cover, and for a moment those that they have left: a
+/// compositor draws when it likes, and some let windows fade away. Everything in the root window.
+///
+/// Thread: one at a time. Fails: never.
+class CoveredParts {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+
+  explicit CoveredParts(const PixelRect& area) : area_(area) {}
+
+  /// Takes in the windows as they have been read, and whether a compositor shows them. The parts
+  /// from now on, each pixel once.
+  std::vector<PixelRect> update(const std::vector<StackedWindow>& windows, bool composited,
+                                Time now);
+
+  /// Takes in that a window moves, if the event tells so.
+  void handle(const xcb_generic_event_t& event, Time now);
+
+  /// Whether a part that was left counts no more. Nothing else tells of that moment.
+  bool isOverdue(Time now) const;
+
+ private:
+  /// What an own window covered, for as long as a compositor may still show it there.
+  struct Left {
+    PixelRect part;
+    Time until;
+  };
+
+  PixelRect partOf(const StackedWindow& window) const;
+  void leave(const PixelRect& part, Time now);
+
+  PixelRect area_;
+  bool composited_ = false;
+  std::vector<StackedWindow> own_;
+  std::vector<PixelRect> covered_;  ///< by them now
+  std::vector<Left> left_;
+};
+
+}  // namespace vesk::x11::beneath

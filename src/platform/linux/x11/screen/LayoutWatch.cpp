@@ -1,0 +1,20 @@
+#include "platform/linux/x11/screen/LayoutWatch.h"
+
+#include <xcb/randr.h>
+#include <xcb/xcbext.h>
+
+namespace vesk::x11::screen {
+
+LayoutWatch::LayoutWatch(const server::Connection& connection)
+    : firstEvent_(xcb_get_extension_data(connection.get(), &xcb_randr_id)->first_event) {
+  xcb_randr_select_input(connection.get(), connection.root(),
+                         XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
+                             XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+}
+
+bool LayoutWatch::isTold(const xcb_generic_event_t& event) const {
+  const int type = event.response_type & 0x7f;
+  return type == firstEvent_ || type == firstEvent_ + XCB_RANDR_NOTIFY;
+}
+
+}  // namespace vesk::x11::screen

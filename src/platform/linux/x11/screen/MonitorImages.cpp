@@ -1,0 +1,80 @@
+#include "platform/linux/x11/screen/MonitorImages.h"
+
+#include <sys/eventfd.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/Descriptor.h"
+#include "platform/linux/x11/screen/monitorArea.h"
+#include "platform/linux/x11/screen/streamErrors.h"
+
+namespace vesk::x11::screen {
+namespace {
+
+std::optional<server::Monitor> monitorOf(const server::Connection& connection, DisplayId display) {
+  const auto all = server::monitors(connection);
+  const auto found = std::ranges::find(all, display, &server::Monitor::output);
+  if (found == all.end()) return std::nullopt;
+  return *found;
+}
+
+/// Why something failed that needs a descriptor: this process's own limit, or the other reason.
+PlatformError unlessNoDescriptor(const PlatformError& other) {
+  return Descriptor(::eventfd(0, EFD_CLOEXEC)) ? other : streamError::noDescriptor;
+}
+
+}  // namespace
+
+std::optional<PlatformError> MonitorImages::open() {
+  const server::Connection connection;
+  if (!connection) return unlessNoDescriptor(streamError::serverGone);
+  const auto monitor = monitorOf(connection, display_);
+  if (!monitor) return streamError::displayGone;
+  monitor_ = *monitor;
+  grabber_ = std::make_unique<ScreenGrabber>(monitor_, configuration_.showsCursor, leftOut_);
+  if (!*grabber_) return unlessNoDescriptor(streamError::notReadable);
+  auto everything = grabber_->grab();
+  if (!everything) return streamError::notReadable;
+  unsent_ = std::move(*everything);
+  painter_ = std::make_unique<picture::ImagePainter>(
+      PixelSize{monitor_.width, monitor_.height},
+      PixelSize{configuration_.width, configuration_.height});
+  return std::nullopt;
+}
+
+void MonitorImages::close() {
+  painter_.reset();
+  grabber_.reset();
+}
+
+std::optional<PlatformError> MonitorImages::follow() {
+  const auto news = grabber_->readEvents();
+  if (!news) return streamError::serverGone;
+  drawn_ = drawn_ || news->drawn;
+  return news->layoutChanged ? layoutError() : std::nullopt;
+}
+
+MonitorImages::Taken MonitorImages::take() {
+  drawn_ = false;
+  auto changed = grabber_->grab();
+  if (!changed) {
+    return {nullptr, layoutError().value_or(grabber_->connection() ? streamError::displayChanged
+                                                                   : streamError::serverGone)};
+  }
+  changed->insert(changed->end(), unsent_.begin(), unsent_.end());
+  unsent_.clear();
+  if (changed->empty()) return {};
+  return {painter_->paint(grabber_->pixels(), grabber_->stride(), *changed), std::nullopt};
+}
+
+std::optional<PlatformError> MonitorImages::layoutError() const {
+  const auto now = monitorOf(grabber_->connection(), display_);
+  if (!now) {
+    return grabber_->connection() ? streamError::displayGone : streamError::serverGone;
+  }
+  if (areaOf(*now) != areaOf(monitor_)) return streamError::displayChanged;
+  return std::nullopt;
+}
+
+}  // namespace vesk::x11::screen

@@ -1,0 +1,81 @@
+#include "platform/linux/x11/screen/StreamRun.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "platform/linux/x11/screen/streamErrors.h"
+
+namespace vesk::x11::screen {
+
+using std::chrono::nanoseconds;
+
+StreamRun::StreamRun(DisplayId display, const StreamConfiguration& configuration,
+                     const beneath::OwnWindows* leftOut,
+                     std::function<void(PlatformError)> onStopped)
+    : onStopped_(std::move(onStopped)),
+      interval_(nanoseconds(std::chrono::seconds(1)) / std::max(configuration.framesPerSecond, 1)),
+      images_(display, configuration, leftOut) {}
+
+void StreamRun::run(Completion started) {
+  const auto error = open();
+  started(error);
+  // Whoever started the stream may hold it in the completion. Kept any longer, the thread would
+  // hold the stream, and the stream its thread, for ever.
+  started = nullptr;
+  if (!error) {
+    const auto end = stream();
+    images_.close();
+    if (end && !outlet_.isStopped()) onStopped_(*end);
+  }
+  outlet_.end();
+}
+
+std::optional<PlatformError> StreamRun::open() {
+  // Without it the stream could be neither stopped nor put to sleep.
+  if (!outlet_) return streamError::noDescriptor;
+  return images_.open();
+}
+
+/// Sends images until it is stopped or the display fails; the failure, if any.
+std::optional<PlatformError> StreamRun::stream() {
+  bool idle = false;
+  auto due = Clock::now();
+  while (!outlet_.isStopped()) {
+    if (auto error = images_.follow()) return error;
+    const auto now = Clock::now();
+    if (now < due) {
+      wait(due - now, /*alsoForTheServer=*/false);
+      continue;
+    }
+    due = now + interval_;
+    const auto taken = images_.mayDiffer() ? images_.take() : MonitorImages::Taken{};
+    if (taken.error) return taken.error;
+    if (taken.image) outlet_.deliver({true, taken.image, static_cast<int>(FrameStatus::complete)});
+    if (taken.image || images_.isHeldBack()) {
+      idle = false;
+      continue;
+    }
+    if (!std::exchange(idle, true)) {
+      outlet_.deliver({true, nullptr, static_cast<int>(FrameStatus::idle)});
+    }
+    // Whatever is drawn next need not wait for the pointer's turn.
+    wait(interval_, /*alsoForTheServer=*/true);
+    due = Clock::now();
+  }
+  return std::nullopt;
+}
+
+/// Sleeps until it is stopped, the time is over or, if wished, the server has something to tell.
+void StreamRun::wait(Clock::duration time, bool alsoForTheServer) const {
+  std::array<pollfd, 2> descriptors{pollfd{outlet_.descriptor(), POLLIN, 0},
+                                    pollfd{images_.descriptor(), POLLIN, 0}};
+  constexpr auto perSecond = 1'000'000'000;
+  const auto whole = nanoseconds(time).count();
+  const timespec timeout{whole / perSecond, whole % perSecond};
+  ::ppoll(descriptors.data(), alsoForTheServer ? 2 : 1, &timeout, nullptr);
+}
+
+}  // namespace vesk::x11::screen

@@ -1,0 +1,79 @@
+#include "platform/linux/x11/screen/SampleOutlet.h"
+
+#include <gtest/gtest.h>
+
+#include <poll.h>
+
+#include "fakes/ManualQueues.h"
+
+namespace vesk::x11::screen {
+namespace {
+
+class SampleOutletTest : public ::testing::Test {
+ protected:
+  void connect() {
+    outlet.connect([this](const StreamSample&, StreamOutputType) { ++samples; }, *queue);
+  }
+
+  Completion counted() {
+    return [this](const std::optional<PlatformError>& error) {
+      EXPECT_FALSE(error);
+      ++completions;
+    };
+  }
+
+  bool isReadable() const {
+    pollfd waiting{outlet.descriptor(), POLLIN, 0};
+    return ::poll(&waiting, 1, 0) == 1;
+  }
+
+  fakes::ManualClock clock;
+  fakes::ManualQueues queues{clock};
+  std::unique_ptr<SerialQueue> queue = queues.makeSerialQueue("samples");
+  SampleOutlet outlet;
+  int samples = 0;
+  int completions = 0;
+};
+
+TEST_F(SampleOutletTest, DeliversOnTheQueueOnceThereIsOne) {
+  ASSERT_TRUE(outlet);
+  outlet.deliver({});
+  connect();
+  EXPECT_EQ(queues.waiting(), 0U);
+  outlet.deliver({});
+  EXPECT_EQ(samples, 0);
+  queues.run();
+  EXPECT_EQ(samples, 1);
+}
+
+TEST_F(SampleOutletTest, DeliversNothingOnceItIsStopped) {
+  connect();
+  EXPECT_FALSE(isReadable());
+  EXPECT_FALSE(outlet.isStopped());
+  outlet.stop(counted());
+  EXPECT_TRUE(isReadable());
+  EXPECT_TRUE(outlet.isStopped());
+  outlet.deliver({});
+  EXPECT_EQ(queues.waiting(), 0U);
+}
+
+TEST_F(SampleOutletTest, TellsWhoeverStopsItOfTheEndOnce) {
+  outlet.stop(counted());
+  EXPECT_EQ(completions, 0) << "the thread is still there";
+  outlet.end();
+  EXPECT_EQ(completions, 1);
+  outlet.stop(counted());
+  EXPECT_EQ(completions, 2) << "there is nothing to wait for";
+  outlet.end();
+  EXPECT_EQ(completions, 2);
+}
+
+TEST_F(SampleOutletTest, KeepsTheFirstWhoWaits) {
+  outlet.stop(counted());
+  outlet.stop(nullptr);
+  outlet.end();
+  EXPECT_EQ(completions, 1);
+}
+
+}  // namespace
+}  // namespace vesk::x11::screen
