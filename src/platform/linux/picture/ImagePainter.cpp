@@ -3,6 +3,7 @@
 #include <libyuv.h>
 
 #include <algorithm>
+#include <array>
 
 namespace vesk::picture {
 namespace {
@@ -10,11 +11,20 @@ namespace {
 /// One being encoded, one waiting, one delivered, one being painted.
 constexpr std::size_t keptImages = 4;
 
-/// A target pixel takes in source pixels this far beyond its own, by filtering.
-constexpr int filterReach = 2;
-
 std::ptrdiff_t offset(int y, int stride, int x) {
   return static_cast<std::ptrdiff_t>(y) * stride + x;
+}
+
+/// A size that is only rounded down to even numbers loses its last row or column, nothing else.
+bool isCropped(std::int64_t source, std::int64_t target) {
+  return source - target == 0 || source - target == 1;
+}
+
+/// Halves and quarters, for which the library has an average of its own.
+bool isWholePart(PixelSize source, PixelSize target) {
+  return std::ranges::any_of(std::array{2, 4}, [&](int part) {
+    return source == PixelSize{target.width * part, target.height * part};
+  });
 }
 
 }  // namespace
@@ -22,6 +32,7 @@ std::ptrdiff_t offset(int y, int stride, int x) {
 ImagePainter::ImagePainter(PixelSize source, PixelSize target)
     : source_(source),
       target_(target),
+      way_(wayOf(source, target)),
       across_(macroblocksAcross(target.width)),
       down_(macroblocksAcross(target.height)),
       changedAt_(static_cast<std::size_t>(across_) * static_cast<std::size_t>(down_)) {}
@@ -37,16 +48,27 @@ std::shared_ptr<const Nv12Image> ImagePainter::paint(const std::uint8_t* pixels,
   return image;
 }
 
+ImagePainter::Way ImagePainter::wayOf(PixelSize source, PixelSize target) {
+  if (isCropped(source.width, target.width) && isCropped(source.height, target.height))
+    return Way::crop;
+  return isWholePart(source, target) ? Way::wholePart : Way::area;
+}
+
+/// Every macroblock that takes in a pixel of `changed`.
 void ImagePainter::note(const PixelRect& changed) {
-  const bool scales = source_ != target_;
-  const auto place = [&](int at, std::int64_t from, std::int64_t to) {
-    return scales ? static_cast<int>(at * to / from) : at;
+  const auto inside = intersection(
+      changed, {0, 0, static_cast<int>(source_.width), static_cast<int>(source_.height)});
+  if (inside.isEmpty()) return;
+  const auto first = [&](std::int64_t begin, std::int64_t from, std::int64_t to) {
+    return static_cast<int>(way_ == Way::crop ? begin : begin * to / from);
   };
-  const int reach = scales ? filterReach : 0;
-  const int left = place(std::max(changed.x - reach, 0), source_.width, target_.width);
-  const int top = place(std::max(changed.y - reach, 0), source_.height, target_.height);
-  const int right = place(changed.x + changed.width - 1 + reach, source_.width, target_.width);
-  const int bottom = place(changed.y + changed.height - 1 + reach, source_.height, target_.height);
+  const auto last = [&](std::int64_t end, std::int64_t from, std::int64_t to) {
+    return static_cast<int>(way_ == Way::crop ? end - 1 : (end * to + from - 1) / from - 1);
+  };
+  const int left = first(inside.x, source_.width, target_.width);
+  const int top = first(inside.y, source_.height, target_.height);
+  const int right = last(inside.right(), source_.width, target_.width);
+  const int bottom = last(inside.bottom(), source_.height, target_.height);
   for (int row = top / macroblockEdge; row <= std::min(bottom / macroblockEdge, down_ - 1); ++row) {
     for (int column = left / macroblockEdge;
          column <= std::min(right / macroblockEdge, across_ - 1); ++column) {
@@ -88,22 +110,28 @@ void ImagePainter::convert(const std::uint8_t* pixels, int stride, Nv12Image& im
                            const PixelRect& area) {
   const std::uint8_t* from = pixels + offset(area.y, stride, area.x * 4);
   int fromStride = stride;
-  // A size that is only rounded down to even numbers loses its last row or column, nothing else.
-  const bool scales = source_.width - target_.width > 1 || source_.height - target_.height > 1;
-  if (scales) {
-    fromStride = static_cast<int>(target_.width) * 4;
-    scaled_.resize(static_cast<std::size_t>(fromStride) * static_cast<std::size_t>(macroblockEdge));
-    // The scaler addresses the whole target, of which only this row of macroblocks exists.
-    std::uint8_t* whole = scaled_.data() - offset(area.y, fromStride, 0);
-    libyuv::ARGBScaleClip(pixels, stride, static_cast<int>(source_.width),
-                          static_cast<int>(source_.height), whole, fromStride,
-                          static_cast<int>(target_.width), static_cast<int>(target_.height), area.x,
-                          area.y, area.width, area.height, libyuv::kFilterBox);
-    from = scaled_.data() + offset(0, fromStride, area.x * 4);
+  if (way_ != Way::crop) {
+    fromStride = area.width * 4;
+    scaled_.resize(static_cast<std::size_t>(fromStride) * static_cast<std::size_t>(area.height));
+    scale(pixels, stride, area);
+    from = scaled_.data();
   }
   libyuv::ARGBToNV12(from, fromStride, image.luma() + offset(area.y, image.stride(), area.x),
                      image.stride(), image.chroma() + offset(area.y / 2, image.stride(), area.x),
                      image.stride(), area.width, area.height);
+}
+
+void ImagePainter::scale(const std::uint8_t* pixels, int stride, const PixelRect& area) {
+  const int toStride = area.width * 4;
+  if (way_ == Way::wholePart) {
+    const auto part = static_cast<int>(source_.width / target_.width);
+    libyuv::ARGBScale(pixels + offset(area.y * part, stride, area.x * part * 4), stride,
+                      area.width * part, area.height * part, scaled_.data(), toStride, area.width,
+                      area.height, libyuv::kFilterBox);
+    return;
+  }
+  if (!scaler_) scaler_.emplace(source_, target_);
+  scaler_->scale(pixels, stride, area, scaled_.data(), toStride);
 }
 
 }  // namespace vesk::picture

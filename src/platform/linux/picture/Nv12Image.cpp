@@ -22,12 +22,12 @@ Nv12Image::Nv12Image(PixelSize size)
                 static_cast<std::size_t>(macroblocksAcross(size.height))),
       size_(size),
       stride_(aligned(size.width)) {
-  const std::size_t all = lumaSize() + lumaSize() / 2;
+  const std::size_t all = lumaSize() + chromaSize();
   const std::size_t rounded = (all + alignment) & ~(alignment - 1);
   pixels_.reset(static_cast<std::uint8_t*>(std::aligned_alloc(alignment, rounded)));
   if (pixels_ == nullptr) throw std::bad_alloc();
   std::memset(luma(), blackLuma, lumaSize());
-  std::memset(chroma(), greyChroma, lumaSize() / 2);
+  std::memset(chroma(), greyChroma, chromaSize());
 }
 
 }  // namespace vesk::picture

@@ -27,7 +27,7 @@ class Nv12Image final : public ImageBuffer {
   /// The numbers of a stream's images begin at 1.
   using Sequence = std::uint32_t;
 
-  /// Even edges; the pixels are black.
+  /// The pixels are black.
   explicit Nv12Image(PixelSize size);
 
   PixelSize size() const override { return size_; }
@@ -48,6 +48,9 @@ class Nv12Image final : public ImageBuffer {
 
   std::size_t lumaSize() const {
     return static_cast<std::size_t>(stride_) * static_cast<std::size_t>(size_.height);
+  }
+  std::size_t chromaSize() const {
+    return static_cast<std::size_t>(stride_) * static_cast<std::size_t>((size_.height + 1) / 2);
   }
 
   PixelSize size_;

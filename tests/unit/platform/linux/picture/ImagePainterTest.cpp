@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -144,6 +145,89 @@ TEST(ImagePainterTest, LeavesOutTheLastRowAndColumnOfAnOddScreen) {
   screen.fill({32, 34, 1, 1}, 0);
   const auto next = painter.paint(screen.data(), screen.stride(), {{32, 34, 1, 1}});
   EXPECT_EQ(lumaAt(*next, 31, 33), 235);
+}
+
+TEST(ImagePainterTest, PutsEachColourWhereItBelongs) {
+  Screen screen(64, 64);
+  screen.fill({0, 0, 32, 32}, 0xff0000);
+  screen.fill({32, 0, 32, 32}, 0x0000ff);
+  screen.fill({0, 32, 64, 32}, 0x00ff00);
+  ImagePainter painter({64, 64}, {64, 64});
+  const auto image = painter.paint(screen.data(), screen.stride(), {{0, 0, 64, 64}});
+  const auto chromaAt = [&](int x, int y, int which) -> int {
+    return image->chroma()[y / 2 * image->stride() + x / 2 * 2 + which];
+  };
+  // Blue-difference, red-difference of BT.601, video range.
+  for (const auto& [x, y, blue, red] : {std::array{10, 10, 90, 240},
+                                        {50, 10, 240, 110},
+                                        {10, 50, 54, 34},
+                                        {62, 30, 240, 110},
+                                        {2, 62, 54, 34}}) {
+    EXPECT_NEAR(chromaAt(x, y, 0), blue, 2) << x << "," << y;
+    EXPECT_NEAR(chromaAt(x, y, 1), red, 2) << x << "," << y;
+  }
+}
+
+bool looksAlike(const Nv12Image& a, const Nv12Image& b) {
+  const auto rowsEqual = [&](const std::uint8_t* left, const std::uint8_t* right, int rows,
+                             std::int64_t bytes) {
+    for (int row = 0; row < rows; ++row) {
+      const auto at = static_cast<std::ptrdiff_t>(row) * a.stride();
+      if (std::memcmp(left + at, right + at, static_cast<std::size_t>(bytes)) != 0) return false;
+    }
+    return true;
+  };
+  const auto [width, height] = a.size();
+  return rowsEqual(a.luma(), b.luma(), static_cast<int>(height), width) &&
+         rowsEqual(a.chroma(), b.chroma(), static_cast<int>((height + 1) / 2), (width + 1) / 2 * 2);
+}
+
+/// Sizes of every kind, also larger than the source, and areas that reach beyond it: what was
+/// painted piece by piece looks like what is painted at once.
+TEST(ImagePainterTest, PaintsAnySizeIntoAnyOther) {
+  std::mt19937 random(4);
+  const auto below = [&](int limit) {
+    return static_cast<int>(random() % static_cast<unsigned>(limit));
+  };
+  for (int i = 0; i < 150; ++i) {
+    const PixelSize source{2 + below(150), 2 + below(150)};
+    PixelSize target{2 + below(150), 2 + below(150)};
+    if (i % 5 == 0) target = {source.width & ~1, source.height & ~1};
+    Screen screen(static_cast<int>(source.width), static_cast<int>(source.height));
+    ImagePainter painter(source, target);
+    painter.paint(screen.data(), screen.stride(), {{0, 0, 150, 150}});
+    for (int change = 0; change < 8; ++change) {
+      const int x = below(static_cast<int>(source.width));
+      const int y = below(static_cast<int>(source.height));
+      const PixelRect rect{x, y, 1 + below(static_cast<int>(source.width) - x),
+                           1 + below(static_cast<int>(source.height) - y)};
+      screen.fill(rect, static_cast<std::uint32_t>(random()) & 0xffffff);
+      const auto image = painter.paint(screen.data(), screen.stride(), {rect});
+      ImagePainter anew(source, target);
+      const auto whole = anew.paint(screen.data(), screen.stride(), {{-5, -5, 200, 200}});
+      ASSERT_TRUE(looksAlike(*image, *whole))
+          << source.width << "x" << source.height << " to " << target.width << "x" << target.height;
+    }
+  }
+}
+
+TEST(ImagePainterTest, KeepsThinLinesWhenItScales) {
+  constexpr PixelSize target{96, 54};
+  for (const PixelSize source :
+       {PixelSize{256, 144}, {192, 108}, {128, 72}, {150, 98}, {384, 216}}) {
+    const auto width = static_cast<int>(source.width);
+    const auto height = static_cast<int>(source.height);
+    for (int line = 0; line < width; ++line) {
+      Screen screen(width, height);
+      screen.fill({line, 0, 1, height}, 0xffffff);
+      ImagePainter painter(source, target);
+      const auto image = painter.paint(screen.data(), screen.stride(), {{0, 0, width, height}});
+      double brightness = 0;
+      for (int x = 0; x < target.width; ++x) brightness += lumaAt(*image, x, 20) - 16;
+      const double ideal = 219.0 * static_cast<double>(target.width) / width;
+      ASSERT_NEAR(brightness, ideal, ideal / 5) << "line " << line << " of " << width;
+    }
+  }
 }
 
 }  // namespace
