@@ -29,18 +29,31 @@ bool isWholePart(PixelSize source, PixelSize target) {
 
 }  // namespace
 
-ImagePainter::ImagePainter(PixelSize source, PixelSize target)
+ImagePainter::ImagePainter(PixelSize source, PixelSize target, PixelLayout layout)
     : source_(source),
       target_(target),
       way_(wayOf(source, target)),
       across_(macroblocksAcross(target.width)),
       down_(macroblocksAcross(target.height)),
-      changedAt_(static_cast<std::size_t>(across_) * static_cast<std::size_t>(down_)) {}
+      changedAt_(static_cast<std::size_t>(across_) * static_cast<std::size_t>(down_)) {
+  if (layout == PixelLayout::eightBits) return;
+  narrowed_.resize(static_cast<std::size_t>(source.width * source.height * 4));
+}
 
 std::shared_ptr<const Nv12Image> ImagePainter::paint(const std::uint8_t* pixels, int stride,
                                                      const std::vector<PixelRect>& changed) {
   ++sequence_;
-  for (const auto& rect : changed) note(rect);
+  for (const auto& rect : changed) {
+    const auto inside = intersection(
+        rect, {0, 0, static_cast<int>(source_.width), static_cast<int>(source_.height)});
+    if (inside.isEmpty()) continue;
+    note(inside);
+    if (!narrowed_.empty()) narrow(pixels, stride, inside);
+  }
+  if (!narrowed_.empty()) {
+    pixels = narrowed_.data();
+    stride = static_cast<int>(source_.width) * 4;
+  }
   auto image = freeImage();
   for (int row = 0; row < down_; ++row) convertRow(pixels, stride, *image, row);
   image->changedAt = changedAt_;
@@ -56,25 +69,29 @@ ImagePainter::Way ImagePainter::wayOf(PixelSize source, PixelSize target) {
 
 /// Every macroblock that takes in a pixel of `changed`.
 void ImagePainter::note(const PixelRect& changed) {
-  const auto inside = intersection(
-      changed, {0, 0, static_cast<int>(source_.width), static_cast<int>(source_.height)});
-  if (inside.isEmpty()) return;
   const auto first = [&](std::int64_t begin, std::int64_t from, std::int64_t to) {
     return static_cast<int>(way_ == Way::crop ? begin : begin * to / from);
   };
   const auto last = [&](std::int64_t end, std::int64_t from, std::int64_t to) {
     return static_cast<int>(way_ == Way::crop ? end - 1 : (end * to + from - 1) / from - 1);
   };
-  const int left = first(inside.x, source_.width, target_.width);
-  const int top = first(inside.y, source_.height, target_.height);
-  const int right = last(inside.right(), source_.width, target_.width);
-  const int bottom = last(inside.bottom(), source_.height, target_.height);
+  const int left = first(changed.x, source_.width, target_.width);
+  const int top = first(changed.y, source_.height, target_.height);
+  const int right = last(changed.right(), source_.width, target_.width);
+  const int bottom = last(changed.bottom(), source_.height, target_.height);
   for (int row = top / macroblockEdge; row <= std::min(bottom / macroblockEdge, down_ - 1); ++row) {
     for (int column = left / macroblockEdge;
          column <= std::min(right / macroblockEdge, across_ - 1); ++column) {
       changedAt_[indexOf(row, column)] = sequence_;
     }
   }
+}
+
+void ImagePainter::narrow(const std::uint8_t* pixels, int stride, const PixelRect& changed) {
+  const int ownStride = static_cast<int>(source_.width) * 4;
+  libyuv::AR30ToARGB(pixels + offset(changed.y, stride, changed.x * 4), stride,
+                     narrowed_.data() + offset(changed.y, ownStride, changed.x * 4), ownStride,
+                     changed.width, changed.height);
 }
 
 std::shared_ptr<Nv12Image> ImagePainter::freeImage() {

@@ -6,6 +6,7 @@
 
 #include "platform/linux/picture/AreaScaler.h"
 #include "platform/linux/picture/Nv12Image.h"
+#include "platform/linux/picture/PixelLayout.h"
 #include "platform/linux/picture/PixelRect.h"
 
 namespace vesk::picture {
@@ -19,7 +20,7 @@ class ImagePainter {
  public:
   /// Edges of at least two pixels. The whole source fills the whole target, whichever is larger,
   /// but for an odd last row or column.
-  ImagePainter(PixelSize source, PixelSize target);
+  ImagePainter(PixelSize source, PixelSize target, PixelLayout layout = PixelLayout::eightBits);
 
   /// The next image, after `changed` (in the source's pixels) has changed in `pixels`.
   std::shared_ptr<const Nv12Image> paint(const std::uint8_t* pixels, int stride,
@@ -35,6 +36,7 @@ class ImagePainter {
            static_cast<std::size_t>(column);
   }
   void note(const PixelRect& changed);
+  void narrow(const std::uint8_t* pixels, int stride, const PixelRect& changed);
   std::shared_ptr<Nv12Image> freeImage();
   void convertRow(const std::uint8_t* pixels, int stride, Nv12Image& image, int row);
   void convert(const std::uint8_t* pixels, int stride, Nv12Image& image, const PixelRect& area);
@@ -48,6 +50,7 @@ class ImagePainter {
   Nv12Image::Sequence sequence_ = 0;
   std::vector<Nv12Image::Sequence> changedAt_;
   std::vector<std::shared_ptr<Nv12Image>> images_;
+  std::vector<std::uint8_t> narrowed_;  ///< the source in eight bits, where it has ten
   std::optional<AreaScaler> scaler_;
   std::vector<std::uint8_t> scaled_;  ///< what is converted next, at the target's scale
 };

@@ -31,8 +31,9 @@ void Backdrop::follow(const WindowStack& stack) {
 }
 
 void Backdrop::paint(const Patches& patches, const Patches& before, const Seen& seen) {
-  const std::uint32_t colour = unknownColour(patches);
+  const auto bare = bareParts(patches);
   for (const auto& patch : patches) {
+    const std::uint32_t colour = composited_ ? bareColour(connection_, patch->area(), bare) : 0;
     background_.paint(patch->background(), patch->area(), painter_, colour);
     if (replaced_) continue;
     for (const auto& other : before) patch->inheritBackground(*other);
@@ -43,12 +44,12 @@ void Backdrop::paint(const Patches& patches, const Patches& before, const Seen& 
   replaced_ = false;
 }
 
-std::uint32_t Backdrop::unknownColour(const Patches& patches) const {
-  if (!composited_ || patches.isEmpty()) return 0;
-  std::vector<PixelRect> covers;
-  for (const auto& window : windows_) covers.push_back(window.frame);
-  for (const auto& patch : patches) covers.push_back(patch->area());
-  return bareColour(connection_, area_, covers);
+/// Of the monitor, where neither windows lie nor what own ones may still be shown in.
+std::vector<PixelRect> Backdrop::bareParts(const Patches& patches) const {
+  std::vector<PixelRect> bare{area_};
+  for (const auto& window : windows_) bare = without(bare, window.frame);
+  for (const auto& patch : patches) bare = without(bare, patch->area());
+  return bare;
 }
 
 /// The pieces of a part where the picture shows no window.

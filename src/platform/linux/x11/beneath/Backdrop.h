@@ -40,7 +40,7 @@ class Backdrop {
   void paint(const Patches& patches, const Patches& before, const Seen& seen);
 
  private:
-  std::uint32_t unknownColour(const Patches& patches) const;
+  std::vector<PixelRect> bareParts(const Patches& patches) const;
   std::vector<PixelRect> inSight(const PixelRect& part, const Seen& seen) const;
 
   RootBackground background_;

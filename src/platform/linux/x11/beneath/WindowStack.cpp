@@ -12,6 +12,7 @@
 #include "platform/linux/x11/beneath/restackedWindow.h"
 #include "platform/linux/x11/server/Properties.h"
 #include "platform/linux/x11/server/compositorSelection.h"
+#include "platform/linux/x11/server/selectRootEvents.h"
 
 namespace vesk::x11::beneath {
 namespace {
@@ -35,8 +36,8 @@ WindowStack::WindowStack(const server::Connection& connection, const OwnWindows&
 
 void WindowStack::watch() {
   auto* const c = connection_.get();
-  const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
-  xcb_change_window_attributes(c, connection_.root(), XCB_CW_EVENT_MASK, &mask);
+  server::selectRootEvents(connection_,
+                           XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE);
   compositor_ = server::watchCompositorSelection(connection_);
   managerCheck_ = server::atom(c, "_NET_SUPPORTING_WM_CHECK");
   const auto* const fixes = xcb_get_extension_data(c, &xcb_xfixes_id);

@@ -8,10 +8,10 @@
 
 namespace vesk::x11::beneath {
 
-/// The colour of the screen at a place in `area` where none of these lies: windows, and what own
-/// windows may still be shown in. 0 where there is no such place, or the server is gone. Thread:
-/// the connection's. Waits for the server.
-std::uint32_t bareColour(const server::Connection& connection, const PixelRect& area,
-                         const std::vector<PixelRect>& covers);
+/// The colour of the screen at the place nearest to the middle of `part` in one of these pieces,
+/// where no window lies: a background changes least from there to what is not to be seen. 0 where
+/// there are no pieces, or the server is gone. Thread: the connection's. Waits for the server.
+std::uint32_t bareColour(const server::Connection& connection, const PixelRect& part,
+                         const std::vector<PixelRect>& bare);
 
 }  // namespace vesk::x11::beneath

@@ -18,6 +18,7 @@ class LayoutWatch {
 
  private:
   std::uint8_t firstEvent_;
+  xcb_window_t root_;
 };
 
 }  // namespace vesk::x11::screen

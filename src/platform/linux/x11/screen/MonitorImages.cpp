@@ -8,6 +8,7 @@
 #include "platform/Descriptor.h"
 #include "platform/linux/x11/screen/monitorArea.h"
 #include "platform/linux/x11/screen/streamErrors.h"
+#include "platform/linux/x11/server/pixelLayout.h"
 
 namespace vesk::x11::screen {
 namespace {
@@ -29,17 +30,24 @@ PlatformError unlessNoDescriptor(const PlatformError& other) {
 std::optional<PlatformError> MonitorImages::open() {
   const server::Connection connection;
   if (!connection) return unlessNoDescriptor(streamError::serverGone);
-  const auto monitor = monitorOf(connection, display_);
+  const auto monitor = monitorOf(connection, display_.displayID);
   if (!monitor) return streamError::displayGone;
+  // The images' size was made for what the display was.
+  const bool isAsListed = monitor->width == display_.width && monitor->height == display_.height;
+  if (!isAsListed) return streamError::displayChanged;
   monitor_ = *monitor;
+  const auto layout = server::pixelLayout(connection);
+  if (!layout) return streamError::strangeColours;
   grabber_ = std::make_unique<ScreenGrabber>(monitor_, configuration_.showsCursor, leftOut_);
   if (!*grabber_) return unlessNoDescriptor(streamError::notReadable);
+  // From here on the server tells of changes; one that came before would be missed.
+  if (auto error = layoutError()) return error;
   auto everything = grabber_->grab();
   if (!everything) return streamError::notReadable;
   unsent_ = std::move(*everything);
   painter_ = std::make_unique<picture::ImagePainter>(
       PixelSize{monitor_.width, monitor_.height},
-      PixelSize{configuration_.width, configuration_.height});
+      PixelSize{configuration_.width, configuration_.height}, *layout);
   return std::nullopt;
 }
 
@@ -69,7 +77,7 @@ MonitorImages::Taken MonitorImages::take() {
 }
 
 std::optional<PlatformError> MonitorImages::layoutError() const {
-  const auto now = monitorOf(grabber_->connection(), display_);
+  const auto now = monitorOf(grabber_->connection(), display_.displayID);
   if (!now) {
     return grabber_->connection() ? streamError::displayGone : streamError::serverGone;
   }

@@ -17,7 +17,7 @@ namespace vesk::x11::screen {
 class MonitorImages {
  public:
   /// `leftOut`, which outlives the object, names the windows that images are made without.
-  MonitorImages(DisplayId display, const StreamConfiguration& configuration,
+  MonitorImages(const ShareableDisplay& display, const StreamConfiguration& configuration,
                 const beneath::OwnWindows* leftOut)
       : display_(display), configuration_(configuration), leftOut_(leftOut) {}
 
@@ -47,7 +47,7 @@ class MonitorImages {
  private:
   std::optional<PlatformError> layoutError() const;
 
-  DisplayId display_;
+  ShareableDisplay display_;
   StreamConfiguration configuration_;
   const beneath::OwnWindows* leftOut_;
   server::Monitor monitor_;

@@ -10,21 +10,31 @@
 namespace vesk::x11::screen {
 namespace {
 
-std::uint32_t blended(std::uint32_t over, std::uint32_t under) {
-  const std::uint32_t keep = 255 - (over >> 24);
+/// Of eight bits, in as many as the screen has.
+std::uint32_t widened(std::uint32_t level, unsigned bits) {
+  return bits == 8 ? level : level << 2U | level >> 6U;
+}
+
+/// A pixel of the screen beneath a premultiplied one of ARGB.
+std::uint32_t blended(std::uint32_t over, std::uint32_t under, unsigned bits) {
+  const std::uint32_t most = (1U << bits) - 1;
+  const std::uint32_t keep = 255 - (over >> 24U);
   std::uint32_t result = 0;
-  for (int shift = 0; shift < 24; shift += 8) {
-    const std::uint32_t sum = (over >> shift & 0xff) + ((under >> shift & 0xff) * keep + 127) / 255;
-    result |= std::min<std::uint32_t>(sum, 255) << shift;
+  for (unsigned colour = 0; colour < 3; ++colour) {
+    const std::uint32_t above = widened(over >> 8 * colour & 0xffU, bits);
+    const std::uint32_t below = under >> bits * colour & most;
+    result |= std::min(above + (below * keep + 127) / 255, most) << bits * colour;
   }
   return result;
 }
 
 }  // namespace
 
-PaintedPointer::PaintedPointer(const server::Connection& connection, const server::Monitor& monitor)
+PaintedPointer::PaintedPointer(const server::Connection& connection, const server::Monitor& monitor,
+                               picture::PixelLayout layout)
     : connection_(connection),
       monitor_(monitor),
+      layout_(layout),
       event_(xcb_get_extension_data(connection.get(), &xcb_xfixes_id)->first_event) {
   xcb_xfixes_select_cursor_input(connection_.get(), connection_.root(),
                                  XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
@@ -92,6 +102,7 @@ std::optional<PixelRect> PaintedPointer::putOn(std::uint8_t* pixels) {
   if (area.isEmpty() || image_.size() < cells) return painted_;
   painted_ = area;
   beneath_.clear();
+  const unsigned bits = layout_ == picture::PixelLayout::eightBits ? 8 : 10;
   for (int y = area.y; y < area.bottom(); ++y) {
     for (int x = area.x; x < area.right(); ++x) {
       std::uint8_t* const place = at(pixels, x, y);
@@ -100,7 +111,7 @@ std::optional<PixelRect> PaintedPointer::putOn(std::uint8_t* pixels) {
       beneath_.push_back(pixel);
       const auto over =
           image_[static_cast<std::size_t>((y - frame_.y) * frame_.width + x - frame_.x)];
-      pixel = blended(over, pixel);
+      pixel = blended(over, pixel, bits);
       std::memcpy(place, &pixel, sizeof pixel);
     }
   }

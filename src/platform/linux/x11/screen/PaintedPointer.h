@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/linux/picture/PixelLayout.h"
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/Randr.h"
 #include "platform/linux/x11/server/rectangles.h"
@@ -17,7 +18,8 @@ namespace vesk::x11::screen {
 /// hands on every event. Fails: as a pointer that stays as it is.
 class PaintedPointer {
  public:
-  PaintedPointer(const server::Connection& connection, const server::Monitor& monitor);
+  PaintedPointer(const server::Connection& connection, const server::Monitor& monitor,
+                 picture::PixelLayout layout);
 
   void handle(const xcb_generic_event_t& event);
 
@@ -43,6 +45,7 @@ class PaintedPointer {
 
   const server::Connection& connection_;
   server::Monitor monitor_;
+  picture::PixelLayout layout_;
   std::uint8_t event_ = 0;
   bool stale_ = true;
   PixelRect frame_;  ///< of its image, in the monitor

@@ -10,6 +10,7 @@
 
 #include "platform/linux/x11/screen/monitorArea.h"
 #include "platform/linux/x11/screen/wholeRows.h"
+#include "platform/linux/x11/server/pixelLayout.h"
 
 namespace vesk::x11::screen {
 namespace {
@@ -34,9 +35,7 @@ bool offersWhatIsNeeded(const server::Connection& connection) {
       xcb_damage_query_version_reply(c, xcb_damage_query_version(c, 1, 1), nullptr));
   const server::ReplyPtr<xcb_xfixes_query_version_reply_t> fixesVersion(
       xcb_xfixes_query_version_reply(c, xcb_xfixes_query_version(c, 5, 0), nullptr));
-  const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
-  // Four bytes a pixel: every screen of 24 and 32 bits.
-  return damageVersion != nullptr && fixesVersion != nullptr && screen->root_depth >= 24;
+  return damageVersion != nullptr && fixesVersion != nullptr;
 }
 
 }  // namespace
@@ -45,9 +44,11 @@ ScreenGrabber::ScreenGrabber(const server::Monitor& monitor, bool showsCursor,
                              const beneath::OwnWindows* leftOut)
     : monitor_(monitor) {
   if (!connection_ || !offersWhatIsNeeded(connection_)) return;
+  const auto layout = server::pixelLayout(connection_);
+  if (!layout) return;
   pixels_.emplace(connection_, monitor_);
   if (!*this) return;
-  if (showsCursor) pointer_.emplace(connection_, monitor_);
+  if (showsCursor) pointer_.emplace(connection_, monitor_, *layout);
   watch(leftOut);
 }
 

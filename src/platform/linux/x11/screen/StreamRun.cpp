@@ -12,7 +12,7 @@ namespace vesk::x11::screen {
 
 using std::chrono::nanoseconds;
 
-StreamRun::StreamRun(DisplayId display, const StreamConfiguration& configuration,
+StreamRun::StreamRun(const ShareableDisplay& display, const StreamConfiguration& configuration,
                      const beneath::OwnWindows* leftOut,
                      std::function<void(PlatformError)> onStopped)
     : onStopped_(std::move(onStopped)),

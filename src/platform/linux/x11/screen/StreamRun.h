@@ -16,7 +16,7 @@ namespace vesk::x11::screen {
 /// `onStopped` when the stream ends by itself, on the stream's own thread.
 class StreamRun {
  public:
-  StreamRun(DisplayId display, const StreamConfiguration& configuration,
+  StreamRun(const ShareableDisplay& display, const StreamConfiguration& configuration,
             const beneath::OwnWindows* leftOut, std::function<void(PlatformError)> onStopped);
 
   void setOutput(ScreenStream::Output output, SerialQueue& queue) {

@@ -24,7 +24,7 @@ bool leavesOutThisProgram(const ContentFilter& filter) {
 XScreenStream::XScreenStream(const ContentFilter& filter, const StreamConfiguration& configuration,
                              const beneath::OwnWindows& ownWindows,
                              std::function<void(PlatformError)> onStopped)
-    : run_(std::make_shared<StreamRun>(filter.display.displayID, configuration,
+    : run_(std::make_shared<StreamRun>(filter.display, configuration,
                                        leavesOutThisProgram(filter) ? &ownWindows : nullptr,
                                        std::move(onStopped))) {}
 

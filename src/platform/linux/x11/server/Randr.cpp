@@ -2,28 +2,7 @@
 
 #include <xcb/randr.h>
 
-#include <algorithm>
-#include <span>
-#include <utility>
-
 namespace vesk::x11::server {
-namespace {
-
-std::optional<PixelSize> sizeOfMode(const Connection& connection, xcb_randr_mode_t mode) {
-  const auto request = xcb_randr_get_screen_resources_current(connection.get(), connection.root());
-  const ReplyPtr<xcb_randr_get_screen_resources_current_reply_t> resources(
-      xcb_randr_get_screen_resources_current_reply(connection.get(), request, nullptr));
-  if (resources == nullptr) return std::nullopt;
-  const std::span modes(xcb_randr_get_screen_resources_current_modes(resources.get()),
-                        static_cast<std::size_t>(
-                            xcb_randr_get_screen_resources_current_modes_length(resources.get())));
-  const auto found = std::ranges::find(modes, mode, &xcb_randr_mode_info_t::id);
-  if (found == modes.end()) return std::nullopt;
-  return PixelSize{found->width, found->height};
-}
-
-}  // namespace
-
 std::vector<Monitor> monitors(const Connection& connection) {
   std::vector<Monitor> found;
   if (!connection || !connection.offers("RANDR")) return found;
@@ -39,24 +18,6 @@ std::vector<Monitor> monitors(const Connection& connection) {
                      info.width, info.height});
   }
   return found;
-}
-
-std::optional<PixelSize> modeSize(const Connection& connection, DisplayId output) {
-  const auto outputRequest = xcb_randr_get_output_info(connection.get(), output, XCB_CURRENT_TIME);
-  const ReplyPtr<xcb_randr_get_output_info_reply_t> outputInfo(
-      xcb_randr_get_output_info_reply(connection.get(), outputRequest, nullptr));
-  if (outputInfo == nullptr || outputInfo->crtc == XCB_NONE) return std::nullopt;
-
-  const auto crtcRequest =
-      xcb_randr_get_crtc_info(connection.get(), outputInfo->crtc, XCB_CURRENT_TIME);
-  const ReplyPtr<xcb_randr_get_crtc_info_reply_t> crtc(
-      xcb_randr_get_crtc_info_reply(connection.get(), crtcRequest, nullptr));
-  if (crtc == nullptr || crtc->mode == XCB_NONE) return std::nullopt;
-
-  auto size = sizeOfMode(connection, crtc->mode);
-  constexpr int turned = XCB_RANDR_ROTATION_ROTATE_90 | XCB_RANDR_ROTATION_ROTATE_270;
-  if (size && (crtc->rotation & turned) != 0) std::swap(size->width, size->height);
-  return size;
 }
 
 }  // namespace vesk::x11::server

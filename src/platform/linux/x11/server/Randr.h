@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 #include "platform/Displays.h"
@@ -22,9 +21,5 @@ struct Monitor {
 /// Thread: any. The active monitors in the server's order; empty where RandR 1.5 is missing or the
 /// server is gone.
 std::vector<Monitor> monitors(const Connection& connection);
-
-/// The pixels of the mode that the output shows, as the person sees them (turned with the picture),
-/// or nothing when the output shows none.
-std::optional<PixelSize> modeSize(const Connection& connection, DisplayId output);
 
 }  // namespace vesk::x11::server

@@ -31,8 +31,11 @@ PixelSize XDisplays::pixels(DisplayId display) {
   return {monitor.width, monitor.height};
 }
 
+/// The picture's pixels are those of the root window, however the output's mode shows them: scaled,
+/// turned, or only in part.
 std::optional<PixelSize> XDisplays::modePixels(DisplayId display) {
-  return modeSize(connection_, display);
+  const auto size = pixels(display);
+  return size.width > 0 ? std::optional(size) : std::nullopt;
 }
 
 }  // namespace vesk::x11::server

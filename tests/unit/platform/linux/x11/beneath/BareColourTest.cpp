@@ -12,21 +12,27 @@ namespace {
 using testing::DisplayVariable;
 using testing::XServer;
 
-TEST(BareColourTest, IsThatOfAPlaceWhereNothingLies) {
+TEST(BareColourTest, IsThatOfTheNearestPlaceWhereNothingLies) {
   const XServer server("320x240x24");
   const DisplayVariable display(server.display());
   const server::Connection connection;
   testing::XPainter painter;
-  const PixelRect area{0, 0, 320, 240};
+  const PixelRect left{0, 0, 100, 240};
+  const PixelRect right{200, 0, 120, 240};
   painter.fill(0, 0, 320, 240, 0x405060);
-  painter.fill(0, 0, 320, 200, 0xff0000);
-  const auto seen = [&](const std::vector<PixelRect>& covers) {
-    return bareColour(connection, area, covers) & 0xffffff;
+  painter.fill(90, 0, 10, 100, 0xff0000);
+  painter.fill(200, 110, 1, 5, 0x00ff00);
+  const auto near = [&](const PixelRect& part, const std::vector<PixelRect>& bare) {
+    return bareColour(connection, part, bare) & 0xffffff;
   };
-  EXPECT_TRUE(testing::waitUntil([&] { return seen({{0, 0, 320, 200}}) == 0x405060; }));
-  EXPECT_EQ(seen({{0, 0, 300, 200}, {200, 0, 120, 210}}), 0x405060U) << "two windows";
-  EXPECT_EQ(seen({{0, 100, 320, 140}}), 0xff0000U);
-  EXPECT_EQ(bareColour(connection, area, {area}), 0U) << "no such place";
+  EXPECT_TRUE(testing::waitUntil([&] {
+    return near({105, 50, 20, 20}, {left, right}) == 0xff0000;
+  }));
+  EXPECT_EQ(near({105, 50, 20, 20}, {right, left}), 0xff0000U) << "whatever their order";
+  EXPECT_EQ(near({180, 102, 20, 20}, {left, right}), 0x00ff00U);
+  EXPECT_EQ(near({105, 150, 20, 20}, {left, right}), 0x405060U);
+  EXPECT_EQ(near({40, 40, 20, 20}, {left, right}), 0x405060U) << "within a piece";
+  EXPECT_EQ(bareColour(connection, left, {}), 0U) << "no such place";
 }
 
 }  // namespace

@@ -99,7 +99,9 @@ class XScreenStreamTest : public ::testing::Test {
     configuration.framesPerSecond = 60;
     configuration.showsCursor = cursor;
     ContentFilter filter;
-    filter.display.displayID = server::XDisplays().mainDisplay();
+    const auto display = server::XDisplays().mainDisplay();
+    const auto pixels = server::XDisplays().pixels(display);
+    filter.display = {display, pixels.width, pixels.height};
     filter.excludingApplications = {{::getpid()}};
     auto stream = XScreenCapture(ownWindows, connection)
                       .makeStream(filter, configuration,
