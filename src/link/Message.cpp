@@ -56,6 +56,19 @@ class WorthKeeping {
   int members_ = 0;
 };
 
+/// A value that was not kept leaves its key behind, and nothing that could be written. No deeper
+/// than what was kept.
+void removeWhatWasNotKept(json& object) {
+  for (auto member = object.begin(); member != object.end();) {
+    if (member->is_discarded()) {
+      member = object.erase(member);
+      continue;
+    }
+    if (member->is_object()) removeWhatWasNotKept(*member);
+    ++member;
+  }
+}
+
 template <typename Value>
 std::shared_ptr<const json> withMember(const json& object, std::string_view key, Value value) {
   auto copy = std::make_shared<json>(object);
@@ -76,6 +89,7 @@ std::optional<Message> Message::parse(ByteView text) {
   auto parsed = std::make_shared<json>(
       json::parse(first, first + text.size(), WorthKeeping(), /*allow_exceptions=*/false));
   if (!parsed->is_object()) return std::nullopt;
+  removeWhatWasNotKept(*parsed);
   return Message(Json(std::move(parsed)));
 }
 

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 #include "support/TemporaryFolder.h"
@@ -14,9 +13,12 @@
 namespace vesk::testing {
 namespace {
 
+/// In one piece: pictures are many megabytes.
 std::vector<char> contents(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  std::vector<char> bytes(std::filesystem::file_size(path));
+  std::ifstream(path, std::ios::binary)
+      .read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  return bytes;
 }
 
 }  // namespace

@@ -48,6 +48,18 @@ TEST(MessageParseTest, SurvivesTheDeepestNestingThatAFrameCanCarry) {
   EXPECT_FALSE(parse(std::string(1'048'576, '[')));
 }
 
+TEST(MessageParseTest, CanBeWrittenWithoutWhatWasNotKept) {
+  const auto message = parse(R"({"a":[1,[2]],"b":{"c":[3],"d":4,"e":{"f":{}}},"g":5})");
+  ASSERT_TRUE(message);
+  const auto text = message->serialise();
+  ASSERT_TRUE(text);
+  const auto again = Message::parse(std::as_bytes(std::span(*text)));
+  ASSERT_TRUE(again);
+  EXPECT_EQ(again->integer("g"), 5);
+  ASSERT_TRUE(again->object("b"));
+  EXPECT_EQ(again->object("b")->integer("d"), 4);
+}
+
 TEST(MessageStringTest, IsAStringAndNothingElse) {
   EXPECT_EQ(withValue(R"("Anna \u00fc\ud83d\ude00")").string("v"), "Anna \u00fc\U0001f600");
   EXPECT_EQ(withValue(R"("")").string("v"), "");

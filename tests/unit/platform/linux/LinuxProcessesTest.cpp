@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "support/Patience.h"
 #include "support/TemporaryFolder.h"
 #include "support/XServer.h"
 
@@ -137,8 +138,8 @@ TEST(LinuxProcessesTest, EndsProcesses) {
 
 TEST(LinuxProcessesTest, NeverSignalsAGroup) {
   LinuxProcesses processes;
-  const ChildProcess group({"sleep", "60"});
-  ASSERT_EQ(::setpgid(group.pid(), group.pid()), 0);
+  const ChildProcess group({"setsid", "sleep", "60"});
+  ASSERT_TRUE(vesk::testing::waitUntil([&] { return ::getpgid(group.pid()) == group.pid(); }));
   EXPECT_FALSE(processes.forceTerminate(-group.pid()));
   processes.terminate(-group.pid());
   EXPECT_EQ(::waitpid(group.pid(), nullptr, WNOHANG), 0) << "the group has got a signal";
