@@ -72,23 +72,10 @@ void Patch::request(std::span<const WindowContents* const> bottomToTop, bool ble
     contents->paintInto(picture_, area_, stale_, blended);
   }
   // Whole rows fit into the memory without copying.
-  requests_.push_back(xcb_shm_get_image(
-      c, composed_, 0, narrow(top), size(area_.width), size(stale_.height), ~0U,
-      XCB_IMAGE_FORMAT_Z_PIXMAP, memory_.segment(),
-      static_cast<std::uint32_t>(offset_ + static_cast<std::size_t>(top) *
-                                               static_cast<std::size_t>(area_.width) * 4)));
+  memory_.request(
+      composed_, {0, top, area_.width, stale_.height},
+      offset_ + static_cast<std::size_t>(top) * static_cast<std::size_t>(area_.width) * 4);
   stale_ = {};
-}
-
-bool Patch::collect() {
-  bool complete = true;
-  for (const auto request : requests_) {
-    const server::ReplyPtr<xcb_shm_get_image_reply_t> reply(
-        xcb_shm_get_image_reply(connection_.get(), request, nullptr));
-    complete = complete && reply != nullptr;
-  }
-  requests_.clear();
-  return complete;
 }
 
 void Patch::copyRows(int top, int bottom, server::SharedPixels& screen,

@@ -1,11 +1,9 @@
 #pragma once
 
 #include <xcb/render.h>
-#include <xcb/shm.h>
 
 #include <cstdint>
 #include <span>
-#include <vector>
 
 #include "platform/linux/x11/beneath/WindowContents.h"
 #include "platform/linux/x11/server/Connection.h"
@@ -49,9 +47,8 @@ class Patch {
   void markStale(const PixelRect& part);
   void markStale() { markStale(area_); }
 
-  /// Asks the server for what is stale; `collect` waits until it has come.
+  /// Asks the server for what is stale; whoever has the memory collects it.
   void request(std::span<const WindowContents* const> bottomToTop, bool blended);
-  bool collect();
 
   /// Copies rows of the root window into the picture of the screen.
   void copyRows(int top, int bottom, server::SharedPixels& screen,
@@ -67,7 +64,6 @@ class Patch {
   xcb_render_picture_t picture_;
   xcb_gcontext_t context_;
   PixelRect stale_;
-  std::vector<xcb_shm_get_image_cookie_t> requests_;
 };
 
 }  // namespace vesk::x11::beneath

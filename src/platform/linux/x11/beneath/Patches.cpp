@@ -33,12 +33,6 @@ void Patches::request(std::span<const WindowContents* const> bottomToTop, bool b
   for (const auto& patch : patches_) patch->request(bottomToTop, blended);
 }
 
-bool Patches::collect() {
-  bool complete = true;
-  for (const auto& patch : patches_) complete = patch->collect() && complete;
-  return complete;
-}
-
 void Patches::copyRows(int top, int bottom, server::SharedPixels& screen,
                        const PixelRect& screenArea) const {
   for (const auto& patch : patches_) patch->copyRows(top, bottom, screen, screenArea);

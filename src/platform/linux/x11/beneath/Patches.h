@@ -33,7 +33,7 @@ class Patches {
   /// Asks the server for what is stale; `collect` waits until it has come, and tells whether it
   /// has.
   void request(std::span<const WindowContents* const> bottomToTop, bool blended);
-  bool collect();
+  bool collect() { return memory_ == nullptr || memory_->collect(); }
 
   /// Copies rows of the root window into the picture of the screen.
   void copyRows(int top, int bottom, server::SharedPixels& screen,

@@ -16,9 +16,10 @@ void SpareKeys::adopt(const XKeyboard& keyboard) {
 
 bool SpareKeys::isStillLent(const Key& key, const XKeyboard& keyboard) const {
   if (key.symbols.empty() || key.symbols.size() > levels_.reached.size()) return false;
-  for (std::size_t i = 0; i < key.symbols.size(); ++i)
-    if (keyboard.layout().symbol(key.keycode, levels_.reached[i].level) != key.symbols[i])
-      return false;
+  for (std::size_t i = 0; i < key.symbols.size(); ++i) {
+    const auto symbol = keyboard.layout().symbol(key.keycode, levels_.reached[i].level);
+    if (symbol != key.symbols[i]) return false;
+  }
   return true;
 }
 

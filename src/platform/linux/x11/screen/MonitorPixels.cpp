@@ -17,23 +17,9 @@ void MonitorPixels::request(const std::vector<PixelRect>& rects) {
     const PixelRect asked{monitor_.x, monitor_.y + rows.first, monitor_.width,
                           rows.end - rows.first};
     unsure_ = around(unsure_, asked);
-    const auto place = server::rectangle(asked);
-    requests_.push_back(xcb_shm_get_image(connection_.get(), connection_.root(), place.x, place.y,
-                                          place.width, place.height, ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP,
-                                          memory_.segment(),
-                                          static_cast<std::uint32_t>(rows.first * stride())));
+    memory_.request(connection_.root(), asked,
+                    static_cast<std::size_t>(rows.first) * static_cast<std::size_t>(stride()));
   }
-}
-
-bool MonitorPixels::collect() {
-  bool complete = true;
-  for (const auto request : requests_) {
-    const server::ReplyPtr<xcb_shm_get_image_reply_t> reply(
-        xcb_shm_get_image_reply(connection_.get(), request, nullptr));
-    complete = complete && reply != nullptr;
-  }
-  requests_.clear();
-  return complete;
 }
 
 }  // namespace vesk::x11::screen

@@ -26,7 +26,7 @@ class MonitorPixels {
   /// Asks the server for the rows that these rectangles of the monitor touch; `collect` waits until
   /// they have come, and tells whether they have.
   void request(const std::vector<PixelRect>& rects);
-  bool collect();
+  bool collect() { return memory_.collect(); }
 
   /// Of the root window, where the pixels may show other windows than were known to be there: all
   /// that was asked for since they were confirmed.
@@ -40,7 +40,6 @@ class MonitorPixels {
   server::Monitor monitor_;
   server::SharedPixels memory_;
   PixelRect unsure_;
-  std::vector<xcb_shm_get_image_cookie_t> requests_;
 };
 
 }  // namespace vesk::x11::screen

@@ -32,4 +32,22 @@ SharedPixels::~SharedPixels() {
   ::shmdt(pixels_);
 }
 
+void SharedPixels::request(xcb_drawable_t drawable, const PixelRect& area, std::size_t offset) {
+  const auto place = rectangle(area);
+  requests_.push_back(xcb_shm_get_image(connection_.get(), drawable, place.x, place.y, place.width,
+                                        place.height, ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP, segment_,
+                                        static_cast<std::uint32_t>(offset)));
+}
+
+bool SharedPixels::collect() {
+  bool complete = true;
+  for (const auto request : requests_) {
+    const ReplyPtr<xcb_shm_get_image_reply_t> reply(
+        xcb_shm_get_image_reply(connection_.get(), request, nullptr));
+    complete = complete && reply != nullptr;
+  }
+  requests_.clear();
+  return complete;
+}
+
 }  // namespace vesk::x11::server

@@ -4,8 +4,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "platform/linux/x11/server/Connection.h"
+#include "platform/linux/x11/server/rectangles.h"
 
 namespace vesk::x11::server {
 
@@ -26,10 +28,16 @@ class SharedPixels {
   const std::uint8_t* data() const { return pixels_; }
   xcb_shm_seg_t segment() const { return segment_; }
 
+  /// Asks for what a drawable shows there, rows without a gap from `offset` on; `collect` waits
+  /// until all that was asked for has come, and tells whether it has.
+  void request(xcb_drawable_t drawable, const PixelRect& area, std::size_t offset);
+  bool collect();
+
  private:
   const Connection& connection_;
   xcb_shm_seg_t segment_ = XCB_NONE;
   std::uint8_t* pixels_ = nullptr;
+  std::vector<xcb_shm_get_image_cookie_t> requests_;
 };
 
 }  // namespace vesk::x11::server

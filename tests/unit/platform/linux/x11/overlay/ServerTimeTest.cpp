@@ -53,11 +53,10 @@ TEST_F(ServerTimeTest, CountsFromTheLastQuestion) {
 }
 
 TEST_F(ServerTimeTest, GoesOnWhereTheServersNumbersBeginAnew) {
-  time.ask();
-  const xcb_timestamp_t late = 0x7ffffff0;
-  ASSERT_EQ(time.answerOf(changed("_VESK_REMOTE_TIME", late)), ServerTime::Time(0x7ffffff0));
-  time.ask();
-  ASSERT_EQ(time.answerOf(changed("_VESK_REMOTE_TIME", 0xfffffff0)), ServerTime::Time(0xfffffff0));
+  for (const xcb_timestamp_t at : {0x7ffffff0U, 0xf0000000U, 0xfffffff0U}) {
+    time.ask();
+    ASSERT_EQ(time.answerOf(changed("_VESK_REMOTE_TIME", at)), ServerTime::Time(std::int64_t{at}));
+  }
   EXPECT_EQ(time.timeOf(0x10), ServerTime::Time(0x100000010));
   EXPECT_EQ(time.timeOf(0xffffffe0), ServerTime::Time(0xffffffe0)) << "a little earlier";
 }
