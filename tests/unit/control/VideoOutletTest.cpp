@@ -119,6 +119,16 @@ TEST_F(VideoOutletTest, HoldsNoMoreBytesThanItsBound) {
   EXPECT_TRUE(peer_->isSilent());
 }
 
+TEST_F(VideoOutletTest, HoldsAsManyBytesAsItsBound) {
+  const Bytes large = keyFrameOf(VideoOutlet::mostHeldBytes);
+  outlet_.send(large, Ticks{1});
+  outlet_.open(link_->connection());
+  EXPECT_EQ(requests_, 0);
+  std::thread writer([this] { manual_.run(); });
+  EXPECT_EQ(peer_->read(9 + large.size()).size(), 9 + large.size());
+  writer.join();
+}
+
 TEST_F(VideoOutletTest, BeginsWithAKeyFrameWhatever) {
   outlet_.open(link_->connection());
   outlet_.send(picture, Ticks{1});
