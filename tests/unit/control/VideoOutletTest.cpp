@@ -157,6 +157,7 @@ TEST_F(VideoOutletTest, ShowsNothingOfTheSessionBeforeInTheNext) {
   outlet_.send(key, Ticks{2});
   outlet_.shut();
   outlet_.open(link_->connection());
+  EXPECT_EQ(requests_, 0) << "nothing of this session is missing";
   outlet_.send(picture, Ticks{3});
   EXPECT_TRUE(peer_->isSilent()) << "neither what was held nor what no decoder can begin with";
   outlet_.send(key, Ticks{4});
