@@ -164,6 +164,13 @@ TEST_F(VideoOutletTest, ShowsNothingOfTheSessionBeforeInTheNext) {
   EXPECT_EQ(heard(), (Heard{4, key}));
 }
 
+TEST_F(VideoOutletTest, MissesNothingOfTheSessionBeforeInTheNext) {
+  outlet_.send(keyFrameOf(VideoOutlet::mostHeldBytes + 1), Ticks{1});
+  outlet_.shut();
+  outlet_.open(link_->connection());
+  EXPECT_EQ(requests_, 0);
+}
+
 TEST_F(VideoOutletTest, HoldsAsMuchAgainFromEachKeyFrameOn) {
   const Bytes large = keyFrameOf(VideoOutlet::mostHeldBytes);
   outlet_.send(large, Ticks{1});

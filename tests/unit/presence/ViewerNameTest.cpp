@@ -77,6 +77,7 @@ TEST(ViewerNameTest, CannotTurnTheDirectionOfWriting) {
   // Those right outside the blocks of such marks.
   const std::string others = "A\u200d\u2010\u202f\u2065\u206a";
   EXPECT_EQ(viewerNameForDisplay(others), others);
+  EXPECT_EQ(viewerNameForDisplay("\u061b\u061d"), "\u2068\u061b\u061d\u2069");
 }
 
 TEST(ViewerNameTest, IsIsolatedWhereItRunsFromRightToLeft) {
