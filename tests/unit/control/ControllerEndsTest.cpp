@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <future>
 #include <thread>
 
 #include "support/SessionFixture.h"
@@ -167,6 +169,28 @@ TEST_F(ControllerEndsTest, ManyStartsAndStopsOpenTheScreenFewTimes) {
   manual_.run();
   expectNothingRuns();
   EXPECT_LT(screen_.contentRequests, pairs / 2);
+}
+
+TEST_F(ControllerEndsTest, AStopWaitsForNoPictureThatTheAgentDoesNotRead) {
+  using vesk::testing::patience;
+  run();
+  makePicture();
+  EncodedSample large;
+  large.data = Bytes(4 + 8'000'000);
+  std::ranges::copy(vesk::testing::bytes({0, 0x7a, 0x12, 0, 0x65}), large.data->begin());
+  auto encoder = std::async(std::launch::async, [&] {
+    const auto handler = session()->frames.back().handler;
+    handler(0, large);
+  });
+  peer_->read(9);
+  std::future<void> agent;
+  fakes_.compression.onCompleteFrames = [&] {
+    EXPECT_EQ(encoder.wait_for(patience), std::future_status::ready);
+    agent = std::async(std::launch::async, [&] { peer_->read(large.data->size()); });
+  };
+  tell(stopMessage);
+  agent.get();
+  expectNothingRuns();
 }
 
 // Agents that go

@@ -54,9 +54,8 @@ class ControllerInputTest : public vesk::testing::ControllerFixture {
   }
 
   std::ptrdiff_t floodsTold() const {
-    return std::ranges::count_if(log_.messages(), [](const std::string& line) {
-      return line.starts_with("More input came");
-    });
+    return std::ranges::count(log_.messages(),
+                              "More input came than could be injected; what waited was dropped.");
   }
 };
 
@@ -80,6 +79,15 @@ TEST_F(ControllerInputTest, ARefusalAndAFailedStartChangeNothingElse) {
   EXPECT_TRUE(events_.take().empty()) << "what is held stays held";
   input(otherDown);
   EXPECT_EQ(events_.posted.size(), 1U);
+}
+
+TEST_F(ControllerInputTest, TheTrustIsLookedAtOnceForManyRequestsAndAgainForLaterOnes) {
+  permissions_.trusted = false;
+  connect();
+  for (int looks = 1; looks <= 2; ++looks) {
+    tellTogether({allowInput, allowInput, allowInput});
+    EXPECT_EQ(permissions_.trustRequests, looks);
+  }
 }
 
 TEST_F(ControllerInputTest, InputIsJudgedByThePermissionOfItsPlaceInTheQueue) {
@@ -223,6 +231,7 @@ TEST_F(ControllerInputTest, FloodsAreToldOfOnceForEachTimeThatInputIsAllowed) {
     tell(withdrawInput);
     tell(allowing);
     flood();
+    tell(allowInput);  // as it is already
     flood();
     EXPECT_EQ(floodsTold(), ++times) << allowing;
   }

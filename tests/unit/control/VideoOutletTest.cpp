@@ -119,6 +119,16 @@ TEST_F(VideoOutletTest, HoldsNoMoreBytesThanItsBound) {
   EXPECT_TRUE(peer_->isSilent());
 }
 
+TEST_F(VideoOutletTest, HoldsAsManyBytesAsItsBound) {
+  const Bytes large = keyFrameOf(VideoOutlet::mostHeldBytes);
+  outlet_.send(large, Ticks{1});
+  outlet_.open(link_->connection());
+  EXPECT_EQ(requests_, 0);
+  std::thread writer([this] { manual_.run(); });
+  EXPECT_EQ(peer_->read(9 + large.size()).size(), 9 + large.size());
+  writer.join();
+}
+
 TEST_F(VideoOutletTest, BeginsWithAKeyFrameWhatever) {
   outlet_.open(link_->connection());
   outlet_.send(picture, Ticks{1});
@@ -147,10 +157,18 @@ TEST_F(VideoOutletTest, ShowsNothingOfTheSessionBeforeInTheNext) {
   outlet_.send(key, Ticks{2});
   outlet_.shut();
   outlet_.open(link_->connection());
+  EXPECT_EQ(requests_, 0) << "nothing of this session is missing";
   outlet_.send(picture, Ticks{3});
   EXPECT_TRUE(peer_->isSilent()) << "neither what was held nor what no decoder can begin with";
   outlet_.send(key, Ticks{4});
   EXPECT_EQ(heard(), (Heard{4, key}));
+}
+
+TEST_F(VideoOutletTest, MissesNothingOfTheSessionBeforeInTheNext) {
+  outlet_.send(keyFrameOf(VideoOutlet::mostHeldBytes + 1), Ticks{1});
+  outlet_.shut();
+  outlet_.open(link_->connection());
+  EXPECT_EQ(requests_, 0);
 }
 
 TEST_F(VideoOutletTest, HoldsAsMuchAgainFromEachKeyFrameOn) {

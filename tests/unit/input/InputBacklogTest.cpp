@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "fakes/ManualQueues.h"
+#include "support/UnixListener.h"
 
 namespace vesk {
 namespace {
@@ -72,6 +75,17 @@ TEST_F(InputBacklogTest, HasRoomAgainOnceItHasDroppedOrDoneWhatWaited) {
     for (std::size_t i = 0; i < InputBacklog::mostMessages; ++i) EXPECT_TRUE(message("m"));
     EXPECT_EQ(run().size(), InputBacklog::mostMessages);
   }
+}
+
+TEST_F(InputBacklogTest, LetsGoOfWhatItDropsWhereOthersMayAdd) {
+  std::future<void> other;
+  std::shared_ptr<void> end(nullptr, [&](void*) {
+    other = std::async(std::launch::async, [this] { task("other's"); });
+    EXPECT_EQ(other.wait_for(vesk::testing::patience), std::future_status::ready);
+  });
+  EXPECT_TRUE(backlog_.addMessage(InputBacklog::mostBytes, [end = std::move(end)] {}));
+  EXPECT_FALSE(message("one too many"));
+  EXPECT_EQ(run(), Names{"other's"});
 }
 
 /// However many messages come while the queue is held up, it gets one piece of work.

@@ -30,8 +30,13 @@ TEST(TextRunsTest, HoldSixteenUnitsEach) {
 }
 
 TEST(TextRunsTest, ConvertEveryWidth) {
-  EXPECT_EQ(textRuns("aé日😀\uFFFF\U0010FFFF"),
-            Runs{u"a\u00e9\u65e5\xd83d\xde00\xffff\xdbff\xdfff"});
+  EXPECT_EQ(textRuns("aé日😀\uFFFF\U00010000\U0010FFFF"),
+            Runs{u"a\u00e9\u65e5\xd83d\xde00\xffff\xd800\xdc00\xdbff\xdfff"});
+}
+
+TEST(TextRunsTest, EndWhereTheTextIsCutOffOrMalformed) {
+  EXPECT_EQ(textRuns(std::string_view("a日", 3)), Runs{u"a"});
+  EXPECT_EQ(textRuns("a\xff!"), Runs{u"a"});
 }
 
 TEST(TextRunsTest, KeepAZeroCharacter) {

@@ -158,6 +158,16 @@ TEST_F(AgentLinkWritingTest, DropsAFrameThatFindsNoRoomOncePatienceIsOver) {
   EXPECT_TRUE(peer_->isSilent());
 }
 
+TEST_F(AgentLinkWritingTest, TakesNoPictureThatItHasNotGotASingleByteOutOf) {
+  connect();
+  link_->setPatience(AgentLink::Patience::drops);
+  const Bytes small(100);  // goes out whole or not at all
+  int taken = 0;
+  while (link_->sendVideo(small, Ticks{1})) ++taken;
+  for (int i = 0; i < taken; ++i) EXPECT_EQ(peer_->readFrame()->payload.size(), 4 + small.size());
+  EXPECT_TRUE(peer_->isSilent());
+}
+
 TEST_F(AgentLinkWritingTest, SendsNothingOnAnotherConnectionThanItIsMeantFor) {
   connect();
   const auto first = link_->connection();

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace vesk {
 namespace {
 
@@ -68,6 +70,14 @@ TEST_F(LogLimitTest, TakesLinesThatDifferInNumbersForOneKind) {
   EXPECT_EQ(written("other", 5), 5U);
 }
 
+TEST_F(LogLimitTest, TakesNothingElseForANumber) {
+  EXPECT_EQ(written("key 0", 50) + written("key 9", 50), 100U);
+  EXPECT_EQ(written("key -", 1), 0U);
+  for (const auto* other : {"key /", "key :", "key ,", "key .", "key x"}) {
+    EXPECT_EQ(written(other, 1), 1U) << other;
+  }
+}
+
 TEST_F(LogLimitTest, KeepsFewKindsHoweverManyThereAre) {
   std::size_t count = 0;
   for (char first = 'a'; first <= 'z'; ++first) {
@@ -79,6 +89,8 @@ TEST_F(LogLimitTest, KeepsFewKindsHoweverManyThereAre) {
   }
   EXPECT_EQ(count, 64U * 10U + 100U);
   EXPECT_EQ(written("aa", 200), 90U);
+  const auto told = limit_.admit("aa", now_ + 60s);
+  EXPECT_EQ(std::ranges::count(told, "Left out 6020 more lines like: …"), 1);
 }
 
 }  // namespace

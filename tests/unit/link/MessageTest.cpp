@@ -60,6 +60,24 @@ TEST(MessageParseTest, CanBeWrittenWithoutWhatWasNotKept) {
   EXPECT_EQ(again->object("b")->integer("d"), 4);
 }
 
+TEST(MessageParseTest, KeepsNothingThatNobodyReads) {
+  const auto message = parse(R"({"a":[7,[7]],"b":{"c":1,"d":{"e":7},"f":[7]},"g":"h"})");
+  EXPECT_EQ(message->object("b")->integer("c"), 1);
+  EXPECT_EQ(message->string("g"), "h");
+  EXPECT_EQ(message->serialise()->find('7'), std::string::npos) << *message->serialise();
+}
+
+TEST(MessageParseTest, KeepsTheFirstMembersOfManyOnly) {
+  const auto members = [](int first, int last) {
+    std::string text;
+    for (int i = first; i <= last; ++i) text += "\"" + std::to_string(i) + "\":0,";
+    return text;
+  };
+  const auto kept = parse("{" + members(1, 255) + R"("256":1,"257":1})");
+  EXPECT_EQ(kept->integer("256"), 1);
+  EXPECT_EQ(kept->integer("257"), std::nullopt);
+}
+
 TEST(MessageStringTest, IsAStringAndNothingElse) {
   EXPECT_EQ(withValue(R"("Anna \u00fc\ud83d\ude00")").string("v"), "Anna \u00fc\U0001f600");
   EXPECT_EQ(withValue(R"("")").string("v"), "");

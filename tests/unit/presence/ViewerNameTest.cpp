@@ -50,6 +50,7 @@ TEST(ViewerNameTest, IsCutToAKibibyteBetweenCodePoints) {
   EXPECT_EQ(withinNameBounds(tower), tower.substr(0, 1023));
   EXPECT_EQ(withinNameBounds(tower.substr(1)), tower.substr(1, 1024));
   EXPECT_EQ(withinNameBounds("Ada"), "Ada");
+  EXPECT_EQ(withinNameBounds(std::string(1024, 'x')), std::string(1024, 'x'));
   EXPECT_EQ(withinNameBounds(std::string(2000, '\x80')), "");
 }
 
@@ -73,6 +74,10 @@ TEST(ViewerNameTest, CannotTurnTheDirectionOfWriting) {
   EXPECT_EQ(viewerNameForDisplay("\u2066\u2067\u2068\u2069\u2069"
                                  "Ada"),
             "Ada");
+  // Those right outside the blocks of such marks.
+  const std::string others = "A\u200d\u2010\u202f\u2065\u206a";
+  EXPECT_EQ(viewerNameForDisplay(others), others);
+  EXPECT_EQ(viewerNameForDisplay("\u061b\u061d"), "\u2068\u061b\u061d\u2069");
 }
 
 TEST(ViewerNameTest, IsIsolatedWhereItRunsFromRightToLeft) {
