@@ -25,11 +25,12 @@ TEST(BareColourTest, IsThatOfTheNearestPlaceWhereNothingLies) {
   const auto near = [&](const PixelRect& part, const std::vector<PixelRect>& bare) {
     return bareColour(connection, part, bare) & 0xffffff;
   };
+  // Drawn last, so that the rest is there too.
   EXPECT_TRUE(testing::waitUntil([&] {
-    return near({105, 50, 20, 20}, {left, right}) == 0xff0000;
+    return near({180, 102, 20, 20}, {left, right}) == 0x00ff00;
   }));
+  EXPECT_EQ(near({105, 50, 20, 20}, {left, right}), 0xff0000U);
   EXPECT_EQ(near({105, 50, 20, 20}, {right, left}), 0xff0000U) << "whatever their order";
-  EXPECT_EQ(near({180, 102, 20, 20}, {left, right}), 0x00ff00U);
   EXPECT_EQ(near({105, 150, 20, 20}, {left, right}), 0x405060U);
   EXPECT_EQ(near({40, 40, 20, 20}, {left, right}), 0x405060U) << "within a piece";
   EXPECT_EQ(bareColour(connection, left, {}), 0U) << "no such place";
