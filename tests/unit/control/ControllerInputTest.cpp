@@ -161,6 +161,16 @@ TEST_F(ControllerInputTest, AnEndOfInputDoesNotWaitForTheMainThread) {
   }
 }
 
+TEST_F(ControllerInputTest, InputIsAllowedAgainAfterAnAllowanceThatItsEndOvertook) {
+  connect();
+  tellTogether({allowInput, withdrawInput});
+  input(keyDown);
+  EXPECT_TRUE(events_.posted.empty());
+  tell(allowInput);
+  input(keyDown);
+  EXPECT_EQ(events_.posted.size(), 1U);
+}
+
 TEST_F(ControllerInputTest, TheLossOfTheAgentEndsInputWithoutTheMainThread) {
   run();
   events_.onNextPost = [this] {
