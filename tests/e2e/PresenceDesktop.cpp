@@ -17,9 +17,7 @@ namespace vesk::testing {
 
 using x11::server::ReplyPtr;
 
-// What is held repeats after a fifth of a second, a hundred times a second: tests wait for dozens.
-PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen)
-    : server_(screen, {"-ardelay", "200", "-arinterval", "10"}) {
+PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen) : server_(screen) {
   connection_ = xcb_connect(server_.display().c_str(), nullptr);
   root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
   manager_ = std::make_unique<DesktopManager>(kind, server_.environment());

@@ -10,6 +10,7 @@ execute_process(
     -DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}
     -DCMAKE_OBJCXX_COMPILER_LAUNCHER=${LAUNCHER}
   COMMAND_ERROR_IS_FATAL ANY)
+# It would take every processor from tests that wait for events beside it.
 execute_process(
-  COMMAND ${CMAKE_COMMAND} --build ${BUILD} --target ${TARGET}
+  COMMAND nice -n 19 ${CMAKE_COMMAND} --build ${BUILD} --target ${TARGET}
   COMMAND_ERROR_IS_FATAL ANY)
