@@ -89,5 +89,18 @@ class RealServer(OddServer):
                     self.assertEqual(program.wait(), 1)
 
 
+class FewColours(OddServer):
+    screen = "640x480x16"
+
+    def test_the_greeting_and_the_start_say_that_the_screen_cannot_be_read(self):
+        agent = harness.Agent()
+        self.addCleanup(agent.end)
+        self.start_program(DISPLAY=self.server.display)
+        self.assertIs(agent.next_message()["screenRecording"], False)
+        agent.send({"op": "start"})
+        self.assertEqual(agent.next_message(), {"op": "state", "state": "starting"})
+        self.assertEqual(agent.next_message()["code"], "screen-recording")
+
+
 if __name__ == "__main__":
     harness.main()

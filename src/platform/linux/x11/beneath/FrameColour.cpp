@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/linux/x11/server/pixelLayout.h"
+
 namespace vesk::x11::beneath {
 
 std::uint32_t mostFrequent(std::span<const std::uint32_t> pixels) {
@@ -19,6 +21,11 @@ std::uint32_t mostFrequent(std::span<const std::uint32_t> pixels) {
     run = end;
   }
   return best;
+}
+
+std::uint32_t inEightBits(std::uint32_t pixel, picture::PixelLayout layout) {
+  if (layout == picture::PixelLayout::eightBits) return pixel & 0xffffffU;
+  return (pixel >> 22U & 0xffU) << 16U | (pixel >> 12U & 0xffU) << 8U | (pixel >> 2U & 0xffU);
 }
 
 bool FrameColour::isTouchedBy(const std::vector<PixelRect>& drawn) const {
@@ -42,10 +49,10 @@ bool FrameColour::look(const server::Connection& connection) {
                     static_cast<std::uint16_t>(largest->height), ~0U),
       nullptr));
   if (image == nullptr) return false;
-  constexpr std::uint32_t colourBits = 0xffffff;
   const auto* const first = reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(image.get()));
   std::vector<std::uint32_t> pixels(first, first + xcb_get_image_data_length(image.get()) / 4);
-  for (auto& pixel : pixels) pixel &= colourBits;
+  const auto layout = server::pixelLayout(connection).value_or(picture::PixelLayout::eightBits);
+  for (auto& pixel : pixels) pixel = inEightBits(pixel, layout);
   const std::uint32_t seen = mostFrequent(pixels);
   return std::exchange(colour_, seen) != seen;
 }

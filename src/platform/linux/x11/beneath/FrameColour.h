@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "platform/linux/picture/PixelLayout.h"
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/rectangles.h"
 
@@ -12,6 +13,9 @@ namespace vesk::x11::beneath {
 
 /// The value that most of the pixels have; of several, the smallest. 0 where there are none.
 std::uint32_t mostFrequent(std::span<const std::uint32_t> pixels);
+
+/// A screen's pixel as 0xrrggbb.
+std::uint32_t inEightBits(std::uint32_t pixel, picture::PixelLayout layout);
 
 /// The colour of a frame that only the compositor has, taken from where the screen shows it: it
 /// stands for what own windows hide of it. A title that lies there cannot be known.

@@ -49,7 +49,7 @@ void WindowStack::watch() {
 std::optional<xcb_window_t> WindowStack::handle(const xcb_generic_event_t& event) {
   if (tellsOfManager(event)) stale_ = managerStale_ = true;
   const auto window = changedWindow(event);
-  if (!window || isOurs(*window)) return std::nullopt;
+  if (!window || *window == connection_.root() || isOurs(*window)) return std::nullopt;
   stale_ = true;
   replaced_.insert(*window);
   return window;

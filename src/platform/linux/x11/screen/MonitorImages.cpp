@@ -43,7 +43,7 @@ std::optional<PlatformError> MonitorImages::open() {
   // From here on the server tells of changes; one that came before would be missed.
   if (auto error = layoutError()) return error;
   auto everything = grabber_->grab();
-  if (!everything) return streamError::notReadable;
+  if (!everything) return layoutError().value_or(streamError::notReadable);
   unsent_ = std::move(*everything);
   painter_ = std::make_unique<picture::ImagePainter>(
       PixelSize{monitor_.width, monitor_.height},

@@ -8,7 +8,8 @@
 
 namespace vesk::x11::server {
 
-/// One active monitor: its first output, and its place in the root window in pixels.
+/// One active monitor: its first output, and its place in the root window in pixels. None of it
+/// lies outside.
 struct Monitor {
   DisplayId output = 0;
   bool primary = false;

@@ -5,6 +5,7 @@
 #include "platform/linux/x11/server/Randr.h"
 
 namespace vesk::x11::server {
+
 /// An empty monitor for a display that is not there.
 Monitor XDisplays::monitorOf(DisplayId display) {
   const auto all = watch_.current();

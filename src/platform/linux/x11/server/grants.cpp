@@ -6,6 +6,8 @@
 #include <array>
 #include <span>
 
+#include "platform/linux/x11/server/pixelLayout.h"
+
 namespace vesk::x11::server {
 namespace {
 
@@ -48,7 +50,7 @@ bool grantsScreenCapture(const Connection& connection) {
   // The second row is what own windows are left out of the picture with.
   constexpr std::array needed{"MIT-SHM",   "DAMAGE", "XFIXES", "RANDR",
                               "Composite", "RENDER", "SHAPE"};
-  return reachesTheScreen(connection) &&
+  return reachesTheScreen(connection) && pixelLayout(connection) &&
          std::ranges::all_of(needed, [&](auto name) { return connection.offers(name); });
 }
 

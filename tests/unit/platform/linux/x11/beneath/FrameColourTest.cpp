@@ -56,5 +56,12 @@ TEST(FrameColourTest, IsTheColourOfTheLargestPieceOnTheScreen) {
   EXPECT_EQ(colour.colour(), 0x808080U);
 }
 
+TEST(FrameColourTest, HasEightBitsOfEachColourWhateverTheScreenHas) {
+  using picture::PixelLayout;
+  EXPECT_EQ(inEightBits(0xff123456, PixelLayout::eightBits), 0x123456U);
+  EXPECT_EQ(inEightBits(3U << 30U | 1023U << 20U | 512U << 10U | 4U, PixelLayout::tenBits),
+            0xff8001U);
+}
+
 }  // namespace
 }  // namespace vesk::x11::beneath

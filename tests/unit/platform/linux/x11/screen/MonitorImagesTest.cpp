@@ -111,6 +111,15 @@ TEST_F(MonitorImagesTest, AreOfTheMonitorsAreaWhereItIsAPartOfWhatItsModeHas) {
   }
 }
 
+TEST_F(MonitorImagesTest, AreOfWhatLiesOnTheScreenOfAMonitorThatReachesBeyond) {
+  defineMonitor("300/100x200/60+240+150");
+  EXPECT_EQ(mainDisplay().width, 80);
+  EXPECT_EQ(mainDisplay().height, 50);
+  auto images = of(mainDisplay());
+  EXPECT_EQ(images.open(), std::nullopt);
+  EXPECT_NE(images.take().image, nullptr);
+}
+
 TEST_F(MonitorImagesTest, EndWhenTheMonitorIsDefinedAnew) {
   defineMonitor("200/100x100/60+0+0");
   auto images = of(mainDisplay());
