@@ -110,6 +110,18 @@ TEST_F(ControllerBannerTest, ASecondStartDuringTheFirstRunsTheWholeWayToo) {
   EXPECT_EQ(events_.posted.size(), 1U);
 }
 
+TEST_F(ControllerBannerTest, ANameThatCameBeforeTheBannerIsNotItsOwn) {
+  screen_.holdStart = true;
+  connect();
+  tell(R"({"op":"start","viewer":"Anna"})");
+  peer_->write(
+      frameBytes(FrameKind::control, vesk::testing::textBytes(R"({"op":"viewer","name":"Bo"})")));
+  ASSERT_TRUE(manual_.waitForMainTasks(1));
+  stream()->answerStart(std::nullopt);
+  manual_.run();
+  EXPECT_EQ(fakes_.overlays.shown()[1].label, "Anna is viewing this screen");
+}
+
 TEST_F(ControllerBannerTest, OfManyNamesOnlyTheLastIsLaidOut) {
   run(startWithInput);
   tellTogether({R"({"op":"viewer","name":"A"})", R"({"op":"viewer","name":"B"})",

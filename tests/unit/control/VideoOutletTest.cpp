@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <optional>
 #include <thread>
 
 #include "fakes/ManualQueues.h"
 #include "support/LinkLoop.h"
-#include "support/LogLines.h"
 #include "support/TemporaryFolder.h"
 #include "support/UnixListener.h"
 
@@ -28,9 +28,10 @@ Bytes keyFrameOf(std::size_t size) {
 class VideoOutletTest : public ::testing::Test {
  protected:
   VideoOutletTest() {
+    link_->onConnected = [this] { connected_.set_value(); };
     link_->start();
     peer_.emplace(listener_.accept());
-    log_.waitFor(1);
+    connected_.get_future().wait();
   }
   ~VideoOutletTest() override {
     clock_.end();
@@ -62,8 +63,8 @@ class VideoOutletTest : public ::testing::Test {
   void readTheLargePicture() { EXPECT_EQ(peer_->read(large_.size()).size(), large_.size()); }
 
   const Bytes large_ = keyFrameOf(8'000'000);
+  std::promise<void> connected_;
   vesk::testing::TemporaryFolder folder_;
-  vesk::testing::LogLines log_;
   fakes::ManualClock time_;
   vesk::testing::SteppedClock clock_{time_};
   fakes::ManualQueues manual_{time_};
