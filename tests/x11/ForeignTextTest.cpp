@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -64,9 +65,13 @@ class ForeignTextTest : public ::testing::Test {
   }
 
   /// Other work of the machine, the window manager's reading of every map among it, only ever makes
-  /// it slower.
-  static void expectWithin(double seconds, const std::vector<double>& taken) {
-    EXPECT_LT(std::ranges::min(taken), seconds);
+  /// it slower, so the fastest of some tries tells.
+  static void expectWithin(double seconds, const std::function<std::vector<double>()>& measure) {
+    double least = seconds;
+    for (int round = 0; round < 4 && least >= seconds; ++round) {
+      least = std::min(least, std::ranges::min(measure()));
+    }
+    EXPECT_LT(least, seconds);
   }
 
   /// Whether other work keeps the processors busy while text is on its way.
@@ -100,10 +105,18 @@ class ForeignTextTest : public ::testing::Test {
   Hands hands_;
 };
 
-TEST_F(ForeignTextTest, IsSoonInXterm) { expectWithin(2, secondsOf(startXterm, "\n")); }
-TEST_F(ForeignTextTest, IsSoonInQt) { expectWithin(1, secondsOf(startQtEntry)); }
-TEST_F(ForeignTextTest, IsSoonInChromium) { expectWithin(1, secondsOf(startChromium)); }
-TEST_F(ForeignTextTest, IsSoonInZenity) { expectWithin(1, secondsOfZenity()); }
+TEST_F(ForeignTextTest, IsSoonInXterm) {
+  expectWithin(2, [&] { return secondsOf(startXterm, "\n"); });
+}
+TEST_F(ForeignTextTest, IsSoonInQt) {
+  expectWithin(1, [&] { return secondsOf(startQtEntry); });
+}
+TEST_F(ForeignTextTest, IsSoonInChromium) {
+  expectWithin(1, [&] { return secondsOf(startChromium); });
+}
+TEST_F(ForeignTextTest, IsSoonInZenity) {
+  expectWithin(1, [&] { return secondsOfZenity(); });
+}
 
 TEST_F(ForeignTextTest, IsExactInXtermOnALoadedMachine) {
   isLoaded_ = true;

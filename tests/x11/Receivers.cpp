@@ -97,7 +97,10 @@ class Program : public Receiver {
 class QtEntry final : public Program {
  public:
   explicit QtEntry(Session& session)
-      : Program(session, std::string(VESK_QT_ENTRY) + " > %/output", "qt_entry") {}
+      : Program(session, std::string(VESK_QT_ENTRY) + " > %/output", "qt_entry") {
+    if (!eventually([this] { return Program::text().starts_with("ready\n"); }))
+      throw std::runtime_error("the Qt entry has no focus");
+  }
   std::string text() override { return lastLine("\n" + Program::text(), "text:"); }
   std::string selection() override { return lastLine("\n" + Program::text(), "selected:"); }
 };

@@ -18,6 +18,10 @@ int main(int argc, char* argv[]) {
   };
   QObject::connect(&entry, &QLineEdit::textChanged, print);
   QObject::connect(&entry, &QLineEdit::selectionChanged, print);
+  // Keys that come before it has the focus are lost.
+  QObject::connect(&application, &QApplication::focusChanged, [&entry] {
+    if (entry.hasFocus()) QTextStream(stdout) << "ready" << Qt::endl;
+  });
   entry.show();
   return QApplication::exec();
 }
