@@ -230,5 +230,22 @@ TEST(ImagePainterTest, KeepsThinLinesWhenItScales) {
   }
 }
 
+TEST(ImagePainterTest, ReadsTenBitsFromRowsThatAreLongerThanThePicture) {
+  Screen screen(100, 40);
+  constexpr std::uint32_t white = 0x3fffffff;
+  screen.fill({0, 0, 100, 40}, white);
+  screen.fill({0, 20, 64, 20}, 0);
+  ImagePainter painter({64, 40}, {64, 40}, PixelLayout::tenBits);
+  const auto image = painter.paint(screen.data(), screen.stride(), {{0, 0, 64, 40}});
+  for (int x = 0; x < 64; ++x) {
+    EXPECT_EQ(lumaAt(*image, x, 19), 235) << x;
+    EXPECT_EQ(lumaAt(*image, x, 20), 16) << x;
+  }
+  screen.fill({10, 25, 4, 4}, white);
+  const auto next = painter.paint(screen.data(), screen.stride(), {{10, 25, 4, 4}});
+  EXPECT_EQ(lumaAt(*next, 11, 26), 235);
+  EXPECT_EQ(lumaAt(*next, 9, 26), 16);
+}
+
 }  // namespace
 }  // namespace vesk::picture
