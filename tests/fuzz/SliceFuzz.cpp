@@ -7,7 +7,7 @@
 /// Parameter sets and slices of any kind: nothing may be read beyond its end, moving a number on
 /// and back gives the slice again, and a unit never looks like a start code inside.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace vesk::h264;
+  using namespace vesk::picture::h264;
   if (size < 2) return 0;
   const ByteView all = std::as_bytes(std::span(data, size));
   const std::size_t cut = std::to_integer<std::size_t>(all[0]) % size;

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/ScreenCapture.h"
@@ -17,9 +18,9 @@ namespace vesk::x11::screen {
 class MonitorImages {
  public:
   /// `leftOut`, which outlives the object, names the windows that images are made without.
-  MonitorImages(const ShareableDisplay& display, const StreamConfiguration& configuration,
+  MonitorImages(ShareableDisplay display, const StreamConfiguration& configuration,
                 const beneath::OwnWindows* leftOut)
-      : display_(display), configuration_(configuration), leftOut_(leftOut) {}
+      : display_(std::move(display)), configuration_(configuration), leftOut_(leftOut) {}
 
   /// Own windows come up once this has returned. What they cover then has been seen before.
   std::optional<PlatformError> open();
