@@ -30,7 +30,7 @@ class Told {
   }
   std::vector<std::string> waitFor(std::size_t count) {
     std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, patience, [&] { return events_.size() >= count; });
+    changed_.wait_for(lock, longestWait, [&] { return events_.size() >= count; });
     return events_;
   }
 

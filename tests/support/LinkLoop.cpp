@@ -60,7 +60,7 @@ void SteppedClock::sleep(std::chrono::nanoseconds duration) {
 
 std::chrono::nanoseconds SteppedClock::waitForSleep() {
   std::unique_lock lock(mutex_);
-  if (!changed_.wait_for(lock, patience, [this] { return !sleeping_.empty(); })) {
+  if (!changed_.wait_for(lock, longestWait, [this] { return !sleeping_.empty(); })) {
     throw std::runtime_error("nobody sleeps");
   }
   const auto duration = sleeping_.front();

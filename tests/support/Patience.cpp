@@ -6,9 +6,11 @@
 
 namespace vesk::testing {
 
-int patience() {
+int patience() { return 1000 * chosenSeconds(30); }
+
+int chosenSeconds(int otherwise) {
   const char* const seconds = std::getenv("VESK_PATIENCE");
-  return 1000 * (seconds == nullptr ? 30 : std::atoi(seconds));
+  return seconds == nullptr ? otherwise : std::atoi(seconds);
 }
 
 bool waitUntil(const std::function<bool()>& condition, int limitInMilliseconds) {

@@ -8,6 +8,9 @@ namespace vesk::testing {
 /// environment variable VESK_PATIENCE sets another number of seconds.
 int patience();
 
+/// The number of seconds that the environment variable VESK_PATIENCE sets, or `otherwise`.
+int chosenSeconds(int otherwise);
+
 /// Polls for what nobody announces, a screen for one; whether it has come in time.
 bool waitUntil(const std::function<bool()>& condition, int limitInMilliseconds = patience());
 

@@ -6,10 +6,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <stdexcept>
 
 #include "platform/UnixSocket.h"
+#include "support/Patience.h"
 
 namespace vesk::testing {
 namespace {
@@ -19,14 +19,9 @@ bool isReadable(int descriptor, std::chrono::milliseconds wait) {
   return ::poll(&entry, 1, static_cast<int>(wait.count())) == 1;
 }
 
-std::chrono::seconds chosenPatience() {
-  const char* const seconds = std::getenv("VESK_PATIENCE");
-  return std::chrono::seconds(seconds == nullptr ? 20 : std::atoi(seconds));
-}
-
 }  // namespace
 
-const std::chrono::seconds patience = chosenPatience();
+const std::chrono::seconds longestWait(chosenSeconds(20));
 
 Bytes bytes(std::initializer_list<int> values) {
   Bytes result;
@@ -43,7 +38,7 @@ void UnixPeer::write(ByteView data) const {
   while (!data.empty()) {
     const auto count = unixSocket::write(socket_.get(), data);
     if (count < 0) throw std::runtime_error("the program's end is closed");
-    if (count == unixSocket::noRoom) unixSocket::awaitRoom(socket_.get(), patience);
+    if (count == unixSocket::noRoom) unixSocket::awaitRoom(socket_.get(), longestWait);
     data = data.subspan(static_cast<std::size_t>(count));
   }
 }
@@ -52,7 +47,7 @@ Bytes UnixPeer::read(std::size_t count) const {
   Bytes result(count);
   std::size_t done = 0;
   while (done < count) {
-    if (!isReadable(socket_.get(), patience)) throw std::runtime_error("nothing came to read");
+    if (!isReadable(socket_.get(), longestWait)) throw std::runtime_error("nothing came to read");
     const auto got = ::read(socket_.get(), result.data() + done, count - done);
     if (got <= 0) break;
     done += static_cast<std::size_t>(got);
@@ -94,7 +89,7 @@ UnixListener::~UnixListener() {
 }
 
 UnixPeer UnixListener::accept() const {
-  if (!isReadable(socket_.get(), patience)) throw std::runtime_error("nobody connected");
+  if (!isReadable(socket_.get(), longestWait)) throw std::runtime_error("nobody connected");
   return UnixPeer(Descriptor(::accept(socket_.get(), nullptr, nullptr)));
 }
 

@@ -13,7 +13,7 @@ namespace vesk::testing {
 
 /// Far beyond what anything here takes; reached only when something is wrong. The environment
 /// variable VESK_PATIENCE sets another number.
-extern const std::chrono::seconds patience;
+extern const std::chrono::seconds longestWait;
 
 /// Bytes from numbers, for tables of expected bytes.
 Bytes bytes(std::initializer_list<int> values);
@@ -21,7 +21,7 @@ Bytes bytes(std::initializer_list<int> values);
 /// The bytes of a text.
 Bytes textBytes(std::string_view text);
 
-/// The agent's end of one connection. A read that waits longer than `patience` throws.
+/// The agent's end of one connection. A read that waits longer than `longestWait` throws.
 class UnixPeer {
  public:
   explicit UnixPeer(Descriptor socket) : socket_(std::move(socket)) {}
@@ -51,7 +51,7 @@ class UnixListener {
   UnixListener(const UnixListener&) = delete;
   UnixListener& operator=(const UnixListener&) = delete;
 
-  /// Waits for the next connection. Throws after `patience`.
+  /// Waits for the next connection. Throws after `longestWait`.
   UnixPeer accept() const;
 
  private:

@@ -172,7 +172,7 @@ TEST_F(ControllerEndsTest, ManyStartsAndStopsOpenTheScreenFewTimes) {
 }
 
 TEST_F(ControllerEndsTest, AStopWaitsForNoPictureThatTheAgentDoesNotRead) {
-  using vesk::testing::patience;
+  using vesk::testing::longestWait;
   run();
   makePicture();
   EncodedSample large;
@@ -185,7 +185,7 @@ TEST_F(ControllerEndsTest, AStopWaitsForNoPictureThatTheAgentDoesNotRead) {
   peer_->read(9);
   std::future<void> agent;
   fakes_.compression.onCompleteFrames = [&] {
-    EXPECT_EQ(encoder.wait_for(patience), std::future_status::ready);
+    EXPECT_EQ(encoder.wait_for(longestWait), std::future_status::ready);
     agent = std::async(std::launch::async, [&] { peer_->read(large.data->size()); });
   };
   tell(stopMessage);

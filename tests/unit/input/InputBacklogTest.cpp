@@ -81,7 +81,7 @@ TEST_F(InputBacklogTest, LetsGoOfWhatItDropsWhereOthersMayAdd) {
   std::future<void> other;
   std::shared_ptr<void> end(nullptr, [&](void*) {
     other = std::async(std::launch::async, [this] { task("other's"); });
-    EXPECT_EQ(other.wait_for(vesk::testing::patience), std::future_status::ready);
+    EXPECT_EQ(other.wait_for(vesk::testing::longestWait), std::future_status::ready);
   });
   EXPECT_TRUE(backlog_.addMessage(InputBacklog::mostBytes, [end = std::move(end)] {}));
   EXPECT_FALSE(message("one too many"));

@@ -47,7 +47,7 @@ TEST_F(UnixSocketTest, NeverWaitsForRoomUnlessAskedTo) {
   }
   EXPECT_EQ(unixSocket::write(socket.get(), much), unixSocket::noRoom);
   peer.read(taken);
-  unixSocket::awaitRoom(socket.get(), vesk::testing::patience);
+  unixSocket::awaitRoom(socket.get(), vesk::testing::longestWait);
   EXPECT_GT(unixSocket::write(socket.get(), much), 0);
 }
 

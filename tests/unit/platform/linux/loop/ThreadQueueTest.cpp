@@ -16,7 +16,7 @@ namespace vesk::loop {
 namespace {
 
 using namespace std::chrono_literals;
-using vesk::testing::patience;
+using vesk::testing::longestWait;
 
 TEST(ThreadQueueTest, RunsTasksInOrderOnAThreadOfItsOwn) {
   std::vector<int> order;
@@ -55,7 +55,7 @@ TEST(ThreadQueueTest, MayBeDestroyedByItsOwnTask) {
     owned->reset();
     done.set_value();
   });
-  EXPECT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
+  EXPECT_EQ(done.get_future().wait_for(longestWait), std::future_status::ready);
 }
 
 TEST(ThreadQueueDeathTest, RefusesToWaitForItself) {
@@ -83,7 +83,7 @@ TEST(ThreadQueueTimerTest, FiresOnTheQueueEveryIntervalUntilItIsCancelled) {
     }
   });
   timer->resume();
-  ASSERT_EQ(fifth.get_future().wait_for(patience), std::future_status::ready);
+  ASSERT_EQ(fifth.get_future().wait_for(longestWait), std::future_status::ready);
   EXPECT_GE(std::chrono::steady_clock::now() - start, 100ms);
   std::thread::id queueThread;
   queue.sync([&] { queueThread = std::this_thread::get_id(); });
@@ -104,7 +104,7 @@ TEST(ThreadQueueTimerTest, DoesNotFireBeforeItIsResumedNorAfterItIsGone) {
     if (std::exchange(first, false)) late.set_value();
   });
   other->resume();
-  ASSERT_EQ(late.get_future().wait_for(patience), std::future_status::ready);
+  ASSERT_EQ(late.get_future().wait_for(longestWait), std::future_status::ready);
   EXPECT_EQ(fired, before);
 }
 
@@ -129,7 +129,7 @@ TEST(ThreadQueueTimerTest, PassesOverFiringsThatItMissed) {
   counter->resume();
   twenty.get_future().wait();
   held.set_value();
-  ASSERT_EQ(second.get_future().wait_for(patience), std::future_status::ready);
+  ASSERT_EQ(second.get_future().wait_for(longestWait), std::future_status::ready);
   queue.sync([&] { EXPECT_LT(fired, 15); });
 }
 

@@ -69,7 +69,7 @@ class WaylandSession {
 
  private:
   void waitForCompositor() {
-    const auto deadline = std::chrono::steady_clock::now() + vesk::testing::patience;
+    const auto deadline = std::chrono::steady_clock::now() + vesk::testing::longestWait;
     while (!std::filesystem::exists(folder_.path() / "wayland-test")) {
       if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error("no compositor");
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
