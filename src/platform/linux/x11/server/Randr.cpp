@@ -3,6 +3,7 @@
 #include <xcb/randr.h>
 
 #include "platform/linux/x11/server/rectangles.h"
+#include "platform/linux/x11/server/selectRootEvents.h"
 
 namespace vesk::x11::server {
 
@@ -28,6 +29,13 @@ std::vector<Monitor> monitors(const Connection& connection) {
                      area.width, area.height});
   }
   return found;
+}
+
+void selectMonitorEvents(const Connection& connection) {
+  xcb_randr_select_input(connection.get(), connection.root(),
+                         XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
+                             XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+  selectRootEvents(connection, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
 }
 
 }  // namespace vesk::x11::server

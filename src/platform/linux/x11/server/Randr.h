@@ -23,4 +23,9 @@ struct Monitor {
 /// server is gone.
 std::vector<Monitor> monitors(const Connection& connection);
 
+/// Has the server, which offers RandR, tell the connection when monitors come, go or change: by
+/// RandR's events, and by changes of the root window, which alone tell of a monitor that the person
+/// has defined. Thread: the connection's. Waits for the server.
+void selectMonitorEvents(const Connection& connection);
+
 }  // namespace vesk::x11::server
