@@ -6,7 +6,7 @@
 #include <memory>
 #include <thread>
 
-#include "support/UnixListener.h"
+#include "support/Patience.h"
 
 namespace vesk::mac {
 namespace {
@@ -29,7 +29,8 @@ TEST(DispatchQueueTest, MayBeDestroyedByItsOwnTask) {
     owned->reset();
     done.set_value();
   });
-  EXPECT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
+  EXPECT_EQ(done.get_future().wait_for(std::chrono::milliseconds(patience())),
+            std::future_status::ready);
 }
 
 TEST(DispatchQueueTest, LetsATimerOutliveIt) {
