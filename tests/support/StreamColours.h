@@ -7,8 +7,9 @@
 
 namespace vesk::testing {
 
-/// What a sequence parameter set tells of how to look at the pictures (ITU-T H.264, Annex E). Zero
-/// for what it leaves open, which counts as that too, but for the colours.
+/// What a sequence parameter set tells of how to look at the pictures (ITU-T H.264, Annex E). What
+/// it leaves open is what a decoder then takes it to be: colours that nobody knows, chroma on the
+/// left.
 struct StreamColours {
   bool isFullRange = false;
   std::uint32_t primaries = 2;
