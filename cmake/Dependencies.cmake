@@ -20,7 +20,7 @@ if(NOT APPLE)
   find_package(PkgConfig REQUIRED)
   find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
   pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
-    xcb xcb-composite xcb-damage xcb-randr xcb-render xcb-shape xcb-shm xcb-xfixes xcb-xkb
+    xcb xcb-composite xcb-damage xcb-randr xcb-render xcb-res xcb-shape xcb-shm xcb-xfixes xcb-xkb
     xcb-xtest)
   pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon xkbcommon-x11)
   pkg_check_modules(X264 REQUIRED IMPORTED_TARGET x264)
@@ -37,7 +37,6 @@ if(VESK_BUILD_TESTS)
   find_package(GTest REQUIRED)
   if(NOT APPLE)
     pkg_check_modules(OPENH264 REQUIRED IMPORTED_TARGET openh264)
-    pkg_check_modules(XCB_RES REQUIRED IMPORTED_TARGET xcb-res)
   endif()
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
 endif()

@@ -21,6 +21,30 @@ std::vector<char> contents(const std::filesystem::path& path) {
   return bytes;
 }
 
+struct FfmpegOutput {
+  std::string messages;
+  std::vector<char> pixels;
+};
+
+/// Every picture as sent, in the form that `options` ask for.
+FfmpegOutput runFfmpeg(const std::vector<std::byte>& stream, const std::string& options) {
+  const TemporaryFolder folder;
+  const auto input = folder.path() / "stream.h264";
+  const auto output = folder.path() / "pictures";
+  const auto messages = folder.path() / "messages";
+  std::ofstream(input, std::ios::binary)
+      .write(reinterpret_cast<const char*>(stream.data()),
+             static_cast<std::streamsize>(stream.size()));
+  const std::string command = "ffmpeg -nostdin -v warning -flags low_delay -threads 1 -i " +
+                              input.string() + " -fps_mode passthrough -f rawvideo " + options +
+                              " " + output.string() + " 2>" + messages.string();
+  const int status = std::system(command.c_str());
+  const auto text = contents(messages);
+  FfmpegOutput result{std::string(text.begin(), text.end()), contents(output)};
+  if (status != 0) result.messages += "ffmpeg failed";
+  return result;
+}
+
 }  // namespace
 
 H264Decoder::H264Decoder() {
@@ -53,28 +77,25 @@ std::optional<Luma> H264Decoder::decode(std::span<const std::byte> accessUnit) {
 }
 
 FfmpegResult decodeWithFfmpeg(const std::vector<std::byte>& stream, int width, int height) {
-  const TemporaryFolder folder;
-  const auto input = folder.path() / "stream.h264";
-  const auto output = folder.path() / "pictures";
-  const auto messages = folder.path() / "messages";
-  std::ofstream(input, std::ios::binary)
-      .write(reinterpret_cast<const char*>(stream.data()),
-             static_cast<std::streamsize>(stream.size()));
-  const std::string command = "ffmpeg -nostdin -v warning -flags low_delay -threads 1 -i " +
-                              input.string() + " -fps_mode passthrough -f rawvideo -pix_fmt nv12 " +
-                              output.string() + " 2>" + messages.string();
-  const int status = std::system(command.c_str());
-  const auto text = contents(messages);
-  FfmpegResult result{std::string(text.begin(), text.end()), {}};
-  if (status != 0) result.messages += "ffmpeg failed";
-
-  const auto pixels = contents(output);
+  auto output = runFfmpeg(stream, "-pix_fmt nv12");
+  FfmpegResult result{std::move(output.messages), {}};
   const auto size = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-  for (std::size_t at = 0; at + size * 3 / 2 <= pixels.size(); at += size * 3 / 2) {
-    const auto* first = reinterpret_cast<const std::uint8_t*>(pixels.data()) + at;
+  for (std::size_t at = 0; at + size * 3 / 2 <= output.pixels.size(); at += size * 3 / 2) {
+    const auto* first = reinterpret_cast<const std::uint8_t*>(output.pixels.data()) + at;
     result.pictures.push_back({width, height, {first, first + size}});
   }
   return result;
+}
+
+std::vector<std::uint8_t> redDifferenceByFfmpeg(const std::vector<std::byte>& stream, int width,
+                                                int height) {
+  const auto output = runFfmpeg(stream, "-vf zscale=filter=bilinear,format=yuv444p");
+  const auto size = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  if (!output.messages.empty() || output.pixels.size() < size * 3) {
+    throw std::runtime_error("ffmpeg: " + output.messages);
+  }
+  const auto* first = reinterpret_cast<const std::uint8_t*>(output.pixels.data()) + size * 2;
+  return {first, first + size};
 }
 
 double psnr(const Luma& decoded, const std::uint8_t* original, int stride,

@@ -42,6 +42,11 @@ struct FfmpegResult {
 /// Decodes a byte stream with ffmpeg, picture by picture as sent.
 FfmpegResult decodeWithFfmpeg(const std::vector<std::byte>& stream, int width, int height);
 
+/// The red-difference of the first picture at every pixel of its luma: ffmpeg finds what lies
+/// between the samples of the chroma by where the stream says that these are.
+std::vector<std::uint8_t> redDifferenceByFfmpeg(const std::vector<std::byte>& stream, int width,
+                                                int height);
+
 /// Signal-to-noise ratio in decibels of the luma, within a rectangle or of all; 100 when equal.
 struct Region {
   int x = 0;

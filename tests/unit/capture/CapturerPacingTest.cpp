@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "capture/Capturer.h"
 #include "support/CapturerFixture.h"
 #include "support/LogLines.h"
@@ -28,6 +30,22 @@ TEST_F(CapturerPacingTest, EncodesTheLatestImageAtTheFrameRate) {
   EXPECT_TRUE(frames().front().forceKeyFrame);
   EXPECT_FALSE(frames()[1].forceKeyFrame);
   EXPECT_EQ(frames()[1].presentationTime - frames()[0].presentationTime, 33'333'333ns);
+}
+
+TEST_F(CapturerPacingTest, GoesByTheFrameRateInEverything) {
+  start(10);
+  deliverImage();
+  queues.advance(100ms);
+  answer();
+  queues.advance(900ms);
+  EXPECT_EQ(frames().size(), 10U);
+  ASSERT_EQ(units.size(), 1U);
+  EXPECT_EQ(units[0].duration, Ticks{9000}) << "of a frame that has none before it";
+  using P = CompressionProperty;
+  const std::pair<P, PropertyValue> rate(P::expectedFrameRate, std::int64_t{10});
+  const std::pair<P, PropertyValue> interval(P::maxKeyFrameInterval, std::int64_t{40});
+  EXPECT_EQ(std::ranges::count(session()->properties, rate), 1);
+  EXPECT_EQ(std::ranges::count(session()->properties, interval), 1);
 }
 
 TEST_F(CapturerPacingTest, LetsATickBeTwoMillisecondsLate) {

@@ -133,6 +133,7 @@ TEST_F(CapturerTest, FailsWithTheEncodersStatus) {
   EXPECT_TRUE(isCaptureError(startError));
   EXPECT_EQ(textOf(startError), "The Mac's video encoder would not start (-12915).");
   EXPECT_TRUE(screen.streams.empty());
+  EXPECT_TRUE(queues.schedules().empty()) << "a timer runs that has nothing to encode with";
   EXPECT_EQ(capturer->width(), 1920);
   compression.status = 0;
   start();

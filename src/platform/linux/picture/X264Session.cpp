@@ -84,10 +84,12 @@ Status X264Session::encodeFrame(ImageBufferRef image, HostTime presentationTime,
 
 std::optional<EncodedSample> X264Session::encode(State& state, const ImageBuffer& image,
                                                  HostTime time, bool forceKeyFrame) {
-  const auto* pixels = dynamic_cast<const Nv12Image*>(&image);
-  if (state.encoder == nullptr || pixels == nullptr) return std::nullopt;
   const bool key = state.keyFrameLost.exchange(false) || forceKeyFrame;
-  auto sample = state.encoder->encode(*pixels, time, key);
+  const auto* pixels = dynamic_cast<const Nv12Image*>(&image);
+  std::optional<EncodedSample> sample;
+  if (state.encoder != nullptr && pixels != nullptr) {
+    sample = state.encoder->encode(*pixels, time, key);
+  }
   if (!sample && key) state.keyFrameLost = true;
   return sample;
 }

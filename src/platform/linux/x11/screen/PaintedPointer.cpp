@@ -35,7 +35,8 @@ PaintedPointer::PaintedPointer(const server::Connection& connection, const serve
     : connection_(connection),
       monitor_(monitor),
       layout_(layout),
-      event_(xcb_get_extension_data(connection.get(), &xcb_xfixes_id)->first_event) {
+      event_(xcb_get_extension_data(connection.get(), &xcb_xfixes_id)->first_event),
+      hidden_(connection) {
   xcb_xfixes_select_cursor_input(connection_.get(), connection_.root(),
                                  XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
 }
@@ -68,16 +69,23 @@ bool PaintedPointer::refresh() {
   return redrawn;
 }
 
-/// Whether it has moved.
+/// Whether it has moved, gone out of sight or come into sight.
 bool PaintedPointer::locate() {
   auto* const c = connection_.get();
   const server::ReplyPtr<xcb_query_pointer_reply_t> pointer(
       xcb_query_pointer_reply(c, xcb_query_pointer(c, connection_.root()), nullptr));
   if (pointer == nullptr) return false;
   const auto before = frame_;
-  frame_.x = pointer->root_x - hotX_ - monitor_.x;
-  frame_.y = pointer->root_y - hotY_ - monitor_.y;
-  return frame_ != before;
+  const bool wasInSight = isInSight_;
+  place(pointer->root_x, pointer->root_y);
+  return isInSight_ != wasInSight || (isInSight_ && frame_ != before);
+}
+
+/// Its hot spot is there in the root window.
+void PaintedPointer::place(int x, int y) {
+  frame_.x = x - hotX_ - monitor_.x;
+  frame_.y = y - hotY_ - monitor_.y;
+  isInSight_ = !inMonitor().isEmpty() && !hidden_.isHidden(HiddenPointer::Clock::now());
 }
 
 void PaintedPointer::load() {
@@ -88,18 +96,19 @@ void PaintedPointer::load() {
   stale_ = false;
   hotX_ = image->xhot;
   hotY_ = image->yhot;
-  frame_ = {image->x - hotX_ - monitor_.x, image->y - hotY_ - monitor_.y, image->width,
-            image->height};
+  frame_.width = image->width;
+  frame_.height = image->height;
+  place(image->x, image->y);
   const auto* const first = xcb_xfixes_get_cursor_image_cursor_image(image.get());
   image_.assign(first, first + xcb_xfixes_get_cursor_image_cursor_image_length(image.get()));
 }
 
 std::optional<PixelRect> PaintedPointer::putOn(std::uint8_t* pixels) {
   painted_.reset();
-  const PixelRect area = intersection(frame_, {0, 0, monitor_.width, monitor_.height});
+  const PixelRect area = inMonitor();
   const auto cells =
       static_cast<std::size_t>(frame_.width) * static_cast<std::size_t>(frame_.height);
-  if (area.isEmpty() || image_.size() < cells) return painted_;
+  if (!isInSight_ || image_.size() < cells) return painted_;
   painted_ = area;
   beneath_.clear();
   const unsigned bits = layout_ == picture::PixelLayout::eightBits ? 8 : 10;

@@ -6,13 +6,15 @@
 #include <vector>
 
 #include "platform/linux/picture/PixelLayout.h"
+#include "platform/linux/x11/screen/HiddenPointer.h"
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/Randr.h"
 #include "platform/linux/x11/server/rectangles.h"
 
 namespace vesk::x11::screen {
 
-/// The pointer in the picture of a monitor, and the pixels that it covers there.
+/// The pointer in the picture of a monitor, and the pixels that it covers there. It is in the
+/// picture where the person sees it: nowhere while a program hides it.
 ///
 /// Thread: one at a time. Owns: nothing of the server's; the connection outlives it, and its owner
 /// hands on every event. Fails: as a pointer that stays as it is.
@@ -41,6 +43,10 @@ class PaintedPointer {
   bool refresh();
   bool locate();
   void load();
+  void place(int x, int y);
+  PixelRect inMonitor() const {
+    return intersection(frame_, {0, 0, monitor_.width, monitor_.height});
+  }
   std::optional<PixelRect> putOn(std::uint8_t* pixels);
 
   const server::Connection& connection_;
@@ -51,6 +57,8 @@ class PaintedPointer {
   PixelRect frame_;  ///< of its image, in the monitor
   int hotX_ = 0;
   int hotY_ = 0;
+  HiddenPointer hidden_;
+  bool isInSight_ = false;
   std::vector<std::uint32_t> image_;  ///< premultiplied ARGB
   std::optional<PixelRect> painted_;
   std::vector<std::uint32_t> beneath_;  ///< the pixels that it covers

@@ -5,6 +5,7 @@
 #include "platform/linux/picture/h264/SliceSyntax.h"
 #include "platform/linux/picture/h264/emulationPrevention.h"
 #include "support/PaintedImages.h"
+#include "support/StreamColours.h"
 
 namespace vesk::picture {
 namespace {
@@ -60,6 +61,20 @@ TEST(X264EncoderTest, HasParameterSetsAndNoWordAboutItself) {
   ASSERT_EQ(encoder.parameterSets().size(), 2U);
   EXPECT_EQ(encoder.parameterSets()[0][0], std::byte{0x67});
   EXPECT_EQ(encoder.parameterSets()[1][0], std::byte{0x68});
+}
+
+TEST(X264EncoderTest, SaysHowToLookAtItsPictures) {
+  for (const std::int64_t fps : {5, 24, 30, 60}) {
+    const X264Encoder encoder(settings(size.width, size.height, fps));
+    const auto colours = testing::streamColours(encoder.parameterSets().at(0));
+    ASSERT_TRUE(colours);
+    EXPECT_FALSE(colours->isFullRange);
+    EXPECT_EQ(colours->primaries, 1U) << "of sRGB";
+    EXPECT_EQ(colours->transfer, 13U) << "of sRGB";
+    EXPECT_EQ(colours->matrix, 6U) << "of BT.601";
+    EXPECT_EQ(colours->chromaPlace, 1U) << "in the middle of four pixels";
+    EXPECT_EQ(colours->picturesPerSecond, fps);
+  }
 }
 
 TEST(X264EncoderTest, RefusesWhatItCannotEncode) {

@@ -92,11 +92,11 @@ class XScreenStreamTest : public ::testing::Test {
  protected:
   explicit XScreenStreamTest(const std::string& screen = "640x480x24") : server(screen) {}
 
-  std::unique_ptr<ScreenStream> makeStream(PixelSize size, bool cursor = false) {
+  std::unique_ptr<ScreenStream> makeStream(PixelSize size, bool cursor = false, int fps = 60) {
     StreamConfiguration configuration;
     configuration.width = size.width;
     configuration.height = size.height;
-    configuration.framesPerSecond = 60;
+    configuration.framesPerSecond = fps;
     configuration.showsCursor = cursor;
     ContentFilter filter;
     const auto display = server::XDisplays().mainDisplay();
@@ -179,6 +179,20 @@ TEST_F(XScreenStreamTest, SaysOnceThatNothingChanges) {
   painter.fill(0, 0, 10, 10, white);
   ASSERT_TRUE(received.waitUntil([](auto& r) { return r.idle() == 2; }));
   EXPECT_EQ(received.images(), before + 1);
+}
+
+TEST_F(XScreenStreamTest, SendsNoMoreImagesThanItWasAskedForHoweverMuchIsDrawn) {
+  const auto stream = makeStream({640, 480}, /*cursor=*/false, /*fps=*/5);
+  ASSERT_EQ(start(*stream), std::nullopt);
+  ASSERT_TRUE(received.waitUntil([](auto& r) { return r.images() > 0; }));
+  const auto begin = std::chrono::steady_clock::now();
+  XPainter painter;
+  for (int i = 1; i <= 5; ++i) {
+    painter.fill(0, 0, 100, 100, i % 2 == 0 ? black : white);
+    ASSERT_TRUE(received.waitUntil([i](auto& r) { return r.images() > i; }));
+  }
+  // A second, of which half is left to threads that run late.
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, 500ms);
 }
 
 TEST_F(XScreenStreamTest, ShowsThePointerWhereverItMoves) {
