@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <ctime>
 #include <string>
 #include <thread>
 
@@ -83,6 +85,28 @@ TEST_F(AgentLinkWritingTest, WaitsForAnAgentThatStopsReadingAndReadsOnMeanwhile)
   writer.join();
 }
 
+/// The share of a processor that the program takes for itself over a while.
+double shareOfAProcessor() {
+  constexpr auto period = 200ms;
+  const std::clock_t before = std::clock();
+  std::this_thread::sleep_for(period);
+  const double seconds = static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
+  return seconds / std::chrono::duration<double>(period).count();
+}
+
+TEST_F(AgentLinkWritingTest, WaitsAsleepForAnAgentThatDoesNotRead) {
+  connect();
+  std::thread writer([this] { link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}); });
+  peer_->read(9);
+  EXPECT_LT(shareOfAProcessor(), 0.2);
+  link_->setPatience(AgentLink::Patience::drops);
+  writer.join();
+  std::thread finisher([this] { manual_.run(); });
+  EXPECT_LT(shareOfAProcessor(), 0.2);
+  EXPECT_EQ(peer_->read(moreThanBuffered).size(), moreThanBuffered);
+  finisher.join();
+}
+
 TEST_F(AgentLinkWritingTest, NeverMakesTheSenderOfAMessageWaitForTheAgent) {
   connect();
   link_->setPatience(AgentLink::Patience::drops);
@@ -127,6 +151,22 @@ TEST_F(AgentLinkWritingTest, HasRoomForMessagesAgainOnceTheyAreOutOrTheirConnect
       peer_->read(9 + moreThanBuffered);
       for (int i = 0; i < 2; ++i) EXPECT_GT(peer_->readFrame()->payload.size(), filling.size());
     }
+    writer.join();
+  }
+}
+
+TEST_F(AgentLinkWritingTest, HasRoomForMessagesAgainWhateverTheirOrderWas) {
+  connect();
+  const std::string longText(AgentLink::mostWaiting * 3 / 8, 'x');
+  for (const bool isLongFirst : {true, true, true, false, false}) {
+    link_->setPatience(AgentLink::Patience::drops);
+    EXPECT_TRUE(link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}));
+    for (const bool isLong : {isLongFirst, !isLongFirst})
+      link_->sendControl(Message("waiting").with("text", isLong ? longText : "x"));
+    std::thread writer([this] { manual_.run(); });
+    peer_->read(9 + moreThanBuffered);
+    for (const bool isLong : {isLongFirst, !isLongFirst})
+      EXPECT_EQ(peer_->readFrame()->payload.size() > longText.size(), isLong);
     writer.join();
   }
 }
