@@ -208,6 +208,19 @@ TEST_F(AgentLinkWritingTest, TakesNoPictureThatItHasNotGotASingleByteOutOf) {
   EXPECT_TRUE(peer_->isSilent());
 }
 
+TEST_F(AgentLinkWritingTest, SendsAMessageThatFoundNoRoomWithoutAnythingBehindIt) {
+  connect();
+  link_->setPatience(AgentLink::Patience::drops);
+  int taken = 0;
+  while (link_->sendVideo(Bytes(100), Ticks{1})) ++taken;
+  link_->sendControl(Message("waiting"));
+  ASSERT_TRUE(manual_.waitForTasks(1)) << "somebody who sends it once there is room";
+  std::thread writer([this] { manual_.run(); });
+  for (int i = 0; i < taken; ++i) EXPECT_EQ(peer_->readFrame()->kind, 3);
+  EXPECT_EQ(textOf(peer_->readFrame()->payload), R"({"op":"waiting"})");
+  writer.join();
+}
+
 TEST_F(AgentLinkWritingTest, SendsNothingOnAnotherConnectionThanItIsMeantFor) {
   connect();
   const auto first = link_->connection();
