@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <string>
@@ -105,6 +106,21 @@ TEST_F(AgentLinkWritingTest, WaitsAsleepForAnAgentThatDoesNotRead) {
   EXPECT_LT(shareOfAProcessor(), 0.2);
   EXPECT_EQ(peer_->read(moreThanBuffered).size(), moreThanBuffered);
   finisher.join();
+}
+
+/// Whoever wakes up at times only gets a buffer's worth through each time.
+TEST_F(AgentLinkWritingTest, WakesAsSoonAsTheAgentHasRead) {
+  connect();
+  constexpr std::size_t much = 64'000'000;
+  const auto begin = std::chrono::steady_clock::now();
+  std::thread writer([this] { link_->sendVideo(Bytes(much), Ticks{7}); });
+  for (std::size_t left = 9 + much; left > 0;) {
+    const std::size_t part = std::min<std::size_t>(left, 50'000);
+    peer_->read(part);
+    left -= part;
+  }
+  writer.join();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s);
 }
 
 TEST_F(AgentLinkWritingTest, NeverMakesTheSenderOfAMessageWaitForTheAgent) {
