@@ -16,6 +16,10 @@ constexpr std::string_view fallbackName = "Vesk support";
 constexpr std::array firstStrongIsolate{'\xe2', '\x81', '\xa8'};
 constexpr std::array popDirectionalIsolate{'\xe2', '\x81', '\xa9'};
 
+const std::uint8_t* bytesOf(std::string_view text) {
+  return reinterpret_cast<const std::uint8_t*>(text.data());
+}
+
 struct CharacterRange {
   char32_t first;
   char32_t last;
@@ -40,23 +44,17 @@ constexpr std::array<CharacterRange, 4> directionMarks{
 constexpr std::array<CharacterRange, 5> rightToLeft{
     {{0x0590, 0x08ff}, {0xfb1d, 0xfdff}, {0xfe70, 0xfeff}, {0x10800, 0x10fff}, {0x1e800, 0x1efff}}};
 
-/// How many bytes the character takes that begins with `lead`. A byte that begins no character
-/// counts as one, so that malformed text is walked through and passed on as it is.
-std::size_t lengthOfCharacter(unsigned char lead) {
-  if (lead >= 0xf0 && lead <= 0xf7) return 4;
-  if (lead >= 0xe0) return lead <= 0xef ? 3 : 1;
-  return lead >= 0xc0 ? 2 : 1;
-}
+struct Character {
+  char32_t value;
+  std::string_view bytes;
+};
 
-char32_t codePoint(std::string_view character) {
-  const auto lead = static_cast<unsigned char>(character.front());
-  if (character.size() != lengthOfCharacter(lead)) return 0xfffd;
-  if (character.size() == 1) return lead < 0x80 ? lead : 0xfffd;
-  char32_t value = lead & (0xffU >> (character.size() + 1));
-  for (const char byte : character.substr(1)) {
-    value = (value << 6U) | (static_cast<unsigned char>(byte) & 0x3fU);
-  }
-  return value;
+/// A byte that begins no character counts as one, so that malformed text is walked through and
+/// passed on as it is, and hides nothing that follows it.
+Character firstCharacter(std::string_view text) {
+  ucs4_t value = 0;
+  const int length = u8_mbtoucr(&value, bytesOf(text), text.size());
+  return {value, text.substr(0, length > 0 ? static_cast<std::size_t>(length) : 1)};
 }
 
 /// Whether a person sees anything of it: ink, or a box in the place of a missing letter.
@@ -70,10 +68,9 @@ bool isSeen(char32_t character) {
 
 /// Malformed text, where characters have no ends, is cut by bytes.
 std::string_view firstCharacters(std::string_view text) {
-  const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-  if (u8_check(bytes, text.size()) != nullptr) return text.substr(0, maxNameCharacters);
+  if (u8_check(bytesOf(text), text.size()) != nullptr) return text.substr(0, maxNameCharacters);
   std::vector<char> startsCharacter(text.size());
-  u8_grapheme_breaks(bytes, text.size(), startsCharacter.data());
+  u8_grapheme_breaks(bytesOf(text), text.size(), startsCharacter.data());
   std::size_t characters = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (startsCharacter[i] != 0 && ++characters > maxNameCharacters) return text.substr(0, i);
@@ -91,13 +88,12 @@ struct Line {
 Line lineOf(std::string_view name) {
   Line line;
   while (!name.empty()) {
-    const auto character = name.substr(0, lengthOfCharacter(static_cast<unsigned char>(name[0])));
-    name.remove_prefix(character.size());
-    const char32_t value = codePoint(character);
+    const auto [value, bytes] = firstCharacter(name);
+    name.remove_prefix(bytes.size());
     if (isIn(directionMarks, value)) continue;
     line.seen = line.seen || isSeen(value);
     line.rightToLeft = line.rightToLeft || isIn(rightToLeft, value);
-    line.text += isIn(controls, value) ? std::string_view(" ") : character;
+    line.text += isIn(controls, value) ? std::string_view(" ") : bytes;
   }
   return line;
 }

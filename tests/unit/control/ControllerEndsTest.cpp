@@ -109,6 +109,24 @@ TEST_F(ControllerEndsTest, AStartThatFailsBehindAnOvertakenOneLeavesNothingRunni
   expectNothingRuns();
 }
 
+TEST_F(ControllerEndsTest, AStartThatFailsBesideARunningSessionLeavesItAlone) {
+  connect();
+  fakes_.alerts.person = [this] {
+    EXPECT_TRUE(isBannerShown());
+    screen_.startError = PlatformError{"No."};
+    return ModalResponse::alertFirstButtonReturn;
+  };
+  tellTogether({startMessage, R"({"op":"start","consent":true})"});
+  EXPECT_EQ(heardText(), starting);
+  EXPECT_EQ(heardText(), awaiting);
+  EXPECT_EQ(heardText(), started);
+  EXPECT_EQ(heardText(), starting);
+  EXPECT_EQ(heard().string("op"), "fault");
+  EXPECT_EQ(screen_.streams[0]->stops, 0);
+  EXPECT_TRUE(screen_.streams[0]->alive);
+  EXPECT_TRUE(isCapturing());
+}
+
 TEST_F(ControllerEndsTest, EveryOvertakenStartHearsOfTheFailure) {
   screen_.holdStart = true;
   connect();

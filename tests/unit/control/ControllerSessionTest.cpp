@@ -235,6 +235,8 @@ TEST_F(ControllerSessionTest, ReportsThePlatformsOwnErrorUnchanged) {
   tell(R"({"op":"start"})");
   heard();
   EXPECT_EQ(heard().string("message"), "The Mac could not share its screen: It is not the time.");
+  EXPECT_EQ(session()->calls, Lines{"prepare"})
+      << "what is left of it is the next start's or stop's";
 }
 
 TEST_F(ControllerSessionTest, EndsThreeSecondsAfterItFoundThatItMayNotRecord) {

@@ -1,7 +1,10 @@
 #include "input/TextRuns.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <numeric>
 
 namespace vesk {
@@ -96,6 +99,19 @@ TEST(TextRunsTest, LookNoFurtherThanTheyType) {
   EXPECT_EQ(joined(textRuns(tower)).size(), 0U);
   EXPECT_EQ(joined(textRuns("ok" + tower)), u"ok");
   EXPECT_EQ(joined(textRuns(repeated("日", 300'000))), joined(textRuns(repeated("日", 512))));
+}
+
+/// Text of which only the beginning is there: whoever looks further dies of it.
+TEST(TextRunsTest, DoNotEvenTouchWhatLiesFarBeyond) {
+  const auto there = std::max<std::size_t>(static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)), 8192);
+  void* const memory = ::mmap(nullptr, 2 * there, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS, /*fd=*/-1, /*offset=*/0);
+  ASSERT_NE(memory, MAP_FAILED);
+  auto* const text = static_cast<char*>(memory);
+  std::fill_n(text, there, 'a');
+  ASSERT_EQ(::mprotect(text + there, there, PROT_NONE), 0);
+  EXPECT_EQ(joined(textRuns({text, 2 * there})), std::u16string(512, u'a'));
+  EXPECT_EQ(::munmap(memory, 2 * there), 0);
 }
 
 }  // namespace

@@ -67,23 +67,31 @@ TEST_F(AgentLinkTest, ReportsALossOnceAndConnectsAgainAfterOneSecond) {
                    "Connected to the Vesk agent."}));
 }
 
+/// The one that the system would give next.
+int firstFreeDescriptor() { return Descriptor(::dup(STDERR_FILENO)).get(); }
+
 TEST_F(AgentLinkTest, WritesOfTheLossBeforeItTellsOfIt) {
   Lines written;
   bool connected = true;
+  bool closed = false;
+  listener_.emplace(path_);
+  const int descriptor = firstFreeDescriptor();
   link_->onDisconnected = [&] {
+    closed = ::fcntl(descriptor, F_GETFD) < 0;
     written = log_.messages();
     connected = link_->isConnected() || link_->connection() != AgentLink::Connection::none;
     told_.add("disconnected");
   };
-  connect();
+  link_->start();
+  peer_.emplace(listener_->accept());
+  told_.waitFor(1);
+  EXPECT_GE(::fcntl(descriptor, F_GETFD), 0);
   peer_->close();
   told_.waitFor(2);
   EXPECT_EQ(written, (Lines{"Connected to the Vesk agent.", "Lost the Vesk agent; reconnecting."}));
   EXPECT_FALSE(connected);
+  EXPECT_TRUE(closed);
 }
-
-/// The one that the system would give next.
-int firstFreeDescriptor() { return Descriptor(::dup(STDERR_FILENO)).get(); }
 
 TEST_F(AgentLinkTest, HoldsNoDescriptorBetweenItsAttempts) {
   const int before = firstFreeDescriptor();

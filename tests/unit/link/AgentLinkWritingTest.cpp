@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
+#include <ctime>
 #include <string>
 #include <thread>
 
@@ -83,6 +86,43 @@ TEST_F(AgentLinkWritingTest, WaitsForAnAgentThatStopsReadingAndReadsOnMeanwhile)
   writer.join();
 }
 
+/// The share of a processor that the program takes for itself over a while.
+double shareOfAProcessor() {
+  constexpr auto period = 200ms;
+  const std::clock_t before = std::clock();
+  std::this_thread::sleep_for(period);
+  const double seconds = static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
+  return seconds / std::chrono::duration<double>(period).count();
+}
+
+TEST_F(AgentLinkWritingTest, WaitsAsleepForAnAgentThatDoesNotRead) {
+  connect();
+  std::thread writer([this] { link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}); });
+  peer_->read(9);
+  EXPECT_LT(shareOfAProcessor(), 0.2);
+  link_->setPatience(AgentLink::Patience::drops);
+  writer.join();
+  std::thread finisher([this] { manual_.run(); });
+  EXPECT_LT(shareOfAProcessor(), 0.2);
+  EXPECT_EQ(peer_->read(moreThanBuffered).size(), moreThanBuffered);
+  finisher.join();
+}
+
+/// Whoever wakes up at times only gets a buffer's worth through each time.
+TEST_F(AgentLinkWritingTest, WakesAsSoonAsTheAgentHasRead) {
+  connect();
+  constexpr std::size_t much = 64'000'000;
+  const auto begin = std::chrono::steady_clock::now();
+  std::thread writer([this] { link_->sendVideo(Bytes(much), Ticks{7}); });
+  for (std::size_t left = 9 + much; left > 0;) {
+    const std::size_t part = std::min<std::size_t>(left, 50'000);
+    peer_->read(part);
+    left -= part;
+  }
+  writer.join();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s);
+}
+
 TEST_F(AgentLinkWritingTest, NeverMakesTheSenderOfAMessageWaitForTheAgent) {
   connect();
   link_->setPatience(AgentLink::Patience::drops);
@@ -131,6 +171,22 @@ TEST_F(AgentLinkWritingTest, HasRoomForMessagesAgainOnceTheyAreOutOrTheirConnect
   }
 }
 
+TEST_F(AgentLinkWritingTest, HasRoomForMessagesAgainWhateverTheirOrderWas) {
+  connect();
+  const std::string longText(AgentLink::mostWaiting * 3 / 8, 'x');
+  for (const bool isLongFirst : {true, true, true, false, false}) {
+    link_->setPatience(AgentLink::Patience::drops);
+    EXPECT_TRUE(link_->sendVideo(Bytes(moreThanBuffered), Ticks{7}));
+    for (const bool isLong : {isLongFirst, !isLongFirst})
+      link_->sendControl(Message("waiting").with("text", isLong ? longText : "x"));
+    std::thread writer([this] { manual_.run(); });
+    peer_->read(9 + moreThanBuffered);
+    for (const bool isLong : {isLongFirst, !isLongFirst})
+      EXPECT_EQ(peer_->readFrame()->payload.size() > longText.size(), isLong);
+    writer.join();
+  }
+}
+
 TEST_F(AgentLinkWritingTest, SendsWhatWaitsBeforeAnotherPicture) {
   connect();
   link_->setPatience(AgentLink::Patience::drops);
@@ -166,6 +222,19 @@ TEST_F(AgentLinkWritingTest, TakesNoPictureThatItHasNotGotASingleByteOutOf) {
   while (link_->sendVideo(small, Ticks{1})) ++taken;
   for (int i = 0; i < taken; ++i) EXPECT_EQ(peer_->readFrame()->payload.size(), 4 + small.size());
   EXPECT_TRUE(peer_->isSilent());
+}
+
+TEST_F(AgentLinkWritingTest, SendsAMessageThatFoundNoRoomWithoutAnythingBehindIt) {
+  connect();
+  link_->setPatience(AgentLink::Patience::drops);
+  int taken = 0;
+  while (link_->sendVideo(Bytes(100), Ticks{1})) ++taken;
+  link_->sendControl(Message("waiting"));
+  ASSERT_TRUE(manual_.waitForTasks(1)) << "somebody who sends it once there is room";
+  std::thread writer([this] { manual_.run(); });
+  for (int i = 0; i < taken; ++i) EXPECT_EQ(peer_->readFrame()->kind, 3);
+  EXPECT_EQ(textOf(peer_->readFrame()->payload), R"({"op":"waiting"})");
+  writer.join();
 }
 
 TEST_F(AgentLinkWritingTest, SendsNothingOnAnotherConnectionThanItIsMeantFor) {

@@ -64,6 +64,14 @@ TEST(FrameBytesTest, AreTheHeaderAloneForAnEmptyPayload) {
   EXPECT_EQ(frameBytes(FrameKind::control, {}), bytes({0x01, 0x00, 0x00, 0x00, 0x00}));
 }
 
+/// The payload is refused for its size alone, before anybody looks at it.
+TEST(FrameBytesDeathTest, EndsTheProcessForAPayloadWhoseLengthDoesNotFit) {
+  const auto byte = std::byte{0};
+  const ByteView tooLong(&byte, std::size_t{1} << 32U);
+  EXPECT_DEATH(frameBytes(FrameKind::video, tooLong),
+               "a frame's payload does not fit its 32-bit length");
+}
+
 TEST(VideoPayloadTest, MakesTheFrameOfAThousandByteAccessUnit) {
   const Bytes accessUnit(1000, std::byte{0x5a});
   Bytes expected = bytes({0x03, 0xec, 0x03, 0x00, 0x00, 0xb8, 0x0b, 0x00, 0x00});

@@ -70,6 +70,13 @@ TEST_F(LogLimitTest, TakesLinesThatDifferInNumbersForOneKind) {
   EXPECT_EQ(written("other", 5), 5U);
 }
 
+TEST_F(LogLimitTest, MarksTheNumbersAtBothEndsToo) {
+  written("640 pictures in 9", 101);
+  written(" pictures in ", 1);
+  EXPECT_EQ(limit_.admit("Lost.", now_ + 60s),
+            (Lines{"Left out 1 more lines like: … pictures in …", "Lost."}));
+}
+
 TEST_F(LogLimitTest, TakesNothingElseForANumber) {
   EXPECT_EQ(written("key 0", 50) + written("key 9", 50), 100U);
   EXPECT_EQ(written("key -", 1), 0U);

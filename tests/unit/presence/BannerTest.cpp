@@ -109,6 +109,14 @@ TEST_F(BannerTest, LeavesOutWhatTheStyleSwitchesOff) {
   EXPECT_EQ(overlays_.calls, Calls{"front strip"});
 }
 
+TEST_F(BannerTest, ShowsTheFaintestAndTheThinnestThatIsNotOff) {
+  banner_.show("Ada", style(1, 1, 1));
+  EXPECT_EQ(overlays_.calls, (Calls{"front border", "front strip"}));
+  ASSERT_EQ(overlays_.made.size(), 2U);
+  EXPECT_EQ(overlays_.made[0].appearance.border, (OverlayBorder{{0.8, 0.05, 0.05, 0.01}, 1}));
+  EXPECT_EQ(overlays_.made[1].appearance.background, (Colour{0.8, 0.05, 0.05, 0.01}));
+}
+
 TEST_F(BannerTest, ShowsNothingWithEverythingSwitchedOff) {
   banner_.show("Ada", style(0, 0, 0));
   banner_.setViewer("Grace");

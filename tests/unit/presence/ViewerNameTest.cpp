@@ -68,6 +68,14 @@ TEST(ViewerNameTest, StaysInOneLine) {
             "a b c [1m");
 }
 
+/// What looks like the beginning of a longer character takes nothing with it that is none of it.
+TEST(ViewerNameTest, StaysInOneLineBehindMalformedText) {
+  for (const std::string bytes : {"\x80", "\xc0", "\xc1", "\xc3", "\xdf", "\xe2", "\xe2\x80",
+                                  "\xef", "\xf0\x9f", "\xf0\x9f\x98", "\xf7", "\xf8", "\xff"}) {
+    EXPECT_EQ(viewerNameForDisplay("A" + bytes + "\nB\n\nC"), "A" + bytes + " B  C");
+  }
+}
+
 TEST(ViewerNameTest, CannotTurnTheDirectionOfWriting) {
   EXPECT_EQ(viewerNameForDisplay("A\u202eda\u202c"), "Ada");
   EXPECT_EQ(viewerNameForDisplay("\u200e\u200f\u061c\u202a\u202b\u202dAda"), "Ada");
@@ -89,10 +97,9 @@ TEST(ViewerNameTest, IsIsolatedWhereItRunsFromRightToLeft) {
   EXPECT_EQ(viewerNameForDisplay("\U0001e900"), "\u2068\U0001e900\u2069");
 }
 
-/// The first and the last letter, or the one nearest to it, of each block of such scripts, and
-/// those right outside.
+/// The first and the last character of each block of such scripts, and those right outside.
 TEST(ViewerNameTest, KnowsEveryScriptThatRunsFromRightToLeft) {
-  for (const std::string letter : {"\u0590", "\u08ff", "\ufb1d", "\ufdff", "\ufe70", "\ufefe",
+  for (const std::string letter : {"\u0590", "\u08ff", "\ufb1d", "\ufdff", "\ufe70", "\ufeff",
                                    "\U00010800", "\U00010fff", "\U0001e800", "\U0001efff"}) {
     EXPECT_EQ(viewerNameForDisplay("A" + letter),
               "\u2068"
@@ -100,8 +107,8 @@ TEST(ViewerNameTest, KnowsEveryScriptThatRunsFromRightToLeft) {
                   letter + "\u2069")
         << letter;
   }
-  for (const std::string letter : {"\u058f", "\u0900", "\ufb1c", "\ufe6f", "\uff00", "\U000107ff",
-                                   "\U00011000", "\U0001e7ff", "\U0001f000"}) {
+  for (const std::string letter : {"\u058f", "\u0900", "\ufb1c", "\ufe00", "\ufe6f", "\uff00",
+                                   "\U000107ff", "\U00011000", "\U0001e7ff", "\U0001f000"}) {
     EXPECT_EQ(viewerNameForDisplay("A" + letter), "A" + letter) << letter;
   }
 }

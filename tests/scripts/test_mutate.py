@@ -1,0 +1,162 @@
+"""scripts/mutate on a small project: what it makes of a change, of a build that could not be, and of
+being told to end."""
+
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+PROJECT = {
+    "CMakeLists.txt": """
+        cmake_minimum_required(VERSION 3.20)
+        project(small CXX)
+        add_subdirectory(tests)
+        """,
+    "tests/CMakeLists.txt": """
+        find_package(GTest REQUIRED)
+        add_executable(unit_tests unit/link/FrameTest.cpp ../src/link/Frame.cpp)
+        target_include_directories(unit_tests PRIVATE ../src)
+        target_link_libraries(unit_tests PRIVATE GTest::gtest_main)
+        """,
+    "src/link/Frame.h": "int frame(int size);\n",
+    "src/link/Frame.cpp": """#include "link/Frame.h"
+int frame(int size) {
+  [[maybe_unused]] int room[2];
+  if (size > 9)
+    return 1;
+  return size * size;
+}
+""",
+    "tests/unit/link/FrameTest.cpp": """#include "link/Frame.h"
+#include <gtest/gtest.h>
+TEST(FrameTest, Squares) { EXPECT_EQ(frame(3), 9); }
+""",
+}
+ROOM, LIMIT, RULE = 3, 4, 6  # lines of Frame.cpp
+
+# Stands in for the compiler: does what the test asks for where the code has been changed.
+COMPILER = """#!/bin/sh
+case "$*" in *-c*Frame.cpp*) ;; *) exec {compiler} "$@" ;; esac
+if ! cmp --quiet {original} {home}/build/mutate/0/tree/src/link/Frame.cpp; then
+  echo once >>{home}/tried
+  {instead}
+fi
+exec {compiler} "$@"
+"""
+FULL = 'echo "LLVM ERROR: IO failure on output stream: No space left on device"; exit 1'
+
+
+class Mutate(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name)
+        subprocess.run(["git", "init", "--quiet", self.root], check=True)
+        for name in ("scripts/mutate", "scripts/mutants.py", "tests/e2e/run_isolated"):
+            (self.root / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(ROOT / name, self.root / name)
+        for name, text in PROJECT.items():
+            (self.root / name).parent.mkdir(parents=True, exist_ok=True)
+            (self.root / name).write_text(text)
+        (self.root / ".gitignore").write_text("build/\nbin/\ntried\n")
+
+    def compiler(self, instead=""):
+        wrapper = self.root / "bin" / "clang++"
+        wrapper.parent.mkdir(exist_ok=True)
+        wrapper.write_text(COMPILER.format(
+            compiler=shutil.which("clang++"), home=self.root, instead=instead,
+            original=self.root / "src/link/Frame.cpp"))
+        wrapper.chmod(0o755)
+
+    def start(self, *options):
+        path = f"{self.root / 'bin'}:{os.environ['PATH']}"
+        mutate = subprocess.Popen(
+            [self.root / "scripts/mutate", "--jobs", "1", *options, self.root / "src/link/Frame.cpp"],
+            env={**os.environ, "PATH": path, "CCACHE_DISABLE": "1"}, text=True,
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        self.addCleanup(mutate.stdout.close)
+        self.addCleanup(lambda: mutate.poll() is None and mutate.terminate())
+        return mutate
+
+    def run_on(self, line):
+        mutate = self.start("--only", str(line))
+        said = mutate.communicate(timeout=120)[0]
+        return mutate.returncode, said
+
+    def tries(self):
+        return len((self.root / "tried").read_text().splitlines())
+
+    def left(self):
+        """The processes that know of this test's folder, as all do that its script has started."""
+        found = []
+        for process in pathlib.Path("/proc").glob("[0-9]*"):
+            try:
+                if str(self.root).encode() in (process / "environ").read_bytes():
+                    found.append((process / "comm").read_text())
+            except OSError:
+                pass
+        return found
+
+    def test_counts_what_the_tests_notice(self):
+        self.compiler()
+        status, said = self.run_on(RULE)
+        self.assertIn("2 changes: 2 killed, 0 timed out, 0 not compiled, 0 survived, 0 not tried", said)
+        self.assertEqual(status, 0)
+
+    def test_lists_what_survives(self):
+        self.compiler()
+        status, said = self.run_on(LIMIT)
+        self.assertIn("if (size > 9)  →  if (size >= 9)", said)
+        self.assertEqual(status, 1)
+
+    def test_takes_the_compilers_word_for_what_is_no_code(self):
+        self.compiler('echo "../tree/src/link/Frame.cpp:3:7: error: no such thing"; exit 1')
+        status, said = self.run_on(ROOM)
+        self.assertIn("1 changes: 0 killed, 0 timed out, 1 not compiled, 0 survived, 0 not tried", said)
+        self.assertEqual((status, self.tries()), (0, 1))
+
+    def test_tries_again_where_the_build_was_hindered(self):
+        self.compiler(f"if [ $(wc -l <{self.root}/tried) -eq 1 ]; then {FULL}; fi")
+        status, said = self.run_on(ROOM)
+        self.assertIn("1 changes: 0 killed, 0 timed out, 0 not compiled, 1 survived, 0 not tried", said)
+        self.assertEqual((status, self.tries()), (1, 2))
+
+    def test_says_what_it_could_not_try(self):
+        for instead, why in ((FULL, "No space left on device"), ("kill -9 $$", "")):
+            with self.subTest(instead):
+                self.compiler(instead)
+                status, said = self.run_on(ROOM)
+                self.assertIn("0 not compiled, 0 survived, 1 not tried", said)
+                self.assertRegex(said, rf"not tried \(.*{why}\): src/link/Frame\.cpp:3: ")
+                self.assertEqual(status, 2)
+
+    def test_ends_at_once_with_its_compilers(self):
+        self.compiler("sleep 600 & wait")
+        for end in (signal.SIGTERM, signal.SIGINT):
+            with self.subTest(end):
+                (self.root / "tried").unlink(missing_ok=True)
+                mutate = self.start("--only", str(ROOM))
+                while not (self.root / "tried").exists():
+                    self.assertIsNone(mutate.poll(), "ended before its time")
+                    time.sleep(0.05)
+                mutate.send_signal(end)
+                self.assertEqual((mutate.communicate(timeout=10)[0], mutate.returncode), ("", 2))
+                self.assertEqual(self.left(), [])
+                self.assertEqual((self.root / "build/mutate/0/tree/src/link/Frame.cpp").read_text(),
+                                 PROJECT["src/link/Frame.cpp"])
+
+    def test_begins_with_the_change_that_is_asked_for(self):
+        every = [["--every", "2", "--first", first, "--list"] for first in ("1", "2")]
+        odd, even, both = (self.start(*options).communicate()[0].splitlines()[:-1]
+                           for options in (*every, ["--list"]))
+        self.assertEqual((odd, even), (both[::2], both[1::2]))
+        self.assertTrue(even)
+
+
+if __name__ == "__main__":
+    unittest.main()
