@@ -43,8 +43,32 @@ class PaintedImages {
     });
   }
 
+  void flat(int x, int y, int width, int height) {
+    paint(x, y, width, height, [](int, int) { return 230; });
+  }
+
   void noise(int x, int y, int width, int height) {
     paint(x, y, width, height, [this](int, int) { return 16 + static_cast<int>(random_() % 220); });
+  }
+
+  /// The next image, in which everything has moved up by so many rows.
+  void scroll(int rows) {
+    const auto before = image_;
+    next();
+    const auto size = image_->size();
+    const int height = static_cast<int>(size.height);
+    paint(0, 0, static_cast<int>(size.width), height, [&](int x, int y) {
+      return static_cast<int>(before->luma()[(y + rows) % height * before->stride() + x]);
+    });
+  }
+
+  /// Squares of shades that nothing foretells.
+  void patches(int left, int top, int width, int height) {
+    const auto salt = static_cast<unsigned>(random_());
+    paint(left, top, width, height, [salt](int x, int y) {
+      const auto cell = static_cast<unsigned>(x / 8 * 4096 + y / 8) ^ salt;
+      return 16 + static_cast<int>((cell * 2654435761U >> 16) % 220);
+    });
   }
 
   /// A picture that moves smoothly, with a grain that is another one in each.

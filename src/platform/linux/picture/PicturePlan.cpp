@@ -1,6 +1,7 @@
 #include "platform/linux/picture/PicturePlan.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace vesk::picture {
@@ -8,77 +9,90 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Six steps of the quantiser double its step size, which about halves the bits.
-constexpr double quantisersPerHalving = 6;
+/// How long a key frame may hold up the link. The pictures behind it wait with it, and few of them
+/// may wait for more than half a second.
+constexpr double keyFrameSeconds = 0.6;
 
-/// No access unit may come near the megabyte at which a reader of frames gives up.
-constexpr double mostBitsAtOnce = 6e6;
+/// The same amid changes, which go on behind it.
+constexpr double movingKeyFrameSeconds = 0.4;
 
-/// Saved up over this long at most; a picture then goes out in one burst.
-constexpr double savingSeconds = 4;
+/// How long any other picture may hold up the link, with what was sent before it.
+constexpr double refinementSeconds = 0.34;
+constexpr double changeSeconds = 0.3;
 
-/// Beyond this a picture is never sent.
-constexpr auto mostBitsEver = static_cast<std::size_t>(8e6);
+/// A picture that could not be coarser is left out if the link were held up for longer with it, and
+/// if it takes more than the link takes meanwhile.
+constexpr double holdSeconds = 0.42;
 
-/// A key frame whose cost was misjudged by more than this is made anew: the viewer would wait long
-/// for it.
-constexpr double misjudged = 2;
+/// The last bits of a window, which are not planned with, are for what cannot be coarser.
+constexpr double lastFill = 1.095;
 
-/// What is kept of the savings while much changes: a burst of a video is no gain to anybody.
-constexpr double busySavingSeconds = 0.25;
+/// A key frame below this part of what it may take is made anew.
+constexpr double tooSmall = 0.8;
+constexpr int mostAttempts = 2;
 
-/// Over how many pictures a debt is paid back, or savings are spent, while much changes.
-constexpr double picturesToBalance = 15;
-
-/// A key frame amid changes may take what this long brings.
-constexpr double keyFrameSeconds = 0.35;
+/// One that takes no more than this times what it may is as well.
+constexpr double keyTolerance = 1.12;
 
 /// Pictures that come without a change before a coarse one is made better: an image can miss its
 /// tick by a little while everything moves.
 constexpr int ticksUntilRefined = 2;
 
-/// A finer quantiser is worth another encoding from this difference on.
-constexpr int worthwhileStep = 4;
+/// A finer quantiser is worth another encoding from this difference on; beside what is encoded
+/// anyway, from this one.
+constexpr int leastStep = 3;
+constexpr int worthwhileStep = 5;
 
-constexpr auto patience = 1s;
+/// Coarse pictures are made better in steps of this, each of which shows.
+constexpr int mostStep = 9;
 
-/// A screen that has stood still for some pictures is likely to go on: the bits of the next second
-/// may be spent at once on making it good.
-constexpr double advanceSeconds = 1;
-constexpr int ticksUntilAdvance = 12;
+/// Better in two steps takes this much more than good at once.
+constexpr double refinementFactor = 1.15;
+
+/// What is finer than the settled quantiser by less than this looks the same.
+constexpr int bearableStep = 3;
+
+/// What a key frame is about to undo is not begun.
+constexpr double leastSecondsToEnjoy = 0.3;
 
 /// Up to this part of the picture a change is a small one.
 constexpr std::size_t smallPart = 8;
 
-/// The part of the bits at good quality that is left at a coarser quantiser.
-double remainder(int quantiser) {
-  return std::exp2((PicturePlan::goodQuantiser - quantiser) / quantisersPerHalving);
-}
-
-/// The finest useful quantiser at which what takes `bitsAtGood` takes no more than `bits`.
-int quantiserFor(double bitsAtGood, double bits) {
-  if (bits <= 0) return PicturePlan::worstQuantiser;
-  if (bitsAtGood <= bits) return PicturePlan::goodQuantiser;
-  const double steps = std::ceil(quantisersPerHalving * std::log2(bitsAtGood / bits));
-  constexpr double most = PicturePlan::worstQuantiser - PicturePlan::goodQuantiser;
-  return PicturePlan::goodQuantiser + static_cast<int>(std::min(steps, most));
+double seconds(std::chrono::nanoseconds time) {
+  return std::max(std::chrono::duration<double>(time).count(), 0.0);
 }
 
 }  // namespace
 
-void PicturePlan::Cost::learn(const Decision& decision, double bits) {
-  constexpr std::size_t tellingNumber = 16;
-  if (decision.macroblocks < tellingNumber) return;
-  const double measured =
-      bits / remainder(decision.quantiser) / static_cast<double>(decision.macroblocks);
-  each_ = std::max((each_ + measured) / 2, 1.0);
+int PicturePlan::settledQuantiser() const {
+  if (!keyIsReadable_) return std::max(goodQuantiser, range_.finest);
+  const int kept = keyCost_.quantiserFor(macroblocks_, rate_ * keyFrameSeconds, range_);
+  return kept <= keyQuantiser_ - worthwhileStep ? kept : keyQuantiser_;
+}
+
+int PicturePlan::bearable() const { return settledQuantiser() + bearableStep - 1; }
+
+/// Slow links have to bear with more.
+double PicturePlan::worstDelay() const {
+  constexpr double slowRate = 1e6;
+  return rate_ < slowRate ? 1.9 : 0.95;
+}
+
+PicturePlan::Decision PicturePlan::encoded(int quantiser, std::size_t macroblocks,
+                                           double wantedBits) const {
+  // A picture that was misjudged is made anew only if somebody would wait for it.
+  const double most = std::max(rate_ * worstDelay() - load_.waiting(), 2 * wantedBits);
+  return {Action::encode, false, quantiser, 0, macroblocks, wantedBits, std::min(most, mostBits_)};
 }
 
 PicturePlan::Decision PicturePlan::next(const Tick& tick) {
-  earn(tick);
+  rate_ = static_cast<double>(tick.bitRate);
+  share_ = rate_ * seconds(tick.elapsed);
+  load_.pass(tick.elapsed, rate_);
   if (tick.changed > 0) {
     stillTicks_ = 0;
     keyRepeatable_ = false;
+    keyAgain_ = keyAgain_ && tick.changed <= macroblocks_ / smallPart;
   } else {
     ++stillTicks_;
   }
@@ -86,103 +100,241 @@ PicturePlan::Decision PicturePlan::next(const Tick& tick) {
   return tick.changed > 0 ? change(tick) : still(tick);
 }
 
-void PicturePlan::earn(const Tick& tick) {
-  rate_ = static_cast<double>(tick.bitRate);
-  const double seconds = std::chrono::duration<double>(tick.elapsed).count();
-  share_ = rate_ * std::max(seconds, 0.0);
-  limit_ = std::min(rate_ * savingSeconds, mostBitsAtOnce);
-  credit_ = std::min(credit_ + share_, limit_);
-  sinceRefined_ += tick.elapsed;
+/// Not if it could be much better by now, nor if it has become too large for the rate.
+bool PicturePlan::mayRepeatKey(int quantiser) const {
+  if (!keyRepeatable_ || afterKeyFrame_) return false;
+  const double most = std::min(rate_ * keyFrameSeconds * keyTolerance, load_.room(worstDelay()));
+  return keyQuantiser_ <= std::max(quantiser, bearable()) && keyBits_ <= most;
 }
 
 PicturePlan::Decision PicturePlan::keyFrame(const Tick& tick) {
-  if (tick.changed == 0 && keyRepeatable_ && !afterKeyFrame_) {
-    return {Action::repeatKey, true, goodQuantiser, true, macroblocks_, mostBitsEver};
-  }
-  // Whatever it was like before, a picture that has become good stays good.
-  const bool good = begun_ && (calm_ || tick.changed == 0) && tick.coarse == 0;
-  const double allowed = std::max(good ? credit_ : std::min(credit_, 0.0), rate_ * keyFrameSeconds);
-  const int quantiser = quantiserFor(keyCost_.of(macroblocks_), std::min(allowed, mostBitsAtOnce));
-  const auto most = static_cast<std::size_t>(std::min(allowed, mostBitsAtOnce) * misjudged);
-  return {Action::encode, true, quantiser, true, macroblocks_, std::min(most, mostBitsEver)};
-}
+  const bool moving = begun_ && !calm_ && stillTicks_ < ticksUntilRefined;
+  const double room = load_.room(moving ? movingKeyFrameSeconds : keyFrameSeconds);
+  const double allowed = std::min(std::max(room, rate_ * 0.05), mostBits_);
+  int quantiser = keyCost_.quantiserFor(macroblocks_, allowed, range_);
 
-std::optional<PicturePlan::Decision> PicturePlan::smaller(Decision decision, std::size_t bits,
-                                                          std::size_t macroblocks) {
-  if (decision.action != Action::encode || decision.quantiser >= worstQuantiser) {
-    return std::nullopt;
+  const double most = std::min(allowed * keyTolerance, mostBits_);
+  if (tick.changed == 0 && mayRepeatKey(quantiser)) {
+    return {Action::repeatKey, true, keyQuantiser_, 0, macroblocks_, 0, most};
   }
-  const double factor = static_cast<double>(bits) / static_cast<double>(decision.mostBits);
-  const double steps = std::ceil(quantisersPerHalving * std::log2(std::max(factor, 1.0)) + 1);
-  decision.quantiser = std::min(decision.quantiser + static_cast<int>(steps), worstQuantiser);
+  const int finest = moving ? std::max(busyQuantiser_, range_.finest) : range_.finest;
+  quantiser = std::max(quantiser, finest);
+  Decision decision = encoded(quantiser, macroblocks_, allowed);
+  decision.finest = finest;
   decision.keyFrame = true;
-  decision.refine = true;
-  decision.macroblocks = macroblocks;
+  decision.mostBits = most;
   return decision;
 }
 
-PicturePlan::Decision PicturePlan::still(const Tick& tick) const {
-  constexpr Decision skip{Action::skip, false, worstQuantiser, true, 0, mostBitsEver};
-  if (tick.coarse == 0 || stillTicks_ < ticksUntilRefined) return skip;
-  const double advance = stillTicks_ >= ticksUntilAdvance ? rate_ * advanceSeconds : 0;
-  const double allowed = std::min(credit_ + advance, mostBitsAtOnce);
-  int quantiser = quantiserFor(calmCost_.of(tick.coarse), allowed);
-  // What has been waited for in vain is paid for out of the savings as they are.
-  if (sinceRefined_ >= patience && credit_ > limit_ / 2) {
-    quantiser = std::min(quantiser, std::max(goodQuantiser, coarseQuantiser_ - worthwhileStep));
+std::optional<PicturePlan::Decision> PicturePlan::instead(const Decision& decision, double bits) {
+  if (decision.action != Action::encode) return std::nullopt;
+  const bool small = decision.keyFrame && attempts_ < mostAttempts &&
+                     bits < decision.wantedBits * tooSmall && decision.quantiser > decision.finest;
+  if (bits <= decision.mostBits && !small) return std::nullopt;
+  ++attempts_;
+  learn(decision, bits);
+  // What takes a whole picture's worth as it is takes as much as a key frame.
+  if (!decision.keyFrame) keyCost_.learn(macroblocks_, decision.quantiser, bits);
+  Decision other = decision;
+  if (!decision.keyFrame) {
+    other.wantedBits = std::max(decision.wantedBits, load_.room(movingKeyFrameSeconds));
   }
-  const bool worthwhile =
-      quantiser == goodQuantiser || quantiser <= coarseQuantiser_ - worthwhileStep;
-  if (!worthwhile) return skip;
-  return {Action::encode, false, quantiser, true, tick.coarse, mostBitsEver};
+  other.quantiser =
+      std::max(keyCost_.quantiserFor(macroblocks_, other.wantedBits, range_), decision.finest);
+  if (!small) other.quantiser = std::max(other.quantiser, decision.quantiser + 1);
+  if (other.quantiser > range_.worst || other.quantiser == decision.quantiser) {
+    return std::nullopt;
+  }
+  other.keyFrame = true;
+  other.refined = 0;
+  other.macroblocks = macroblocks_;
+  keyAgain_ = true;
+  return other;
+}
+
+PicturePlan::Decision PicturePlan::still(const Tick& tick) const {
+  constexpr Decision skip{Action::skip, false, worstQuantiser, 0, 0, 0, 0};
+  if (tick.coarse == 0 || stillTicks_ < ticksUntilRefined) return skip;
+  return refinement(tick).value_or(skip);
+}
+
+/// The bits of a key frame of that quantiser, if it may hold up the link for so long.
+double PicturePlan::keptForKey(int quantiser, double seconds) const {
+  const double wanted = std::min(keyCost_.of(macroblocks_, quantiser), rate_ * seconds);
+  return std::max(wanted, keyCost_.of(macroblocks_, range_.worst));
+}
+
+double PicturePlan::refinementBits(std::size_t macroblocks, int from, int to) const {
+  if (to >= from) return 0;
+  return refinementFactor * (keyCost_.of(macroblocks, to) - keyCost_.of(macroblocks, from));
+}
+
+/// Bits for what is coarse until the next key frame.
+double PicturePlan::refinementRoom(const Tick& tick) const {
+  return load_.roomUntil(seconds(tick.untilKey), keptForKey(settledQuantiser(), keyFrameSeconds));
+}
+
+/// What is left until the next key frame should do for all that is coarse, in not too many steps.
+int PicturePlan::refinementGoal(const Tick& tick) const {
+  const int settled = settledQuantiser();
+  const double bits = refinementRoom(tick);
+  int goal = std::max(settled, tick.coarseQuantiser - mostStep);
+  while (goal < range_.worst && refinementBits(tick.coarse, tick.coarseQuantiser, goal) > bits) {
+    ++goal;
+  }
+  return goal;
+}
+
+std::optional<PicturePlan::Decision> PicturePlan::refinement(const Tick& tick) const {
+  if (tick.coarse == 0 || seconds(tick.untilKey) < leastSecondsToEnjoy) return std::nullopt;
+  // Rather a part of it much better than all of it hardly.
+  const int goal = std::min(refinementGoal(tick), tick.coarseQuantiser - leastStep);
+  if (goal < settledQuantiser()) return std::nullopt;
+  const double bits = std::min(load_.room(refinementSeconds), refinementRoom(tick)) -
+                      calmCost_.of(tick.changed, goal);
+  const double all = refinementBits(tick.coarse, tick.coarseQuantiser, goal);
+  const double part = std::min(bits / std::max(all, 1.0), 1.0);
+  // Few large pictures rather than many small ones: each has its price.
+  const bool enough = part >= 1 || bits >= rate_ * refinementSeconds * 0.8;
+  if (!enough || part <= 0) return std::nullopt;
+  const auto count = static_cast<std::size_t>(part * static_cast<double>(tick.coarse));
+  Decision decision =
+      encoded(goal, tick.changed + count, all * part + calmCost_.of(tick.changed, goal));
+  decision.refined = count;
+  decision.refinedFrom = tick.coarseQuantiser;
+  return decision;
 }
 
 PicturePlan::Decision PicturePlan::change(const Tick& tick) {
-  const std::size_t all = tick.changed + tick.coarse;
-  calm_ = tick.changed <= macroblocks_ / smallPart && calmCost_.of(tick.changed) <= credit_ / 2;
+  const double allowed = std::max(load_.room(changeSeconds), share_);
+  const int affordable = calmCost_.quantiserFor(tick.changed, allowed, range_);
+  calm_ = tick.changed <= macroblocks_ / smallPart && affordable <= readableQuantiser;
   if (!calm_) return busy(tick);
-  const int quantiser = quantiserFor(calmCost_.of(all), credit_ / 2);
-  const bool worthwhile =
-      quantiser == goodQuantiser || quantiser <= coarseQuantiser_ - worthwhileStep;
-  if (worthwhile) return {Action::encode, false, quantiser, true, all, mostBitsEver};
-  return {Action::encode, false, goodQuantiser, false, tick.changed, mostBitsEver};
+  if (const auto refined = refinement(tick)) return *refined;
+  return encoded(std::max(affordable, settledQuantiser()), tick.changed, allowed);
+}
+
+/// What does not move is made as good as what does, if it is much worse.
+std::size_t PicturePlan::refinedBesides(const Tick& tick, double bits) const {
+  if (tick.coarse == 0 || busyQuantiser_ > tick.coarseQuantiser - worthwhileStep) return 0;
+  const double all = refinementBits(tick.coarse, tick.coarseQuantiser, busyQuantiser_);
+  return static_cast<std::size_t>(static_cast<double>(tick.coarse) *
+                                  std::clamp(bits / std::max(all, 1.0), 0.0, 1.0));
+}
+
+/// A picture that takes no more than this of what the link takes meanwhile keeps nobody waiting for
+/// longer, and leaves the next key frame its room.
+double PicturePlan::drainingPart() const {
+  constexpr double steady = 0.92;
+  constexpr double draining = 0.8;
+  constexpr double hurrying = 0.5;
+  const double seconds = load_.waiting() / rate_;
+  return seconds > holdSeconds ? hurrying : seconds > changeSeconds ? draining : steady;
+}
+
+/// Whether the bits until the next key frame do for this picture and for all that follow, at the
+/// same quantiser.
+bool PicturePlan::lasts(const Tick& tick, int quantiser) const {
+  const auto& cost = held_ ? heldCost_ : busyCost_;
+  const double now = cost.of(tick.changed, reference_, quantiser, keyCost_);
+  if (now > std::max(load_.room(changeSeconds), share_ * drainingPart())) return false;
+  // A coarser one would save next to nothing.
+  if (quantiser >= busyQuantiser_ && now <= share_ * drainingPart()) return true;
+  const double eachSecond = busyCost_.each(tick.changed, quantiser) * rate_ / std::max(share_, 1.0);
+  const double untilKey = seconds(tick.untilKey);
+  const double kept = keptForKey(quantiser, movingKeyFrameSeconds);
+  if (now + eachSecond * untilKey > load_.roomUntil(untilKey, kept)) return false;
+  return std::ranges::all_of(std::array{1.0, 2.0}, [&](double ahead) {
+    return ahead >= untilKey || now + eachSecond * ahead <= load_.roomUntil(ahead, 0);
+  });
+}
+
+/// One that is left out makes the next one dear, as what has moved too far is not found again.
+bool PicturePlan::mustBeLeftOut(const Tick& tick) const {
+  const auto& cost = held_ ? heldCost_ : busyCost_;
+  const double least = cost.of(tick.changed, reference_, range_.worst, keyCost_);
+  const double room = load_.room(isIdle() ? worstDelay() : holdSeconds);
+  return least > std::max(room, share_) || least > load_.windowRoom(lastFill);
+}
+
+/// One cheap picture does not make the next one cheap, nor does a dear one make it dear, unless the
+/// link is behind already.
+int PicturePlan::quantiserAmidChanges(const Tick& tick) const {
+  constexpr int finerAtOnce = 4;
+  constexpr int coarserAtOnce = 8;
+  const bool atEase = load_.room(changeSeconds) > 0;
+  // What was never tried is not known to be dear.
+  const int tried =
+      atEase && isIdle() && lastBits_ < share_ / 2 ? busyQuantiser_ - 1 : range_.worst;
+  const int most = atEase && !held_ ? busyQuantiser_ + coarserAtOnce : range_.worst;
+  const int coarsest = std::min({tried, most, range_.worst});
+  int quantiser = std::max(busyQuantiser_ - finerAtOnce, range_.finest);
+  while (quantiser < coarsest && !lasts(tick, quantiser)) ++quantiser;
+  return quantiser;
 }
 
 PicturePlan::Decision PicturePlan::busy(const Tick& tick) {
-  credit_ = std::min(credit_, rate_ * busySavingSeconds);
-  const double least = share_ / 4;
-  const double allowed = std::max(share_ + credit_ / picturesToBalance, least);
-  const int wanted = quantiserFor(busyCost_.of(tick.changed), allowed);
-  // One cheap picture does not make the next one cheap.
-  constexpr int finerAtOnce = 2;
-  busyQuantiser_ = std::max(wanted, busyQuantiser_ - finerAtOnce);
-  return {Action::encode, false, busyQuantiser_, true, tick.changed, mostBitsEver};
+  if (mustBeLeftOut(tick)) return {Action::hold, false, worstQuantiser, 0, 0, 0, 0};
+  const auto& cost = held_ ? heldCost_ : busyCost_;
+  busyQuantiser_ = quantiserAmidChanges(tick);
+  const double wanted = cost.of(tick.changed, reference_, busyQuantiser_, keyCost_);
+  Decision decision = encoded(busyQuantiser_, tick.changed, wanted);
+  decision.searchesFar = held_ || afterKeyFrame_;
+  decision.refined = refinedBesides(tick, load_.room(changeSeconds) - wanted);
+  return decision;
 }
 
-void PicturePlan::sent(const Decision& decision, std::size_t bits) {
-  const auto spent = static_cast<double>(bits);
-  credit_ -= spent;
-  begun_ = true;
-  afterKeyFrame_ = decision.keyFrame;
-  if (decision.action != Action::encode) return;
-  keyRepeatable_ = decision.keyFrame && decision.quantiser == goodQuantiser;
+void PicturePlan::learn(const Decision& decision, double bits) {
   if (decision.keyFrame) {
-    keyCost_.learn(decision, spent);
-  } else if (!calm_ && stillTicks_ == 0) {
-    busyCost_.learn(decision, spent);
-  } else if (!decision.refine || coarseQuantiser_ == worstQuantiser) {
-    // The last step to a good picture says little about what the whole way takes.
-    calmCost_.learn(decision, spent);
-  }
-  if (!calm_ && stillTicks_ == 0 && !decision.keyFrame) {
-    coarseQuantiser_ = worstQuantiser;
-  } else {
-    busyQuantiser_ = decision.quantiser;
-    if (decision.refine) {
-      coarseQuantiser_ = decision.quantiser;
-      sinceRefined_ = {};
+    if (keyAgain_) {
+      keyCost_.learnAgain(macroblocks_, decision.quantiser, bits);
+    } else {
+      keyCost_.learn(macroblocks_, decision.quantiser, bits);
     }
+  } else if (!calm_ && stillTicks_ == 0) {
+    if (decision.refined == 0) {
+      auto& cost = held_ ? heldCost_ : busyCost_;
+      reference_ = cost.learn(decision.macroblocks, reference_, decision.quantiser, keyCost_, bits);
+    }
+  } else if (decision.refined == 0) {
+    calmCost_.learn(decision.macroblocks, decision.quantiser, bits);
+  } else {
+    learnOfRefinement(decision, bits);
   }
+}
+
+/// Together with what they had taken before, refined macroblocks tell what a key frame of that
+/// quantiser takes.
+void PicturePlan::learnOfRefinement(const Decision& decision, double bits) {
+  constexpr std::size_t tellingNumber = 200;
+  if (decision.refined < tellingNumber) return;
+  const double changes = calmCost_.of(decision.macroblocks - decision.refined, decision.quantiser);
+  const double before = keyCost_.of(decision.refined, decision.refinedFrom);
+  const double more = std::max(bits - changes, 0.0) / refinementFactor;
+  keyCost_.learnAgain(decision.refined, decision.quantiser, before + more);
+}
+
+void PicturePlan::sent(const Decision& decision, double bits, double quality) {
+  load_.add(bits);
+  lastBits_ = bits;
+  attempts_ = 0;
+  begun_ = true;
+  // Before `held_` tells of this picture.
+  if (decision.action == Action::encode) learn(decision, bits);
+  afterKeyFrame_ = decision.keyFrame;
+  held_ = decision.action == Action::hold;
+  if (held_) busyCost_.doubt();
+  if (decision.action != Action::encode) return;
+  keyRepeatable_ = decision.keyFrame;
+  if (!decision.keyFrame) return;
+  // A page at the border must not change sides with every key frame.
+  constexpr double border = 1;
+  keyIsReadable_ = quality >= readableQuality - (keyIsReadable_ ? border : 0);
+  keyQuantiser_ = decision.quantiser;
+  keyBits_ = bits;
+  busyQuantiser_ = decision.quantiser;
+  reference_ = decision.quantiser;
+  keyAgain_ = true;
 }
 
 }  // namespace vesk::picture

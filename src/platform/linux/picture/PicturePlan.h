@@ -5,90 +5,141 @@
 #include <cstdint>
 #include <optional>
 
+#include "platform/linux/picture/BitCost.h"
+#include "platform/linux/picture/ChangeCost.h"
+#include "platform/linux/picture/LinkLoad.h"
+
 namespace vesk::picture {
 
 /// How each picture of a stream is to be sent, so that little work and few bits are spent on a
-/// screen that hardly changes, the picture is good all the same, and the bit rate is kept.
+/// screen that hardly changes, the picture is good all the same, and a link of the asked rate is
+/// never far behind.
 ///
-/// While much changes, the quantiser follows the bit rate. A small change is encoded at good
-/// quality at once. When nothing changes, a picture that is not good yet is made so as fast as
-/// there are bits to spare, and from then on pictures are only repeated. A key frame of a good
-/// picture is good itself, and is repeated as it is for as long as nothing changes.
+/// While much changes, pictures are as fine as the bits until the next key frame allow for all of
+/// them; where even the coarsest take more, some are left out. A small change is encoded well at
+/// once. When nothing changes, a picture that is not as good as it may become is made better for as
+/// long as there are bits, and from then on pictures are only repeated.
+///
+/// A key frame may not hold up the link for long either, so it is what limits a page that stands
+/// still. Where a key frame of the size that it may have is good enough to be read, nothing becomes
+/// better than it, and no key frame shows; it is repeated as it is for as long as nothing changes.
+/// Where it is not, the picture is made good after each key frame anew.
 ///
 /// Thread: one at a time. Fails: never.
 class PicturePlan {
  public:
-  /// The quantiser of a good picture; finer ones look no better.
-  static constexpr int goodQuantiser = 18;
-  static constexpr int worstQuantiser = 51;
+  static constexpr int worstQuantiser = BitCost::worstQuantiser;
+
+  /// The quantiser of a good picture.
+  static constexpr int goodQuantiser = 14;
+
+  /// Up to this one letters are read with ease.
+  static constexpr int readableQuantiser = 29;
+
+  /// From this many decibels on a whole page is.
+  static constexpr double readableQuality = 39;
 
   enum class Action {
     skip,       ///< the picture before, once more
+    hold,       ///< the same, though the screen has changed: that comes with a later picture
     repeatKey,  ///< the last encoded picture, a key frame, once more
     encode,
   };
 
   struct Tick {
-    std::size_t changed = 0;             ///< macroblocks that differ from the picture before
-    std::size_t coarse = 0;              ///< of the others, those that are not good yet
-    std::chrono::nanoseconds elapsed{};  ///< since the picture before
-    std::int64_t bitRate = 0;            ///< bits per second
-    bool keyFrame = false;               ///< the picture must be a key frame
+    std::size_t changed = 0;              ///< macroblocks that differ from the picture before
+    std::size_t coarse = 0;               ///< of the others, the coarsest
+    int coarseQuantiser = 0;              ///< of these, on average
+    std::chrono::nanoseconds elapsed{};   ///< since the picture before
+    std::chrono::nanoseconds untilKey{};  ///< until the next key frame is due
+    std::int64_t bitRate = 0;             ///< bits per second
+    bool keyFrame = false;                ///< the picture must be a key frame
   };
 
   struct Decision {
     Action action = Action::encode;
     bool keyFrame = false;
     int quantiser = worstQuantiser;
-    bool refine = true;           ///< coarse macroblocks too, not the changed ones only
-    std::size_t macroblocks = 0;  ///< that the bits will be spent on
-    std::size_t mostBits = 0;     ///< a larger picture must not be sent
+    std::size_t refined = 0;                ///< as many coarse macroblocks are made better
+    std::size_t macroblocks = 0;            ///< that the bits will be spent on
+    double wantedBits = 0;                  ///< that it is meant to take at most
+    double mostBits = 0;                    ///< a larger picture must not be sent
+    int finest = BitCost::finestQuantiser;  ///< what it would be with all the bits there are
+    int refinedFrom = 0;       ///< the quantiser of the refined ones before, on average
+    bool searchesFar = false;  ///< for what has moved: no motion before it tells where
   };
 
-  explicit PicturePlan(std::size_t macroblocks) : macroblocks_(macroblocks) {}
+  /// `mostBits` is what no picture may be larger than.
+  PicturePlan(std::size_t macroblocks, double mostBits, const QuantiserRange& range)
+      : macroblocks_(macroblocks), mostBits_(mostBits), range_(range) {}
+
+  /// From now on, which must be before a key frame, the encoder has these quantisers.
+  void setRange(const QuantiserRange& range) { range_ = range; }
+
+  /// A macroblock of this quantiser is not worth being made better.
+  int bearable() const;
+
+  /// Macroblocks whose quantisers differ by less than this are made better together.
+  static constexpr int alike = 5;
 
   Decision next(const Tick& tick);
 
-  /// What to do instead of a picture that came out too large: a key frame, coarser by that much.
-  /// Nothing when no coarser one can be made.
-  static std::optional<Decision> smaller(Decision decision, std::size_t bits,
-                                         std::size_t macroblocks);
+  /// What to do instead of a picture that came out too large: a coarser key frame; and instead of a
+  /// key frame that came out much smaller than it may be: a finer one. Nothing when it is well, or
+  /// no other can be made.
+  std::optional<Decision> instead(const Decision& decision, double bits);
 
-  /// Told after every decision how large the picture came out.
-  void sent(const Decision& decision, std::size_t bits);
+  /// Told after every decision how large the picture came out, and of a key frame how good: the
+  /// signal-to-noise ratio of its luma in decibels.
+  void sent(const Decision& decision, double bits, double quality);
 
  private:
-  /// Bits that one macroblock takes at good quality, learnt as the stream goes on.
-  class Cost {
-   public:
-    explicit Cost(double first) : each_(first) {}
-    double of(std::size_t macroblocks) const { return each_ * static_cast<double>(macroblocks); }
-    void learn(const Decision& decision, double bits);
-
-   private:
-    double each_;
-  };
-
-  void earn(const Tick& tick);
+  bool mayRepeatKey(int quantiser) const;
   Decision keyFrame(const Tick& tick);
+  double keptForKey(int quantiser, double seconds) const;
+  /// The link has taken what was sent before.
+  bool isIdle() const { return load_.waiting() <= share_; }
+  double drainingPart() const;
+  bool lasts(const Tick& tick, int quantiser) const;
+  bool mustBeLeftOut(const Tick& tick) const;
+  int quantiserAmidChanges(const Tick& tick) const;
   Decision still(const Tick& tick) const;
   Decision change(const Tick& tick);
   Decision busy(const Tick& tick);
+  std::optional<Decision> refinement(const Tick& tick) const;
+  double refinementRoom(const Tick& tick) const;
+  int refinementGoal(const Tick& tick) const;
+  std::size_t refinedBesides(const Tick& tick, double bits) const;
+  Decision encoded(int quantiser, std::size_t macroblocks, double wantedBits) const;
+
+  int settledQuantiser() const;
+  double refinementBits(std::size_t macroblocks, int from, int to) const;
+  double worstDelay() const;
+  void learn(const Decision& decision, double bits);
+  void learnOfRefinement(const Decision& decision, double bits);
 
   std::size_t macroblocks_;
-  double rate_ = 0;    ///< bits per second
-  double share_ = 0;   ///< bits that the time since the last picture has brought
-  double credit_ = 0;  ///< bits that were not spent yet; below zero while in debt
-  double limit_ = 0;   ///< the most that is saved up
-  Cost keyCost_{350};
-  Cost calmCost_{350};
-  Cost busyCost_{150};
-  int coarseQuantiser_ = worstQuantiser;  ///< of what is not good yet
+  double mostBits_;
+  QuantiserRange range_;
+  double rate_ = 0;      ///< bits per second
+  double lastBits_ = 0;  ///< of the last picture
+  double share_ = 0;     ///< bits that the link has taken since the last picture, at most
+  LinkLoad load_;
+  BitCost keyCost_{130, 1};
+  BitCost calmCost_{130, 0.5};
+  ChangeCost busyCost_{{4, 0.3}};
+  ChangeCost heldCost_{{45, 0.3}};  ///< the same after pictures that were left out
   int busyQuantiser_ = worstQuantiser;
-  std::chrono::nanoseconds sinceRefined_{};
+  double reference_ = worstQuantiser;  ///< how good the last picture is for those that follow
+  int keyQuantiser_ = worstQuantiser;  ///< of the last key frame
+  double keyBits_ = 0;
+  bool keyIsReadable_ = false;  ///< and so nothing is to become better than it
+  int attempts_ = 0;            ///< that were made at the picture under way and are not to be sent
+  bool keyAgain_ = false;       ///< the key frame under way is like the one before
   int stillTicks_ = 0;
+  bool held_ = false;           ///< the picture before was left out
   bool calm_ = true;            ///< the last change was a small one
-  bool keyRepeatable_ = false;  ///< the last encoded picture is a good key frame, still valid
+  bool keyRepeatable_ = false;  ///< the last encoded picture is a key frame, still valid
   /// Two key frames in a row must differ in their identifiers, so the second is encoded anew.
   bool afterKeyFrame_ = false;
   bool begun_ = false;

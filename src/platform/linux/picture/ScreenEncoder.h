@@ -9,6 +9,7 @@
 #include "platform/linux/picture/PicturePlan.h"
 #include "platform/linux/picture/X264Encoder.h"
 #include "platform/linux/picture/h264/SliceSyntax.h"
+#include "platform/linux/picture/h264/level.h"
 
 namespace vesk::picture {
 
@@ -31,7 +32,8 @@ class ScreenEncoder {
 
   explicit operator bool() const { return static_cast<bool>(encoder_); }
 
-  void setBitRate(std::int64_t bitRate) { settings_.bitRate = bitRate; }
+  /// A rate beyond the level with which the stream has begun counts as that level's highest.
+  void setBitRate(std::int64_t bitRate);
 
   /// `image` comes from the same stream of images as the ones before.
   std::optional<EncodedSample> encode(const Nv12Image& image, HostTime time, bool forceKeyFrame);
@@ -39,20 +41,26 @@ class ScreenEncoder {
  private:
   using Bytes = std::vector<std::byte>;
 
-  bool keyFrameIsDue(HostTime time) const;
+  std::chrono::nanoseconds untilKeyFrame(HostTime time) const;
   void compare(const Nv12Image& image, PicturePlan::Tick& tick);
-  void mark(const Nv12Image& image, const PicturePlan::Decision& decision);
+  bool mark(const Nv12Image& image, const PicturePlan::Decision& decision);
   std::optional<Bytes> produceInTheLimit(const Nv12Image& image, PicturePlan::Decision& decision);
   std::optional<Bytes> produce(const Nv12Image& image, const PicturePlan::Decision& decision);
+  void readSyntax();
+  void changeEncoderIfNeeded();
   Bytes skip() const;
   Bytes numbered(Bytes units) const;
 
   ScreenEncoderSettings settings_;
+  h264::Level level_;
+  QuantiserRange range_;
   X264Encoder encoder_;
   std::optional<h264::SliceSyntax> syntax_;  ///< nothing: no picture can be put in between
   PicturePlan plan_;
   std::vector<std::uint8_t> unchanged_;   ///< per macroblock: nothing to be done, says its mark
   std::vector<std::uint8_t> quantisers_;  ///< per macroblock: how it was last encoded
+  int coarseFrom_ = 0;                    ///< the finest quantiser of what is to be made better
+  std::size_t coarse_ = 0;                ///< how many of these there are
   Nv12Image::Sequence lastImage_ = 0;
   std::optional<HostTime> lastTime_;
   std::optional<HostTime> lastKeyTime_;

@@ -7,6 +7,7 @@
 
 #include "platform/Compression.h"
 #include "platform/linux/picture/Nv12Image.h"
+#include "platform/linux/picture/QuantiserRange.h"
 
 struct x264_t;
 
@@ -16,6 +17,8 @@ struct X264Settings {
   std::int32_t width = 0;
   std::int32_t height = 0;
   std::int64_t framesPerSecond = 30;
+  QuantiserRange quantisers = {};
+  int level = 0;  ///< ten times its name; nought: the lowest that the size and the rate need
 };
 
 /// x264 with the settings of a live screen: constrained baseline, no delayed frames, one slice,
@@ -38,10 +41,16 @@ class X264Encoder {
     bool keyFrame = false;
     int quantiser = 0;
     std::vector<std::uint8_t>* unchanged = nullptr;  ///< non-zero per macroblock without a change
+    /// Some of those were encoded more coarsely than this picture, and are to stay so.
+    bool keepsCoarse = false;
+    bool searchesFar = false;  ///< for what has moved, at a price
   };
 
   /// The NAL units of one picture, each behind its length as four bytes, big-endian.
   std::optional<Bytes> encode(const Nv12Image& image, const Request& request);
+
+  /// How much the last picture is like an image: the signal-to-noise ratio of its luma in decibels.
+  double quality(const Nv12Image& image) const;
 
   /// What an unchanged macroblock is marked with.
   static std::uint8_t unchangedMark();
@@ -52,11 +61,22 @@ class X264Encoder {
   };
 
   void readParameterSets();
+  void search(bool far);
+  const Nv12Image& withReference(const Nv12Image& image, const std::vector<std::uint8_t>& kept);
 
   X264Settings settings_;
   std::unique_ptr<x264_t, Close> encoder_;
   std::vector<Bytes> parameterSets_;
   std::int64_t frames_ = 0;
+  bool searchesFar_ = false;
+  /// The picture before as a decoder has it: the encoder's own memory, valid until the next one.
+  struct Reference {
+    const std::uint8_t* luma = nullptr;
+    const std::uint8_t* chroma = nullptr;
+    int lumaStride = 0;
+    int chromaStride = 0;
+  } reference_;
+  std::optional<Nv12Image> mixed_;
 };
 
 }  // namespace vesk::picture

@@ -36,13 +36,29 @@ class ScreenEncoderTest : public ::testing::Test {
       EXPECT_EQ(sample->notSync, false);
     }
     const auto unit = annexB(*sample).value_or(Bytes{});
-    EXPECT_TRUE(decoder.decode(unit));
+    auto picture = decoder.decode(unit);
+    EXPECT_TRUE(picture);
+    if (picture) shown = std::move(*picture);
     return unit.size();
+  }
+
+  /// Of what a viewer sees of some columns.
+  double meanError(int left, int width) const {
+    const auto image = screen.image();
+    double sum = 0;
+    for (int y = 0; y < shown.height; ++y) {
+      for (int x = left; x < left + width; ++x) {
+        sum += std::abs(shown.pixels[static_cast<std::size_t>(y * shown.width + x)] -
+                        image->luma()[y * image->stride() + x]);
+      }
+    }
+    return sum / shown.height / width;
   }
 
   PaintedImages screen;
   ScreenEncoder encoder;
   H264Decoder decoder;
+  testing::Luma shown;
   HostTime time{1h};
 };
 
@@ -75,6 +91,104 @@ TEST_F(ScreenEncoderTest, SendsAHandfulOfBytesForAPictureWithoutAChange) {
 TEST_F(ScreenEncoderTest, TakesNoImageOfAnotherSize) {
   EXPECT_FALSE(encoder.encode(Nv12Image({640, 480}), time, true));
   EXPECT_GT(encode(true), 0U);
+}
+
+/// Half a picture's letters are typed anew while the other half is still coarse.
+TEST_F(ScreenEncoderTest, LeavesWhatIsCoarseToLaterPictures) {
+  encoder.setBitRate(300'000);
+  encode(true);
+  ASSERT_GT(encode(), 0U);
+  const auto before = encode();
+  EXPECT_LE(before, 16U);
+  screen.next();
+  screen.text(96, 96, 32, 16);
+  const auto typed = encode();
+  EXPECT_GT(typed, 50U);
+  EXPECT_LT(typed, 3'000U) << "more than the letters was encoded";
+}
+
+/// Where even the coarsest pictures are too many, the stream keeps its pace with small ones.
+TEST_F(ScreenEncoderTest, LeavesPicturesOutOnASlowLink) {
+  encoder.setBitRate(250'000);
+  std::size_t sum = 0;
+  int small = 0;
+  for (int i = 0; i < 80; ++i) {
+    const auto size = encode();
+    EXPECT_GT(size, 0U);
+    sum += size;
+    small += size <= 16 ? 1 : 0;
+    screen.next();
+    screen.noise(0, 0, 1280, 720);
+  }
+  EXPECT_GE(small, 30);
+  EXPECT_LE(static_cast<double>(sum) * 8, 250'000 * (80 / 30 + 2.0));
+}
+
+/// What was left out is not forgotten: it comes though nothing changes any more.
+TEST_F(ScreenEncoderTest, ShowsWhatItHasLeftOutOnceThereIsRoom) {
+  constexpr int edge = 16;
+  encoder.setBitRate(200'000);
+  screen.next();
+  screen.flat(0, 0, 1280, 720);
+  encode(true);
+  int leftOut = 0;
+  for (int column = 640; column < 1280; column += edge) {
+    screen.next();
+    screen.patches(0, 0, 640, 720);
+    screen.text(column, 0, edge, 720);
+    leftOut += encode() <= 16 ? 1 : 0;
+  }
+  ASSERT_GE(leftOut, 3);
+  for (int i = 0; i < 80; ++i) encode();
+  for (int column = 640; column < 1280; column += edge) {
+    EXPECT_LT(meanError(column, edge), 30) << "still flat at " << column;
+  }
+}
+
+/// After a key frame there is no motion from which to go on searching, nor after a gap.
+TEST_F(ScreenEncoderTest, FindsWhatHasMovedFar) {
+  encoder.setBitRate(2'000'000);
+  const auto key = encode(true);
+  screen.scroll(28);
+  EXPECT_LT(encode(), key / 20);
+}
+
+/// What is only coarse in some pictures is not mended by each of those that follow.
+TEST_F(ScreenEncoderTest, KeepsAScrollingPageReadable) {
+  encoder.setBitRate(2'000'000);
+  encode(true);
+  for (int i = 0; i < 75; ++i) {
+    screen.scroll(14);
+    encode();
+  }
+  const auto of = screen.image();
+  EXPECT_GT(testing::psnr(shown, of->luma(), of->stride()), 30);
+}
+
+/// A stream that began with plenty goes on with scarce bits, and the other way round.
+TEST_F(ScreenEncoderTest, FollowsTheRateFromPlentyToScarcityAndBack) {
+  encode(true);
+  const auto quality = [&] {
+    const auto of = screen.image();
+    return testing::psnr(shown, of->luma(), of->stride());
+  };
+  encoder.setBitRate(200'000);
+  for (int i = 0; i < 3; ++i) {
+    encode();
+    screen.next();
+    screen.noise(0, 0, 1280, 720);
+    EXPECT_LT(encode(true), 200'000 / 8) << "a second of the link";
+    screen.next();
+  }
+  encoder.setBitRate(20'000'000);
+  screen.next();
+  screen.text(0, 0, 1280, 720);
+  encode(true);
+  screen.next();
+  encode();
+  encode(true);
+  for (int i = 0; i < 60; ++i) encode();
+  EXPECT_GT(quality(), 52);
 }
 
 }  // namespace

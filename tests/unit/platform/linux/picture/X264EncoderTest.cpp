@@ -5,7 +5,7 @@
 #include "platform/linux/picture/h264/SliceSyntax.h"
 #include "platform/linux/picture/h264/emulationPrevention.h"
 #include "support/PaintedImages.h"
-#include "support/StreamColours.h"
+#include "support/SequenceSet.h"
 
 namespace vesk::picture {
 namespace {
@@ -66,9 +66,9 @@ TEST(X264EncoderTest, HasParameterSetsAndNoWordAboutItself) {
 TEST(X264EncoderTest, SaysHowToLookAtItsPictures) {
   for (const std::int64_t fps : {5, 24, 30, 60}) {
     const X264Encoder encoder(settings(size.width, size.height, fps));
-    const auto colours = testing::streamColours(encoder.parameterSets().at(0));
+    const auto colours = testing::sequenceSet(encoder.parameterSets().at(0));
     ASSERT_TRUE(colours);
-    EXPECT_FALSE(colours->isFullRange);
+    EXPECT_FALSE(colours->fullRange);
     EXPECT_EQ(colours->primaries, 1U) << "of sRGB";
     EXPECT_EQ(colours->transfer, 13U) << "of sRGB";
     EXPECT_EQ(colours->matrix, 6U) << "of BT.601";

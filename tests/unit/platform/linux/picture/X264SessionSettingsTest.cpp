@@ -3,7 +3,7 @@
 #include "platform/linux/picture/X264Compression.h"
 #include "platform/linux/picture/X264Session.h"
 #include "support/PaintedImages.h"
-#include "support/StreamColours.h"
+#include "support/SequenceSet.h"
 
 /// What a session was set to, where that is not what it would do by itself.
 
@@ -83,7 +83,7 @@ TEST_F(X264SessionSettingsTest, TellsAViewerHowManyPicturesThereAre) {
     prepare(fps, {});
     const auto sample = encode(screen.image());
     ASSERT_TRUE(sample && sample->parameterSets);
-    const auto colours = testing::streamColours(sample->parameterSets->at(0));
+    const auto colours = testing::sequenceSet(sample->parameterSets->at(0));
     ASSERT_TRUE(colours);
     EXPECT_EQ(colours->picturesPerSecond, fps);
   }

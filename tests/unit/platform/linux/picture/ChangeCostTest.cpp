@@ -1,0 +1,58 @@
+#include "platform/linux/picture/ChangeCost.h"
+
+#include <gtest/gtest.h>
+
+namespace vesk::picture {
+namespace {
+
+constexpr std::size_t macroblocks = 8160;
+
+class ChangeCostTest : public ::testing::Test {
+ protected:
+  double of(double reference, int quantiser) const {
+    return cost_.of(macroblocks, reference, quantiser, whole_);
+  }
+  double learn(double reference, int quantiser, double bits) {
+    return cost_.learn(macroblocks, reference, quantiser, whole_, bits);
+  }
+
+  BitCost whole_{130, 1};
+  ChangeCost cost_{{4, 0.3}};
+};
+
+TEST_F(ChangeCostTest, TakesWhatTheReferenceHasLeftOutBesidesWhatIsNew) {
+  const double step = whole_.of(macroblocks, 30) - whole_.of(macroblocks, 36);
+  EXPECT_NEAR(of(36, 30), cost_.each(macroblocks, 30) + step, 1);
+  EXPECT_NEAR(of(30, 30), cost_.each(macroblocks, 30), 1);
+  EXPECT_NEAR(of(30, 36), cost_.each(macroblocks, 36), 1) << "coarser pictures leave nothing out";
+  EXPECT_LT(of(35.5, 30), of(36, 30));
+}
+
+TEST_F(ChangeCostTest, FindsOutThatWhatMovesThroughItselfIsAlwaysNew) {
+  for (int i = 0; i < 60; ++i) {
+    learn(34, 34, 300'000);
+    learn(40, 34, 300'000);
+  }
+  EXPECT_NEAR(of(40, 34), 300'000, 60'000);
+  EXPECT_NEAR(of(34, 34), 300'000, 60'000);
+}
+
+/// An encoder mends nothing for a while and then everything at once.
+TEST_F(ChangeCostTest, RemembersWhatSmallStepsHaveNotYetMended) {
+  learn(44, 44, 20'000);
+  double reference = 44;
+  for (const int quantiser : {43, 42, 41}) reference = learn(reference, quantiser, 20'000);
+  EXPECT_GT(reference, 42.5);
+  EXPECT_GT(of(reference, 40), 100'000);
+  reference = learn(reference, 40, whole_.of(macroblocks, 40) - whole_.of(macroblocks, 44));
+  EXPECT_LT(reference, 41.5);
+}
+
+TEST_F(ChangeCostTest, BecomesCoarserOnlyByWhatComesAnew) {
+  const double after = learn(30, 40, 20'000);
+  EXPECT_GT(after, 30);
+  EXPECT_LT(after, 31);
+}
+
+}  // namespace
+}  // namespace vesk::picture
