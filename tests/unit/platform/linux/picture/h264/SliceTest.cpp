@@ -18,6 +18,7 @@ struct SequenceSet {
   std::uint32_t pictureOrder = 2;
   std::uint32_t references = 1;
   bool framesOnly = true;
+  std::uint32_t numberBitsAbove4 = 1;
 
   Bytes unit() const {
     BitWriter writer;
@@ -25,7 +26,7 @@ struct SequenceSet {
     writer.bits(profile, 8);
     writer.bits(0xc028, 16);
     writer.ue(0);
-    writer.ue(1);  // five bits of frame number
+    writer.ue(numberBitsAbove4);
     writer.ue(pictureOrder);
     writer.ue(references);
     writer.bits(0, 1);
@@ -67,6 +68,14 @@ TEST(SliceSyntaxTest, IsReadFromTheParameterSets) {
   EXPECT_EQ(syntax, (SliceSyntax{3, 5, true, true}));
 }
 
+TEST(SliceSyntaxTest, TakesFrameNumbersOfSixteenBitsAtMost) {
+  const Bytes picture = PictureSet().unit();
+  const auto syntax = sliceSyntax(SequenceSet{.numberBitsAbove4 = 12}.unit(), picture);
+  ASSERT_TRUE(syntax);
+  EXPECT_EQ(syntax->frameNumberBits, 16U);
+  EXPECT_FALSE(sliceSyntax(SequenceSet{.numberBitsAbove4 = 13}.unit(), picture));
+}
+
 TEST(SliceSyntaxTest, RefusesStreamsOfAnotherKind) {
   const Bytes picture = PictureSet().unit();
   EXPECT_FALSE(sliceSyntax(SequenceSet{77, 2, 1, true}.unit(), picture));
@@ -105,6 +114,20 @@ TEST(SkipPictureTest, SkipsEveryMacroblock) {
   EXPECT_EQ(reader.ue(), 0U);
   EXPECT_EQ(reader.ue(), 1U);
   EXPECT_EQ(reader.ue(), 8160U);
+  EXPECT_EQ(reader.bits(1), 1U);
+}
+
+TEST(SkipPictureTest, AsksForOneReferenceWhereMoreAreUsual) {
+  const Bytes unit = unescaped(skipPicture({0, 4, false, false}, 9, 99));
+  BitReader reader(unit);
+  reader.bits(8);
+  for (int i = 0; i < 3; ++i) reader.ue();
+  reader.bits(4);
+  EXPECT_EQ(reader.bits(1), 1U);
+  EXPECT_EQ(reader.ue(), 0U) << "one, that is";
+  EXPECT_EQ(reader.bits(2), 0U);
+  EXPECT_EQ(reader.ue(), 0U);
+  EXPECT_EQ(reader.ue(), 99U);
   EXPECT_EQ(reader.bits(1), 1U);
 }
 
