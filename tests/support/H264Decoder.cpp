@@ -3,12 +3,15 @@
 #include <sys/wait.h>
 #include <wels/codec_api.h>
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 #include "support/TemporaryFolder.h"
+#include "support/pictureSum.h"
 
 namespace vesk::testing {
 namespace {
@@ -45,6 +48,34 @@ FfmpegOutput runFfmpeg(const std::vector<std::byte>& stream, const std::string& 
   return result;
 }
 
+/// The decoder's own memory, valid until the next picture.
+struct Plane {
+  const std::uint8_t* first = nullptr;
+  int stride = 0;
+  int width = 0;
+  int height = 0;
+
+  std::span<const std::uint8_t> row(int number) const {
+    return {first + static_cast<std::ptrdiff_t>(number) * stride, static_cast<std::size_t>(width)};
+  }
+};
+
+/// Luma, blue- and red-difference of the picture that comes out at once.
+std::optional<std::array<Plane, 3>> decodedPlanes(ISVCDecoder& decoder,
+                                                  std::span<const std::byte> accessUnit) {
+  unsigned char* planes[3] = {};
+  SBufferInfo info{};
+  const auto state =
+      decoder.DecodeFrameNoDelay(reinterpret_cast<const unsigned char*>(accessUnit.data()),
+                                 static_cast<int>(accessUnit.size()), planes, &info);
+  if (state != dsErrorFree || info.iBufferStatus != 1) return std::nullopt;
+  const auto& buffer = info.UsrData.sSystemBuffer;
+  const int width = buffer.iWidth, height = buffer.iHeight;
+  return {{{{planes[0], buffer.iStride[0], width, height},
+            {planes[1], buffer.iStride[1], width / 2, height / 2},
+            {planes[2], buffer.iStride[1], width / 2, height / 2}}}};
+}
+
 }  // namespace
 
 H264Decoder::H264Decoder() {
@@ -61,19 +92,25 @@ H264Decoder::~H264Decoder() {
 }
 
 std::optional<Luma> H264Decoder::decode(std::span<const std::byte> accessUnit) {
-  unsigned char* planes[3] = {};
-  SBufferInfo info{};
-  const auto state =
-      decoder_->DecodeFrameNoDelay(reinterpret_cast<const unsigned char*>(accessUnit.data()),
-                                   static_cast<int>(accessUnit.size()), planes, &info);
-  if (state != dsErrorFree || info.iBufferStatus != 1) return std::nullopt;
-  const auto& buffer = info.UsrData.sSystemBuffer;
-  Luma luma{buffer.iWidth, buffer.iHeight, {}};
-  for (int row = 0; row < buffer.iHeight; ++row) {
-    const unsigned char* first = planes[0] + row * buffer.iStride[0];
-    luma.pixels.insert(luma.pixels.end(), first, first + buffer.iWidth);
+  const auto planes = decodedPlanes(*decoder_, accessUnit);
+  if (!planes) return std::nullopt;
+  const auto& plane = planes->front();
+  Luma luma{plane.width, plane.height, {}};
+  for (int row = 0; row < plane.height; ++row) {
+    const auto pixels = plane.row(row);
+    luma.pixels.insert(luma.pixels.end(), pixels.begin(), pixels.end());
   }
   return luma;
+}
+
+std::optional<std::uint32_t> H264Decoder::decodeToSum(std::span<const std::byte> accessUnit) {
+  const auto planes = decodedPlanes(*decoder_, accessUnit);
+  if (!planes) return std::nullopt;
+  std::uint32_t sum = 0;
+  for (const auto& plane : *planes) {
+    for (int row = 0; row < plane.height; ++row) sum = pictureSum(plane.row(row), sum);
+  }
+  return sum;
 }
 
 FfmpegResult decodeWithFfmpeg(const std::vector<std::byte>& stream, int width, int height) {
@@ -83,6 +120,18 @@ FfmpegResult decodeWithFfmpeg(const std::vector<std::byte>& stream, int width, i
   for (std::size_t at = 0; at + size * 3 / 2 <= output.pixels.size(); at += size * 3 / 2) {
     const auto* first = reinterpret_cast<const std::uint8_t*>(output.pixels.data()) + at;
     result.pictures.push_back({width, height, {first, first + size}});
+  }
+  return result;
+}
+
+FfmpegSums sumsByFfmpeg(const std::vector<std::byte>& stream) {
+  const auto output = runFfmpeg(stream, "-pix_fmt yuv420p -f framehash -hash CRC32");
+  FfmpegSums result{output.messages, {}};
+  std::istringstream lines(std::string(output.pixels.begin(), output.pixels.end()));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.empty() || line.front() == '#') continue;
+    const auto sum = line.substr(line.rfind(',') + 1);
+    result.sums.push_back(static_cast<std::uint32_t>(std::stoul(sum, nullptr, 16)));
   }
   return result;
 }

@@ -30,6 +30,10 @@ class H264Decoder {
   /// The picture that comes out at once; nothing on any error and any delay.
   std::optional<Luma> decode(std::span<const std::byte> accessUnit);
 
+  /// The same, and only the sum of the picture: all of its luma, then its blue-difference, then its
+  /// red-difference, rows without a gap.
+  std::optional<std::uint32_t> decodeToSum(std::span<const std::byte> accessUnit);
+
  private:
   ISVCDecoder* decoder_ = nullptr;
 };
@@ -41,6 +45,14 @@ struct FfmpegResult {
 
 /// Decodes a byte stream with ffmpeg, picture by picture as sent.
 FfmpegResult decodeWithFfmpeg(const std::vector<std::byte>& stream, int width, int height);
+
+struct FfmpegSums {
+  std::string messages;  ///< warnings and errors
+  std::vector<std::uint32_t> sums;
+};
+
+/// The sum of each picture, in the order of `H264Decoder::decodeToSum`.
+FfmpegSums sumsByFfmpeg(const std::vector<std::byte>& stream);
 
 /// The red-difference of the first picture at every pixel of its luma: ffmpeg finds what lies
 /// between the samples of the chroma by where the stream says that these are.
