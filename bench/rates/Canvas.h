@@ -65,6 +65,7 @@ class Canvas {
 
  private:
   void mark(const picture::PixelRect& rect) {
+    if (rect.isEmpty()) return;
     const int across = picture::macroblocksAcross(width());
     for (int row = rect.y / 16; row * 16 < rect.bottom(); ++row) {
       for (int column = rect.x / 16; column * 16 < rect.right(); ++column) {

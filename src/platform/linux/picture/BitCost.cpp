@@ -10,9 +10,6 @@ namespace {
 /// What even an empty macroblock takes.
 constexpr double leastEach = 0.5;
 
-/// A few say little about the others.
-constexpr std::size_t tellingNumber = 16;
-
 std::size_t placeOf(int quantiser) {
   return static_cast<std::size_t>(
       std::clamp(quantiser, BitCost::finestQuantiser, BitCost::worstQuantiser) -

@@ -20,6 +20,9 @@ class BitCost {
   static constexpr int finestQuantiser = QuantiserRange::finestOfAll;
   static constexpr int worstQuantiser = QuantiserRange::worstOfAll;
 
+  /// Fewer say little about the others, and nothing is learnt of them.
+  static constexpr std::size_t tellingNumber = 16;
+
   /// Bits of a macroblock for each doubling, and what part of the truth the last measurement is.
   BitCost(double density, double weight);
 

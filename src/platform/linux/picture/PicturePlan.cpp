@@ -31,6 +31,9 @@ constexpr double lastFill = 1.095;
 constexpr double tooSmall = 0.8;
 constexpr int mostAttempts = 2;
 
+/// A key frame takes the place of a picture that is this many times as large.
+constexpr double worthwhileSaving = 1.5;
+
 /// One that takes no more than this times what it may is as well.
 constexpr double keyTolerance = 1.12;
 
@@ -87,7 +90,9 @@ PicturePlan::Decision PicturePlan::encoded(int quantiser, std::size_t macroblock
 
 PicturePlan::Decision PicturePlan::next(const Tick& tick) {
   rate_ = static_cast<double>(tick.bitRate);
-  share_ = rate_ * seconds(tick.elapsed);
+  // After a stall there is no more room than after any idle time.
+  constexpr double mostSeconds = 0.25;
+  share_ = rate_ * std::min(seconds(tick.elapsed), mostSeconds);
   load_.pass(tick.elapsed, rate_);
   if (tick.changed > 0) {
     stillTicks_ = 0;
@@ -131,6 +136,11 @@ std::optional<PicturePlan::Decision> PicturePlan::instead(const Decision& decisi
   const bool small = decision.keyFrame && attempts_ < mostAttempts &&
                      bits < decision.wantedBits * tooSmall && decision.quantiser > decision.finest;
   if (bits <= decision.mostBits && !small) return std::nullopt;
+  // Instead of one that only takes long, nothing that takes as long.
+  const double leastKey = keyCost_.of(macroblocks_, range_.worst);
+  if (!decision.keyFrame && bits <= mostBits_ && leastKey > bits / worthwhileSaving) {
+    return std::nullopt;
+  }
   ++attempts_;
   learn(decision, bits);
   // What takes a whole picture's worth as it is takes as much as a key frame.
@@ -141,7 +151,11 @@ std::optional<PicturePlan::Decision> PicturePlan::instead(const Decision& decisi
   }
   other.quantiser =
       std::max(keyCost_.quantiserFor(macroblocks_, other.wantedBits, range_), decision.finest);
-  if (!small) other.quantiser = std::max(other.quantiser, decision.quantiser + 1);
+  if (!small) {
+    // Wider steps each time: all of it is one picture's time.
+    other.quantiser = std::max(other.quantiser, decision.quantiser + (1 << (attempts_ - 1)));
+    other.quantiser = std::min(other.quantiser, std::max(range_.worst, decision.quantiser + 1));
+  }
   if (other.quantiser > range_.worst || other.quantiser == decision.quantiser) {
     return std::nullopt;
   }
@@ -206,6 +220,9 @@ std::optional<PicturePlan::Decision> PicturePlan::refinement(const Tick& tick) c
 }
 
 PicturePlan::Decision PicturePlan::change(const Tick& tick) {
+  if (load_.waiting() > rate_ * worstDelay()) {
+    return {Action::hold, false, worstQuantiser, 0, 0, 0, 0};
+  }
   const double allowed = std::max(load_.room(changeSeconds), share_);
   const int affordable = calmCost_.quantiserFor(tick.changed, allowed, range_);
   calm_ = tick.changed <= macroblocks_ / smallPart && affordable <= readableQuantiser;
@@ -253,7 +270,9 @@ bool PicturePlan::lasts(const Tick& tick, int quantiser) const {
 bool PicturePlan::mustBeLeftOut(const Tick& tick) const {
   const auto& cost = held_ ? heldCost_ : busyCost_;
   const double least = cost.of(tick.changed, reference_, range_.worst, keyCost_);
-  const double room = load_.room(isIdle() ? worstDelay() : holdSeconds);
+  // It must have left when the next key frame is due, which brings everything with it.
+  const double alone = std::clamp(seconds(tick.untilKey), holdSeconds, worstDelay());
+  const double room = load_.room(isIdle() ? alone : holdSeconds);
   return least > std::max(room, share_) || least > load_.windowRoom(lastFill);
 }
 
@@ -297,7 +316,9 @@ void PicturePlan::learn(const Decision& decision, double bits) {
       reference_ = cost.learn(decision.macroblocks, reference_, decision.quantiser, keyCost_, bits);
     }
   } else if (decision.refined == 0) {
-    calmCost_.learn(decision.macroblocks, decision.quantiser, bits);
+    // A few say little, unless the link has no room for them.
+    const std::size_t telling = bits > share_ ? BitCost::tellingNumber : 0;
+    calmCost_.learn(std::max(decision.macroblocks, telling), decision.quantiser, bits);
   } else {
     learnOfRefinement(decision, bits);
   }

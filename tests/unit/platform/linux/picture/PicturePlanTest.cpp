@@ -298,5 +298,54 @@ TEST_F(PicturePlanTest, MakesAFinerKeyFrameOfOneThatIsNeedlesslySmall) {
   EXPECT_LE(attempts, 3);
 }
 
+/// A letter in a page of noise takes much, but a key frame of the page takes far more.
+TEST_F(PicturePlanTest, MakesNoKeyFrameOfAPictureThatTakesLessThanOne) {
+  begin(250'000, 100);
+  ticks(30, 0);
+  Tick next = tickOf(2, false);
+  Decision decision = plan_.next(next);
+  for (int i = 0; i < 300; ++i) {
+    EXPECT_FALSE(plan_.instead(decision, 33'000)) << i;
+    plan_.sent(decision, decision.action == Action::encode ? 33'000 : 88, 0);
+    next.untilKey = 2s;
+    decision = plan_.next(next);
+    waiting_ = std::max(waiting_ - 250'000.0 / picturesPerSecond, 0.0) +
+               (decision.action == Action::encode ? 33'000 : 88);
+    EXPECT_LE(waiting_, 250'000 * 2.2) << i;
+  }
+}
+
+/// All that is made instead of a picture is made within that picture's time.
+TEST_F(PicturePlanTest, FindsACoarserKeyFrameInAFewSteps) {
+  begin(8'000'000, 0.5);
+  ticks(2 * keyInterval, 0);
+  density_ = 240;
+  Decision decision = plan_.next(tickOf(macroblocks, true));
+  int attempts = 0;
+  while (const auto other = plan_.instead(decision, bitsOf(decision))) {
+    decision = *other;
+    ++attempts;
+  }
+  EXPECT_GE(attempts, 1);
+  EXPECT_LE(attempts, 5);
+  EXPECT_LE(bitsOf(decision), 8'000'000);
+}
+
+TEST_F(PicturePlanTest, ShowsASingleMacroblockThatChanges) {
+  ticks(2 * picturesPerSecond, 0);
+  EXPECT_EQ(tick(1).action, Action::encode);
+}
+
+/// A page that is replaced while the link is idle is there within a second, key frame or not.
+TEST_F(PicturePlanTest, KeepsTheDelayWhenAPageIsReplaced) {
+  for (int at = 10; at < keyInterval; at += 9) {
+    begin(1'000'000, 60);
+    ticks(keyInterval + at, 0);
+    tick(macroblocks);
+    ticks(keyInterval, 0);
+    EXPECT_LE(*std::max_element(delays_.begin(), delays_.end()), 1.15) << at;
+  }
+}
+
 }  // namespace
 }  // namespace vesk::picture
