@@ -38,7 +38,9 @@ std::vector<ByteView> nalUnits(ByteView accessUnit) {
   std::vector<ByteView> units;
   while (accessUnit.size() > start.size()) {
     accessUnit = accessUnit.subspan(start.size());
-    const auto next = std::ranges::search(accessUnit, start).begin() - accessUnit.begin();
+    const auto next =
+        std::search(accessUnit.begin(), accessUnit.end(), start.begin(), start.end()) -
+        accessUnit.begin();
     units.push_back(accessUnit.first(static_cast<std::size_t>(next)));
     accessUnit = accessUnit.subspan(static_cast<std::size_t>(next));
   }

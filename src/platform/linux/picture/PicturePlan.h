@@ -73,8 +73,12 @@ class PicturePlan {
   PicturePlan(std::size_t macroblocks, double mostBits, const QuantiserRange& range)
       : macroblocks_(macroblocks), mostBits_(mostBits), range_(range) {}
 
-  /// From now on, which must be before a key frame, the encoder has these quantisers.
-  void setRange(const QuantiserRange& range) { range_ = range; }
+  /// From now on, which must be before a key frame, another encoder has these quantisers: what the
+  /// one before has made is not to be repeated.
+  void setRange(const QuantiserRange& range) {
+    range_ = range;
+    keyRepeatable_ = false;
+  }
 
   /// A macroblock of this quantiser is not worth being made better.
   int bearable() const;

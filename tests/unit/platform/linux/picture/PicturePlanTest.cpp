@@ -188,6 +188,15 @@ TEST_F(PicturePlanTest, RepeatsNoKeyFrameThatHasBecomeTooLargeForTheRate) {
   }
 }
 
+TEST_F(PicturePlanTest, RepeatsNoKeyFrameOfAnEncoderThatIsGone) {
+  begin(4'000'000, 80);
+  ticks(2 * keyInterval + 10, 0);
+  plan_.setRange({26, 54});
+  const auto next = tick(0, true);
+  EXPECT_EQ(next.action, Action::encode);
+  EXPECT_GE(next.quantiser, 26);
+}
+
 TEST_F(PicturePlanTest, MakesAPageGoodWhoseKeyFramesCannotBe) {
   begin(4'000'000, 200);
   tick(macroblocks);
