@@ -31,22 +31,25 @@ void LinkLoad::add(double bits) {
   window_.push_back({now_, bits});
 }
 
-double LinkLoad::most() const { return rate_ * windowSeconds * windowFill; }
-
 double LinkLoad::sentSince(double time) const {
   double sum = 0;
   for (const auto& sent : window_) sum += sent.at >= time ? sent.bits : 0;
   return sum;
 }
 
+double LinkLoad::windowRoom(double fill) const {
+  return rate_ * windowSeconds * fill - sentSince(now_ - windowSeconds);
+}
+
 double LinkLoad::room(double seconds) const {
-  return std::min(rate_ * seconds - waiting_, windowRoom());
+  return std::min(rate_ * seconds - waiting_, windowRoom(windowFill));
 }
 
 double LinkLoad::roomUntil(double ahead, double kept) const {
   const double link = rate_ * (ahead + restSeconds) - waiting_;
   if (ahead >= windowSeconds) return link;
-  return std::min(link, most() - kept - sentSince(now_ + ahead - windowSeconds));
+  const double window = rate_ * windowSeconds * windowFill;
+  return std::min(link, window - kept - sentSince(now_ + ahead - windowSeconds));
 }
 
 }  // namespace vesk::picture

@@ -24,13 +24,9 @@ class LinkLoad {
   /// more than it may. Below zero where there is too much already.
   double room(double seconds) const;
 
-  /// What may be added so that the window holds no more than it may.
-  double windowRoom() const { return most() - sentSince(now_ - windowSeconds); }
-
-  /// The same if it may be filled up to that many times what the link takes in it.
-  double windowRoom(double fill) const {
-    return rate_ * windowSeconds * fill - sentSince(now_ - windowSeconds);
-  }
+  /// What may be added so that the window holds no more than that many times what the link takes in
+  /// it.
+  double windowRoom(double fill) const;
 
   /// What may be added from now on until `ahead` seconds have passed, if `kept` is to be added at
   /// once then.
@@ -42,7 +38,6 @@ class LinkLoad {
     double bits = 0;
   };
 
-  double most() const;
   double sentSince(double time) const;
 
   double rate_ = 0;

@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 namespace vesk::picture {
 namespace {
-
-using namespace std::chrono_literals;
 
 /// How long a key frame may hold up the link. The pictures behind it wait with it, and few of them
 /// may wait for more than half a second.
@@ -60,6 +57,11 @@ constexpr double leastSecondsToEnjoy = 0.3;
 
 /// Up to this part of the picture a change is a small one.
 constexpr std::size_t smallPart = 8;
+
+/// The picture before once more, which asks for nothing else.
+constexpr PicturePlan::Decision repeated(PicturePlan::Action action) {
+  return {action, false, PicturePlan::worstQuantiser, 0, 0, 0, 0};
+}
 
 double seconds(std::chrono::nanoseconds time) {
   return std::max(std::chrono::duration<double>(time).count(), 0.0);
@@ -167,7 +169,7 @@ std::optional<PicturePlan::Decision> PicturePlan::instead(const Decision& decisi
 }
 
 PicturePlan::Decision PicturePlan::still(const Tick& tick) const {
-  constexpr Decision skip{Action::skip, false, worstQuantiser, 0, 0, 0, 0};
+  constexpr Decision skip = repeated(Action::skip);
   if (tick.coarse == 0 || stillTicks_ < ticksUntilRefined) return skip;
   return refinement(tick).value_or(skip);
 }
@@ -252,8 +254,7 @@ double PicturePlan::drainingPart() const {
 /// Whether the bits until the next key frame do for this picture and for all that follow, at the
 /// same quantiser.
 bool PicturePlan::lasts(const Tick& tick, int quantiser) const {
-  const auto& cost = held_ ? heldCost_ : busyCost_;
-  const double now = cost.of(tick.changed, reference_, quantiser, keyCost_);
+  const double now = costOfChanges().of(tick.changed, reference_, quantiser, keyCost_);
   if (now > std::max(load_.room(changeSeconds), share_ * drainingPart())) return false;
   // A coarser one would save next to nothing.
   if (quantiser >= busyQuantiser_ && now <= share_ * drainingPart()) return true;
@@ -268,8 +269,7 @@ bool PicturePlan::lasts(const Tick& tick, int quantiser) const {
 
 /// One that is left out makes the next one dear, as what has moved too far is not found again.
 bool PicturePlan::mustBeLeftOut(const Tick& tick) const {
-  const auto& cost = held_ ? heldCost_ : busyCost_;
-  const double least = cost.of(tick.changed, reference_, range_.worst, keyCost_);
+  const double least = costOfChanges().of(tick.changed, reference_, range_.worst, keyCost_);
   // It must have left when the next key frame is due, which brings everything with it.
   const double alone = std::clamp(seconds(tick.untilKey), holdSeconds, worstDelay());
   const double room = load_.room(isIdle() ? alone : holdSeconds);
@@ -293,10 +293,9 @@ int PicturePlan::quantiserAmidChanges(const Tick& tick) const {
 }
 
 PicturePlan::Decision PicturePlan::busy(const Tick& tick) {
-  if (mustBeLeftOut(tick)) return {Action::hold, false, worstQuantiser, 0, 0, 0, 0};
-  const auto& cost = held_ ? heldCost_ : busyCost_;
+  if (mustBeLeftOut(tick)) return repeated(Action::hold);
   busyQuantiser_ = quantiserAmidChanges(tick);
-  const double wanted = cost.of(tick.changed, reference_, busyQuantiser_, keyCost_);
+  const double wanted = costOfChanges().of(tick.changed, reference_, busyQuantiser_, keyCost_);
   Decision decision = encoded(busyQuantiser_, tick.changed, wanted);
   decision.searchesFar = held_ || afterKeyFrame_;
   decision.refined = refinedBesides(tick, load_.room(changeSeconds) - wanted);

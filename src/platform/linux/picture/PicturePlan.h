@@ -80,6 +80,8 @@ class PicturePlan {
     keyRepeatable_ = false;
   }
 
+  const QuantiserRange& range() const { return range_; }
+
   /// A macroblock of this quantiser is not worth being made better.
   int bearable() const;
 
@@ -103,6 +105,7 @@ class PicturePlan {
   double keptForKey(int quantiser, double seconds) const;
   /// The link has taken what was sent before.
   bool isIdle() const { return load_.waiting() <= share_; }
+  const ChangeCost& costOfChanges() const { return held_ ? heldCost_ : busyCost_; }
   double drainingPart() const;
   bool lasts(const Tick& tick, int quantiser) const;
   bool mustBeLeftOut(const Tick& tick) const;

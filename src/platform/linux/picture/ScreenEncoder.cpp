@@ -89,9 +89,8 @@ double mostBitsOf(const h264::Level& level) {
 ScreenEncoder::ScreenEncoder(const ScreenEncoderSettings& settings)
     : settings_(settings),
       level_(levelOf(settings)),
-      range_(rangeFor(settings)),
       encoder_(encoderSettings(settings, level_)),
-      plan_(macroblocksOf(settings.encoder), mostBitsOf(level_), range_) {
+      plan_(macroblocksOf(settings.encoder), mostBitsOf(level_), rangeFor(settings)) {
   setBitRate(settings.bitRate);
   if (!encoder_) return;
   unchanged_.resize(macroblocksOf(settings.encoder));
@@ -109,12 +108,11 @@ void ScreenEncoder::readSyntax() {
 /// which its identifier must differ.
 void ScreenEncoder::changeEncoderIfNeeded() {
   const auto wanted = encoderSettings(settings_, level_);
-  if (wanted.quantisers == range_ || lastWasKey_) return;
+  if (wanted.quantisers == plan_.range() || lastWasKey_) return;
   X264Encoder other(wanted);
   if (!other) return;
   encoder_ = std::move(other);
-  range_ = wanted.quantisers;
-  plan_.setRange(range_);
+  plan_.setRange(wanted.quantisers);
   lastKey_.clear();
   readSyntax();
 }

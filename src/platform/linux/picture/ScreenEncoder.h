@@ -53,7 +53,6 @@ class ScreenEncoder {
 
   ScreenEncoderSettings settings_;
   h264::Level level_;
-  QuantiserRange range_;
   X264Encoder encoder_;
   std::optional<h264::SliceSyntax> syntax_;  ///< nothing: no picture can be put in between
   PicturePlan plan_;
