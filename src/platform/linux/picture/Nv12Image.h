@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/ImageBuffer.h"
+#include "platform/linux/picture/Planes.h"
 
 namespace vesk::picture {
 
@@ -37,6 +38,8 @@ class Nv12Image final : public ImageBuffer {
   const std::uint8_t* luma() const { return pixels_.get(); }
   std::uint8_t* chroma() { return pixels_.get() + lumaSize(); }
   const std::uint8_t* chroma() const { return pixels_.get() + lumaSize(); }
+  Planes planes() { return {luma(), chroma(), stride_, stride_}; }
+  PlanesView planes() const { return {luma(), chroma(), stride_, stride_}; }
 
   Sequence sequence = 0;
   std::vector<Sequence> changedAt;  ///< per macroblock, row by row

@@ -17,6 +17,11 @@ constexpr double movingKeyFrameSeconds = 0.4;
 constexpr double refinementSeconds = 0.34;
 constexpr double changeSeconds = 0.3;
 
+/// A refinement is put off until the link has room for this much of it. One that is put together
+/// from pieces costs what it is worth, so that many small ones are as cheap as few large ones.
+constexpr double leastRefinementSeconds = 0.27;
+constexpr double leastComposedSeconds = 0.09;
+
 /// A picture that could not be coarser is left out if the link were held up for longer with it, and
 /// if it takes more than the link takes meanwhile.
 constexpr double holdSeconds = 0.42;
@@ -57,6 +62,9 @@ constexpr double leastSecondsToEnjoy = 0.3;
 
 /// Up to this part of the picture a change is a small one.
 constexpr std::size_t smallPart = 8;
+
+/// Up to this part pieces cost less than the whole.
+constexpr std::size_t composedPart = 4;
 
 /// The picture before once more, which asks for nothing else.
 constexpr PicturePlan::Decision repeated(PicturePlan::Action action) {
@@ -104,7 +112,25 @@ PicturePlan::Decision PicturePlan::next(const Tick& tick) {
     ++stillTicks_;
   }
   if (tick.keyFrame || !begun_) return keyFrame(tick);
-  return tick.changed > 0 ? change(tick) : still(tick);
+  Decision decision = tick.changed > 0 ? change(tick) : still(tick);
+  decision.composed = composes(tick, decision);
+  return decision;
+}
+
+/// What has moved far is only found by the encoder of the whole.
+bool PicturePlan::composes(const Tick& tick, const Decision& decision) const {
+  return decision.action == Action::encode && tick.mostPieces > 0 &&
+         tick.pieces <= tick.mostPieces && decision.macroblocks <= macroblocks_ / composedPart &&
+         decision.refined <= refinedAtOnce(tick) && !decision.searchesFar;
+}
+
+/// As many coarse macroblocks as a composed picture has pieces for, beside what has changed. What
+/// is coarse need not lie together, so half of them are left.
+std::size_t PicturePlan::refinedAtOnce(const Tick& tick) const {
+  if (tick.pieces >= tick.mostPieces) return 0;
+  const std::size_t pieces = (tick.mostPieces - tick.pieces) / 2;
+  const std::size_t room = macroblocks_ / composedPart;
+  return std::min(pieces * composedPiece, room - std::min(room, tick.changed));
 }
 
 /// Not if it could be much better by now, nor if it has become too large for the rate.
@@ -162,6 +188,7 @@ std::optional<PicturePlan::Decision> PicturePlan::instead(const Decision& decisi
     return std::nullopt;
   }
   other.keyFrame = true;
+  other.composed = false;
   other.refined = 0;
   other.macroblocks = macroblocks_;
   keyAgain_ = true;
@@ -206,13 +233,17 @@ std::optional<PicturePlan::Decision> PicturePlan::refinement(const Tick& tick) c
   // Rather a part of it much better than all of it hardly.
   const int goal = std::min(refinementGoal(tick), tick.coarseQuantiser - leastStep);
   if (goal < settledQuantiser()) return std::nullopt;
+  const std::size_t most = refinedAtOnce(tick);
   const double bits = std::min(load_.room(refinementSeconds), refinementRoom(tick)) -
                       calmCost_.of(tick.changed, goal);
   const double all = refinementBits(tick.coarse, tick.coarseQuantiser, goal);
-  const double part = std::min(bits / std::max(all, 1.0), 1.0);
-  // Few large pictures rather than many small ones: each has its price.
-  const bool enough = part >= 1 || bits >= rate_ * refinementSeconds * 0.8;
+  double part = std::min(bits / std::max(all, 1.0), 1.0);
+  const double least = most > 0 ? leastComposedSeconds : leastRefinementSeconds;
+  const bool enough = part >= 1 || bits >= rate_ * least;
   if (!enough || part <= 0) return std::nullopt;
+  if (most > 0) {
+    part = std::min(part, static_cast<double>(most) / static_cast<double>(tick.coarse));
+  }
   const auto count = static_cast<std::size_t>(part * static_cast<double>(tick.coarse));
   Decision decision =
       encoded(goal, tick.changed + count, all * part + calmCost_.of(tick.changed, goal));
@@ -222,9 +253,7 @@ std::optional<PicturePlan::Decision> PicturePlan::refinement(const Tick& tick) c
 }
 
 PicturePlan::Decision PicturePlan::change(const Tick& tick) {
-  if (load_.waiting() > rate_ * worstDelay()) {
-    return {Action::hold, false, worstQuantiser, 0, 0, 0, 0};
-  }
+  if (load_.waiting() > rate_ * worstDelay()) return repeated(Action::hold);
   const double allowed = std::max(load_.room(changeSeconds), share_);
   const int affordable = calmCost_.quantiserFor(tick.changed, allowed, range_);
   calm_ = tick.changed <= macroblocks_ / smallPart && affordable <= readableQuantiser;
@@ -327,11 +356,14 @@ void PicturePlan::learn(const Decision& decision, double bits) {
 /// quantiser takes.
 void PicturePlan::learnOfRefinement(const Decision& decision, double bits) {
   constexpr std::size_t tellingNumber = 200;
-  if (decision.refined < tellingNumber) return;
+  if (refined_.quantiser != decision.quantiser) refined_ = {.quantiser = decision.quantiser};
   const double changes = calmCost_.of(decision.macroblocks - decision.refined, decision.quantiser);
-  const double before = keyCost_.of(decision.refined, decision.refinedFrom);
-  const double more = std::max(bits - changes, 0.0) / refinementFactor;
-  keyCost_.learnAgain(decision.refined, decision.quantiser, before + more);
+  refined_.macroblocks += decision.refined;
+  refined_.before += keyCost_.of(decision.refined, decision.refinedFrom);
+  refined_.bits += std::max(bits - changes, 0.0) / refinementFactor;
+  if (refined_.macroblocks < tellingNumber) return;
+  keyCost_.learnAgain(refined_.macroblocks, decision.quantiser, refined_.before + refined_.bits);
+  refined_ = {};
 }
 
 void PicturePlan::sent(const Decision& decision, double bits, double quality) {

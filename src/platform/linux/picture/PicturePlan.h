@@ -54,6 +54,8 @@ class PicturePlan {
     std::chrono::nanoseconds untilKey{};  ///< until the next key frame is due
     std::int64_t bitRate = 0;             ///< bits per second
     bool keyFrame = false;                ///< the picture must be a key frame
+    std::size_t pieces = 0;               ///< in which the changed macroblocks lie together
+    std::size_t mostPieces = 0;           ///< that a picture can be put together from
   };
 
   struct Decision {
@@ -67,6 +69,7 @@ class PicturePlan {
     int finest = BitCost::finestQuantiser;  ///< what it would be with all the bits there are
     int refinedFrom = 0;       ///< the quantiser of the refined ones before, on average
     bool searchesFar = false;  ///< for what has moved: no motion before it tells where
+    bool composed = false;     ///< put together from pieces rather than encoded as a whole
   };
 
   /// `mostBits` is what no picture may be larger than.
@@ -87,6 +90,9 @@ class PicturePlan {
 
   /// Macroblocks whose quantisers differ by less than this are made better together.
   static constexpr int alike = 5;
+
+  /// So many of them, where they lie together, make one piece of a composed picture.
+  static constexpr std::size_t composedPiece = 30;
 
   Decision next(const Tick& tick);
 
@@ -118,12 +124,22 @@ class PicturePlan {
   int refinementGoal(const Tick& tick) const;
   std::size_t refinedBesides(const Tick& tick, double bits) const;
   Decision encoded(int quantiser, std::size_t macroblocks, double wantedBits) const;
+  bool composes(const Tick& tick, const Decision& decision) const;
+  std::size_t refinedAtOnce(const Tick& tick) const;
 
   int settledQuantiser() const;
   double refinementBits(std::size_t macroblocks, int from, int to) const;
   double worstDelay() const;
   void learn(const Decision& decision, double bits);
   void learnOfRefinement(const Decision& decision, double bits);
+
+  /// Refined macroblocks of late, of one quantiser, of which nothing has been learnt yet.
+  struct Refined {
+    std::size_t macroblocks = 0;
+    int quantiser = 0;
+    double before = 0;  ///< bits that they had taken
+    double bits = 0;    ///< that they have taken now
+  };
 
   std::size_t macroblocks_;
   double mostBits_;
@@ -144,6 +160,7 @@ class PicturePlan {
   int attempts_ = 0;            ///< that were made at the picture under way and are not to be sent
   bool keyAgain_ = false;       ///< the key frame under way is like the one before
   int stillTicks_ = 0;
+  Refined refined_;
   bool held_ = false;           ///< the picture before was left out
   bool calm_ = true;            ///< the last change was a small one
   bool keyRepeatable_ = false;  ///< the last encoded picture is a key frame, still valid

@@ -1,63 +1,21 @@
 #include "platform/linux/picture/ScreenEncoder.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
+#include "platform/linux/picture/composed/reconstructionIsReference.h"
 #include "platform/linux/picture/h264/frameNumber.h"
 #include "platform/linux/picture/h264/skipPicture.h"
+#include "platform/linux/picture/h264/units.h"
 
 namespace vesk::picture {
 namespace {
 
 using Bytes = std::vector<std::byte>;
-constexpr std::size_t lengthSize = 4;
-
-constexpr std::uint8_t worstQuantiser = PicturePlan::worstQuantiser;
-
-std::size_t lengthAt(h264::ByteView data) {
-  std::size_t length = 0;
-  for (const std::byte byte : data.first(lengthSize)) {
-    length = length << 8 | std::to_integer<std::size_t>(byte);
-  }
-  return length;
-}
-
-void appendUnit(Bytes& data, const Bytes& unit) {
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    data.push_back(static_cast<std::byte>(unit.size() >> shift & 0xff));
-  }
-  data.insert(data.end(), unit.begin(), unit.end());
-}
-
 std::size_t macroblocksOf(const X264Settings& settings) {
   return static_cast<std::size_t>(macroblocksAcross(settings.width)) *
          static_cast<std::size_t>(macroblocksAcross(settings.height));
 }
-
-/// Some of many macroblocks, in short rows spread evenly over the picture: what they take is then
-/// as much of what all take as they are of all.
-class Portion {
- public:
-  Portion(std::size_t some, std::size_t all) : some_(some), all_(all) {}
-
-  bool next() {
-    constexpr std::size_t rowLength = 6;
-    if (seen_++ % rowLength == 0) {
-      owed_ += some_;
-      taking_ = all_ > 0 && owed_ >= all_;
-      if (taking_) owed_ -= all_;
-    }
-    return taking_;
-  }
-
- private:
-  std::size_t some_;
-  std::size_t all_;
-  std::size_t seen_ = 0;
-  std::size_t owed_ = 0;
-  bool taking_ = false;
-};
 
 QuantiserRange rangeFor(const ScreenEncoderSettings& settings) {
   return quantiserRangeFor(static_cast<std::int64_t>(macroblocksOf(settings.encoder)),
@@ -90,17 +48,19 @@ ScreenEncoder::ScreenEncoder(const ScreenEncoderSettings& settings)
     : settings_(settings),
       level_(levelOf(settings)),
       encoder_(encoderSettings(settings, level_)),
-      plan_(macroblocksOf(settings.encoder), mostBitsOf(level_), rangeFor(settings)) {
+      plan_(macroblocksOf(settings.encoder), mostBitsOf(level_), rangeFor(settings)),
+      marks_(macroblocksAcross(settings.encoder.width),
+             macroblocksAcross(settings.encoder.height)) {
   setBitRate(settings.bitRate);
-  if (!encoder_) return;
-  unchanged_.resize(macroblocksOf(settings.encoder));
-  quantisers_.assign(unchanged_.size(), worstQuantiser);
-  readSyntax();
+  if (encoder_) readSyntax();
 }
 
 void ScreenEncoder::readSyntax() {
   const auto& sets = encoder_.parameterSets();
   syntax_ = sets.size() == 2 ? h264::sliceSyntax(sets[0], sets[1]) : std::nullopt;
+  composer_.reset();
+  if (!settings_.composes || !syntax_ || !composed::reconstructionIsReference()) return;
+  composer_.emplace(encoderSettings(settings_, level_), *syntax_);
 }
 
 /// Another rate may want another range of quantisers, which an encoder has from its beginning on. A
@@ -127,7 +87,8 @@ std::optional<EncodedSample> ScreenEncoder::encode(const Nv12Image& image, HostT
     return std::nullopt;
   }
   PicturePlan::Tick tick;
-  compare(image, tick);
+  marks_.compare(image, lastImage_, plan_.bearable(), tick);
+  if (composer_) tick.mostPieces = composed::mostRuns(level_.mostSlices);
   if (lastTime_) tick.elapsed = time - *lastTime_;
   tick.untilKey = untilKeyFrame(time);
   tick.bitRate = settings_.bitRate;
@@ -167,51 +128,6 @@ std::chrono::nanoseconds ScreenEncoder::untilKeyFrame(HostTime time) const {
   return byTime < each / 2 ? std::chrono::nanoseconds::zero() : std::min(byNumber, byTime);
 }
 
-/// Of what has not changed, the coarsest macroblocks are told of, and those that are much like
-/// them.
-void ScreenEncoder::compare(const Nv12Image& image, PicturePlan::Tick& tick) {
-  std::array<std::size_t, worstQuantiser + 1> count{};
-  for (std::size_t i = 0; i < unchanged_.size(); ++i) {
-    if (image.changedAt[i] > lastImage_) {
-      ++tick.changed;
-    } else {
-      ++count[quantisers_[i]];
-    }
-  }
-  const int bearable = plan_.bearable();
-  int worst = worstQuantiser;
-  while (worst > bearable && count[static_cast<std::size_t>(worst)] == 0) --worst;
-  coarseFrom_ = std::max(bearable, worst - PicturePlan::alike) + 1;
-  std::size_t sum = 0;
-  for (int quantiser = coarseFrom_; quantiser <= worst; ++quantiser) {
-    const std::size_t here = count[static_cast<std::size_t>(quantiser)];
-    tick.coarse += here;
-    sum += here * static_cast<std::size_t>(quantiser);
-  }
-  coarse_ = tick.coarse;
-  if (tick.coarse > 0) tick.coarseQuantiser = static_cast<int>(sum / tick.coarse);
-}
-
-/// Tells the encoder what it need not look at, and keeps in mind how the rest will come out. True
-/// if something is to stay coarser than the picture.
-bool ScreenEncoder::mark(const Nv12Image& image, const PicturePlan::Decision& decision) {
-  Portion portion(decision.refined, coarse_);
-  bool keepsCoarse = false;
-  for (std::size_t i = 0; i < unchanged_.size(); ++i) {
-    const bool changed = image.changedAt[i] > lastImage_;
-    const bool coarse = !changed && quantisers_[i] >= coarseFrom_;
-    const bool better = coarse && portion.next() && quantisers_[i] > decision.quantiser;
-    const bool encoded = decision.keyFrame || changed || better;
-    unchanged_[i] = encoded ? 0 : X264Encoder::unchangedMark();
-    if (encoded) {
-      quantisers_[i] = static_cast<std::uint8_t>(decision.quantiser);
-    } else if (quantisers_[i] > decision.quantiser) {
-      keepsCoarse = true;
-    }
-  }
-  return keepsCoarse;
-}
-
 /// A key frame needs no other picture, so one that came out too large is only made anew: nobody has
 /// seen it.
 std::optional<Bytes> ScreenEncoder::produceInTheLimit(const Nv12Image& image,
@@ -243,8 +159,11 @@ std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,
     nextNumber_ = 1;
     return lastKey_;
   }
-  const bool keepsCoarse = mark(image, decision);
-  auto units = encoder_.encode(image, {decision.keyFrame, decision.quantiser, &unchanged_,
+  const bool keepsCoarse = marks_.mark(decision);
+  if (decision.composed) {
+    if (auto units = compose(image, decision)) return units;
+  }
+  auto units = encoder_.encode(image, {decision.keyFrame, decision.quantiser, &marks_.unchanged(),
                                        keepsCoarse, decision.searchesFar});
   if (!units) return std::nullopt;
   if (decision.keyFrame) {
@@ -259,10 +178,24 @@ std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,
   return moved;
 }
 
+/// Nothing where it would take more slices than it may.
+std::optional<Bytes> ScreenEncoder::compose(const Nv12Image& image,
+                                            const PicturePlan::Decision& decision) {
+  const auto runs = marks_.runs();
+  if (runs.size() > composed::mostRuns(level_.mostSlices)) return std::nullopt;
+  auto units = composer_->compose(image, encoder_.reconstruction(),
+                                  {runs, marks_.unchanged(), decision.quantiser, nextNumber_});
+  if (!units) return std::nullopt;
+  lastKey_.clear();
+  ++nextNumber_;
+  return units;
+}
+
 Bytes ScreenEncoder::skip() const {
   Bytes data;
-  appendUnit(data, h264::skipPicture(*syntax_, nextNumber_ & ((1U << syntax_->frameNumberBits) - 1),
-                                     static_cast<std::uint32_t>(unchanged_.size())));
+  h264::appendUnit(data,
+                   h264::skipPicture(*syntax_, nextNumber_,
+                                     static_cast<std::uint32_t>(macroblocksOf(settings_.encoder))));
   return data;
 }
 
@@ -271,12 +204,9 @@ Bytes ScreenEncoder::numbered(Bytes units) const {
   if (!syntax_ || nextNumber_ == encoderNextNumber_) return units;
   Bytes data;
   data.reserve(units.size() + 8);
-  for (h264::ByteView rest = units; rest.size() >= lengthSize;) {
-    const std::size_t length = lengthAt(rest);
-    if (length > rest.size() - lengthSize) break;
-    appendUnit(data, h264::withFrameNumberMoved(rest.subspan(lengthSize, length), *syntax_,
-                                                nextNumber_ - encoderNextNumber_));
-    rest = rest.subspan(lengthSize + length);
+  for (const h264::ByteView unit : h264::unitsOf(units)) {
+    h264::appendUnit(data,
+                     h264::withFrameNumberMoved(unit, *syntax_, nextNumber_ - encoderNextNumber_));
   }
   return data;
 }

@@ -5,9 +5,11 @@
 #include <vector>
 
 #include "platform/Compression.h"
+#include "platform/linux/picture/MacroblockMarks.h"
 #include "platform/linux/picture/Nv12Image.h"
 #include "platform/linux/picture/PicturePlan.h"
 #include "platform/linux/picture/X264Encoder.h"
+#include "platform/linux/picture/composed/PictureComposer.h"
 #include "platform/linux/picture/h264/SliceSyntax.h"
 #include "platform/linux/picture/h264/level.h"
 
@@ -18,11 +20,15 @@ struct ScreenEncoderSettings {
   std::int64_t bitRate = 1'000'000;        ///< bits per second, on average
   std::int64_t maxKeyFrameInterval = 120;  ///< frames
   std::chrono::nanoseconds maxKeyFrameDuration{4'000'000'000};
+  /// Pictures in which little changes are put together from small pieces; a decoder that cannot
+  /// take many slices in a picture needs it to be false.
+  bool composes = true;
 };
 
 /// Turns the images of a screen into pictures of one H.264 stream, each with as little work as it
-/// needs: pictures without a change are put in between those that the encoder makes, and the frame
-/// numbers of the encoder's pictures move on accordingly.
+/// needs: pictures without a change, and those in which little has changed, are put in between
+/// those that the encoder makes, and the frame numbers of the encoder's pictures move on
+/// accordingly.
 ///
 /// Thread: one at a time. Owns: the encoder. Fails: as an encoder that is false, and as a picture
 /// that is missing; the stream goes on with the next one.
@@ -38,14 +44,16 @@ class ScreenEncoder {
   /// `image` comes from the same stream of images as the ones before.
   std::optional<EncodedSample> encode(const Nv12Image& image, HostTime time, bool forceKeyFrame);
 
+  /// The last picture as a decoder has it; valid until the next one.
+  PlanesView reconstruction() const { return encoder_.reconstruction(); }
+
  private:
   using Bytes = std::vector<std::byte>;
 
   std::chrono::nanoseconds untilKeyFrame(HostTime time) const;
-  void compare(const Nv12Image& image, PicturePlan::Tick& tick);
-  bool mark(const Nv12Image& image, const PicturePlan::Decision& decision);
   std::optional<Bytes> produceInTheLimit(const Nv12Image& image, PicturePlan::Decision& decision);
   std::optional<Bytes> produce(const Nv12Image& image, const PicturePlan::Decision& decision);
+  std::optional<Bytes> compose(const Nv12Image& image, const PicturePlan::Decision& decision);
   void readSyntax();
   void changeEncoderIfNeeded();
   Bytes skip() const;
@@ -55,11 +63,9 @@ class ScreenEncoder {
   h264::Level level_;
   X264Encoder encoder_;
   std::optional<h264::SliceSyntax> syntax_;  ///< nothing: no picture can be put in between
+  std::optional<composed::PictureComposer> composer_;  ///< nothing: the encoder makes them all
   PicturePlan plan_;
-  std::vector<std::uint8_t> unchanged_;   ///< per macroblock: nothing to be done, says its mark
-  std::vector<std::uint8_t> quantisers_;  ///< per macroblock: how it was last encoded
-  int coarseFrom_ = 0;                    ///< the finest quantiser of what is to be made better
-  std::size_t coarse_ = 0;                ///< how many of these there are
+  MacroblockMarks marks_;
   Nv12Image::Sequence lastImage_ = 0;
   std::optional<HostTime> lastTime_;
   std::optional<HostTime> lastKeyTime_;

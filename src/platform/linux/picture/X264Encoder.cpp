@@ -136,11 +136,11 @@ const Nv12Image& X264Encoder::withReference(const Nv12Image& image,
   const std::ptrdiff_t stride = image.stride();
   for (int y = 0; y < settings_.height; ++y) {
     row(y, macroblockEdge, mixed_->luma() + y * stride, image.luma() + y * stride,
-        reference_.luma + static_cast<std::ptrdiff_t>(y) * reference_.lumaStride);
+        reference_.luma + y * reference_.lumaStride);
   }
   for (int y = 0; y < settings_.height / 2; ++y) {
     row(y, macroblockEdge / 2, mixed_->chroma() + y * stride, image.chroma() + y * stride,
-        reference_.chroma + static_cast<std::ptrdiff_t>(y) * reference_.chromaStride);
+        reference_.chroma + y * reference_.chromaStride);
   }
   return *mixed_;
 }
@@ -166,6 +166,11 @@ std::optional<X264Encoder::Bytes> X264Encoder::encode(const Nv12Image& image,
   const bool mixes = request.keepsCoarse && request.unchanged != nullptr &&
                      reference_.luma != nullptr && !request.keyFrame;
   const Nv12Image& source = mixes ? withReference(image, *request.unchanged) : image;
+  return encode(source.planes(), request);
+}
+
+std::optional<X264Encoder::Bytes> X264Encoder::encode(const PlanesView& pixels,
+                                                      const Request& request) {
   x264_picture_t picture;
   x264_picture_init(&picture);
   picture.i_type = request.keyFrame ? X264_TYPE_IDR : X264_TYPE_P;
@@ -173,10 +178,11 @@ std::optional<X264Encoder::Bytes> X264Encoder::encode(const Nv12Image& image,
   picture.i_pts = frames_++;
   picture.img.i_csp = X264_CSP_NV12;
   picture.img.i_plane = 2;
-  picture.img.i_stride[0] = picture.img.i_stride[1] = source.stride();
+  picture.img.i_stride[0] = static_cast<int>(pixels.lumaStride);
+  picture.img.i_stride[1] = static_cast<int>(pixels.chromaStride);
   // The encoder only reads them.
-  picture.img.plane[0] = const_cast<std::uint8_t*>(source.luma());
-  picture.img.plane[1] = const_cast<std::uint8_t*>(source.chroma());
+  picture.img.plane[0] = const_cast<std::uint8_t*>(pixels.luma);
+  picture.img.plane[1] = const_cast<std::uint8_t*>(pixels.chroma);
   if (request.unchanged != nullptr) picture.prop.mb_info = request.unchanged->data();
 
   search(request.searchesFar);

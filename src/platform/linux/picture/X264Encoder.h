@@ -7,6 +7,7 @@
 
 #include "platform/Compression.h"
 #include "platform/linux/picture/Nv12Image.h"
+#include "platform/linux/picture/Planes.h"
 #include "platform/linux/picture/QuantiserRange.h"
 
 struct x264_t;
@@ -49,6 +50,14 @@ class X264Encoder {
   /// The NAL units of one picture, each behind its length as four bytes, big-endian.
   std::optional<Bytes> encode(const Nv12Image& image, const Request& request);
 
+  /// The same of pixels of the encoder's size, without anything that is to stay coarse.
+  std::optional<Bytes> encode(const PlanesView& pixels, const Request& request);
+
+  /// The last picture as a decoder has it, whole macroblocks with a border around them: the
+  /// encoder's own memory, valid until the next picture. The next picture refers to it, with what
+  /// has been written to it meanwhile, where `composed::reconstructionIsReference()`.
+  const Planes& reconstruction() const { return reference_; }
+
   /// How much the last picture is like an image: the signal-to-noise ratio of its luma in decibels.
   double quality(const Nv12Image& image) const;
 
@@ -69,13 +78,7 @@ class X264Encoder {
   std::vector<Bytes> parameterSets_;
   std::int64_t frames_ = 0;
   bool searchesFar_ = false;
-  /// The picture before as a decoder has it: the encoder's own memory, valid until the next one.
-  struct Reference {
-    const std::uint8_t* luma = nullptr;
-    const std::uint8_t* chroma = nullptr;
-    int lumaStride = 0;
-    int chromaStride = 0;
-  } reference_;
+  Planes reference_;
   std::optional<Nv12Image> mixed_;
 };
 

@@ -46,14 +46,21 @@ std::optional<SliceSyntax> sliceSyntax(ByteView sequenceSet, ByteView pictureSet
   reader.bits(1);                                 // picture order in the slices
   if (reader.ue() != 0U) return std::nullopt;     // slice groups
   syntax.oneReferenceByDefault = reader.ue() == 0U;
-  reader.ue();                                             // references of the second list
-  if (reader.bits(1) != 0U) return std::nullopt;           // weighted prediction
-  reader.bits(2);                                          // the same of B slices
-  for (int number = 0; number < 3; ++number) reader.ue();  // quantisers
+  reader.ue();                                    // references of the second list
+  if (reader.bits(1) != 0U) return std::nullopt;  // weighted prediction
+  reader.bits(2);                                 // the same of B slices
+  const auto quantiser = reader.se();
+  reader.se();  // the same of other kinds of slices
+  const auto chromaOffset = reader.se();
   const auto deblocking = reader.bits(1);
-  reader.bits(1);                                                // constrained intra prediction
-  if (!deblocking || reader.bits(1) != 0U) return std::nullopt;  // redundant pictures
+  const auto constrained = reader.bits(1);
+  if (!quantiser || *quantiser < -26 || *quantiser > 25) return std::nullopt;
+  if (!chromaOffset || !deblocking || !constrained) return std::nullopt;
+  if (reader.bits(1) != 0U) return std::nullopt;  // redundant pictures
+  syntax.initialQuantiser += *quantiser;
+  syntax.chromaOffset = *chromaOffset;
   syntax.deblockingControl = *deblocking == 1;
+  syntax.constrainedIntra = *constrained == 1;
   return syntax;
 }
 

@@ -12,6 +12,9 @@ struct SliceSyntax {
   unsigned frameNumberBits = 4;
   bool oneReferenceByDefault = true;
   bool deblockingControl = false;
+  int initialQuantiser = 26;  ///< from which slices tell theirs
+  int chromaOffset = 0;       ///< of the chroma's quantiser
+  bool constrainedIntra = false;
 
   bool operator==(const SliceSyntax&) const = default;
 };

@@ -1,21 +1,25 @@
 #include "platform/linux/picture/h264/bits.h"
 
+#include <algorithm>
 #include <bit>
 #include <utility>
 
 namespace vesk::picture::h264 {
 
 std::optional<std::uint32_t> BitReader::bits(unsigned count) {
-  if (count > bytes_.size() * 8 - position_) {
-    position_ = bytes_.size() * 8;
+  const std::size_t all = bytes_.size() * 8;
+  if (position_ > all || count > all - position_) {
+    position_ = all;
     return std::nullopt;
   }
-  std::uint32_t value = 0;
-  for (; count > 0; --count, ++position_) {
-    const auto byte = std::to_integer<unsigned>(bytes_[position_ / 8]);
-    value = value << 1 | (byte >> (7 - position_ % 8) & 1U);
+  const std::size_t end = position_ + count;
+  std::uint64_t value = 0;
+  for (std::size_t i = position_ / 8; i < (end + 7) / 8; ++i) {
+    value = value << 8 | std::to_integer<std::uint64_t>(bytes_[i]);
   }
-  return value;
+  value >>= (8 - end % 8) % 8;
+  position_ = end;
+  return static_cast<std::uint32_t>(value & ((std::uint64_t{1} << count) - 1));
 }
 
 std::optional<std::uint32_t> BitReader::ue() {
@@ -29,12 +33,19 @@ std::optional<std::uint32_t> BitReader::ue() {
   return (1U << zeros) - 1 + *rest;
 }
 
+std::optional<std::int32_t> BitReader::se() {
+  const auto number = ue();
+  if (!number) return std::nullopt;
+  const auto half = static_cast<std::int32_t>((*number >> 1) + (*number & 1U));
+  return *number % 2 == 0 ? -half : half;
+}
+
 void BitWriter::bits(std::uint32_t value, unsigned count) {
-  while (count > 0) {
-    --count;
-    if (used_ == 0) bytes_.push_back(std::byte{0});
-    bytes_.back() |= static_cast<std::byte>((value >> count & 1U) << (7 - used_));
-    used_ = (used_ + 1) % 8;
+  pending_ = pending_ << count | (value & ((std::uint64_t{1} << count) - 1));
+  pendingCount_ += count;
+  while (pendingCount_ >= 8) {
+    pendingCount_ -= 8;
+    bytes_.push_back(static_cast<std::byte>(pending_ >> pendingCount_ & 0xffU));
   }
 }
 
@@ -44,9 +55,28 @@ void BitWriter::ue(std::uint32_t value) {
   bits(value + 1, width);
 }
 
+void BitWriter::se(std::int32_t value) {
+  ue(value > 0 ? static_cast<std::uint32_t>(value) * 2 - 1
+               : static_cast<std::uint32_t>(-value) * 2);
+}
+
+void BitWriter::copy(ByteView bytes, std::size_t from, std::size_t to) {
+  BitReader reader(bytes);
+  reader.skipTo(from);
+  constexpr std::size_t atOnce = 32;
+  while (from < to) {
+    const auto count = static_cast<unsigned>(std::min(to - from, atOnce));
+    const auto some = reader.bits(count);
+    if (!some) return;
+    bits(*some, count);
+    from += count;
+  }
+}
+
 Bytes BitWriter::finished() {
   bits(1, 1);
-  used_ = 0;
+  bits(0, (8 - pendingCount_) % 8);
+  pending_ = 0;
   return std::exchange(bytes_, {});
 }
 

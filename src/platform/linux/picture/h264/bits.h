@@ -23,8 +23,13 @@ class BitReader {
   /// An unsigned Exp-Golomb number.
   std::optional<std::uint32_t> ue();
 
+  /// A signed one.
+  std::optional<std::int32_t> se();
+
   /// How many bits were read.
   std::size_t position() const { return position_; }
+
+  void skipTo(std::size_t position) { position_ = position; }
 
  private:
   ByteView bytes_;
@@ -34,15 +39,21 @@ class BitReader {
 /// Collects bits, most significant first.
 class BitWriter {
  public:
+  /// The lowest `count` bits of a number, at most 32.
   void bits(std::uint32_t value, unsigned count);
   void ue(std::uint32_t value);
+  void se(std::int32_t value);
+
+  /// The bits of other bytes from one position up to another, within them.
+  void copy(ByteView bytes, std::size_t from, std::size_t to);
 
   /// Ends the sequence with its stop bit and zeros up to the next whole byte.
   Bytes finished();
 
  private:
   Bytes bytes_;
-  unsigned used_ = 0;  ///< bits in the last byte
+  std::uint64_t pending_ = 0;  ///< bits that do not yet fill a byte, the last ones lowest
+  unsigned pendingCount_ = 0;
 };
 
 }  // namespace vesk::picture::h264

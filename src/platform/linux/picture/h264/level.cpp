@@ -13,28 +13,29 @@ struct Limits {
   std::int64_t macroblocks;
   std::int64_t kilobitsPerSecond;
   std::int64_t leastCompression;
+  std::int64_t sliceRate;  ///< macroblocks of a second for each slice; nought: any number
 };
 
 constexpr std::array<Limits, 19> table{{
-    {10, 1485, 99, 64, 2},
-    {11, 3000, 396, 192, 2},
-    {12, 6000, 396, 384, 2},
-    {13, 11880, 396, 768, 2},
-    {20, 11880, 396, 2000, 2},
-    {21, 19800, 792, 4000, 2},
-    {22, 20250, 1620, 4000, 2},
-    {30, 40500, 1620, 10000, 2},
-    {31, 108000, 3600, 14000, 4},
-    {32, 216000, 5120, 20000, 4},
-    {40, 245760, 8192, 20000, 4},
-    {41, 245760, 8192, 50000, 2},
-    {42, 522240, 8704, 50000, 2},
-    {50, 589824, 22080, 135000, 2},
-    {51, 983040, 36864, 240000, 2},
-    {52, 2073600, 36864, 240000, 2},
-    {60, 4177920, 139264, 240000, 2},
-    {61, 8355840, 139264, 480000, 2},
-    {62, 16711680, 139264, 800000, 2},
+    {10, 1485, 99, 64, 2, 0},
+    {11, 3000, 396, 192, 2, 0},
+    {12, 6000, 396, 384, 2, 0},
+    {13, 11880, 396, 768, 2, 0},
+    {20, 11880, 396, 2000, 2, 0},
+    {21, 19800, 792, 4000, 2, 0},
+    {22, 20250, 1620, 4000, 2, 0},
+    {30, 40500, 1620, 10000, 2, 22},
+    {31, 108000, 3600, 14000, 4, 60},
+    {32, 216000, 5120, 20000, 4, 60},
+    {40, 245760, 8192, 20000, 4, 60},
+    {41, 245760, 8192, 50000, 2, 24},
+    {42, 522240, 8704, 50000, 2, 24},
+    {50, 589824, 22080, 135000, 2, 24},
+    {51, 983040, 36864, 240000, 2, 24},
+    {52, 2073600, 36864, 240000, 2, 24},
+    {60, 4177920, 139264, 240000, 2, 24},
+    {61, 8355840, 139264, 480000, 2, 24},
+    {62, 16711680, 139264, 800000, 2, 24},
 }};
 
 /// The bytes of a macroblock of 4:2:0 that is not compressed.
@@ -64,6 +65,13 @@ std::size_t mostPictureBytes(const Limits& limits, std::int64_t macroblocks, std
                                   limits.leastCompression);
 }
 
+/// Asked of the profile that such a stream also keeps to.
+std::size_t mostSlices(const Limits& limits, std::int64_t macroblocks, std::int64_t pace) {
+  const std::int64_t each = std::max<std::int64_t>(limits.sliceRate * std::max<std::int64_t>(pace, 1), 1);
+  return static_cast<std::size_t>(limits.sliceRate > 0 ? limits.macroblocksPerSecond / each
+                                                       : macroblocks);
+}
+
 /// A stream's largest pictures take what the link takes in this long, unless they are hardly
 /// compressed then.
 std::size_t largestPicture(std::int64_t macroblocks, std::int64_t bitRate) {
@@ -85,7 +93,7 @@ Level levelFor(std::int32_t width, std::int32_t height, std::int64_t picturesPer
            mostPictureBytes(limits, across * down, picturesPerSecond) >= largest;
   });
   return {found->number, mostPictureBytes(*found, across * down, picturesPerSecond),
-          mostBitRate(*found)};
+          mostBitRate(*found), mostSlices(*found, across * down, picturesPerSecond)};
 }
 
 }  // namespace vesk::picture::h264

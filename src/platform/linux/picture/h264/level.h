@@ -10,6 +10,7 @@ struct Level {
   int number = 0;                    ///< ten times the level's name
   std::size_t mostPictureBytes = 0;  ///< of each picture, by the least compression
   std::int64_t mostBitRate = 0;      ///< bits per second
+  std::size_t mostSlices = 0;        ///< of each picture
 
   bool operator==(const Level&) const = default;
 };

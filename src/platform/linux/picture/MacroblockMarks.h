@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "platform/linux/picture/Nv12Image.h"
+#include "platform/linux/picture/PicturePlan.h"
+#include "platform/linux/picture/composed/runs.h"
+
+namespace vesk::picture {
+
+/// What is known of each macroblock of a stream: how coarse it is in the picture before, and
+/// whether it is to be encoded in the next one.
+///
+/// Thread: one at a time. Fails: never.
+class MacroblockMarks {
+ public:
+  /// Of a picture of so many macroblocks.
+  MacroblockMarks(int across, int down);
+
+  /// Tells the plan what has changed in the image since the one before, and what of the rest is
+  /// coarser than it would bear.
+  void compare(const Nv12Image& image, Nv12Image::Sequence before, int bearable,
+               PicturePlan::Tick& tick);
+
+  /// Marks what is to be encoded, of the image that was compared last. True if some of the rest is
+  /// coarser than the picture, and is to stay so.
+  bool mark(const PicturePlan::Decision& decision);
+
+  /// Per macroblock: not 0 is left as it is.
+  std::vector<std::uint8_t>& unchanged() { return unchanged_; }
+
+  /// What is to be encoded, in pieces that are worth a slice.
+  std::vector<composed::Run> runs() const { return composed::changedRuns(unchanged_, across_); }
+
+ private:
+  int across_;
+  std::vector<std::uint8_t> unchanged_;
+  std::vector<std::uint8_t> same_;        ///< in the image that was compared as in the one before
+  std::vector<std::uint8_t> quantisers_;  ///< how each was last encoded
+  int coarseFrom_ = 0;                    ///< the finest quantiser of what is to be made better
+  std::size_t coarse_ = 0;                ///< how many of these there are
+};
+
+}  // namespace vesk::picture

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "platform/linux/picture/composed/TinyEncoder.h"
+
+namespace vesk::picture::composed {
+
+/// Makes P pictures in which little has changed at a cost in proportion to that: what has changed
+/// is encoded in windows by themselves, the rest is skipped, and the result is laid into the memory
+/// of the encoder that makes the other pictures, which goes on from there as if it had made it.
+/// Only where `reconstructionIsReference()`.
+///
+/// Thread: one at a time. Owns: an encoder for each width of windows, from when it is first needed.
+/// Fails: a picture that cannot be made gives nothing, and nothing has happened then.
+class PictureComposer {
+ public:
+  /// `settings` and `syntax` are those of the encoder that makes the other pictures.
+  PictureComposer(const X264Settings& settings, const h264::SliceSyntax& syntax);
+
+  struct Request {
+    std::span<const Run> runs{};                ///< what is encoded, in raster order
+    std::span<const std::uint8_t> unchanged{};  ///< per macroblock: not 0 is to stay as it is
+    int quantiser = 0;
+    std::uint32_t frameNumber = 0;
+  };
+
+  /// The NAL units, each behind its length. `reconstruction` is the picture before in the other
+  /// encoder's memory, and afterwards this one.
+  std::optional<h264::Bytes> compose(const Nv12Image& image, const Planes& reconstruction,
+                                     const Request& request);
+
+ private:
+  TinyEncoder* encoderOf(int width);
+  void layInto(const Planes& reconstruction, std::span<const Run> windows);
+
+  X264Settings settings_;
+  h264::SliceSyntax syntax_;
+  Extent extent_;
+  std::map<int, TinyEncoder> encoders_;  ///< by width
+  std::vector<std::uint8_t> results_;    ///< the windows of the picture under way
+};
+
+}  // namespace vesk::picture::composed
