@@ -8,7 +8,7 @@ namespace vesk::testing {
 
 /// Holds a stream of one picture per access unit against the level that it claims (ITU-T H.264,
 /// Annex A, in the strict sense): size of the pictures, their number, the bit rate, the buffer that
-/// must hold them, and the least compression of each.
+/// must hold them, the least compression of each, and its slices.
 ///
 /// Thread: the test's.
 class LevelCheck {
@@ -31,6 +31,7 @@ class LevelCheck {
   double bitsPerSecond_ = 0;
   double bufferBits_ = 0;
   double leastCompression_ = 0;
+  std::size_t mostSlices_ = 0;  ///< nought: no limit
   double macroblocks_ = 0;
   double inBuffer_ = 0;
   int pictures_ = 0;

@@ -47,6 +47,43 @@ TEST(BitWriterTest, WritesWhatTheReaderReads) {
   EXPECT_EQ(reader.bits(1), 1U) << "the stop bit";
 }
 
+TEST(BitWriterTest, WritesSignedNumbersByTheirSize) {
+  BitWriter writer;
+  for (int number = -60; number <= 60; ++number) writer.se(number);
+  const Bytes written = writer.finished();
+  BitReader reader(written);
+  for (int number = -60; number <= 60; ++number) EXPECT_EQ(reader.se(), number);
+  BitWriter one;
+  one.se(1);
+  one.se(-1);
+  EXPECT_EQ(one.finished(), bytes({0b010'011'1'0})) << "the positive one is the shorter code";
+}
+
+TEST(BitWriterTest, CopiesFromAnyBitToAnyBit) {
+  Bytes source;
+  for (int i = 0; i < 40; ++i) source.push_back(static_cast<std::byte>(i * 37 + 11));
+  for (unsigned before = 0; before < 9; ++before) {
+    for (std::size_t from = 0; from < 20; ++from) {
+      BitWriter writer;
+      writer.bits(0x155, before);
+      writer.copy(source, from, 250 + from);
+      const Bytes written = writer.finished();
+      BitReader there(written), here(source);
+      EXPECT_EQ(there.bits(before), 0x155U & ((1U << before) - 1));
+      here.skipTo(from);
+      for (int i = 0; i < 250; ++i) ASSERT_EQ(there.bits(1), here.bits(1));
+      EXPECT_EQ(there.bits(1), 1U) << "the stop bit";
+    }
+  }
+}
+
+TEST(BitReaderTest, StaysAtTheEndAfterASkipBeyond) {
+  const Bytes input = bytes({0xff, 0xff});
+  BitReader reader(input);
+  reader.skipTo(99);
+  EXPECT_EQ(reader.bits(1), std::nullopt);
+}
+
 TEST(EmulationPreventionTest, KeepsPayloadsFromLookingLikeStartCodes) {
   EXPECT_EQ(escaped(bytes({0x41, 0, 0, 1, 0, 0, 0, 0, 0, 3, 0, 0, 4})),
             bytes({0x41, 0, 0, 3, 1, 0, 0, 3, 0, 0, 3, 0, 3, 0, 0, 4}));

@@ -46,5 +46,13 @@ TEST(LevelTest, NamesTheLargestPicture) {
   EXPECT_EQ(levelFor(1920, 1080, 60, 4'000'000).mostPictureBytes, 384 * 8160 / 2U);
 }
 
+TEST(LevelTest, NamesTheMostSlices) {
+  EXPECT_EQ(levelFor(1920, 1080, 30, 4'000'000).mostSlices, 136U);
+  EXPECT_EQ(levelFor(1920, 1080, 60, 4'000'000).mostSlices, 522'240U / 60 / 24);
+  EXPECT_EQ(levelFor(1280, 720, 30, 1'000'000).mostSlices, 60U);
+  EXPECT_EQ(levelFor(640, 360, 30, 1'000'000).mostSlices, 61U);
+  EXPECT_EQ(levelFor(176, 144, 15, 50'000).mostSlices, 99U) << "one for each macroblock";
+}
+
 }  // namespace
 }  // namespace vesk::picture::h264

@@ -3,6 +3,8 @@
 #include "platform/linux/picture/h264/emulationPrevention.h"
 #include "platform/linux/picture/h264/frameNumber.h"
 #include "platform/linux/picture/h264/skipPicture.h"
+#include "platform/linux/picture/h264/slice.h"
+#include "platform/linux/picture/h264/units.h"
 
 namespace vesk::picture::h264 {
 namespace {
@@ -98,6 +100,89 @@ TEST(SliceSyntaxTest, RefusesParameterSetsThatAreCutShort) {
   for (std::size_t size = 0; size + 1 < picture.size(); ++size) {
     EXPECT_FALSE(sliceSyntax(sequence, ByteView(picture).first(size))) << size;
   }
+}
+
+TEST(SliceSyntaxTest, TellsWhatPiecesOfTwoStreamsMustHaveInCommon) {
+  BitWriter writer;
+  writer.bits(0x68, 8);
+  writer.ue(0);
+  writer.ue(0);
+  writer.bits(0, 2);
+  for (int i = 0; i < 3; ++i) writer.ue(0);
+  writer.bits(0, 3);
+  writer.se(5);
+  writer.se(0);
+  writer.se(-2);
+  writer.bits(0b010, 3);
+  const auto syntax = sliceSyntax(SequenceSet().unit(), escaped(writer.finished()));
+  ASSERT_TRUE(syntax);
+  EXPECT_EQ(*syntax, (SliceSyntax{0, 5, true, false, 31, -2, true}));
+}
+
+TEST(SliceDataTest, IsWhatFollowsTheHeader) {
+  const SliceSyntax syntax{0, 4, true, true, 30};
+  for (const int quantiser : {0, 11, 30, 51}) {
+    BitWriter writer;
+    writeSliceHeader(writer, syntax, {77, 21, quantiser});
+    writer.bits(0x1234, 15);
+    const Bytes unit = escaped(writer.finished());
+    const auto data = sliceData(unit, syntax);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->quantiser, quantiser);
+    ASSERT_EQ(data->to - data->from, 15U);
+    BitReader reader(data->raw);
+    reader.skipTo(data->from);
+    EXPECT_EQ(reader.bits(15), 0x1234U);
+    for (std::size_t size = 0; size < 4; ++size) {
+      EXPECT_FALSE(sliceData(ByteView(unit).first(size), syntax)) << size;
+    }
+  }
+}
+
+TEST(SliceDataTest, IsNotTakenFromSlicesOfAnotherKind) {
+  const SliceSyntax syntax{0, 4, true, true};
+  const auto slice = [](std::uint32_t unit, std::uint32_t type, std::uint32_t set,
+                        std::uint32_t lists, std::uint32_t smoothing) {
+    BitWriter writer;
+    writer.bits(unit, 8);
+    writer.ue(0);
+    writer.ue(type);
+    writer.ue(set);
+    writer.bits(0, 4 + 1);
+    writer.bits(lists, 2);
+    writer.se(0);
+    writer.ue(smoothing);
+    writer.ue(1);
+    return escaped(writer.finished());
+  };
+  EXPECT_TRUE(sliceData(slice(0x41, 0, 0, 0, 1), syntax));
+  EXPECT_TRUE(sliceData(slice(0x41, 5, 0, 0, 1), syntax));
+  EXPECT_FALSE(sliceData(slice(0x65, 5, 0, 0, 1), syntax)) << "a key frame's";
+  EXPECT_FALSE(sliceData(slice(0x01, 5, 0, 0, 1), syntax)) << "of no reference picture";
+  EXPECT_FALSE(sliceData(slice(0x41, 7, 0, 0, 1), syntax)) << "intra";
+  EXPECT_FALSE(sliceData(slice(0x41, 5, 1, 0, 1), syntax)) << "of other parameters";
+  EXPECT_FALSE(sliceData(slice(0x41, 5, 0, 1, 1), syntax)) << "marks references";
+  EXPECT_FALSE(sliceData(slice(0x41, 5, 0, 2, 1), syntax)) << "reorders references";
+  EXPECT_FALSE(sliceData(slice(0x41, 5, 0, 0, 0), syntax)) << "smooths its edges";
+  EXPECT_FALSE(sliceData(slice(0x41, 5, 0, 0, 1), {0, 4, false, true})) << "refers to more";
+  EXPECT_FALSE(sliceData(slice(0x41, 5, 0, 0, 1), {0, 4, true, false})) << "may smooth its edges";
+}
+
+TEST(UnitsTest, AreFoundAgainUpToOneThatIsCutShort) {
+  Bytes units;
+  appendUnit(units, bytes({1, 2, 3}));
+  appendUnit(units, Bytes{});
+  appendUnit(units, Bytes(300, std::byte{7}));
+  ASSERT_EQ(units.size(), 4U + 3 + 4 + 4 + 300);
+  EXPECT_EQ(units[3], std::byte{3});
+  EXPECT_EQ(units[13], std::byte{1}) << "most significant first";
+  const auto found = unitsOf(units);
+  ASSERT_EQ(found.size(), 3U);
+  EXPECT_EQ(found[0].size(), 3U);
+  EXPECT_EQ(found[1].size(), 0U);
+  EXPECT_EQ(found[2].size(), 300U);
+  EXPECT_EQ(unitsOf(ByteView(units).first(units.size() - 1)).size(), 2U);
+  EXPECT_EQ(unitsOf(ByteView(units).first(6)).size(), 0U);
 }
 
 TEST(SkipPictureTest, SkipsEveryMacroblock) {

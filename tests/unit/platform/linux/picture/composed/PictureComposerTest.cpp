@@ -1,0 +1,197 @@
+#include "platform/linux/picture/composed/PictureComposer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "platform/linux/picture/composed/reconstructionIsReference.h"
+#include "platform/linux/picture/h264/units.h"
+#include "support/H264Decoder.h"
+#include "support/MixedScreen.h"
+
+namespace vesk::picture::composed {
+namespace {
+
+using h264::Bytes;
+using testing::H264Decoder;
+
+Bytes annexB(const std::vector<Bytes>& sets, const Bytes& units) {
+  constexpr std::array start{std::byte{0}, std::byte{0}, std::byte{0}, std::byte{1}};
+  Bytes stream;
+  const auto add = [&](h264::ByteView unit) {
+    stream.insert(stream.end(), start.begin(), start.end());
+    stream.insert(stream.end(), unit.begin(), unit.end());
+  };
+  for (const Bytes& set : sets) add(set);
+  for (const auto unit : h264::unitsOf(units)) add(unit);
+  return stream;
+}
+
+/// An encoder of whole pictures, and pictures composed after its key frame.
+class PictureComposerTest : public ::testing::Test {
+ protected:
+  explicit PictureComposerTest(PixelSize pixels = {328, 184})
+      : size(pixels),
+        screen(size, 3),
+        settings{static_cast<std::int32_t>(size.width), static_cast<std::int32_t>(size.height)},
+        encoder(settings),
+        syntax(*h264::sliceSyntax(encoder.parameterSets()[0], encoder.parameterSets()[1])),
+        composer(settings, syntax) {
+    X264Encoder::Request key;
+    key.keyFrame = true;
+    key.quantiser = 20;
+    show(annexB(encoder.parameterSets(), encoder.encode(*screen.image(), key).value()));
+  }
+
+  void show(const Bytes& unit) {
+    auto picture = decoder.decode(unit);
+    ASSERT_TRUE(picture);
+    shown = std::move(*picture);
+  }
+
+  std::vector<std::uint8_t> unchanged() const {
+    std::vector<std::uint8_t> marks;
+    for (const auto at : screen.image()->changedAt) {
+      marks.push_back(at == screen.image()->sequence ? 0 : X264Encoder::unchangedMark());
+    }
+    return marks;
+  }
+
+  int across() const { return macroblocksAcross(size.width); }
+
+  Bytes compose(int quantiser = 20) {
+    const auto marks = unchanged();
+    auto units = composer.compose(*screen.image(), encoder.reconstruction(),
+                                  {changedRuns(marks, across()), marks, quantiser, ++number});
+    EXPECT_TRUE(units);
+    show(annexB({}, units.value_or(Bytes{})));
+    return units.value_or(Bytes{});
+  }
+
+  /// Of the picture that is shown and the encoder's.
+  bool isExact() const {
+    const auto& ours = encoder.reconstruction();
+    for (int y = 0; y < shown.height; ++y) {
+      const auto* row = shown.pixels.data() + y * shown.width;
+      if (!std::equal(row, row + shown.width, ours.lumaAt(0, y))) return false;
+    }
+    return true;
+  }
+
+  /// What lies around the encoder's picture is what its pixels at the edge are.
+  bool bordersAreRight() const {
+    const auto& ours = encoder.reconstruction();
+    const int width = across() * macroblockEdge;
+    const int height = macroblocksAcross(size.height) * macroblockEdge;
+    for (int y = -borderWidth; y < height + borderWidth; ++y) {
+      for (int x = -borderWidth; x < width + borderWidth; ++x) {
+        const int atX = std::clamp(x, 0, width - 1);
+        const int atY = std::clamp(y, 0, height - 1);
+        if (*ours.lumaAt(x, y) != *ours.lumaAt(atX, atY)) return false;
+        if (y % 2 != 0) continue;
+        const int pair = atX / 2 * 2;
+        const int which = (x % 2 + 2) % 2;
+        const int beyond = x < 0 || x >= width ? (x < 0 ? 0 : width - 2) : pair;
+        if (ours.chromaAt(0, y)[x] !=
+            ours.chromaAt(0, std::clamp(y, 0, height - 2))[beyond + which]) {
+          return false;
+        }
+      }
+    }
+    return true;
+  }
+
+  PixelSize size;
+  testing::MixedScreen screen;
+  X264Settings settings;
+  X264Encoder encoder;
+  h264::SliceSyntax syntax;
+  PictureComposer composer;
+  H264Decoder decoder;
+  testing::Luma shown;
+  std::uint32_t number = 0;
+};
+
+TEST(ReconstructionTest, IsWhatTheNextPictureRefersTo) { EXPECT_TRUE(reconstructionIsReference()); }
+
+/// At the finest and the coarsest, in the middle and at every edge.
+TEST_F(PictureComposerTest, ShowsWhatTheEncoderTakesItToShow) {
+  std::mt19937 random(1);
+  for (int i = 0; i < 400; ++i) {
+    screen.goOn();
+    compose(11 + static_cast<int>(random() % 41));
+    ASSERT_TRUE(isExact()) << "picture " << i;
+    ASSERT_TRUE(bordersAreRight()) << "picture " << i;
+  }
+}
+
+/// The encoder goes on from what was composed as if it had made it.
+TEST_F(PictureComposerTest, IsReferredToByThePicturesOfTheEncoder) {
+  for (int i = 0; i < 30; ++i) {
+    screen.goOn();
+    compose(14);
+  }
+  std::vector<std::uint8_t> marks(unchanged().size(), 0);
+  X264Encoder::Request request;
+  request.quantiser = 30;
+  request.unchanged = &marks;
+  const auto units = encoder.encode(*screen.image(), request);
+  ASSERT_TRUE(units);
+  EXPECT_LT(units->size(), 40U) << "nothing has changed since";
+}
+
+TEST_F(PictureComposerTest, CostsWhatHasChanged) {
+  screen.goOn();
+  const auto image = screen.image();
+  std::vector<std::uint8_t> marks(unchanged().size(), X264Encoder::unchangedMark());
+  marks[40] = 0;
+  const auto units = composer.compose(*image, encoder.reconstruction(),
+                                      {changedRuns(marks, across()), marks, 30, 1});
+  ASSERT_TRUE(units);
+  EXPECT_LE(h264::unitsOf(*units).size(), 3U);
+  EXPECT_LT(units->size(), 400U) << "one macroblock, and two that skip";
+}
+
+TEST_F(PictureComposerTest, HasAsManySlicesAsPlannedAtMost) {
+  for (int i = 0; i < 200; ++i) {
+    screen.goOn();
+    const auto runs = changedRuns(unchanged(), across()).size();
+    EXPECT_LE(h264::unitsOf(compose()).size(), 2 * runs + 1);
+  }
+}
+
+TEST_F(PictureComposerTest, IsGivenUpWithAnotherSyntax) {
+  h264::SliceSyntax other = syntax;
+  other.initialQuantiser += 1;
+  PictureComposer stranger(settings, other);
+  const std::vector<std::uint8_t> marks(unchanged().size(), 0);
+  const auto before = *encoder.reconstruction().lumaAt(5, 5);
+  EXPECT_FALSE(stranger.compose(*screen.image(), encoder.reconstruction(),
+                                {changedRuns(marks, across()), marks, 30, 1}));
+  EXPECT_EQ(*encoder.reconstruction().lumaAt(5, 5), before);
+}
+
+class OddSizesTest : public ::testing::TestWithParam<PixelSize> {};
+
+class OddPicture : public PictureComposerTest {
+ public:
+  explicit OddPicture(PixelSize pixels) : PictureComposerTest(pixels) {}
+  void TestBody() override {
+    for (int i = 0; i < 60; ++i) {
+      screen.goOn();
+      compose();
+      ASSERT_TRUE(isExact()) << size.width << "x" << size.height << ", picture " << i;
+    }
+  }
+};
+
+TEST_P(OddSizesTest, AreExactToo) { OddPicture(GetParam()).TestBody(); }
+
+INSTANTIATE_TEST_SUITE_P(, OddSizesTest,
+                         ::testing::Values(PixelSize{16, 16}, PixelSize{18, 34}, PixelSize{34, 18},
+                                           PixelSize{130, 16}, PixelSize{16, 130},
+                                           PixelSize{1366, 62}, PixelSize{510, 34}));
+
+}  // namespace
+}  // namespace vesk::picture::composed
