@@ -56,6 +56,7 @@ TEST_F(DecodersTest, SeeTypingAlike) {
   RecordedStream stream({.content = "typing", .kilobitsPerSecond = 1000, .picturesToKeyFrame = 50});
   stream.record(120);
   EXPECT_GT(stream.skips(), 30);
+  EXPECT_GT(stream.composed(), 30);
   expectSeenAlike(stream);
 }
 

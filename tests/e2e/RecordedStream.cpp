@@ -131,6 +131,11 @@ int RecordedStream::skips() const {
       std::ranges::count_if(units_, [](const Unit& unit) { return unit.size() <= most; }));
 }
 
+int RecordedStream::composed() const {
+  return static_cast<int>(std::ranges::count_if(
+      units_, [](const Unit& unit) { return !isKeyFrame(unit) && nalUnits(unit).size() > 1; }));
+}
+
 int RecordedStream::kindsOfParameterSets() const {
   std::set<Unit> different;
   for (const auto& unit : units_) {

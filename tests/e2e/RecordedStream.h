@@ -48,6 +48,8 @@ class RecordedStream {
   int confusedKeyFrames() const;
   /// Pictures that only show the one before once more.
   int skips() const;
+  /// Pictures that were put together from slices.
+  int composed() const;
   /// The different parameter sets that its key frames bring along: as many encoders took part.
   int kindsOfParameterSets() const;
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "capture/annexB.h"
+#include "platform/linux/picture/h264/units.h"
 #include "support/H264Decoder.h"
 #include "support/PaintedImages.h"
 
@@ -86,6 +87,38 @@ TEST_F(ScreenEncoderTest, SendsAHandfulOfBytesForAPictureWithoutAChange) {
   encode(true);
   for (int i = 0; i < 60; ++i) encode();
   EXPECT_LE(encode(), 16U);
+}
+
+int slicesOf(const EncodedSample& sample) {
+  return sample.data ? static_cast<int>(h264::unitsOf(*sample.data).size()) : 0;
+}
+
+/// A letter comes in slices of its own; a decoder that cannot take these gets whole pictures.
+TEST_F(ScreenEncoderTest, ComposesAPictureWithALetterUnlessToldNotTo) {
+  auto settings = settingsFor({1280, 720});
+  for (const bool composes : {true, false}) {
+    settings.composes = composes;
+    ScreenEncoder other(settings);
+    HostTime now = time;
+    const auto next = [&] { return other.encode(*screen.image(), now += 33'333'333ns, false); };
+    for (int i = 0; i < 60; ++i) next();
+    screen.next();
+    screen.text(640, 320, 8, 16);
+    const auto letter = next();
+    ASSERT_TRUE(letter);
+    EXPECT_EQ(slicesOf(*letter) > 1, composes);
+  }
+}
+
+/// After one that has come in slices, the key frame before is not what is seen any more.
+TEST_F(ScreenEncoderTest, RepeatsNoKeyFrameFromBeforeAComposedPicture) {
+  encode(true);
+  for (int i = 0; i < 60; ++i) encode();
+  screen.next();
+  screen.flat(640, 320, 64, 64);
+  encode();
+  encode(true);
+  EXPECT_LT(meanError(640, 64), 3);
 }
 
 TEST_F(ScreenEncoderTest, TakesNoImageOfAnotherSize) {

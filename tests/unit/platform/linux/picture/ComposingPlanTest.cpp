@@ -1,0 +1,152 @@
+#include <gtest/gtest.h>
+
+#include "platform/linux/picture/PicturePlan.h"
+
+namespace vesk::picture {
+namespace {
+
+using namespace std::chrono_literals;
+using Action = PicturePlan::Action;
+using Decision = PicturePlan::Decision;
+using Tick = PicturePlan::Tick;
+
+constexpr std::size_t macroblocks = 8160;
+constexpr std::int64_t rate = 4'000'000;
+constexpr double keyBits = 2'000'000;
+
+/// After a key frame of a page that takes half a second of the link.
+class ComposingPlanTest : public ::testing::Test {
+ protected:
+  ComposingPlanTest() {
+    Tick first = tick(0, 0);
+    first.keyFrame = true;
+    Decision key = plan.next(first);
+    while (const auto other = plan.instead(key, keyBits)) key = *other;
+    plan.sent(key, keyBits, 30);
+    quantiser = key.quantiser;
+  }
+
+  static Tick tick(std::size_t changed, std::size_t pieces) {
+    Tick next;
+    next.changed = changed;
+    next.pieces = pieces;
+    next.mostPieces = 60;
+    next.elapsed = 33'333'333ns;
+    next.untilKey = 3s;
+    next.bitRate = rate;
+    return next;
+  }
+
+  /// Nothing but skipped pictures, until the link has taken all but so much of what was sent.
+  void drain(double secondsLeft) {
+    for (double waiting = keyBits / rate; waiting > secondsLeft; waiting -= 1.0 / 30) {
+      Tick still = tick(0, 0);
+      plan.sent(plan.next(still), 88, 0);
+    }
+  }
+
+  Tick coarse(std::size_t changed = 0, std::size_t pieces = 0) const {
+    Tick next = tick(changed, pieces);
+    next.coarse = macroblocks - changed;
+    next.coarseQuantiser = quantiser;
+    return next;
+  }
+
+  PicturePlan plan{macroblocks, 783'000.0 * 8, {}};
+  int quantiser = 0;
+};
+
+TEST_F(ComposingPlanTest, ComposesASmallChange) {
+  drain(0);
+  const auto decision = plan.next(tick(4, 2));
+  EXPECT_EQ(decision.action, Action::encode);
+  EXPECT_TRUE(decision.composed);
+}
+
+TEST_F(ComposingPlanTest, ComposesNothingFromTooManyPieces) {
+  drain(0);
+  EXPECT_TRUE(plan.next(tick(200, 60)).composed);
+  EXPECT_FALSE(plan.next(tick(200, 61)).composed);
+}
+
+TEST_F(ComposingPlanTest, ComposesNothingWhereAStreamMayHaveNoPieces) {
+  drain(0);
+  Tick one = tick(1, 1);
+  one.mostPieces = 0;
+  EXPECT_FALSE(plan.next(one).composed);
+}
+
+TEST_F(ComposingPlanTest, EncodesAsAWholeWhatIsLarge) {
+  drain(0);
+  plan.sent(plan.next(tick(macroblocks / 4, 20)), 10'000, 0);  // behind a key frame all is searched
+  EXPECT_TRUE(plan.next(tick(macroblocks / 4, 20)).composed);
+  EXPECT_FALSE(plan.next(tick(macroblocks / 4 + 1, 20)).composed);
+}
+
+/// What has moved since is far away.
+TEST_F(ComposingPlanTest, SearchesTheWholeBehindAKeyFrame) {
+  const auto decision = plan.next(tick(macroblocks / 4, 20));
+  EXPECT_TRUE(decision.searchesFar || decision.action == Action::hold);
+  EXPECT_FALSE(decision.composed);
+}
+
+TEST_F(ComposingPlanTest, ComposesNoKeyFrame) {
+  Tick key = tick(1, 1);
+  key.keyFrame = true;
+  EXPECT_FALSE(plan.next(key).composed);
+  drain(0);
+  const auto decision = plan.next(tick(900, 20));
+  ASSERT_TRUE(decision.composed);
+  const auto other = plan.instead(decision, 7'000'000);
+  ASSERT_TRUE(other) << "much too large";
+  EXPECT_TRUE(other->keyFrame);
+  EXPECT_FALSE(other->composed);
+}
+
+/// Pieces cost what they are worth, so there is no need to wait until many are due.
+TEST_F(ComposingPlanTest, MakesAPageBetterInSmallPortions) {
+  drain(0.2);
+  const auto decision = plan.next(coarse());
+  EXPECT_TRUE(decision.composed);
+  EXPECT_GT(decision.refined, 0U);
+  EXPECT_LE(decision.refined, 30 * PicturePlan::composedPiece) << "half of the pieces, and full";
+  Tick whole = coarse();
+  whole.mostPieces = 0;
+  EXPECT_EQ(plan.next(whole).action, Action::skip) << "each costs as much as a whole picture";
+  drain(0);
+  const auto large = plan.next(whole);
+  EXPECT_EQ(large.action, Action::encode);
+  EXPECT_GT(large.refined, decision.refined);
+}
+
+TEST_F(ComposingPlanTest, MakesAsMuchBetterBesidesAChangeAsThereArePiecesLeft) {
+  drain(0);
+  const auto few = plan.next(coarse(10, 56));
+  EXPECT_TRUE(few.composed);
+  EXPECT_LE(few.refined, 2 * PicturePlan::composedPiece);
+  const auto nearlyAll = plan.next(coarse(macroblocks / 4 - 10, 4));
+  EXPECT_LE(nearlyAll.refined, 10U);
+}
+
+/// Small portions together tell what the rest will take.
+TEST_F(ComposingPlanTest, LearnsFromPortions) {
+  drain(0);
+  const auto planned = [&] {
+    const auto decision = plan.next(coarse());
+    return decision.wantedBits / static_cast<double>(decision.refined);
+  };
+  const double before = planned();
+  for (int i = 0; i < 12; ++i) {
+    const auto decision = plan.next(coarse());
+    if (decision.action != Action::encode) {
+      plan.sent(decision, 88, 0);
+      continue;
+    }
+    plan.sent(decision, decision.wantedBits / 3, 0);
+  }
+  for (int i = 0; i < 30; ++i) plan.sent(plan.next(tick(0, 0)), 88, 0);
+  EXPECT_LT(planned(), before) << "a third of what was expected";
+}
+
+}  // namespace
+}  // namespace vesk::picture
