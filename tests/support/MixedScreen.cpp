@@ -138,7 +138,7 @@ void MixedScreen::scroll() {
   const int distance = std::min(1 + below(1 + below(60)), area.height - 1);
   const bool up = below(2) == 0;
   const auto before = copyOf(*image_);
-  const picture::PlanesView from = before->planes();
+  const picture::PlanesView from = before->planes().view();
   const picture::Planes to = image_->planes();
   for (int row = 0; row + distance < area.height; ++row) {
     const int source = area.y + (up ? row + distance : row);

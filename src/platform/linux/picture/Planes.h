@@ -24,7 +24,7 @@ struct PlanesOf {
     return {lumaAt(x, y), chromaAt(x, y), lumaStride, chromaStride};
   }
 
-  operator PlanesOf<const Byte>() const { return {luma, chroma, lumaStride, chromaStride}; }
+  PlanesOf<const Byte> view() const { return {luma, chroma, lumaStride, chromaStride}; }
 };
 
 using Planes = PlanesOf<std::uint8_t>;

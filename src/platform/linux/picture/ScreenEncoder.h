@@ -45,7 +45,7 @@ class ScreenEncoder {
   std::optional<EncodedSample> encode(const Nv12Image& image, HostTime time, bool forceKeyFrame);
 
   /// The last picture as a decoder has it; valid until the next one.
-  PlanesView reconstruction() const { return encoder_.reconstruction(); }
+  PlanesView reconstruction() const { return encoder_.reconstruction().view(); }
 
  private:
   using Bytes = std::vector<std::byte>;

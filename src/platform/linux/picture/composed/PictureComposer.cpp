@@ -56,16 +56,17 @@ std::optional<h264::Bytes> PictureComposer::compose(const Nv12Image& image,
   for (const Run& window : windows) {
     TinyEncoder* encoder = encoderOf(window.count);
     if (encoder == nullptr) return std::nullopt;
-    const auto data =
-        encoder->encode(image, reconstruction, {window, request.unchanged, request.quantiser});
+    const auto data = encoder->encode(image, reconstruction.view(),
+                                      {window, request.unchanged, request.quantiser});
     if (!data) return std::nullopt;
     // Every window refers to the picture before, so that is not touched until all are done.
     results_.resize(results_.size() + bytesOf(window));
-    const Planes result = planesOf(results_.data() + results_.size() - bytesOf(window), window.count);
-    copyMacroblocks(encoder->reconstruction(), result, {window.count, 1});
+    const Planes result =
+        planesOf(results_.data() + results_.size() - bytesOf(window), window.count);
+    copyMacroblocks(encoder->reconstruction().view(), result, {window.count, 1});
     const int last = (window.count - 1) * macroblockEdge;
-    const bool endsEncoded =
-        !sameMacroblock(result.from(last, 0), placeIn(reconstruction, window).from(last, 0));
+    const bool endsEncoded = !sameMacroblock(result.from(last, 0).view(),
+                                             placeIn(reconstruction, window).from(last, 0).view());
     picture.add(
         {static_cast<std::uint32_t>(window.row) * across + static_cast<std::uint32_t>(window.first),
          static_cast<std::uint32_t>(window.count), endsEncoded},
@@ -85,7 +86,7 @@ void PictureComposer::layInto(const Planes& reconstruction, std::span<const Run>
   std::uint8_t* result = results_.data();
   bool atEdge = false;
   for (const Run& window : windows) {
-    copyMacroblocks(planesOf(result, window.count), placeIn(reconstruction, window),
+    copyMacroblocks(planesOf(result, window.count).view(), placeIn(reconstruction, window),
                     {window.count, 1});
     result += bytesOf(window);
     atEdge = atEdge || window.first == 0 || window.end() == extent_.across || window.row == 0 ||

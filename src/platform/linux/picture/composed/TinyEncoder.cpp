@@ -28,7 +28,7 @@ void copyPixels(const std::uint8_t* from, int there, int count, std::uint8_t* to
 TinyEncoder::TinyEncoder(const X264Settings& like, int macroblocks)
     : count_(macroblocks),
       encoder_(settingsOf(like, macroblocks)),
-      pixels_({macroblocks * macroblockEdge, macroblockEdge}),
+      pixels_({std::int64_t{macroblocks} * macroblockEdge, macroblockEdge}),
       unchanged_(static_cast<std::size_t>(macroblocks)) {
   if (!encoder_ || encoder_.parameterSets().size() != 2) return;
   // Another picture must have been there before one that refers to it.

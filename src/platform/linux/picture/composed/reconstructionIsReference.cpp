@@ -37,7 +37,7 @@ bool reconstructionIsReference() {
   if (!encoder || !encoder.encode(image, request)) return false;
 
   fillWithNoise(image.planes());
-  copyMacroblocks(image.planes(), encoder.reconstruction(), extent);
+  copyMacroblocks(image.planes().view(), encoder.reconstruction(), extent);
   restoreBorder(encoder.reconstruction(), extent);
   request.keyFrame = false;
   request.quantiser = settings.quantisers.finest;

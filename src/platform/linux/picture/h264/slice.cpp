@@ -61,7 +61,8 @@ std::optional<SliceData> sliceData(ByteView unit, const SliceSyntax& syntax) {
   BitReader reader(data.raw);
   if (reader.bits(8) != referenceSlice) return std::nullopt;
   reader.ue();  // first macroblock
-  const auto type = reader.ue();
+  constexpr std::uint32_t moreThanAny = 10;
+  const std::uint32_t type = reader.ue().value_or(moreThanAny);
   if (type != thisSliceIsP && type != everySliceIsP) return std::nullopt;
   const auto quantiser = quantiserOf(reader, syntax);
   const auto end = stopBit(data.raw);
