@@ -44,6 +44,10 @@ void BitWriter::ue(std::uint32_t value) {
   bits(value + 1, width);
 }
 
+void BitWriter::se(std::int32_t value) {
+  ue(static_cast<std::uint32_t>(value > 0 ? 2 * value - 1 : -2 * value));
+}
+
 Bytes BitWriter::finished() {
   bits(1, 1);
   used_ = 0;

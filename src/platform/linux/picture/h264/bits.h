@@ -37,6 +37,9 @@ class BitWriter {
   void bits(std::uint32_t value, unsigned count);
   void ue(std::uint32_t value);
 
+  /// A signed Exp-Golomb number.
+  void se(std::int32_t value);
+
   /// Ends the sequence with its stop bit and zeros up to the next whole byte.
   Bytes finished();
 

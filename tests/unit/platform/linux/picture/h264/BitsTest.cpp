@@ -47,6 +47,15 @@ TEST(BitWriterTest, WritesWhatTheReaderReads) {
   EXPECT_EQ(reader.bits(1), 1U) << "the stop bit";
 }
 
+TEST(BitWriterTest, WritesSignedNumbersTheSmallestFirst) {
+  BitWriter writer;
+  for (const int number : {0, 1, -1, 2, -2, 2044, -2044}) writer.se(number);
+  const Bytes written = writer.finished();
+  BitReader reader(written);
+  for (const std::uint32_t number : {0U, 1U, 2U, 3U, 4U, 4087U, 4088U})
+    EXPECT_EQ(reader.ue(), number);
+}
+
 TEST(EmulationPreventionTest, KeepsPayloadsFromLookingLikeStartCodes) {
   EXPECT_EQ(escaped(bytes({0x41, 0, 0, 1, 0, 0, 0, 0, 0, 3, 0, 0, 4})),
             bytes({0x41, 0, 0, 3, 1, 0, 0, 3, 0, 0, 3, 0, 3, 0, 0, 4}));
