@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
 
 namespace vesk::picture::composed {
@@ -13,23 +14,41 @@ struct Plane {
   int stride;
 };
 
-bool isSamePlane(const Plane& plane, const Origin& origin, int width, int height) {
-  std::array<std::uint8_t, macroblockEdge> kept{};
-  const std::uint8_t* before = plane.before;
+/// Mostly, colours that lie on other samples differ by less.
+constexpr int mostFaded = 48;
+
+bool isSamePlane(const Plane& plane, std::ptrdiff_t origin, int width, int height) {
+  const std::uint8_t* before = plane.before + origin;
   const std::uint8_t* now = plane.now;
   for (int y = 0; y < height; ++y, before += plane.stride, now += plane.stride) {
-    const std::uint8_t* came = before + origin.first;
-    if (origin.isBetween()) {
-      fetch(before, origin, width, kept.data());
-      came = kept.data();
-    }
     // The length that nearly all have is told to the compiler.
     const bool same = width == macroblockEdge
-                          ? std::memcmp(came, now, macroblockEdge) == 0
-                          : std::memcmp(came, now, static_cast<std::size_t>(width)) == 0;
+                          ? std::memcmp(before, now, macroblockEdge) == 0
+                          : std::memcmp(before, now, static_cast<std::size_t>(width)) == 0;
     if (!same) return false;
   }
   return true;
+}
+
+int largestDifference(const std::uint8_t* one, const std::uint8_t* other, int count) {
+  int largest = 0;
+  for (int i = 0; i < count; ++i) largest = std::max(largest, std::abs(one[i] - other[i]));
+  return largest;
+}
+
+/// The same of what lies between the samples.
+Likeness likenessBetween(const Plane& plane, const Origin& origin, int width, int height) {
+  std::array<std::uint8_t, macroblockEdge> came{};
+  const std::uint8_t* before = plane.before;
+  const std::uint8_t* now = plane.now;
+  Likeness likeness = Likeness::same;
+  for (int y = 0; y < height; ++y, before += plane.stride, now += plane.stride) {
+    fetch(before, origin, width, came.data());
+    if (std::memcmp(came.data(), now, static_cast<std::size_t>(width)) == 0) continue;
+    if (largestDifference(came.data(), now, width) > mostFaded) return Likeness::none;
+    likeness = Likeness::faded;
+  }
+  return likeness;
 }
 
 }  // namespace
@@ -41,7 +60,7 @@ BlockComparison::BlockComparison(const Nv12Image& before, const Nv12Image& now, 
       luma_(lumaOrigin(shift, now.stride())),
       chroma_(chromaOrigin(shift, now.stride())) {}
 
-bool BlockComparison::isSame(int row, int column) const {
+Likeness BlockComparison::likeness(int row, int column) const {
   const int pictureWidth = static_cast<int>(now_.size().width);
   const int pictureHeight = static_cast<int>(now_.size().height);
   const int x = column * macroblockEdge;
@@ -51,13 +70,15 @@ bool BlockComparison::isSame(int row, int column) const {
   const int fromX = x - shift_.right;
   const int fromY = y - shift_.down;
   if (fromX < 0 || fromY < 0 || fromX + width > pictureWidth || fromY + height > pictureHeight)
-    return false;
+    return Likeness::none;
 
   const int stride = now_.stride();
   const auto at = [&](int line) { return static_cast<std::ptrdiff_t>(line) * stride + x; };
-  return isSamePlane({before_.luma() + at(y), now_.luma() + at(y), stride}, luma_, width, height) &&
-         isSamePlane({before_.chroma() + at(y / 2), now_.chroma() + at(y / 2), stride}, chroma_,
-                     width, height / 2);
+  const Plane luma{before_.luma() + at(y), now_.luma() + at(y), stride};
+  if (!isSamePlane(luma, luma_.first, width, height)) return Likeness::none;
+  const Plane chroma{before_.chroma() + at(y / 2), now_.chroma() + at(y / 2), stride};
+  if (chroma_.isBetween()) return likenessBetween(chroma, chroma_, width, height / 2);
+  return isSamePlane(chroma, chroma_.first, width, height / 2) ? Likeness::same : Likeness::none;
 }
 
 }  // namespace vesk::picture::composed

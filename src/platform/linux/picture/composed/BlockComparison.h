@@ -5,8 +5,14 @@
 
 namespace vesk::picture::composed {
 
-/// Compares the macroblocks of an image with what was somewhere else in the one before. They are
-/// the same only if every sample is, or else small errors would grow with each picture of a scroll.
+/// How much a macroblock is like what it is compared with.
+enum class Likeness {
+  none,
+  faded,  ///< it lies between the samples of the colours, which are others there, but not much
+  same,   ///< every sample is
+};
+
+/// Compares the macroblocks of an image with what was somewhere else in the one before.
 ///
 /// Thread: one at a time. Owns: nothing; both images, of one size, outlive it. Fails: never.
 class BlockComparison {
@@ -15,8 +21,10 @@ class BlockComparison {
 
   const Shift& shift() const { return shift_; }
 
-  /// Never where it would have come from outside of what is seen.
-  bool isSame(int row, int column) const;
+  /// None where it would have come from outside of what is seen.
+  Likeness likeness(int row, int column) const;
+
+  bool isSame(int row, int column) const { return likeness(row, column) == Likeness::same; }
 
  private:
   const Nv12Image& before_;

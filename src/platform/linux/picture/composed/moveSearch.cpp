@@ -5,6 +5,7 @@
 
 #include "platform/linux/picture/composed/BlockComparison.h"
 #include "platform/linux/picture/composed/Pattern.h"
+#include "platform/linux/picture/composed/movedQuantisers.h"
 
 namespace vesk::picture::composed {
 namespace {
@@ -29,6 +30,9 @@ constexpr int clearLead = 4;
 /// Of distances that are looked at, so many macroblocks tell which is the best.
 constexpr std::size_t samples = 64;
 constexpr std::size_t mostDistances = 3;
+
+/// Colours that have faded as often as this are smeared over a row and a half.
+constexpr std::uint8_t oftenFaded = 3;
 
 /// Not by even steps, which would follow one column of a rectangle: each number falls into the
 /// largest gap between those before it.
@@ -69,9 +73,10 @@ class Candidates {
 /// One search. Thread: one. Owns: what it has found out so far. Fails: never.
 class Search {
  public:
-  Search(const Nv12Image& before, const Nv12Image& now)
+  Search(const Nv12Image& before, const Nv12Image& now, const MoveLimits& limits)
       : before_(before),
         now_(now),
+        limits_(limits),
         across_(macroblocksAcross(now.size().width)),
         down_(macroblocksAcross(now.size().height)),
         stayed_(before, now, {}) {
@@ -80,15 +85,15 @@ class Search {
     }
   }
 
-  std::optional<FoundMove> result(const MoveLimits& limits) const {
+  std::optional<FoundMove> result() const {
     if (changed_.size() < fewestMoved) return std::nullopt;
-    const auto shift = best(candidates(limits.farthest), limits.mostLeft);
+    const auto shift = best(candidates());
     if (!shift) return std::nullopt;
-    return follow(*shift, limits.mostLeft);
+    return follow(*shift);
   }
 
  private:
-  Candidates candidates(int farthest) const {
+  Candidates candidates() const {
     Candidates candidates;
     std::size_t found = 0;
     for (std::size_t part = 0; part < mostPatterns; ++part) {
@@ -97,7 +102,7 @@ class Search {
       const auto pattern = choosePattern(part);
       if (!pattern) continue;
       ++found;
-      candidates.vote(pattern->shifts(farthest));
+      candidates.vote(pattern->shifts(limits_.farthest));
       if (candidates.lead() >= clearLead) break;
     }
     return candidates;
@@ -117,9 +122,9 @@ class Search {
     return std::nullopt;
   }
 
-  std::optional<Shift> best(const Candidates& candidates, std::size_t mostLeft) const {
+  std::optional<Shift> best(const Candidates& candidates) const {
     // Samples may err by as much again.
-    const std::size_t mostOfSamples = 2 * mostLeft * samples / changed_.size();
+    const std::size_t mostOfSamples = 2 * limits_.mostLeft * samples / changed_.size();
     std::optional<Shift> best;
     std::size_t most = 0;
     std::size_t looked = 0;
@@ -130,7 +135,7 @@ class Search {
       std::size_t left = 0;
       for (std::size_t i = 0; i < samples; ++i) {
         const int at = changed_[spread(i, changed_.size())];
-        if (!hasStayed(at)) ++(hasCome(came, at) ? moved : left);
+        if (!hasStayed(at)) ++(coming(came, at) != Likeness::none ? moved : left);
       }
       if (moved <= most || left > mostOfSamples) continue;
       most = moved;
@@ -139,27 +144,44 @@ class Search {
     return best;
   }
 
-  std::optional<FoundMove> follow(const Shift& shift, std::size_t mostLeft) const {
+  std::optional<FoundMove> follow(const Shift& shift) const {
     const BlockComparison came(before_, now_, shift);
-    FoundMove found{{across_, std::vector<std::uint8_t>(now_.changedAt.size()), shift},
-                    std::vector<std::uint8_t>(now_.changedAt.size())};
+    const std::vector<std::uint8_t> none(now_.changedAt.size());
+    FoundMove found{{across_, none, shift}, none, fadedBefore()};
     std::size_t needed = 0;  // that would be left without the move
     for (const int at : changed_) {
+      const Likeness likeness = coming(came, at);
+      const bool isSame = likeness == Likeness::same;
+      const bool beside = hasMovedNeighbour(found.moved, at);
       // Flat ground is the same either way, and then goes with its neighbours.
-      const bool isKnown = needed >= fewestMoved && hasMovedNeighbour(found.moved, at);
-      const bool moved = hasCome(came, at);
-      const bool stayed = (!moved || !isKnown) && hasStayed(at);
-      if (moved && !stayed) ++needed;
-      if (moved && (!stayed || hasMovedNeighbour(found.moved, at))) {
-        found.moved.marks[static_cast<std::size_t>(at)] = 1;
-        ++found.movedCount;
+      const bool stayed = !(isSame && beside && needed >= fewestMoved) && hasStayed(at);
+      if (stayed ? isSame && beside : likeness != Likeness::none) {
+        if (!stayed) ++needed;
+        move(found, at, likeness);
       } else if (!stayed) {
         found.left[static_cast<std::size_t>(at)] = 1;
-        if (++found.leftCount > mostLeft) return std::nullopt;
+        if (++found.leftCount > limits_.mostLeft) return std::nullopt;
       }
     }
     if (needed < fewestMoved) return std::nullopt;
     return found;
+  }
+
+  std::vector<std::uint8_t> fadedBefore() const {
+    return limits_.faded != nullptr ? *limits_.faded : std::vector<std::uint8_t>{};
+  }
+
+  void move(FoundMove& found, int at, Likeness likeness) const {
+    const auto place = static_cast<std::size_t>(at);
+    found.moved.marks[place] = 1;
+    ++found.movedCount;
+    if (limits_.faded == nullptr) return;
+    const int more = likeness == Likeness::faded ? 1 : 0;
+    found.faded[place] = static_cast<std::uint8_t>(fadedAtOrigin(at, found.moved.shift) + more);
+  }
+
+  int fadedAtOrigin(int at, const Shift& shift) const {
+    return largestAtOrigin(*limits_.faded, across_, at / across_, at % across_, shift);
   }
 
   bool hasMovedNeighbour(const MovedBlocks& moved, int at) const {
@@ -169,16 +191,22 @@ class Search {
            (row > 0 && moved.isMoved(row - 1, column));
   }
 
-  bool hasCome(const BlockComparison& came, int at) const {
+  /// How much it is like what it would have come from, if that may be.
+  Likeness coming(const BlockComparison& came, int at) const {
     const int row = at / across_;
     const int column = at % across_;
-    return comesFromInside(row, column, came.shift(), across_, down_) && came.isSame(row, column);
+    if (!comesFromInside(row, column, came.shift(), across_, down_)) return Likeness::none;
+    const Likeness likeness = came.likeness(row, column);
+    if (likeness != Likeness::faded) return likeness;
+    const bool may = limits_.faded != nullptr && fadedAtOrigin(at, came.shift()) < oftenFaded;
+    return may ? likeness : Likeness::none;
   }
 
   bool hasStayed(int at) const { return stayed_.isSame(at / across_, at % across_); }
 
   const Nv12Image& before_;
   const Nv12Image& now_;
+  MoveLimits limits_;
   int across_;
   int down_;
   BlockComparison stayed_;
@@ -189,7 +217,7 @@ class Search {
 
 std::optional<FoundMove> findMove(const Nv12Image& before, const Nv12Image& now,
                                   const MoveLimits& limits) {
-  return Search(before, now).result(limits);
+  return Search(before, now, limits).result();
 }
 
 }  // namespace vesk::picture::composed

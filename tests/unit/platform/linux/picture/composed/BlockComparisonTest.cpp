@@ -92,6 +92,23 @@ TEST_F(BlockComparisonTest, SeesASingleSampleThatDiffers) {
   }
 }
 
+TEST_F(BlockComparisonTest, LetsColoursFadeALittleBetweenTheirSamples) {
+  for (const Shift by : {Shift{0, 5}, {-3, 0}}) {
+    move(by);
+    std::uint8_t& sample = now_.chroma()[9 * now_.stride() + 20];
+    const int away = sample < 128 ? 1 : -1;
+    const BlockComparison comparison(before_, now_, by);
+    EXPECT_EQ(comparison.likeness(1, 1), Likeness::same);
+    sample = static_cast<std::uint8_t>(sample + away * 48);
+    EXPECT_EQ(comparison.likeness(1, 1), Likeness::faded);
+    sample = static_cast<std::uint8_t>(sample + away);
+    EXPECT_EQ(comparison.likeness(1, 1), Likeness::none);
+  }
+  move({0, 4});
+  now_.chroma()[9 * now_.stride() + 20] ^= 1;
+  EXPECT_EQ(BlockComparison(before_, now_, {0, 4}).likeness(1, 1), Likeness::none);
+}
+
 TEST_F(BlockComparisonTest, TakesNothingFromBeyondTheEdges) {
   for (const Shift by : {Shift{2, 2}, {-2, -2}, {1, 1}, {-1, -1}}) {
     move(by);

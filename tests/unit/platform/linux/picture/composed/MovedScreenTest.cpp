@@ -12,10 +12,15 @@ namespace {
 constexpr int width = 1280;
 constexpr int height = 720;
 
+constexpr std::size_t macroblocks = 80 * 45;
+
+/// Per macroblock.
+using Counts = std::vector<std::uint8_t>;
+
 /// A screen full of something like text in colours, and its images.
 class MovedScreenTest : public ::testing::Test {
  protected:
-  MovedScreenTest() : before_(painter_.paint(bytes(), stride, {{0, 0, width, height}})) {}
+  MovedScreenTest() { before_ = painter_.paint(bytes(), stride, {{0, 0, width, height}}); }
 
   /// Moves what is in a rectangle within it, and paints what comes into sight.
   void scroll(const PixelRect& rect, const Shift& by) {
@@ -30,7 +35,13 @@ class MovedScreenTest : public ::testing::Test {
     now_ = painter_.paint(bytes(), stride, {rect});
   }
 
-  std::optional<FoundMove> found() const { return findMove(*before_, *now_, {511, 2000}); }
+  /// What is found, when colours may not fade, or have faded so often everywhere.
+  std::optional<FoundMove> found(const Counts* faded = nullptr) const {
+    return findMove(*before_, *now_, {511, 2000, faded});
+  }
+
+  std::shared_ptr<const Nv12Image> before_;
+  std::shared_ptr<const Nv12Image> now_;
 
  private:
   static constexpr int stride = width * 4;
@@ -62,8 +73,6 @@ class MovedScreenTest : public ::testing::Test {
 
   std::vector<std::uint32_t> pixels_ = page();
   ImagePainter painter_{{width, height}, {width, height}};
-  std::shared_ptr<const Nv12Image> before_;
-  std::shared_ptr<const Nv12Image> now_;
 };
 
 /// Some rows and columns are left at the edges, besides what has come into sight.
@@ -97,6 +106,48 @@ TEST_F(MovedScreenTest, IsNotTheSameBetweenTheSamplesOfItsColours) {
   scroll({160, 96, 960, 512}, {0, -17});
   const auto move = found();
   EXPECT_TRUE(!move || move->leftCount > move->movedCount);
+}
+
+TEST_F(MovedScreenTest, FadesBetweenTheSamplesOfItsColoursWhereItMay) {
+  for (const Shift by : {Shift{0, -17}, {-35, 0}, {21, -13}}) {
+    scroll({160, 96, 960, 512}, by);
+    const Counts never(macroblocks);
+    const auto move = found(&never);
+    ASSERT_TRUE(move);
+    EXPECT_EQ(move->moved.shift, by);
+    EXPECT_LE(move->leftCount, 4U * 60U);
+    std::size_t faded = 0;
+    for (std::size_t at = 0; at < macroblocks; ++at) {
+      EXPECT_LE(move->faded[at], move->moved.marks[at]);
+      faded += move->faded[at];
+    }
+    EXPECT_GT(faded, move->movedCount / 2);
+    before_ = now_;
+  }
+}
+
+TEST_F(MovedScreenTest, FadesNoMoreThanThreeTimes) {
+  scroll({160, 96, 960, 512}, {0, -17});
+  const Counts twice(macroblocks, 2);
+  const auto move = found(&twice);
+  ASSERT_TRUE(move);
+  EXPECT_EQ(std::ranges::max(move->faded), 3);
+  EXPECT_EQ(std::ranges::min(move->faded), 2);
+
+  const Counts often(macroblocks, 3);
+  const auto none = found(&often);
+  EXPECT_TRUE(!none || none->leftCount > none->movedCount);
+}
+
+TEST_F(MovedScreenTest, TakesWhatHasFadedAlong) {
+  scroll({160, 96, 960, 512}, {0, -32});
+  Counts faded(macroblocks);
+  faded[20 * 80 + 30] = 2;
+  const auto move = found(&faded);
+  ASSERT_TRUE(move);
+  EXPECT_EQ(move->faded[18 * 80 + 30], 2);
+  EXPECT_EQ(move->faded[20 * 80 + 30], 0);
+  EXPECT_EQ(std::ranges::count(move->faded, 0), static_cast<std::ptrdiff_t>(macroblocks) - 1);
 }
 
 }  // namespace
