@@ -38,7 +38,7 @@ class Noise {
   static constexpr int height = down * macroblockEdge - 8;
 
   explicit Noise(unsigned seed) {
-    const X264Encoder encoder(X264Settings{.width = width, .height = height, .level = 40});
+    const X264Encoder encoder(settings());
     sets_ = encoder.parameterSets();
     syntax_ = *h264::sliceSyntax(sets_.at(0), sets_.at(1));
     std::mt19937 random(seed);
@@ -46,16 +46,23 @@ class Noise {
     for (auto& value : chroma_) value = static_cast<std::uint8_t>(random());
   }
 
+  static X264Settings settings() { return {.width = width, .height = height, .level = 40}; }
+
   /// The picture as it is: its samples, one by one.
   Bytes keyFrame() {
-    Bytes stream;
-    for (const auto& set : sets_) append(stream, set);
+    Bytes stream = parameterSets();
     BitWriter writer = slice(0x65, 0, 7);
     writer.ue(0);       // which key frame
     writer.bits(0, 2);  // shown in order, not kept for longer
     endHeader(writer);
     for (int at = 0; at < across * down; ++at) writeSamples(writer, at);
     append(stream, h264::escaped(writer.finished()));
+    return stream;
+  }
+
+  Bytes parameterSets() const {
+    Bytes stream;
+    for (const auto& set : sets_) append(stream, set);
     return stream;
   }
 
@@ -225,6 +232,38 @@ TEST_F(MoveSliceTest, MovesWhateverIsMarked) {
     const auto rarity = 2 + static_cast<unsigned>(round % 5);
     ASSERT_NO_FATAL_FAILURE(
         expectMove(movedBlocks(shift, [&](int, int) { return random() % rarity != 0; })));
+  }
+}
+
+/// What the key frame looks like is what the decoder says.
+TEST(MoveSliceEncoderTest, FollowsAKeyFrameOfTheEncoders) {
+  X264Encoder encoder(Noise::settings());
+  Nv12Image image({Noise::width, Noise::height});
+  std::mt19937 random(5);
+  std::generate_n(image.luma(), image.stride() * Noise::height,
+                  [&] { return static_cast<std::uint8_t>(random()); });
+  const auto key = encoder.encode(image, {.keyFrame = true, .quantiser = 30});
+  ASSERT_TRUE(key);
+  Noise noise(0);
+  Bytes stream = noise.parameterSets();
+  // The only unit, behind its length.
+  const std::array startCode{std::byte{0}, std::byte{0}, std::byte{0}, std::byte{1}};
+  stream.insert(stream.end(), startCode.begin(), startCode.end());
+  stream.insert(stream.end(), key->begin() + startCode.size(), key->end());
+
+  vesk::testing::H264Decoder decoder;
+  const auto before = decoder.decode(stream);
+  ASSERT_TRUE(before);
+  const auto moved = movedBlocks({0, -18}, [](int row, int) { return row > 1; });
+  const auto after = decoder.decode(noise.move(moved, {last}));
+  ASSERT_TRUE(after);
+  for (int y = 0; y < Noise::height; ++y) {
+    for (int x = 0; x < Noise::width; ++x) {
+      const int from = moved.isMoved(y / macroblockEdge, x / macroblockEdge) ? y + 18 : y;
+      if (from >= Noise::height) continue;
+      const auto at = [&](int row) { return static_cast<std::size_t>(row * Noise::width + x); };
+      ASSERT_EQ(after->pixels[at(y)], before->pixels[at(from)]) << x << ", " << y;
+    }
   }
 }
 
