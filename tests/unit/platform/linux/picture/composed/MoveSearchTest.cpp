@@ -63,6 +63,7 @@ struct Pair {
     before.sequence = 1;
     copy(first, now);
     now.sequence = 2;
+    std::ranges::fill(now.changedAt, before.sequence);
   }
 
   /// What lies there in the image before comes to `to`, its chroma by whole samples.
@@ -260,6 +261,25 @@ TEST(MoveSearchTest, TakesWhatIsTheSameAllTheSameForUnchanged) {
   EXPECT_EQ(found->left[macroblock(5, 5)], 0);
   EXPECT_LE(found->movedCount, 20U * 20U);
   expectTrue(pair, *found);
+}
+
+TEST(MoveSearchTest, TakesFlatGroundAlongWithWhatIsOnIt) {
+  PaintedImages images(size);
+  images.flat(0, 0, width, height);
+  images.patches(160, 160, 160, 160);
+  Pair pair(*images.image());
+  pair.scroll({160, 160, 320, 160}, {0, -16});
+  pair.mark({560, 400, 160, 160});
+  const auto found = findMove(pair.before, pair.now, limits);
+  ASSERT_TRUE(found);
+  EXPECT_TRUE(found->moved.isMoved(12, 15)) << "a patch";
+  EXPECT_TRUE(found->moved.isMoved(12, 25)) << "ground beside it";
+  EXPECT_FALSE(found->moved.isMoved(30, 40)) << "ground elsewhere";
+  expectTrue(pair, *found);
+
+  Pair mostlyFlat(*images.image());
+  mostlyFlat.scroll({256, 160, 320, 160}, {0, -16});
+  EXPECT_FALSE(findMove(mostlyFlat.before, mostlyFlat.now, limits)) << "of four columns";
 }
 
 TEST(MoveSearchTest, FindsNothingWhereNothingHasMoved) {
