@@ -1,10 +1,13 @@
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <random>
 
 #include "capture/annexB.h"
 #include "platform/linux/picture/ImagePainter.h"
 #include "platform/linux/picture/ScreenEncoder.h"
+#include "platform/linux/picture/composed/moveSearch.h"
+#include "platform/linux/picture/composed/moveSlice.h"
 
 namespace {
 
@@ -63,6 +66,36 @@ void encode(benchmark::State& state) {
   }
 }
 BENCHMARK(encode)->Arg(0)->Arg(16)->Arg(1000)->Unit(benchmark::kMicrosecond);
+
+/// How far up the page has gone; nought: there is another page instead.
+void searchMove(benchmark::State& state) {
+  std::vector<std::uint8_t> pixels(1920 * 1080 * 4);
+  std::mt19937 random(2);
+  std::ranges::generate(pixels, [&] { return static_cast<std::uint8_t>(random()); });
+  picture::ImagePainter painter(full, full);
+  const auto before = painter.paint(pixels.data(), 1920 * 4, {{0, 0, 1920, 1080}});
+  if (state.range(0) > 0) {
+    std::rotate(pixels.begin(), pixels.begin() + 1920 * 4 * state.range(0), pixels.end());
+  } else {
+    std::ranges::reverse(pixels);
+  }
+  const auto now = painter.paint(pixels.data(), 1920 * 4, {{0, 0, 1920, 1080}});
+  for (auto each : state) {
+    benchmark::DoNotOptimize(picture::composed::findMove(*before, *now, {511, 2000}));
+  }
+}
+BENCHMARK(searchMove)->Arg(0)->Arg(54)->Unit(benchmark::kMicrosecond);
+
+void writeMove(benchmark::State& state) {
+  picture::composed::MovedBlocks moved{120, std::vector<std::uint8_t>(120 * 68), {0, -54}};
+  std::fill_n(moved.marks.begin() + 120 * 4, 120 * 60, std::uint8_t{1});
+  for (auto each : state) {
+    picture::h264::BitWriter writer;
+    writeMoveSlice(writer, moved, 0, 120 * 68 - 1);
+    benchmark::DoNotOptimize(writer.finished());
+  }
+}
+BENCHMARK(writeMove)->Unit(benchmark::kMicrosecond);
 
 void packUnits(benchmark::State& state) {
   EncodedSample sample;

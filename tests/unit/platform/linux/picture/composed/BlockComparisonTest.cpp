@@ -1,0 +1,133 @@
+#include "platform/linux/picture/composed/BlockComparison.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+namespace vesk::picture::composed {
+namespace {
+
+/// Neither edge is a whole number of macroblocks.
+constexpr int width = 90;
+constexpr int height = 72;
+constexpr int lastRow = 4;
+constexpr int lastColumn = 5;
+
+/// Two images, of which the second one is the first one moved.
+class BlockComparisonTest : public ::testing::Test {
+ protected:
+  BlockComparisonTest() {
+    std::mt19937 random(1);
+    std::generate_n(before_.luma(), before_.stride() * height * 3 / 2,
+                    [&] { return static_cast<std::uint8_t>(random()); });
+  }
+
+  /// Every pixel whose origin is seen, its chroma as the mean of up to four samples.
+  void move(const Shift& by) {
+    const int stride = now_.stride();
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) {
+        if (isSeen(x - by.right, width) && isSeen(y - by.down, height))
+          now_.luma()[y * stride + x] = before_.luma()[(y - by.down) * stride + x - by.right];
+      }
+    }
+    for (int y = 0; y < height; y += 2) {
+      for (int x = 0; x < width; x += 2) {
+        if (!isSeen(x - by.right, width - 1) || !isSeen(y - by.down, height - 1)) continue;
+        for (int part = 0; part < 2; ++part) {
+          now_.chroma()[y / 2 * stride + x + part] =
+              static_cast<std::uint8_t>(mean(x - by.right, y - by.down, part));
+        }
+      }
+    }
+  }
+
+  bool isSame(const Shift& by, int row, int column) const {
+    return BlockComparison(before_, now_, by).isSame(row, column);
+  }
+
+  Nv12Image before_{{width, height}};
+  Nv12Image now_{{width, height}};
+
+ private:
+  static bool isSeen(int at, int edge) { return at >= 0 && at < edge; }
+
+  int mean(int x, int y, int part) const {
+    int sum = 0;
+    int count = 0;
+    for (int i = x / 2; i <= (x + 1) / 2; ++i) {
+      for (int j = y / 2; j <= (y + 1) / 2; ++j) {
+        sum += before_.chroma()[j * before_.stride() + i * 2 + part];
+        ++count;
+      }
+    }
+    return (sum + count / 2) / count;
+  }
+};
+
+TEST_F(BlockComparisonTest, KnowsWhatHasMoved) {
+  for (const Shift by : {Shift{0, 0}, {0, 6}, {-4, 0}, {0, -7}, {5, 0}, {3, -3}, {-8, 9}}) {
+    move(by);
+    for (int row = 1; row <= 2; ++row) {
+      for (int column = 1; column <= 3; ++column) {
+        EXPECT_TRUE(isSame(by, row, column)) << by.right << ' ' << by.down;
+        EXPECT_FALSE(isSame({by.right + 1, by.down}, row, column));
+        EXPECT_FALSE(isSame({by.right, by.down - 2}, row, column));
+      }
+    }
+  }
+}
+
+TEST_F(BlockComparisonTest, SeesASingleSampleThatDiffers) {
+  const Shift by{2, -4};
+  move(by);
+  const int stride = now_.stride();
+  for (std::uint8_t* sample : {&now_.luma()[16 * stride + 16], &now_.luma()[31 * stride + 31],
+                               &now_.chroma()[8 * stride + 16], &now_.chroma()[15 * stride + 31]}) {
+    EXPECT_TRUE(isSame(by, 1, 1));
+    *sample ^= 1;
+    EXPECT_FALSE(isSame(by, 1, 1));
+    *sample ^= 1;
+  }
+}
+
+TEST_F(BlockComparisonTest, LetsColoursFadeALittleBetweenTheirSamples) {
+  for (const Shift by : {Shift{0, 5}, {-3, 0}}) {
+    move(by);
+    std::uint8_t& sample = now_.chroma()[9 * now_.stride() + 20];
+    const int away = sample < 128 ? 1 : -1;
+    const BlockComparison comparison(before_, now_, by);
+    EXPECT_EQ(comparison.likeness(1, 1), Likeness::same);
+    sample = static_cast<std::uint8_t>(sample + away * 48);
+    EXPECT_EQ(comparison.likeness(1, 1), Likeness::faded);
+    sample = static_cast<std::uint8_t>(sample + away);
+    EXPECT_EQ(comparison.likeness(1, 1), Likeness::none);
+  }
+  move({0, 4});
+  now_.chroma()[9 * now_.stride() + 20] ^= 1;
+  EXPECT_EQ(BlockComparison(before_, now_, {0, 4}).likeness(1, 1), Likeness::none);
+}
+
+TEST_F(BlockComparisonTest, TakesNothingFromBeyondTheEdges) {
+  for (const Shift by : {Shift{2, 2}, {-2, -2}, {1, 1}, {-1, -1}}) {
+    move(by);
+    EXPECT_EQ(isSame(by, 0, 1), by.down < 0);
+    EXPECT_EQ(isSame(by, 1, 0), by.right < 0);
+    EXPECT_EQ(isSame(by, lastRow, 1), by.down > 0);
+    EXPECT_EQ(isSame(by, 1, lastColumn), by.right > 0);
+  }
+}
+
+TEST_F(BlockComparisonTest, LooksOnlyAtWhatIsSeenOfTheLastOnes) {
+  move({});
+  before_.luma()[20 * before_.stride() + width] ^= 1;
+  before_.chroma()[10 * before_.stride() + width] ^= 1;
+  EXPECT_TRUE(isSame({}, 1, lastColumn));
+  EXPECT_TRUE(isSame({}, lastRow, lastColumn));
+  now_.luma()[(height - 1) * now_.stride() + width - 1] ^= 1;
+  EXPECT_FALSE(isSame({}, lastRow, lastColumn));
+}
+
+}  // namespace
+}  // namespace vesk::picture::composed
