@@ -70,6 +70,12 @@ TEST_F(ChangeCostTest, MakesLittleOfASinglePictureHoweverDear) {
   EXPECT_LE(of(36, 30) - cost_.each(macroblocks, 30), 1.3 * step);
 }
 
+TEST_F(ChangeCostTest, ExpectsLessOnceInDoubt) {
+  const double before = cost_.each(macroblocks, 30);
+  cost_.doubt();
+  EXPECT_LT(cost_.each(macroblocks, 30), before);
+}
+
 TEST_F(ChangeCostTest, BecomesCoarserOnlyByWhatComesAnew) {
   const double after = learn(30, 40, 20'000);
   EXPECT_GT(after, 30);

@@ -120,6 +120,23 @@ TEST_F(PicturePlanChangeTest, EncodesASmallChangeNoBetterThanThePageIs) {
   EXPECT_EQ(plan.next(tickOf(1)).quantiser, PicturePlan::goodQuantiser);
 }
 
+TEST_F(PicturePlanChangeTest, TakesMoreThanAnEighthOfThePictureForMovement) {
+  EXPECT_EQ(plan.next(tickOf(macroblocks / 8)).quantiser, PicturePlan::goodQuantiser);
+  begin(4'000'000);
+  EXPECT_GT(plan.next(tickOf(macroblocks / 8 + 1)).quantiser, PicturePlan::readableQuantiser);
+}
+
+TEST_F(PicturePlanChangeTest, GoesOnFromTheKeyFrameWhenMovementBegins) {
+  auto key = tickOf(macroblocks);
+  key.keyFrame = true;
+  const int quantiser = send(key, 0.3 * rate).quantiser;
+  ASSERT_LT(quantiser, 45);
+  idle(60);
+  const int first = send(tickOf(macroblocks), 1000).quantiser;
+  EXPECT_LE(first, quantiser + 2);
+  EXPECT_GE(first, quantiser - 5);
+}
+
 /// Steps of the quantiser show, and the next picture may be as it was before.
 TEST_F(PicturePlanChangeTest, MakesNoMoreOfOneCheapPictureThanItIs) {
   Decision last;
@@ -142,6 +159,9 @@ TEST_F(PicturePlanChangeTest, MakesWhatStandsStillBetterBesidesWhatMoves) {
   EXPECT_LE(much.refined, 1000U);
   EXPECT_EQ(besides(1, 51).refined, 1U);
   EXPECT_EQ(besides(0, 51).refined, 0U);
+  const std::size_t some = besides(4000, 51).refined;
+  EXPECT_GT(some, 100U);
+  EXPECT_LT(some, 4000U) << "as much as the link takes";
   EXPECT_EQ(besides(1000, much.quantiser + 3).refined, 0U) << "that would hardly show";
 }
 
