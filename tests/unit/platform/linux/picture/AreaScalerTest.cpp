@@ -78,6 +78,26 @@ TEST(AreaScalerTest, AveragesTheAreaThatEachPixelCovers) {
   }
 }
 
+TEST(AreaScalerTest, MakesAPictureNeitherDarkerNorBrighter) {
+  auto source = noise(200, 150, 4);
+  auto target = scaled(source, 90, 70);
+  double sum = 0;
+  for (int i = 0; i < 90 * 70; ++i) {
+    sum += target.at(i % 90, i / 90, 0) - idealAt(source, target.size, i % 90, i / 90, 0);
+  }
+  EXPECT_NEAR(sum / (90 * 70), 0, 0.1);
+}
+
+TEST(AreaScalerTest, WritesNothingForAnEmptyArea) {
+  auto source = noise(20, 20, 5);
+  Pixels target(10, 10);
+  AreaScaler scaler(source.size, target.size);
+  for (const PixelRect& area : {PixelRect{0, 0, 0, 10}, PixelRect{0, 0, 10, 0}, PixelRect{}}) {
+    scaler.scale(source.bytes.data(), source.stride, area, target.bytes.data(), target.stride);
+  }
+  EXPECT_EQ(target.bytes, Pixels(10, 10).bytes);
+}
+
 TEST(AreaScalerTest, LeavesPlainColoursAsTheyAre) {
   for (const int colour : {0, 1, 127, 254, 255}) {
     Pixels source(77, 53);

@@ -48,6 +48,34 @@ TEST_F(ChangeCostTest, RemembersWhatSmallStepsHaveNotYetMended) {
   EXPECT_LT(reference, 41.5);
 }
 
+/// What a change is expected to take for being finer than the one before.
+TEST_F(ChangeCostTest, BelievesADearPictureSoonerThanACheapOne) {
+  const double step = whole_.of(macroblocks, 30) - whole_.of(macroblocks, 36);
+  const auto finer = [&] { return of(36, 30) - cost_.each(macroblocks, 30); };
+  learn(36, 30, cost_.each(macroblocks, 30));
+  EXPECT_LT(finer(), 0.95 * step);
+  EXPECT_GT(finer(), 0.8 * step);
+  for (int i = 0; i < 60; ++i) learn(36, 30, cost_.each(macroblocks, 30));
+  EXPECT_LT(finer(), 0.05 * step);
+  const double each = cost_.each(macroblocks, 30);
+  learn(36, 30, each + step);
+  EXPECT_GT(finer(), 0.4 * step);
+  EXPECT_LT(finer(), 0.8 * step);
+  EXPECT_NEAR(cost_.each(macroblocks, 30), each, 0.01 * each) << "none of it was new";
+}
+
+TEST_F(ChangeCostTest, MakesLittleOfASinglePictureHoweverDear) {
+  const double step = whole_.of(macroblocks, 30) - whole_.of(macroblocks, 36);
+  EXPECT_DOUBLE_EQ(learn(36, 30, 10 * step), 30) << "and it is no better than it was asked to be";
+  EXPECT_LE(of(36, 30) - cost_.each(macroblocks, 30), 1.3 * step);
+}
+
+TEST_F(ChangeCostTest, ExpectsLessOnceInDoubt) {
+  const double before = cost_.each(macroblocks, 30);
+  cost_.doubt();
+  EXPECT_LT(cost_.each(macroblocks, 30), before);
+}
+
 TEST_F(ChangeCostTest, BecomesCoarserOnlyByWhatComesAnew) {
   const double after = learn(30, 40, 20'000);
   EXPECT_GT(after, 30);

@@ -80,6 +80,67 @@ TEST(ImagePainterTest, MarksWhatHasChangedAndNothingElse) {
   EXPECT_EQ(second->changedAt[2 * 10 + 3], 2U);
   EXPECT_EQ(lumaAt(*second, 45, 42), 235);
   EXPECT_EQ(lumaAt(*first, 45, 42), 16) << "an image that was delivered does not change";
+  const auto third = painter.paint(screen.data(), screen.stride(), {{40, 40, 8, 8}});
+  EXPECT_EQ(changedAfter(*third, 2), 1U);
+  const auto fourth =
+      painter.paint(screen.data(), screen.stride(), {{}, {-20, 0, 20, 9}, {9, 96, 9, 9}});
+  EXPECT_EQ(changedAfter(*fourth, 3), 0U) << "there was nothing of it on the screen";
+}
+
+TEST(ImagePainterTest, MarksNothingElseWhereItScalesOrCrops) {
+  struct Example {
+    PixelSize source;
+    PixelSize target;
+    PixelRect changed;
+    std::size_t macroblock;
+  };
+  for (const auto& [source, target, changed, macroblock] :
+       {Example{{320, 192}, {160, 96}, {64, 64, 32, 32}, 2 * 10 + 2},
+        {{400, 240}, {160, 96}, {80, 80, 40, 40}, 2 * 10 + 2},
+        {{100, 60}, {200, 120}, {8, 8, 8, 8}, 13 + 1},
+        {{161, 97}, {160, 96}, {32, 32, 16, 16}, 2 * 10 + 2}}) {
+    const auto width = static_cast<int>(source.width);
+    const auto height = static_cast<int>(source.height);
+    const Screen screen(width, height);
+    ImagePainter painter(source, target);
+    painter.paint(screen.data(), screen.stride(), {{0, 0, width, height}});
+    const auto image = painter.paint(screen.data(), screen.stride(), {changed});
+    EXPECT_EQ(changedAfter(*image, 1), 1U) << source.width;
+    EXPECT_EQ(image->changedAt[macroblock], 2U) << source.width;
+  }
+}
+
+/// What nobody has told of is not even looked at.
+TEST(ImagePainterTest, ConvertsWhatHasChangedAlone) {
+  Screen screen(160, 16);
+  ImagePainter painter({160, 16}, {160, 16});
+  painter.paint(screen.data(), screen.stride(), {{0, 0, 160, 16}});
+  screen.fill({0, 0, 160, 16}, 0xffffff);
+  const auto image = painter.paint(screen.data(), screen.stride(), {{32, 0, 16, 16}});
+  for (int x = 0; x < 160; ++x) {
+    EXPECT_EQ(lumaAt(*image, x, 8), x >= 32 && x < 48 ? 235 : 16) << x;
+  }
+}
+
+TEST(ImagePainterTest, PaintsOnTheNewestImageThatNobodyHolds) {
+  const Screen screen(32, 32);
+  ImagePainter painter({32, 32}, {32, 32});
+  const auto paint = [&] {
+    return painter.paint(screen.data(), screen.stride(), {{0, 0, 32, 32}});
+  };
+  auto first = paint();
+  auto second = paint();
+  std::weak_ptr<const Nv12Image> newest = second;
+  first = nullptr;
+  second = nullptr;
+  second = paint();
+  EXPECT_EQ(second, newest.lock());
+  first = paint();
+  EXPECT_NE(first, second);
+  newest = first;
+  first = nullptr;
+  second = nullptr;
+  EXPECT_EQ(paint(), newest.lock());
 }
 
 TEST(ImagePainterTest, BringsAnOldImageUpToDateWhereverItDiffers) {
@@ -145,6 +206,24 @@ TEST(ImagePainterTest, LeavesOutTheLastRowAndColumnOfAnOddScreen) {
   screen.fill({32, 34, 1, 1}, 0);
   const auto next = painter.paint(screen.data(), screen.stride(), {{32, 34, 1, 1}});
   EXPECT_EQ(lumaAt(*next, 31, 33), 235);
+}
+
+TEST(ImagePainterTest, BlursNothingWhereOneEdgeAloneIsOdd) {
+  for (const PixelSize odd : {PixelSize{64, 35}, {65, 34}}) {
+    const auto width = static_cast<int>(odd.width);
+    const auto height = static_cast<int>(odd.height);
+    Screen screen(width, height);
+    for (int y = 0; y < height; ++y) {
+      for (int x = y % 2; x < width; x += 2) screen.set(x, y, 0xffffff);
+    }
+    ImagePainter painter(odd, {64, 34});
+    const auto image = painter.paint(screen.data(), screen.stride(), {{0, 0, width, height}});
+    for (int y = 0; y < 34; ++y) {
+      for (int x = 0; x < 64; ++x) {
+        ASSERT_EQ(lumaAt(*image, x, y), x % 2 == y % 2 ? 235 : 16) << x << "," << y;
+      }
+    }
+  }
 }
 
 TEST(ImagePainterTest, PutsEachColourWhereItBelongs) {
@@ -245,6 +324,24 @@ TEST(ImagePainterTest, ReadsTenBitsFromRowsThatAreLongerThanThePicture) {
   const auto next = painter.paint(screen.data(), screen.stride(), {{10, 25, 4, 4}});
   EXPECT_EQ(lumaAt(*next, 11, 26), 235);
   EXPECT_EQ(lumaAt(*next, 9, 26), 16);
+}
+
+TEST(ImagePainterTest, ConvertsColoursOfTenBits) {
+  constexpr std::uint32_t colours[] = {0xff0000, 0x00ff00, 0x0000ff, 0x804020, 0x123456};
+  Screen screen(80, 16);
+  for (int i = 0; i < 5; ++i) {
+    std::uint32_t wide = 0;
+    for (const unsigned channel : {16U, 8U, 0U}) {
+      const std::uint32_t eight = colours[i] >> channel & 255U;
+      wide = wide << 10U | eight << 2U | eight >> 6U;
+    }
+    screen.fill({i * 16, 0, 16, 16}, wide);
+  }
+  ImagePainter painter({80, 16}, {80, 16}, PixelLayout::tenBits);
+  const auto image = painter.paint(screen.data(), screen.stride(), {{0, 0, 80, 16}});
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_NEAR(lumaAt(*image, i * 16 + 8, 8), lumaOf(colours[i]), 1) << i;
+  }
 }
 
 }  // namespace

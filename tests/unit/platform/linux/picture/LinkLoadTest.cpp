@@ -50,6 +50,16 @@ TEST(LinkLoadTest, KeepsRoomForWhatIsToCome) {
   EXPECT_NEAR(load.roomUntil(2.5, 2'000'000), window - 3'000'000, 1);
 }
 
+TEST(LinkLoadTest, FirstTakesWhatWaits) {
+  LinkLoad load;
+  load.pass(0ns, rate);
+  EXPECT_DOUBLE_EQ(load.windowRoom(1), 3 * rate);
+  load.add(500'000);
+  // A tenth of a second's worth may wait still when a key frame comes.
+  EXPECT_NEAR(load.roomUntil(0.5, 0), 100'000, 1);
+  EXPECT_NEAR(load.roomUntil(3, 0), 2'600'000, 1);
+}
+
 TEST(LinkLoadTest, FollowsAChangeOfTheRate) {
   LinkLoad load;
   load.pass(0ns, rate);

@@ -26,12 +26,17 @@ TEST(PixelRectTest, FindsWhatTwoHaveInCommon) {
 
 TEST(PixelRectTest, GoesAroundTwo) {
   EXPECT_EQ(around({0, 0, 4, 4}, {10, 2, 5, 8}), (PixelRect{0, 0, 15, 10}));
+  EXPECT_EQ(around({6, 5, 4, 4}, {10, 3, 5, 8}), (PixelRect{6, 3, 9, 8}));
   EXPECT_EQ(around({}, {10, 2, 5, 8}), (PixelRect{10, 2, 5, 8}));
   EXPECT_EQ(around({10, 2, 5, 8}, {3, 3, 0, 9}), (PixelRect{10, 2, 5, 8}));
 }
 
 TEST(PixelRectTest, GrowsOnEverySide) {
   EXPECT_EQ(padded({10, 20, 5, 6}, 3), (PixelRect{7, 17, 11, 12}));
+}
+
+TEST(PixelRectTest, MovesToTheRightAndDown) {
+  EXPECT_EQ(moved({10, 20, 5, 6}, 3, 4), (PixelRect{13, 24, 5, 6}));
 }
 
 TEST(PixelRectTest, CutsAHoleAndCoversEachPixelOnce) {

@@ -95,6 +95,40 @@ class X264SessionTest : public ::testing::Test {
     return testing::psnr(picture, of.image->luma(), of.image->stride(), region);
   }
 
+  /// Ten frames while the thread is held up, the last of which may be asked to be a key frame.
+  void expectThatItDrops(bool forced) {
+    tick();
+    std::promise<void> release;
+    std::promise<void> begun;
+    auto released = release.get_future();
+    session->encodeFrame(screen.image(), time, false, [&](auto, const auto&) {
+      begun.set_value();
+      released.wait();
+    });
+    begun.get_future().wait();
+    int dropped = 0;
+    std::atomic<int> delivered = 0;
+    std::atomic<bool> key = false;
+    for (int i = 0; i < 10; ++i) {
+      time += interval;
+      const auto handler = [&](Status status, const auto& sample) {
+        EXPECT_EQ(status, 0);
+        if (!sample) {
+          ++dropped;
+          return;
+        }
+        ++delivered;
+        key = key || sample->notSync == false;
+      };
+      EXPECT_EQ(session->encodeFrame(screen.image(), time, forced && i == 9, handler), 0);
+    }
+    EXPECT_EQ(dropped, 10 - (X264Session::mostPending - 1));
+    release.set_value();
+    EXPECT_EQ(session->completeFrames(), 0);
+    EXPECT_EQ(delivered, X264Session::mostPending - 1);
+    EXPECT_EQ(key, forced) << "of a dropped frame the request for a key frame remains";
+  }
+
   X264Compression compression;
   std::unique_ptr<CompressionSession> session;
   PaintedImages screen{size};
@@ -242,34 +276,7 @@ TEST_F(X264SessionTest, GivesAVideoAfterAStillScreenNoMoreThanItsShare) {
 }
 
 TEST_F(X264SessionTest, DropsFramesWhileItsThreadIsHeldUp) {
-  std::promise<void> release;
-  std::promise<void> begun;
-  auto released = release.get_future();
-  session->encodeFrame(screen.image(), time, false, [&](auto, const auto&) {
-    begun.set_value();
-    released.wait();
-  });
-  begun.get_future().wait();
-  int dropped = 0;
-  std::atomic<int> delivered = 0;
-  std::atomic<bool> key = false;
-  for (int i = 0; i < 10; ++i) {
-    time += interval;
-    session->encodeFrame(screen.image(), time, i == 9, [&](Status status, const auto& sample) {
-      EXPECT_EQ(status, 0);
-      if (!sample) {
-        ++dropped;
-        return;
-      }
-      ++delivered;
-      key = key || sample->notSync == false;
-    });
-  }
-  EXPECT_EQ(dropped, 10 - (X264Session::mostPending - 1));
-  release.set_value();
-  session->completeFrames();
-  EXPECT_EQ(delivered, X264Session::mostPending - 1);
-  EXPECT_TRUE(key) << "the request of a dropped frame was lost";
+  for (const bool forced : {false, true}) expectThatItDrops(forced);
 }
 
 TEST_F(X264SessionTest, RefusesFramesOfAnotherKindOrSize) {
@@ -298,11 +305,29 @@ TEST_F(X264SessionTest, EncodesNothingAfterItsEnd) {
             X264Compression::refused);
 }
 
+TEST_F(X264SessionTest, HasAnsweredEveryFrameWhenItEnds) {
+  int answers = 0;
+  for (int i = 0; i < X264Session::mostPending; ++i) {
+    session->encodeFrame(screen.image(), time, true, [&](auto, const auto&) { ++answers; });
+    time += interval;
+  }
+  session->invalidate();
+  EXPECT_EQ(answers, X264Session::mostPending);
+}
+
+TEST_F(X264SessionTest, CannotPrepareForASizeThatTheEncoderDoesNotTake) {
+  X264Session odd({33, 32, true});
+  EXPECT_EQ(odd.prepareToEncodeFrames(), X264Compression::refused);
+}
+
 TEST_F(X264SessionTest, RefusesSettingsThatItDoesNotHave) {
   using P = CompressionProperty;
+  EXPECT_NE(session->setProperty(P::realTime, false), 0);
+  EXPECT_NE(session->setProperty(P::profileLevel, true), 0);
   EXPECT_NE(session->setProperty(P::allowFrameReordering, true), 0);
   EXPECT_NE(session->setProperty(P::averageBitRate, false), 0);
   EXPECT_NE(session->setProperty(P::expectedFrameRate, std::int64_t{0}), 0);
+  EXPECT_EQ(session->setProperty(P::expectedFrameRate, std::int64_t{1}), 0);
 }
 
 }  // namespace

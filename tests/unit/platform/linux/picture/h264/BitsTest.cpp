@@ -24,6 +24,7 @@ TEST(BitReaderTest, ReadsMostSignificantFirst) {
 
 TEST(BitReaderTest, EndsWithItsBytes) {
   const Bytes input = bytes({0xff});
+  EXPECT_EQ(BitReader(input).bits(8), 0xffU);
   BitReader reader(input);
   EXPECT_EQ(reader.bits(9), std::nullopt);
   EXPECT_EQ(reader.bits(1), std::nullopt);
@@ -37,7 +38,8 @@ TEST(BitReaderTest, RefusesNumbersBeyondThirtyTwoBits) {
 
 TEST(BitWriterTest, WritesWhatTheReaderReads) {
   BitWriter writer;
-  const std::vector<std::uint32_t> numbers{0, 1, 2, 3, 7, 8, 8159, 8160, 65535, 1U << 20};
+  const std::vector<std::uint32_t> numbers{0,    1,    2,     3,        7,          8,
+                                           8159, 8160, 65535, 1U << 20, 0xffff'fffe};
   for (const auto number : numbers) writer.ue(number);
   writer.bits(0x2a5, 10);
   const Bytes written = writer.finished();
@@ -82,6 +84,14 @@ TEST(BitReaderTest, StaysAtTheEndAfterASkipBeyond) {
   BitReader reader(input);
   reader.skipTo(99);
   EXPECT_EQ(reader.bits(1), std::nullopt);
+}
+
+TEST(BitWriterTest, BeginsAnewOnceItHasFinished) {
+  BitWriter writer;
+  for (int i = 0; i < 2; ++i) {
+    writer.bits(0b101, 3);
+    EXPECT_EQ(writer.finished(), bytes({0b1011'0000}));
+  }
 }
 
 TEST(EmulationPreventionTest, KeepsPayloadsFromLookingLikeStartCodes) {

@@ -218,12 +218,13 @@ TEST(SkipPictureTest, AsksForOneReferenceWhereMoreAreUsual) {
 
 TEST(FrameNumberTest, MovesOnAndWrapsAround) {
   const SliceSyntax syntax{0, 4, true, true};
-  EXPECT_EQ(withFrameNumberMoved(skipPicture(syntax, 3, 300), syntax, 5),
-            skipPicture(syntax, 8, 300));
-  EXPECT_EQ(withFrameNumberMoved(skipPicture(syntax, 14, 300), syntax, 5),
-            skipPicture(syntax, 3, 300));
-  EXPECT_EQ(withFrameNumberMoved(skipPicture(syntax, 3, 300), syntax, 16),
-            skipPicture(syntax, 3, 300));
+  for (std::uint32_t number = 0; number < 16; ++number) {
+    for (std::uint32_t added = 0; added <= 16; ++added) {
+      EXPECT_EQ(withFrameNumberMoved(skipPicture(syntax, number, 300), syntax, added),
+                skipPicture(syntax, (number + added) % 16, 300))
+          << number << " and " << added;
+    }
+  }
 }
 
 TEST(FrameNumberTest, LeavesTheRestOfTheSliceAlone) {

@@ -1,0 +1,186 @@
+#include <gtest/gtest.h>
+
+#include "platform/linux/picture/PicturePlan.h"
+
+/// Single decisions about key frames; what becomes of whole streams is held elsewhere.
+
+namespace vesk::picture {
+namespace {
+
+using namespace std::chrono_literals;
+using Action = PicturePlan::Action;
+using Decision = PicturePlan::Decision;
+using Tick = PicturePlan::Tick;
+
+constexpr std::size_t macroblocks = 8160;
+constexpr double mostBits = 783'000.0 * 8;
+constexpr double rate = 4e6;
+constexpr double goodQuality = 45;
+constexpr double poorQuality = 30;
+
+class PicturePlanKeyFrameTest : public ::testing::Test {
+ protected:
+  static Tick tickOf(std::size_t changed, bool keyFrame = false) {
+    Tick tick;
+    tick.changed = changed;
+    tick.elapsed = 33'333'333ns;
+    tick.untilKey = 4s;
+    tick.bitRate = static_cast<std::int64_t>(rate);
+    tick.keyFrame = keyFrame;
+    return tick;
+  }
+
+  /// A key frame that takes this part of what it may.
+  Decision sendKey(double part, double quality) {
+    const auto decision = plan.next(tickOf(macroblocks, true));
+    plan.sent(decision, part * decision.wantedBits, quality);
+    return decision;
+  }
+
+  void idle(int ticks) {
+    for (int i = 0; i < ticks; ++i) plan.sent(plan.next(tickOf(0)), 0, 0);
+  }
+
+  PicturePlan plan{macroblocks, mostBits, {}};
+};
+
+TEST_F(PicturePlanKeyFrameTest, AsksForNothingBetterThanAReadableOne) {
+  auto key = sendKey(1, PicturePlan::readableQuality);
+  EXPECT_EQ(plan.bearable(), key.quantiser + 2);
+  idle(30);
+  key = sendKey(1, PicturePlan::readableQuality - 0.9);
+  EXPECT_GE(plan.bearable(), key.quantiser) << "a page at the border stays on its side";
+  idle(30);
+  sendKey(1, PicturePlan::readableQuality - 1.1);
+  EXPECT_EQ(plan.bearable(), PicturePlan::goodQuantiser + 2);
+  idle(30);
+  sendKey(1, PicturePlan::readableQuality - 0.9);
+  EXPECT_EQ(plan.bearable(), PicturePlan::goodQuantiser + 2) << "on either";
+}
+
+TEST_F(PicturePlanKeyFrameTest, AsksForWhatTheEncoderHas) {
+  plan.setRange({26, 54});
+  sendKey(1, poorQuality);
+  EXPECT_EQ(plan.bearable(), 28);
+}
+
+TEST_F(PicturePlanKeyFrameTest, AsksForMoreThanAReadableOneWhereKeyFramesCouldBeMuchBetter) {
+  const auto key = sendKey(0.1, goodQuality);
+  EXPECT_LE(plan.bearable(), key.quantiser - 3);
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsMadeAnewWhereItsSizeIsNotAsItWasMeant) {
+  const auto key = plan.next(tickOf(macroblocks, true));
+  EXPECT_FALSE(plan.instead(key, 0.85 * key.wantedBits));
+  EXPECT_FALSE(plan.instead(key, 1.1 * key.wantedBits));
+  const auto coarser = plan.instead(key, 1.15 * key.wantedBits);
+  ASSERT_TRUE(coarser);
+  EXPECT_GT(coarser->quantiser, key.quantiser);
+  EXPECT_LE(coarser->quantiser, key.quantiser + 2) << "little too much is mended by little";
+  plan.sent(*coarser, coarser->wantedBits, poorQuality);
+  idle(30);
+  const auto next = plan.next(tickOf(macroblocks, true));
+  const auto finer = plan.instead(next, 0.5 * next.wantedBits);
+  ASSERT_TRUE(finer);
+  EXPECT_LT(finer->quantiser, next.quantiser);
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsMadeFinerTwiceAtMostEachTime) {
+  for (int round = 0; round < 2; ++round) {
+    auto key = plan.next(tickOf(macroblocks, true));
+    key.quantiser = 51;
+    EXPECT_TRUE(plan.instead(key, 0.7 * key.wantedBits));
+    EXPECT_TRUE(plan.instead(key, 0.7 * key.wantedBits));
+    EXPECT_FALSE(plan.instead(key, 0.7 * key.wantedBits));
+    plan.sent(key, key.wantedBits, poorQuality);
+    idle(30);
+  }
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsNeverCoarserThanTheEncoderCan) {
+  auto key = plan.next(tickOf(macroblocks, true));
+  key.quantiser = 49;
+  EXPECT_TRUE(plan.instead(key, 2 * mostBits));
+  EXPECT_TRUE(plan.instead(key, 2 * mostBits));
+  const auto last = plan.instead(key, 2 * mostBits);
+  ASSERT_TRUE(last);
+  EXPECT_EQ(last->quantiser, QuantiserRange::worstOfStandard);
+}
+
+/// The same as the plan learns.
+TEST_F(PicturePlanKeyFrameTest, TakesThePlaceOfAPictureThatIsMuchLarger) {
+  const auto key = sendKey(1, poorQuality);
+  idle(30);
+  BitCost cost(130, 1);
+  cost.learn(macroblocks, key.quantiser, key.wantedBits);
+  const double least = cost.of(macroblocks, QuantiserRange::worstOfStandard);
+  Decision large{Action::encode, false, 24, 50, 100, 500'000, 1000, 11};
+  EXPECT_FALSE(plan.instead(large, 1.4 * least));
+  const double bits = 3 * rate;
+  const auto other = plan.instead(large, bits);
+  ASSERT_TRUE(other);
+  EXPECT_EQ(other->refined, 0U);
+  EXPECT_NEAR(other->wantedBits, 0.4 * rate, 1) << "as amid changes";
+  cost.learn(macroblocks, 24, bits);
+  EXPECT_EQ(other->quantiser, cost.quantiserFor(macroblocks, other->wantedBits, {}));
+}
+
+TEST_F(PicturePlanKeyFrameTest, TakesThePlaceOfOneThatIsLargerByHalf) {
+  const auto key = sendKey(1, poorQuality);
+  idle(30);
+  BitCost cost(130, 1);
+  cost.learn(macroblocks, key.quantiser, key.wantedBits);
+  const double least = cost.of(macroblocks, QuantiserRange::worstOfStandard);
+  const Decision large{Action::encode, false, 24, 0, 100, 500'000, 1000, 11};
+  EXPECT_TRUE(plan.instead(large, 1.6 * least));
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsSmallerAndNoFinerAmidChanges) {
+  sendKey(1, poorQuality);
+  idle(30);
+  Decision last;
+  for (int i = 0; i < 30; ++i) {
+    last = plan.next(tickOf(macroblocks));
+    ASSERT_EQ(last.action, Action::encode);
+    plan.sent(last, 0.5 * rate / 30, 0);
+  }
+  const auto moving = plan.next(tickOf(macroblocks, true));
+  EXPECT_LE(moving.wantedBits, 0.4 * rate);
+  EXPECT_EQ(moving.finest, last.quantiser);
+  EXPECT_GE(moving.quantiser, last.quantiser);
+  plan.sent(moving, 0.3 * rate, poorQuality);
+  idle(30);
+  const auto still = plan.next(tickOf(0, true));
+  EXPECT_GT(still.wantedBits, 0.5 * rate);
+  EXPECT_LE(still.wantedBits, 0.6 * rate);
+  EXPECT_EQ(still.finest, QuantiserRange::finestOfAll);
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsNoFinerAmidChangesThoughItCouldBe) {
+  sendKey(0.01, poorQuality);
+  idle(30);
+  Decision last;
+  for (int i = 0; i < 20; ++i) {
+    last = plan.next(tickOf(macroblocks));
+    plan.sent(last, rate / 30, 0);
+  }
+  ASSERT_GT(last.quantiser, QuantiserRange::finestOfAll);
+  EXPECT_EQ(plan.next(tickOf(macroblocks, true)).quantiser, last.quantiser);
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsRepeatedWhileNothingElseWasEncoded) {
+  sendKey(1, goodQuality);
+  idle(60);
+  auto tick = tickOf(0, true);
+  const auto again = plan.next(tick);
+  EXPECT_EQ(again.action, Action::repeatKey);
+  EXPECT_EQ(again.refined, 0U);
+  EXPECT_TRUE(again.keyFrame);
+  plan.sent(again, 0.6 * rate, 0);
+  idle(60);
+  tick.changed = 1;
+  EXPECT_EQ(plan.next(tick).action, Action::encode);
+}
+
+}  // namespace
+}  // namespace vesk::picture
