@@ -59,10 +59,10 @@ void encode(benchmark::State& state) {
   const int edge = static_cast<int>(state.range(0));
   auto image = painter.paint(pixels.data(), 1920 * 4, {{0, 0, 1920, 1080}});
   for (int i = 0; i < 100; ++i)
-    encoder.encode(*image, time += std::chrono::milliseconds(33), false);
+    encoder.encode(image, time += std::chrono::milliseconds(33), false);
   for (auto each : state) {
     if (edge > 0) image = painter.paint(pixels.data(), 1920 * 4, {{0, 0, edge, edge}});
-    encoder.encode(*image, time += std::chrono::milliseconds(33), false);
+    encoder.encode(image, time += std::chrono::milliseconds(33), false);
   }
 }
 BENCHMARK(encode)->Arg(0)->Arg(16)->Arg(1000)->Unit(benchmark::kMicrosecond);

@@ -82,7 +82,7 @@ Measured ours(const rates::Run& run) {
   settings.bitRate = run.kilobitsPerSecond * 1000;
   picture::ScreenEncoder encoder(settings);
   std::int64_t number = 0;
-  return measure(run, [&](const picture::Nv12Image& image) {
+  return measure(run, [&](const rates::Image& image) {
     const HostTime time{std::chrono::hours(1) + std::chrono::nanoseconds(number++ * 1'000'000'000 /
                                                                          rates::picturesPerSecond)};
     const auto sample = encoder.encode(image, time, false);
@@ -92,7 +92,7 @@ Measured ours(const rates::Run& run) {
 
 Measured theirs(const rates::Run& run) {
   rates::Yardstick encoder(run.size, rates::picturesPerSecond, run.kilobitsPerSecond);
-  return measure(run, [&](const picture::Nv12Image& image) { return encoder.encode(image); });
+  return measure(run, [&](const rates::Image& image) { return encoder.encode(*image); });
 }
 
 void printPart(const Measured& measured) {

@@ -88,7 +88,7 @@ Measured measure(const Run& run, const Encode& encode) {
     if (number > 0) canvas.next();
     if (!run.content.moves || number < movingPictures) painter(number);
     const double before = threadMilliseconds();
-    const auto unit = encode(*canvas.image());
+    const auto unit = encode(canvas.image());
     measured.milliseconds += threadMilliseconds() - before;
     bytes += static_cast<double>(unit.size());
     link.send(unit.size());

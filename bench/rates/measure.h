@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -36,7 +37,8 @@ struct Run {
 };
 
 /// Makes one access unit, in Annex B's byte stream format, of each image.
-using Encode = std::function<std::vector<std::byte>(const picture::Nv12Image&)>;
+using Image = std::shared_ptr<const picture::Nv12Image>;
+using Encode = std::function<std::vector<std::byte>(const Image&)>;
 
 /// Encodes, decodes and compares. Throws when the decoder is not there.
 Measured measure(const Run& run, const Encode& encode);

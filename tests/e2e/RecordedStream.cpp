@@ -89,7 +89,7 @@ void RecordedStream::record(int pictures, Screen screen, Key key) {
     const HostTime time{
         std::chrono::hours(1) +
         std::chrono::nanoseconds(number * std::int64_t{1'000'000'000} / rates::picturesPerSecond)};
-    const auto sample = encoder_.encode(*canvas_.image(), time, key == Key::inEach);
+    const auto sample = encoder_.encode(canvas_.image(), time, key == Key::inEach);
     units_.push_back(sample ? annexB(*sample).value_or(Unit{}) : Unit{});
   }
 }

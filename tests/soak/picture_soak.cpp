@@ -68,7 +68,7 @@ class Segment {
     for (int number = 0; number < pictures; ++number) {
       if (random_() % 90 == 0) encoder_.setBitRate(rateFor(random_));
       const auto sample =
-          encoder_.encode(*screen_.image(), time_ += pictureTime, random_() % 150 == 0);
+          encoder_.encode(screen_.image(), time_ += pictureTime, random_() % 150 == 0);
       if (!sample || !sample->data) fail("no picture " + std::to_string(number));
       count(*sample);
       const auto unit = annexB(*sample).value_or(Bytes{});

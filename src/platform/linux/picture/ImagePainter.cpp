@@ -8,8 +8,8 @@
 namespace vesk::picture {
 namespace {
 
-/// One being encoded, one waiting, one delivered, one being painted.
-constexpr std::size_t keptImages = 4;
+/// One being encoded and the one before it, one waiting, one delivered, one being painted.
+constexpr std::size_t keptImages = 5;
 
 std::ptrdiff_t offset(int y, int stride, int x) {
   return static_cast<std::ptrdiff_t>(y) * stride + x;

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "platform/linux/picture/X264Encoder.h"
+#include "platform/linux/picture/composed/movedQuantisers.h"
 
 namespace vesk::picture {
 namespace {
@@ -41,7 +42,8 @@ MacroblockMarks::MacroblockMarks(int across, int down)
     : across_(across),
       unchanged_(static_cast<std::size_t>(across) * static_cast<std::size_t>(down)),
       same_(unchanged_.size()),
-      quantisers_(unchanged_.size(), worstQuantiser) {}
+      quantisers_(unchanged_.size(), worstQuantiser),
+      faded_(unchanged_.size()) {}
 
 /// Of what has not changed, the coarsest macroblocks are told of, and those that are much like
 /// them.
@@ -78,17 +80,69 @@ bool MacroblockMarks::mark(const PicturePlan::Decision& decision) {
   bool keepsCoarse = false;
   for (std::size_t i = 0; i < unchanged_.size(); ++i) {
     const bool changed = same_[i] == 0;
-    const bool coarse = !changed && quantisers_[i] >= coarseFrom_;
+    const bool coarse = !changed && isCoarse(i);
     const bool better = coarse && portion.next() && quantisers_[i] > decision.quantiser;
     const bool encoded = decision.keyFrame || changed || better;
     unchanged_[i] = encoded ? 0 : X264Encoder::unchangedMark();
     if (encoded) {
       quantisers_[i] = static_cast<std::uint8_t>(decision.quantiser);
+      faded_[i] = 0;
     } else if (quantisers_[i] > decision.quantiser) {
       keepsCoarse = true;
     }
   }
   return keepsCoarse;
+}
+
+PicturePlan::Moved MacroblockMarks::compare(const composed::FoundMove& move) {
+  movedQuantisers_ = composed::movedQuantisers(quantisers_, move.moved);
+  PicturePlan::Moved told;
+  told.changed = move.leftCount;
+  std::size_t ofMoved = 0;
+  std::size_t ofCoarse = 0;
+  for (std::size_t i = 0; i < unchanged_.size(); ++i) {
+    unchanged_[i] = move.left[i] != 0 ? 0 : X264Encoder::unchangedMark();
+    if (move.moved.marks[i] != 0) {
+      ofMoved += movedQuantisers_[i];
+    } else if (isCoarse(i) && move.left[i] == 0) {
+      ofCoarse += quantisers_[i];
+      ++told.coarse;
+    }
+  }
+  told.pieces = windows(move).size();
+  if (move.movedCount > 0) told.quantiser = static_cast<int>(ofMoved / move.movedCount);
+  if (told.coarse > 0) told.coarseQuantiser = static_cast<int>(ofCoarse / told.coarse);
+  movedCoarse_ = told.coarse;
+  return told;
+}
+
+void MacroblockMarks::mark(const PicturePlan::Decision& decision, const composed::FoundMove& move) {
+  // Colours that have faded are mended before anything that is a little coarse.
+  constexpr std::uint8_t fadedQuantiser = 40;
+  Portion portion(decision.refined, movedCoarse_, PicturePlan::composedPiece);
+  faded_ = move.faded;
+  faded_.resize(quantisers_.size());
+  for (std::size_t i = 0; i < unchanged_.size(); ++i) {
+    const bool left = move.left[i] != 0;
+    const bool coarse = isCoarse(i) && !left && move.moved.marks[i] == 0;
+    const bool better = coarse && portion.next() && quantisers_[i] > decision.quantiser;
+    unchanged_[i] = left || better ? 0 : X264Encoder::unchangedMark();
+    if (left || better) {
+      movedQuantisers_[i] = static_cast<std::uint8_t>(decision.quantiser);
+      faded_[i] = 0;
+    } else if (faded_[i] != 0) {
+      movedQuantisers_[i] = std::max(movedQuantisers_[i], fadedQuantiser);
+    }
+  }
+  quantisers_ = movedQuantisers_;
+}
+
+std::vector<composed::Run> MacroblockMarks::windows() const {
+  return composed::windowsOver(composed::changedRuns(unchanged_, across_), across_);
+}
+
+std::vector<composed::Run> MacroblockMarks::windows(const composed::FoundMove& move) const {
+  return composed::windowsBeside(unchanged_, move.moved.marks, across_);
 }
 
 }  // namespace vesk::picture

@@ -6,6 +6,7 @@
 
 #include "platform/linux/picture/Nv12Image.h"
 #include "platform/linux/picture/PicturePlan.h"
+#include "platform/linux/picture/composed/moveSearch.h"
 #include "platform/linux/picture/composed/runs.h"
 
 namespace vesk::picture {
@@ -24,23 +25,40 @@ class MacroblockMarks {
   void compare(const Nv12Image& image, Nv12Image::Sequence before, int bearable,
                PicturePlan::Tick& tick);
 
+  /// The same of a change of which much has only moved.
+  PicturePlan::Moved compare(const composed::FoundMove& move);
+
   /// Marks what is to be encoded, of the image that was compared last. True if some of the rest is
   /// coarser than the picture, and is to stay so.
   bool mark(const PicturePlan::Decision& decision);
 
+  /// The same of a picture in which the rest goes along with what was compared last.
+  void mark(const PicturePlan::Decision& decision, const composed::FoundMove& move);
+
+  /// How often the colours of each have faded since it was encoded, by moving.
+  const std::vector<std::uint8_t>& faded() const { return faded_; }
+
   /// Per macroblock: not 0 is left as it is.
   std::vector<std::uint8_t>& unchanged() { return unchanged_; }
 
-  /// What is to be encoded, in pieces that are worth a slice.
-  std::vector<composed::Run> runs() const { return composed::changedRuns(unchanged_, across_); }
+  /// What is to be encoded, in pieces.
+  std::vector<composed::Run> windows() const;
+
+  /// The same, in none of which is anything that moves.
+  std::vector<composed::Run> windows(const composed::FoundMove& move) const;
 
  private:
+  bool isCoarse(std::size_t at) const { return quantisers_[at] >= coarseFrom_; }
+
   int across_;
   std::vector<std::uint8_t> unchanged_;
   std::vector<std::uint8_t> same_;        ///< in the image that was compared as in the one before
   std::vector<std::uint8_t> quantisers_;  ///< how each was last encoded
-  int coarseFrom_ = 0;                    ///< the finest quantiser of what is to be made better
-  std::size_t coarse_ = 0;                ///< how many of these there are
+  std::vector<std::uint8_t> movedQuantisers_;  ///< the same once the move has been made
+  std::vector<std::uint8_t> faded_;
+  int coarseFrom_ = 0;           ///< the finest quantiser of what is to be made better
+  std::size_t coarse_ = 0;       ///< how many of these there are
+  std::size_t movedCoarse_ = 0;  ///< how many of them do not move
 };
 
 }  // namespace vesk::picture

@@ -63,9 +63,6 @@ constexpr double leastSecondsToEnjoy = 0.3;
 /// Up to this part of the picture a change is a small one.
 constexpr std::size_t smallPart = 8;
 
-/// Up to this part pieces cost less than the whole.
-constexpr std::size_t composedPart = 4;
-
 /// The picture before once more, which asks for nothing else.
 constexpr PicturePlan::Decision repeated(PicturePlan::Action action) {
   return {action, false, PicturePlan::worstQuantiser, 0, 0, 0, 0};
@@ -112,16 +109,38 @@ PicturePlan::Decision PicturePlan::next(const Tick& tick) {
     ++stillTicks_;
   }
   if (tick.keyFrame || !begun_) return keyFrame(tick);
+  moves_ = goesAlong(tick);
+  if (moves_) return moved(tick);
   Decision decision = tick.changed > 0 ? change(tick) : still(tick);
-  decision.composed = composes(tick, decision);
+  // Amid changes much has only moved, which pieces find less of than the whole.
+  decision.composed = (calm_ || tick.changed == 0) && composes(tick, decision);
   return decision;
 }
 
-/// What has moved far is only found by the encoder of the whole.
+/// What moves keeps its quality, so that must be good enough to be kept, and what is left must come
+/// as a small change does.
+bool PicturePlan::goesAlong(const Tick& tick) const {
+  if (!tick.moved || !isIdle()) return false;
+  const Moved& moved = *tick.moved;
+  return moved.pieces <= tick.mostPieces && moved.changed <= macroblocks_ / smallPart &&
+         moved.quantiser <= readableQuantiser && affordable(moved.changed) <= readableQuantiser &&
+         quantiserAmidChanges(tick) > moved.quantiser - leastStep;
+}
+
+PicturePlan::Decision PicturePlan::moved(Tick tick) {
+  tick.changed = tick.moved->changed;
+  tick.pieces = tick.moved->pieces;
+  tick.coarse = tick.moved->coarse;
+  tick.coarseQuantiser = tick.moved->coarseQuantiser;
+  Decision decision = change(tick);
+  decision.composed = decision.moves = composes(tick, decision);
+  return decision;
+}
+
 bool PicturePlan::composes(const Tick& tick, const Decision& decision) const {
   return decision.action == Action::encode && tick.mostPieces > 0 &&
          tick.pieces <= tick.mostPieces && decision.macroblocks <= macroblocks_ / composedPart &&
-         decision.refined <= refinedAtOnce(tick) && !decision.searchesFar;
+         decision.refined <= refinedAtOnce(tick);
 }
 
 /// As many coarse macroblocks as a composed picture has pieces for, beside what has changed. What
@@ -141,7 +160,7 @@ bool PicturePlan::mayRepeatKey(int quantiser) const {
 }
 
 PicturePlan::Decision PicturePlan::keyFrame(const Tick& tick) {
-  const bool moving = begun_ && !calm_ && stillTicks_ < ticksUntilRefined;
+  const bool moving = begun_ && (moves_ || !calm_) && stillTicks_ < ticksUntilRefined;
   const double room = load_.room(moving ? movingKeyFrameSeconds : keyFrameSeconds);
   const double allowed = std::min(std::max(room, rate_ * 0.05), mostBits_);
   int quantiser = keyCost_.quantiserFor(macroblocks_, allowed, range_);
@@ -188,7 +207,7 @@ std::optional<PicturePlan::Decision> PicturePlan::instead(const Decision& decisi
     return std::nullopt;
   }
   other.keyFrame = true;
-  other.composed = false;
+  other.composed = other.moves = false;
   other.refined = 0;
   other.macroblocks = macroblocks_;
   keyAgain_ = true;
@@ -252,14 +271,18 @@ std::optional<PicturePlan::Decision> PicturePlan::refinement(const Tick& tick) c
   return decision;
 }
 
+int PicturePlan::affordable(std::size_t changed) const {
+  return calmCost_.quantiserFor(changed, std::max(load_.room(changeSeconds), share_), range_);
+}
+
 PicturePlan::Decision PicturePlan::change(const Tick& tick) {
   if (load_.waiting() > rate_ * worstDelay()) return repeated(Action::hold);
   const double allowed = std::max(load_.room(changeSeconds), share_);
-  const int affordable = calmCost_.quantiserFor(tick.changed, allowed, range_);
-  calm_ = tick.changed <= macroblocks_ / smallPart && affordable <= readableQuantiser;
+  const int finest = affordable(tick.changed);
+  calm_ = tick.changed <= macroblocks_ / smallPart && finest <= readableQuantiser;
   if (!calm_) return busy(tick);
   if (const auto refined = refinement(tick)) return *refined;
-  return encoded(std::max(affordable, settledQuantiser()), tick.changed, allowed);
+  return encoded(std::max(finest, settledQuantiser()), tick.changed, allowed);
 }
 
 /// What does not move is made as good as what does, if it is much worse.

@@ -46,6 +46,15 @@ class PicturePlan {
     encode,
   };
 
+  /// What of a change is left where the rest is found elsewhere in the picture before.
+  struct Moved {
+    std::size_t changed = 0;  ///< macroblocks that are found nowhere
+    std::size_t pieces = 0;   ///< in which these lie together
+    int quantiser = 0;        ///< of what has moved, on average
+    std::size_t coarse = 0;   ///< of what neither has moved nor changed, the coarsest
+    int coarseQuantiser = 0;  ///< of these, on average
+  };
+
   struct Tick {
     std::size_t changed = 0;              ///< macroblocks that differ from the picture before
     std::size_t coarse = 0;               ///< of the others, the coarsest
@@ -56,6 +65,7 @@ class PicturePlan {
     bool keyFrame = false;                ///< the picture must be a key frame
     std::size_t pieces = 0;               ///< in which the changed macroblocks lie together
     std::size_t mostPieces = 0;           ///< that a picture can be put together from
+    std::optional<Moved> moved{};         ///< much of what has changed has only moved
   };
 
   struct Decision {
@@ -70,6 +80,7 @@ class PicturePlan {
     int refinedFrom = 0;       ///< the quantiser of the refined ones before, on average
     bool searchesFar = false;  ///< for what has moved: no motion before it tells where
     bool composed = false;     ///< put together from pieces rather than encoded as a whole
+    bool moves = false;        ///< and what has moved is not encoded
   };
 
   /// `mostBits` is what no picture may be larger than.
@@ -94,6 +105,9 @@ class PicturePlan {
   /// So many of them, where they lie together, make one piece of a composed picture.
   static constexpr std::size_t composedPiece = 30;
 
+  /// Up to this part of the picture pieces cost less than the whole.
+  static constexpr std::size_t composedPart = 4;
+
   Decision next(const Tick& tick);
 
   /// What to do instead of a picture that came out too large: a coarser key frame; and instead of a
@@ -112,6 +126,7 @@ class PicturePlan {
   /// The link has taken what was sent before.
   bool isIdle() const { return load_.waiting() <= share_; }
   const ChangeCost& costOfChanges() const { return held_ ? heldCost_ : busyCost_; }
+  int affordable(std::size_t changed) const;
   double drainingPart() const;
   bool lasts(const Tick& tick, int quantiser) const;
   bool mustBeLeftOut(const Tick& tick) const;
@@ -126,6 +141,8 @@ class PicturePlan {
   Decision encoded(int quantiser, std::size_t macroblocks, double wantedBits) const;
   bool composes(const Tick& tick, const Decision& decision) const;
   std::size_t refinedAtOnce(const Tick& tick) const;
+  bool goesAlong(const Tick& tick) const;
+  Decision moved(Tick tick);
 
   int settledQuantiser() const;
   double refinementBits(std::size_t macroblocks, int from, int to) const;
@@ -163,6 +180,7 @@ class PicturePlan {
   Refined refined_;
   bool held_ = false;           ///< the picture before was left out
   bool calm_ = true;            ///< the last change was a small one
+  bool moves_ = false;          ///< the last picture went along with a move
   bool keyRepeatable_ = false;  ///< the last encoded picture is a key frame, still valid
   /// Two key frames in a row must differ in their identifiers, so the second is encoded anew.
   bool afterKeyFrame_ = false;

@@ -81,40 +81,52 @@ void ScreenEncoder::setBitRate(std::int64_t bitRate) {
   settings_.bitRate = std::min(bitRate, level_.mostBitRate);
 }
 
-std::optional<EncodedSample> ScreenEncoder::encode(const Nv12Image& image, HostTime time,
-                                                   bool forceKeyFrame) {
-  if (image.size() != PixelSize{settings_.encoder.width, settings_.encoder.height}) {
+std::optional<EncodedSample> ScreenEncoder::encode(std::shared_ptr<const Nv12Image> image,
+                                                   HostTime time, bool forceKeyFrame) {
+  if (image->size() != PixelSize{settings_.encoder.width, settings_.encoder.height}) {
     return std::nullopt;
   }
-  PicturePlan::Tick tick;
-  marks_.compare(image, lastImage_, plan_.bearable(), tick);
-  if (composer_) tick.mostPieces = composed::mostRuns(level_.mostSlices);
-  if (lastTime_) tick.elapsed = time - *lastTime_;
-  tick.untilKey = untilKeyFrame(time);
-  tick.bitRate = settings_.bitRate;
-  tick.keyFrame = forceKeyFrame || tick.untilKey <= std::chrono::nanoseconds::zero();
+  const auto tick = tickOf(*image, time, forceKeyFrame);
   lastTime_ = time;
   if (tick.keyFrame) changeEncoderIfNeeded();
 
   auto decision = plan_.next(tick);
-  auto data = produceInTheLimit(image, decision);
+  auto data = produceInTheLimit(*image, decision);
   if (!data) return std::nullopt;
+  const bool newKey = decision.keyFrame && decision.action == PicturePlan::Action::encode;
+  const double quality = newKey ? encoder_.quality(*image) : 0;
+  plan_.sent(decision, static_cast<double>(data->size() * 8), quality);
   // What was left out is still to come.
-  if (decision.action != PicturePlan::Action::hold) lastImage_ = image.sequence;
+  if (decision.action != PicturePlan::Action::hold) before_ = std::move(image);
   if (decision.keyFrame) {
     sinceKey_ = 0;
     lastKeyTime_ = time;
   }
   ++sinceKey_;
   lastWasKey_ = decision.keyFrame;
-  const bool newKey = decision.keyFrame && decision.action == PicturePlan::Action::encode;
-  plan_.sent(decision, static_cast<double>(data->size() * 8), newKey ? encoder_.quality(image) : 0);
 
   EncodedSample sample;
   sample.data = std::move(data);
   sample.notSync = !decision.keyFrame;
   if (decision.keyFrame) sample.parameterSets = encoder_.parameterSets();
   return sample;
+}
+
+PicturePlan::Tick ScreenEncoder::tickOf(const Nv12Image& image, HostTime time, bool forceKeyFrame) {
+  PicturePlan::Tick tick;
+  marks_.compare(image, before_ ? before_->sequence : 0, plan_.bearable(), tick);
+  if (lastTime_) tick.elapsed = time - *lastTime_;
+  tick.untilKey = untilKeyFrame(time);
+  tick.bitRate = settings_.bitRate;
+  tick.keyFrame = forceKeyFrame || tick.untilKey <= std::chrono::nanoseconds::zero();
+  if (!composer_) return tick;
+  tick.mostPieces = composed::mostRuns(level_.mostSlices);
+  if (tick.keyFrame || before_ == nullptr || tick.changed < composed::fewestMoved) return tick;
+  const std::size_t mostLeft = macroblocksOf(settings_.encoder) / PicturePlan::composedPart;
+  move_ = composed::findMove(*before_, image,
+                             {composed::farthestShift(level_.number), mostLeft, &marks_.faded()});
+  if (move_) tick.moved = marks_.compare(*move_);
+  return tick;
 }
 
 std::chrono::nanoseconds ScreenEncoder::untilKeyFrame(HostTime time) const {
@@ -159,9 +171,12 @@ std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,
     nextNumber_ = 1;
     return lastKey_;
   }
+  if (decision.moves) {
+    if (auto units = move(image, decision)) return units;
+  }
   const bool keepsCoarse = marks_.mark(decision);
   if (decision.composed) {
-    if (auto units = compose(image, decision)) return units;
+    if (auto units = compose(image, decision, marks_.windows(), nullptr)) return units;
   }
   auto units = encoder_.encode(image, {decision.keyFrame, decision.quantiser, &marks_.unchanged(),
                                        keepsCoarse, decision.searchesFar});
@@ -178,13 +193,21 @@ std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,
   return moved;
 }
 
+std::optional<Bytes> ScreenEncoder::move(const Nv12Image& image,
+                                         const PicturePlan::Decision& decision) {
+  marks_.mark(decision, *move_);
+  return compose(image, decision, marks_.windows(*move_), &move_->moved);
+}
+
 /// Nothing where it would take more slices than it may.
 std::optional<Bytes> ScreenEncoder::compose(const Nv12Image& image,
-                                            const PicturePlan::Decision& decision) {
-  const auto runs = marks_.runs();
-  if (runs.size() > composed::mostRuns(level_.mostSlices)) return std::nullopt;
-  auto units = composer_->compose(image, encoder_.reconstruction(),
-                                  {runs, marks_.unchanged(), decision.quantiser, nextNumber_});
+                                            const PicturePlan::Decision& decision,
+                                            const std::vector<composed::Run>& windows,
+                                            const composed::MovedBlocks* moved) {
+  if (windows.size() > composed::mostRuns(level_.mostSlices)) return std::nullopt;
+  auto units =
+      composer_->compose(image, encoder_.reconstruction(),
+                         {windows, marks_.unchanged(), decision.quantiser, nextNumber_, moved});
   if (!units) return std::nullopt;
   lastKey_.clear();
   ++nextNumber_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -41,8 +42,10 @@ class ScreenEncoder {
   /// A rate beyond the level with which the stream has begun counts as that level's highest.
   void setBitRate(std::int64_t bitRate);
 
-  /// `image` comes from the same stream of images as the ones before.
-  std::optional<EncodedSample> encode(const Nv12Image& image, HostTime time, bool forceKeyFrame);
+  /// `image` comes from the same stream of images as the ones before. It is kept, so that the next
+  /// one can be compared with it, and is not to be painted on.
+  std::optional<EncodedSample> encode(std::shared_ptr<const Nv12Image> image, HostTime time,
+                                      bool forceKeyFrame);
 
   /// The last picture as a decoder has it; valid until the next one.
   PlanesView reconstruction() const { return encoder_.reconstruction().view(); }
@@ -51,9 +54,13 @@ class ScreenEncoder {
   using Bytes = std::vector<std::byte>;
 
   std::chrono::nanoseconds untilKeyFrame(HostTime time) const;
+  PicturePlan::Tick tickOf(const Nv12Image& image, HostTime time, bool forceKeyFrame);
   std::optional<Bytes> produceInTheLimit(const Nv12Image& image, PicturePlan::Decision& decision);
   std::optional<Bytes> produce(const Nv12Image& image, const PicturePlan::Decision& decision);
-  std::optional<Bytes> compose(const Nv12Image& image, const PicturePlan::Decision& decision);
+  std::optional<Bytes> move(const Nv12Image& image, const PicturePlan::Decision& decision);
+  std::optional<Bytes> compose(const Nv12Image& image, const PicturePlan::Decision& decision,
+                               const std::vector<composed::Run>& windows,
+                               const composed::MovedBlocks* moved);
   void readSyntax();
   void changeEncoderIfNeeded();
   Bytes skip() const;
@@ -66,7 +73,8 @@ class ScreenEncoder {
   std::optional<composed::PictureComposer> composer_;  ///< nothing: the encoder makes them all
   PicturePlan plan_;
   MacroblockMarks marks_;
-  Nv12Image::Sequence lastImage_ = 0;
+  std::shared_ptr<const Nv12Image> before_;  ///< what the last picture shows
+  std::optional<composed::FoundMove> move_;  ///< from there to the image under way
   std::optional<HostTime> lastTime_;
   std::optional<HostTime> lastKeyTime_;
   bool lastWasKey_ = false;

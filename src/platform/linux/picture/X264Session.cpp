@@ -72,8 +72,7 @@ Status X264Session::encodeFrame(ImageBufferRef image, HostTime presentationTime,
   ++state_->pending;
   queue_.async([state = state_, image = std::move(image), presentationTime, forceKeyFrame,
                 handler = std::move(handler)]() mutable {
-    auto sample = encode(*state, *image, presentationTime, forceKeyFrame);
-    image = nullptr;
+    auto sample = encode(*state, std::move(image), presentationTime, forceKeyFrame);
     const Status status = sample ? 0 : X264Compression::refused;
     handler(status, std::move(sample));
     handler = nullptr;
@@ -82,13 +81,13 @@ Status X264Session::encodeFrame(ImageBufferRef image, HostTime presentationTime,
   return 0;
 }
 
-std::optional<EncodedSample> X264Session::encode(State& state, const ImageBuffer& image,
-                                                 HostTime time, bool forceKeyFrame) {
+std::optional<EncodedSample> X264Session::encode(State& state, ImageBufferRef image, HostTime time,
+                                                 bool forceKeyFrame) {
   const bool key = state.keyFrameLost.exchange(false) || forceKeyFrame;
-  const auto* pixels = dynamic_cast<const Nv12Image*>(&image);
+  auto pixels = std::dynamic_pointer_cast<const Nv12Image>(std::move(image));
   std::optional<EncodedSample> sample;
   if (state.encoder != nullptr && pixels != nullptr) {
-    sample = state.encoder->encode(*pixels, time, key);
+    sample = state.encoder->encode(std::move(pixels), time, key);
   }
   if (!sample && key) state.keyFrameLost = true;
   return sample;

@@ -35,7 +35,7 @@ class X264Session final : public CompressionSession {
     std::atomic<bool> keyFrameLost = false;
   };
 
-  static std::optional<EncodedSample> encode(State& state, const ImageBuffer& image, HostTime time,
+  static std::optional<EncodedSample> encode(State& state, ImageBufferRef image, HostTime time,
                                              bool forceKeyFrame);
 
   std::shared_ptr<State> state_;

@@ -1,13 +1,16 @@
 #include "platform/linux/picture/composed/ComposedPicture.h"
 
+#include <algorithm>
+
+#include "platform/linux/picture/composed/moveSlice.h"
 #include "platform/linux/picture/h264/emulationPrevention.h"
 #include "platform/linux/picture/h264/units.h"
 
 namespace vesk::picture::composed {
 
 ComposedPicture::ComposedPicture(const h264::SliceSyntax& syntax, std::uint32_t frameNumber,
-                                 std::uint32_t macroblocks)
-    : syntax_(syntax), frameNumber_(frameNumber), macroblocks_(macroblocks) {}
+                                 std::uint32_t macroblocks, const MovedBlocks* moved)
+    : syntax_(syntax), frameNumber_(frameNumber), macroblocks_(macroblocks), moved_(moved) {}
 
 void ComposedPicture::add(const Slice& slice, const h264::SliceData& data) {
   skipTo(slice.first);
@@ -28,13 +31,24 @@ h264::Bytes ComposedPicture::finished() {
 /// there are any: behind such a number there is no room for another.
 void ComposedPicture::skipTo(std::uint32_t macroblock) {
   if (macroblock == next_) return;
-  if (!takesSkipped_) {
+  const bool moves = anyMoves(next_, macroblock);
+  if (moves || !takesSkipped_) {
     end();
     begin(next_, syntax_.initialQuantiser);
   }
-  slice_.ue(macroblock - next_);
+  if (moves) {
+    writeMoveSlice(slice_, *moved_, static_cast<int>(next_), static_cast<int>(macroblock) - 1);
+  } else {
+    slice_.ue(macroblock - next_);
+  }
   next_ = macroblock;
   takesSkipped_ = false;
+}
+
+bool ComposedPicture::anyMoves(std::uint32_t first, std::uint32_t end) const {
+  if (moved_ == nullptr) return false;
+  const auto begin = moved_->marks.begin();
+  return std::any_of(begin + first, begin + end, [](auto mark) { return mark != 0; });
 }
 
 void ComposedPicture::begin(std::uint32_t first, int quantiser) {

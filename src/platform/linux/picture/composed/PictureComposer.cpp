@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "platform/linux/picture/composed/ComposedPicture.h"
+#include "platform/linux/picture/composed/shiftedPlanes.h"
 
 namespace vesk::picture::composed {
 namespace {
@@ -49,11 +50,10 @@ std::optional<h264::Bytes> PictureComposer::compose(const Nv12Image& image,
                                                     const Planes& reconstruction,
                                                     const Request& request) {
   const auto across = static_cast<std::uint32_t>(extent_.across);
-  const auto windows = windowsOver(request.runs, extent_.across);
   ComposedPicture picture(syntax_, request.frameNumber,
-                          across * static_cast<std::uint32_t>(extent_.down));
+                          across * static_cast<std::uint32_t>(extent_.down), request.moved);
   results_.clear();
-  for (const Run& window : windows) {
+  for (const Run& window : request.windows) {
     TinyEncoder* encoder = encoderOf(window.count);
     if (encoder == nullptr) return std::nullopt;
     const auto data = encoder->encode(image, reconstruction.view(),
@@ -72,7 +72,7 @@ std::optional<h264::Bytes> PictureComposer::compose(const Nv12Image& image,
          static_cast<std::uint32_t>(window.count), endsEncoded},
         *data);
   }
-  layInto(reconstruction, windows);
+  layInto(reconstruction, request);
   return picture.finished();
 }
 
@@ -82,10 +82,11 @@ TinyEncoder* PictureComposer::encoderOf(int width) {
   return encoder && encoder.syntax() == syntax_ ? &encoder : nullptr;
 }
 
-void PictureComposer::layInto(const Planes& reconstruction, std::span<const Run> windows) {
+void PictureComposer::layInto(const Planes& reconstruction, const Request& request) {
+  if (request.moved != nullptr) shift(reconstruction, *request.moved);
   std::uint8_t* result = results_.data();
-  bool atEdge = false;
-  for (const Run& window : windows) {
+  bool atEdge = request.moved != nullptr;
+  for (const Run& window : request.windows) {
     copyMacroblocks(planesOf(result, window.count).view(), placeIn(reconstruction, window),
                     {window.count, 1});
     result += bytesOf(window);

@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "platform/linux/picture/composed/MovedBlocks.h"
 #include "platform/linux/picture/composed/TinyEncoder.h"
 
 namespace vesk::picture::composed {
@@ -22,10 +23,11 @@ class PictureComposer {
   PictureComposer(const X264Settings& settings, const h264::SliceSyntax& syntax);
 
   struct Request {
-    std::span<const Run> runs{};                ///< what is encoded, in raster order
+    std::span<const Run> windows{};             ///< what is encoded, in raster order
     std::span<const std::uint8_t> unchanged{};  ///< per macroblock: not 0 is to stay as it is
     int quantiser = 0;
     std::uint32_t frameNumber = 0;
+    const MovedBlocks* moved = nullptr;  ///< what goes along with a move; in no window
   };
 
   /// The NAL units, each behind its length. `reconstruction` is the picture before in the other
@@ -35,7 +37,7 @@ class PictureComposer {
 
  private:
   TinyEncoder* encoderOf(int width);
-  void layInto(const Planes& reconstruction, std::span<const Run> windows);
+  void layInto(const Planes& reconstruction, const Request& request);
 
   X264Settings settings_;
   h264::SliceSyntax syntax_;

@@ -18,6 +18,21 @@ std::optional<Run> windowOf(const Run& run, int lowest, int across, std::span<co
   return Run{run.row, first, width};
 }
 
+/// Calls back with each run of those that are wanted, in raster order.
+template <typename Wanted, typename Function>
+void forEachRun(std::span<const std::uint8_t> marks, int across, Wanted wanted, Function function) {
+  const auto width = static_cast<std::size_t>(across);
+  for (int row = 0; !marks.empty(); ++row, marks = marks.subspan(width)) {
+    const auto begin = marks.begin();
+    const auto rowEnd = begin + across;
+    for (auto at = std::find_if(begin, rowEnd, wanted); at != rowEnd;) {
+      const auto end = std::find_if_not(at, rowEnd, wanted);
+      function(Run{row, static_cast<int>(at - begin), static_cast<int>(end - at)});
+      at = std::find_if(end, rowEnd, wanted);
+    }
+  }
+}
+
 Run together(const Run& left, const Run& right) {
   return {left.row, left.first, right.end() - left.first};
 }
@@ -26,21 +41,16 @@ Run together(const Run& left, const Run& right) {
 
 std::vector<Run> changedRuns(std::span<const std::uint8_t> unchanged, int across) {
   std::vector<Run> runs;
-  const auto width = static_cast<std::size_t>(across);
-  for (int row = 0; !unchanged.empty(); ++row, unchanged = unchanged.subspan(width)) {
-    const auto marks = unchanged.first(width);
-    const auto begin = marks.begin();
-    for (auto at = std::find(begin, marks.end(), 0); at != marks.end();) {
-      const auto end = std::find_if(at, marks.end(), [](auto mark) { return mark != 0; });
-      const Run run{row, static_cast<int>(at - begin), static_cast<int>(end - at)};
-      if (!runs.empty() && runs.back().row == row && run.first - runs.back().end() <= widestGap) {
-        runs.back() = together(runs.back(), run);
-      } else {
-        runs.push_back(run);
-      }
-      at = std::find(end, marks.end(), 0);
-    }
-  }
+  forEachRun(
+      unchanged, across, [](auto mark) { return mark == 0; },
+      [&](const Run& run) {
+        if (!runs.empty() && runs.back().row == run.row &&
+            run.first - runs.back().end() <= widestGap) {
+          runs.back() = together(runs.back(), run);
+        } else {
+          runs.push_back(run);
+        }
+      });
   return runs;
 }
 
@@ -74,6 +84,36 @@ std::vector<Run> windowsOver(std::span<const Run> runs, int across) {
       covered.pop_back();
     }
   }
+  return windows;
+}
+
+std::vector<Run> windowsBeside(std::span<const std::uint8_t> unchanged,
+                               std::span<const std::uint8_t> moved, int across) {
+  const auto widths = windowWidths(across);
+  std::vector<Run> windows;
+  const auto isFree = [&](int row, int from, int to) {
+    const int before = !windows.empty() && windows.back().row == row ? windows.back().end() : 0;
+    for (int i = from; i < to; ++i) {
+      const auto at = static_cast<std::size_t>(row * across + i);
+      if (i < before || i >= across || unchanged[at] == 0 || moved[at] != 0) return false;
+    }
+    return from >= 0;
+  };
+  forEachRun(
+      unchanged, across, [](auto mark) { return mark == 0; },
+      [&](Run run) {
+        while (run.count > 0) {
+          const int wide = *std::ranges::lower_bound(widths, run.count);
+          Run window{run.row, run.end() - wide, wide};
+          if (!isFree(run.row, window.first, run.first)) window.first = run.first;
+          if (window.first == run.first && !isFree(run.row, run.end(), run.first + wide)) {
+            window.count = *(std::ranges::upper_bound(widths, run.count) - 1);
+          }
+          windows.push_back(window);
+          run.count = run.end() - window.end();
+          run.first = window.end();
+        }
+      });
   return windows;
 }
 

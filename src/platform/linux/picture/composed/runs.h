@@ -37,4 +37,9 @@ std::vector<int> windowWidths(int across);
 /// of a row that are too close to have one each share one.
 std::vector<Run> windowsOver(std::span<const Run> runs, int across);
 
+/// The same over all that are not `unchanged`, beside others that move and must be in no window:
+/// not 0 in `moved`.
+std::vector<Run> windowsBeside(std::span<const std::uint8_t> unchanged,
+                               std::span<const std::uint8_t> moved, int across);
+
 }  // namespace vesk::picture::composed

@@ -76,18 +76,11 @@ TEST_F(ComposingPlanTest, ComposesNothingWhereAStreamMayHaveNoPieces) {
   EXPECT_FALSE(plan.next(one).composed);
 }
 
+/// Much of it may only have moved, which pieces find less of.
 TEST_F(ComposingPlanTest, EncodesAsAWholeWhatIsLarge) {
   drain(0);
-  plan.sent(plan.next(tick(macroblocks / 4, 20)), 10'000, 0);  // behind a key frame all is searched
-  EXPECT_TRUE(plan.next(tick(macroblocks / 4, 20)).composed);
-  EXPECT_FALSE(plan.next(tick(macroblocks / 4 + 1, 20)).composed);
-}
-
-/// What has moved since is far away.
-TEST_F(ComposingPlanTest, SearchesTheWholeBehindAKeyFrame) {
-  const auto decision = plan.next(tick(macroblocks / 4, 20));
-  EXPECT_TRUE(decision.searchesFar || decision.action == Action::hold);
-  EXPECT_FALSE(decision.composed);
+  EXPECT_TRUE(plan.next(tick(macroblocks / 8, 20)).composed);
+  EXPECT_FALSE(plan.next(tick(macroblocks / 8 + 1, 20)).composed);
 }
 
 TEST_F(ComposingPlanTest, ComposesNoKeyFrame) {
@@ -126,6 +119,60 @@ TEST_F(ComposingPlanTest, MakesAsMuchBetterBesidesAChangeAsThereArePiecesLeft) {
   EXPECT_LE(few.refined, 2 * PicturePlan::composedPiece);
   const auto nearlyAll = plan.next(coarse(macroblocks / 4 - 10, 4));
   EXPECT_LE(nearlyAll.refined, 10U);
+}
+
+/// A page that is good already, of which next to nothing is new.
+Tick scrolled(Tick tick) {
+  tick.moved = PicturePlan::Moved{100, 4, 20, 0, 0};
+  return tick;
+}
+
+TEST_F(ComposingPlanTest, GoesAlongWithAGoodPage) {
+  drain(0);
+  const auto decision = plan.next(scrolled(tick(6000, 68)));
+  EXPECT_TRUE(decision.moves);
+  EXPECT_TRUE(decision.composed);
+  EXPECT_EQ(decision.macroblocks, 100U);
+}
+
+TEST_F(ComposingPlanTest, EncodesACoarsePageAnewInsteadOfMovingIt) {
+  drain(0);
+  Tick coarse = scrolled(tick(6000, 68));
+  coarse.moved->quantiser = PicturePlan::readableQuantiser + 1;
+  EXPECT_FALSE(plan.next(coarse).moves);
+}
+
+TEST_F(ComposingPlanTest, MovesNothingIntoTooManyPieces) {
+  drain(0);
+  Tick scattered = scrolled(tick(6000, 68));
+  scattered.moved->pieces = 61;
+  EXPECT_FALSE(plan.next(scattered).moves);
+  Tick much = scrolled(tick(6000, 68));
+  much.moved->changed = macroblocks / 8 + 1;
+  EXPECT_FALSE(plan.next(much).moves);
+}
+
+TEST_F(ComposingPlanTest, MovesNothingWhileTheLinkIsBehind) {
+  EXPECT_FALSE(plan.next(scrolled(tick(6000, 68))).moves);
+}
+
+TEST_F(ComposingPlanTest, MakesWhatStandsStillBetterBesideWhatMoves) {
+  drain(0);
+  Tick beside = scrolled(tick(4000, 68));
+  beside.moved->coarse = 3000;
+  beside.moved->coarseQuantiser = 40;
+  const auto decision = plan.next(beside);
+  EXPECT_TRUE(decision.moves);
+  EXPECT_GT(decision.refined, 0U);
+}
+
+TEST_F(ComposingPlanTest, MakesAKeyFrameOfAMoveThatIsTooLarge) {
+  drain(0);
+  const auto decision = plan.next(scrolled(tick(6000, 68)));
+  const auto other = plan.instead(decision, 7'000'000);
+  ASSERT_TRUE(other);
+  EXPECT_FALSE(other->moves);
+  EXPECT_FALSE(other->composed);
 }
 
 /// Small portions together tell what the rest will take.

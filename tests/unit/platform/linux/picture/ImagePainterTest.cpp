@@ -140,7 +140,8 @@ TEST(ImagePainterTest, PaintsOnTheNewestImageThatNobodyHolds) {
   newest = first;
   first = nullptr;
   second = nullptr;
-  EXPECT_EQ(paint(), newest.lock());
+  first = paint();
+  EXPECT_EQ(first, newest.lock());
 }
 
 TEST(ImagePainterTest, BringsAnOldImageUpToDateWhereverItDiffers) {

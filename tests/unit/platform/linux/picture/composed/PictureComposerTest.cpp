@@ -62,8 +62,9 @@ class PictureComposerTest : public ::testing::Test {
 
   Bytes compose(int quantiser = 20) {
     const auto marks = unchanged();
-    auto units = composer.compose(*screen.image(), encoder.reconstruction(),
-                                  {changedRuns(marks, across()), marks, quantiser, ++number});
+    auto units = composer.compose(
+        *screen.image(), encoder.reconstruction(),
+        {windowsOver(changedRuns(marks, across()), across()), marks, quantiser, ++number});
     EXPECT_TRUE(units);
     show(annexB({}, units.value_or(Bytes{})));
     return units.value_or(Bytes{});
@@ -146,11 +147,42 @@ TEST_F(PictureComposerTest, CostsWhatHasChanged) {
   const auto image = screen.image();
   std::vector<std::uint8_t> marks(unchanged().size(), X264Encoder::unchangedMark());
   marks[40] = 0;
-  const auto units = composer.compose(*image, encoder.reconstruction(),
-                                      {changedRuns(marks, across()), marks, 30, 1});
+  const auto units =
+      composer.compose(*image, encoder.reconstruction(),
+                       {windowsOver(changedRuns(marks, across()), across()), marks, 30, 1});
   ASSERT_TRUE(units);
   EXPECT_LE(h264::unitsOf(*units).size(), 3U);
   EXPECT_LT(units->size(), 400U) << "one macroblock, and two that skip";
+}
+
+/// Some go along with a move, some are encoded, the rest stays: whatever the shapes.
+TEST_F(PictureComposerTest, IsExactBesideWhatMoves) {
+  std::mt19937 random(2);
+  const int down = macroblocksAcross(size.height);
+  for (int i = 0; i < 300; ++i) {
+    screen.goOn();
+    MovedBlocks moved{across(),
+                      std::vector<std::uint8_t>(unchanged().size()),
+                      {static_cast<int>(random() % 41) - 20, static_cast<int>(random() % 81) - 40}};
+    auto marks = unchanged();
+    const int top = static_cast<int>(random()) & 3;
+    for (int row = top; row < down; ++row) {
+      for (int column = 0; column < across(); ++column) {
+        const auto at = static_cast<std::size_t>(row * across() + column);
+        const bool wanted = column % 9 != static_cast<int>(random() % 30);
+        if (!wanted || !comesFromInside(row, column, moved.shift, across(), down)) continue;
+        moved.marks[at] = 1;
+        marks[at] = X264Encoder::unchangedMark();
+      }
+    }
+    const auto windows = windowsBeside(marks, moved.marks, across());
+    const auto units = composer.compose(*screen.image(), encoder.reconstruction(),
+                                        {windows, marks, 24, ++number, &moved});
+    ASSERT_TRUE(units);
+    show(annexB({}, *units));
+    ASSERT_TRUE(isExact()) << "picture " << i;
+    ASSERT_TRUE(bordersAreRight()) << "picture " << i;
+  }
 }
 
 TEST_F(PictureComposerTest, HasAsManySlicesAsPlannedAtMost) {
@@ -167,8 +199,9 @@ TEST_F(PictureComposerTest, IsGivenUpWithAnotherSyntax) {
   PictureComposer stranger(settings, other);
   const std::vector<std::uint8_t> marks(unchanged().size(), 0);
   const auto before = *encoder.reconstruction().lumaAt(5, 5);
-  EXPECT_FALSE(stranger.compose(*screen.image(), encoder.reconstruction(),
-                                {changedRuns(marks, across()), marks, 30, 1}));
+  EXPECT_FALSE(
+      stranger.compose(*screen.image(), encoder.reconstruction(),
+                       {windowsOver(changedRuns(marks, across()), across()), marks, 30, 1}));
   EXPECT_EQ(*encoder.reconstruction().lumaAt(5, 5), before);
 }
 

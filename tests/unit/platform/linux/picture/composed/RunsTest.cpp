@@ -80,6 +80,43 @@ TEST(WindowsTest, CoverAllThatHasChangedOnce) {
   }
 }
 
+/// What moves is in none of them, and there are windows for any run without it.
+TEST(WindowsTest, LeaveOutWhatMoves) {
+  const auto unchanged = marks(".........#####..");
+  std::vector<std::uint8_t> moved(16);
+  EXPECT_EQ(windowsBeside(unchanged, moved, 16), (Runs{{0, 6, 8}}));
+  moved[8] = 1;
+  EXPECT_EQ(windowsBeside(unchanged, moved, 16), (Runs{{0, 9, 2}, {0, 11, 2}, {0, 13, 1}}));
+}
+
+TEST(WindowsTest, CoverAllThatIsLeftBesideAnyMove) {
+  std::mt19937 random(6);
+  for (int round = 0; round < 3000; ++round) {
+    const int across = 1 + static_cast<int>(random() % 130);
+    const auto rare = 1 + random() % 6;
+    std::vector<std::uint8_t> unchanged(static_cast<std::size_t>(across * 3));
+    std::vector<std::uint8_t> moved(unchanged.size());
+    for (std::size_t i = 0; i < unchanged.size(); ++i) {
+      unchanged[i] = random() % rare != 0 ? 1 : 0;
+      moved[i] = unchanged[i] != 0 && random() % 2 == 0 ? 1 : 0;
+    }
+    std::vector<int> covered(unchanged.size());
+    const auto widths = windowWidths(across);
+    int next = 0;
+    for (const auto& window : windowsBeside(unchanged, moved, across)) {
+      ASSERT_NE(std::ranges::find(widths, window.count), widths.end()) << window.count;
+      ASSERT_LE(window.end(), across);
+      ASSERT_GE(window.row * across + window.first, next);
+      next = window.row * across + window.end();
+      for (int i = next - window.count; i < next; ++i) ++covered[static_cast<std::size_t>(i)];
+    }
+    for (std::size_t i = 0; i < unchanged.size(); ++i) {
+      const int least = unchanged[i] == 0 ? 1 : 0;
+      ASSERT_TRUE(covered[i] >= least && covered[i] <= (moved[i] == 0 ? 1 : 0)) << i;
+    }
+  }
+}
+
 TEST(MostRunsTest, LeaveASliceForWhatIsSkippedBetween) {
   EXPECT_EQ(mostRuns(136), 60U);
   EXPECT_EQ(mostRuns(68), 33U);
