@@ -63,6 +63,9 @@ constexpr double leastSecondsToEnjoy = 0.3;
 /// Up to this part of the picture a change is a small one.
 constexpr std::size_t smallPart = 8;
 
+/// What moves is good enough to the eye up to this quantiser.
+constexpr int wellMovedQuantiser = 18;
+
 /// The picture before once more, which asks for nothing else.
 constexpr PicturePlan::Decision repeated(PicturePlan::Action action) {
   return {action, false, PicturePlan::worstQuantiser, 0, 0, 0, 0};
@@ -117,13 +120,15 @@ PicturePlan::Decision PicturePlan::next(const Tick& tick) {
   return decision;
 }
 
-/// What moves keeps its quality, so that must be good enough to be kept, and what is left must come
-/// as a small change does.
+/// What moves keeps its quality, so that must be good, or as good as it can be for now; and what is
+/// left must come as a small change does.
 bool PicturePlan::goesAlong(const Tick& tick) const {
-  if (!tick.moved || !isIdle()) return false;
+  if (!tick.moved || load_.room(changeSeconds) <= 0) return false;
   const Moved& moved = *tick.moved;
-  return moved.pieces <= tick.mostPieces && moved.changed <= macroblocks_ / smallPart &&
-         moved.quantiser <= readableQuantiser && affordable(moved.changed) <= readableQuantiser &&
+  if (moved.pieces > tick.mostPieces || moved.changed > macroblocks_ / smallPart) return false;
+  if (affordable(moved.changed) > readableQuantiser) return false;
+  if (moved.quantiser <= wellMovedQuantiser) return true;
+  return moved.quantiser <= readableQuantiser && isIdle() &&
          quantiserAmidChanges(tick) > moved.quantiser - leastStep;
 }
 

@@ -94,7 +94,8 @@ std::vector<Run> windowsBeside(std::span<const std::uint8_t> unchanged,
   const auto isFree = [&](int row, int from, int to) {
     const int before = !windows.empty() && windows.back().row == row ? windows.back().end() : 0;
     for (int i = from; i < to; ++i) {
-      const auto at = static_cast<std::size_t>(row * across + i);
+      const auto at = static_cast<std::size_t>(row) * static_cast<std::size_t>(across) +
+                      static_cast<std::size_t>(i);
       if (i < before || i >= across || unchanged[at] == 0 || moved[at] != 0) return false;
     }
     return from >= 0;

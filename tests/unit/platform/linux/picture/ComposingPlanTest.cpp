@@ -142,6 +142,15 @@ TEST_F(ComposingPlanTest, EncodesACoarsePageAnewInsteadOfMovingIt) {
   EXPECT_FALSE(plan.next(coarse).moves);
 }
 
+/// Pictures of the whole would keep the link so busy that nothing would ever move.
+TEST_F(ComposingPlanTest, GoesAlongWithAVeryGoodPageThoughTheLinkIsNotIdle) {
+  drain(0.2);
+  EXPECT_FALSE(plan.next(scrolled(tick(6000, 68))).moves);
+  Tick good = scrolled(tick(6000, 68));
+  good.moved->quantiser = 18;
+  EXPECT_TRUE(plan.next(good).moves);
+}
+
 TEST_F(ComposingPlanTest, MovesNothingIntoTooManyPieces) {
   drain(0);
   Tick scattered = scrolled(tick(6000, 68));
