@@ -58,8 +58,7 @@ void encode(benchmark::State& state) {
   HostTime time{};
   const int edge = static_cast<int>(state.range(0));
   auto image = painter.paint(pixels.data(), 1920 * 4, {{0, 0, 1920, 1080}});
-  for (int i = 0; i < 100; ++i)
-    encoder.encode(image, time += std::chrono::milliseconds(33), false);
+  for (int i = 0; i < 100; ++i) encoder.encode(image, time += std::chrono::milliseconds(33), false);
   for (auto each : state) {
     if (edge > 0) image = painter.paint(pixels.data(), 1920 * 4, {{0, 0, edge, edge}});
     encoder.encode(image, time += std::chrono::milliseconds(33), false);

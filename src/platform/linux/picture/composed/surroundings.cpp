@@ -31,9 +31,7 @@ void repeatEdges(std::uint8_t* plane, std::ptrdiff_t stride, int bytes, int rows
       std::memcpy(row + bytes + x, &last, size);
     }
   }
-  constexpr std::size_t bothBorders = 64;  // bytes
-  static_assert(bothBorders == 2 * borderWidth);
-  const auto all = static_cast<std::size_t>(bytes) + bothBorders;
+  const auto all = static_cast<std::size_t>(bytes) + std::size_t{2} * borderWidth;
   std::uint8_t* top = plane - borderWidth;
   std::uint8_t* bottom = top + (rows - 1) * stride;
   for (int y = 1; y <= borderRows; ++y) {

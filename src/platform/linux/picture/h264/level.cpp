@@ -67,7 +67,8 @@ std::size_t mostPictureBytes(const Limits& limits, std::int64_t macroblocks, std
 
 /// Asked of the profile that such a stream also keeps to.
 std::size_t mostSlices(const Limits& limits, std::int64_t macroblocks, std::int64_t pace) {
-  const std::int64_t each = std::max<std::int64_t>(limits.sliceRate * std::max<std::int64_t>(pace, 1), 1);
+  const std::int64_t each =
+      std::max<std::int64_t>(limits.sliceRate * std::max<std::int64_t>(pace, 1), 1);
   return static_cast<std::size_t>(limits.sliceRate > 0 ? limits.macroblocksPerSecond / each
                                                        : macroblocks);
 }
