@@ -62,6 +62,15 @@ class PaintedImages {
     });
   }
 
+  /// The same of a part at the top on the left alone, up or down.
+  void scroll(int width, int height, int rows) {
+    const auto before = image_;
+    next();
+    paint(0, 0, width, height, [&](int x, int y) {
+      return static_cast<int>(before->luma()[(y + rows + height) % height * before->stride() + x]);
+    });
+  }
+
   /// Squares of shades that nothing foretells.
   void patches(int left, int top, int width, int height) {
     const auto salt = static_cast<unsigned>(random_());

@@ -123,7 +123,7 @@ PicturePlan::Decision PicturePlan::next(const Tick& tick) {
 /// What moves keeps its quality, so that must be good, or as good as it can be for now; and what is
 /// left must come as a small change does.
 bool PicturePlan::goesAlong(const Tick& tick) const {
-  if (!tick.moved || load_.room(changeSeconds) <= 0) return false;
+  if (!tick.moved || tick.mostPieces == 0 || load_.room(changeSeconds) <= 0) return false;
   const Moved& moved = *tick.moved;
   if (moved.pieces > tick.mostPieces || moved.changed > macroblocks_ / smallPart) return false;
   if (affordable(moved.changed) > readableQuantiser) return false;
@@ -257,10 +257,14 @@ std::optional<PicturePlan::Decision> PicturePlan::refinement(const Tick& tick) c
   // Rather a part of it much better than all of it hardly.
   const int goal = std::min(refinementGoal(tick), tick.coarseQuantiser - leastStep);
   if (goal < settledQuantiser()) return std::nullopt;
-  const std::size_t most = refinedAtOnce(tick);
   const double bits = std::min(load_.room(refinementSeconds), refinementRoom(tick)) -
                       calmCost_.of(tick.changed, goal);
   const double all = refinementBits(tick.coarse, tick.coarseQuantiser, goal);
+  std::size_t most = refinedAtOnce(tick);
+  if (tick.moved && most == 0) return std::nullopt;
+  // Pictures that are far apart must hold more than pieces do.
+  const bool isStill = tick.changed == 0 && !tick.moved;
+  if (isStill && refinementBits(most, tick.coarseQuantiser, goal) < share_ / 2) most = 0;
   double part = std::min(bits / std::max(all, 1.0), 1.0);
   const double least = most > 0 ? leastComposedSeconds : leastRefinementSeconds;
   const bool enough = part >= 1 || bits >= rate_ * least;

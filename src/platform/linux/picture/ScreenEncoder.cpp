@@ -160,7 +160,7 @@ std::optional<Bytes> ScreenEncoder::produceInTheLimit(const Nv12Image& image,
 }
 
 std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,
-                                            const PicturePlan::Decision& decision) {
+                                            PicturePlan::Decision& decision) {
   using Action = PicturePlan::Action;
   if ((decision.action == Action::skip || decision.action == Action::hold) && syntax_) {
     auto data = skip();
@@ -173,6 +173,7 @@ std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,
   }
   if (decision.moves) {
     if (auto units = move(image, decision)) return units;
+    decision.composed = decision.moves = false;
   }
   const bool keepsCoarse = marks_.mark(decision);
   if (decision.composed) {
@@ -193,10 +194,20 @@ std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,
   return moved;
 }
 
-std::optional<Bytes> ScreenEncoder::move(const Nv12Image& image,
-                                         const PicturePlan::Decision& decision) {
+/// What is coarse beside the move may lie in too many pieces, and is left to later pictures then.
+/// Of a picture that is not made nothing is remembered.
+std::optional<Bytes> ScreenEncoder::move(const Nv12Image& image, PicturePlan::Decision& decision) {
+  const MacroblockMarks before = marks_;
   marks_.mark(decision, *move_);
-  return compose(image, decision, marks_.windows(*move_), &move_->moved);
+  if (marks_.windows(*move_).size() > composed::mostRuns(level_.mostSlices) &&
+      decision.refined > 0) {
+    decision.refined = 0;
+    marks_ = before;
+    marks_.mark(decision, *move_);
+  }
+  auto units = compose(image, decision, marks_.windows(*move_), &move_->moved);
+  if (!units) marks_ = before;
+  return units;
 }
 
 /// Nothing where it would take more slices than it may.

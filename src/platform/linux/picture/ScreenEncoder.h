@@ -56,8 +56,8 @@ class ScreenEncoder {
   std::chrono::nanoseconds untilKeyFrame(HostTime time) const;
   PicturePlan::Tick tickOf(const Nv12Image& image, HostTime time, bool forceKeyFrame);
   std::optional<Bytes> produceInTheLimit(const Nv12Image& image, PicturePlan::Decision& decision);
-  std::optional<Bytes> produce(const Nv12Image& image, const PicturePlan::Decision& decision);
-  std::optional<Bytes> move(const Nv12Image& image, const PicturePlan::Decision& decision);
+  std::optional<Bytes> produce(const Nv12Image& image, PicturePlan::Decision& decision);
+  std::optional<Bytes> move(const Nv12Image& image, PicturePlan::Decision& decision);
   std::optional<Bytes> compose(const Nv12Image& image, const PicturePlan::Decision& decision,
                                const std::vector<composed::Run>& windows,
                                const composed::MovedBlocks* moved);

@@ -56,6 +56,12 @@ class ComposingPlanTest : public ::testing::Test {
   int quantiser = 0;
 };
 
+/// A page that is good already, of which next to nothing is new.
+Tick scrolled(Tick tick) {
+  tick.moved = PicturePlan::Moved{100, 4, 20, 0, 0};
+  return tick;
+}
+
 TEST_F(ComposingPlanTest, ComposesASmallChange) {
   drain(0);
   const auto decision = plan.next(tick(4, 2));
@@ -112,6 +118,36 @@ TEST_F(ComposingPlanTest, MakesAPageBetterInSmallPortions) {
   EXPECT_GT(large.refined, decision.refined);
 }
 
+/// Pieces do not keep up with a link that takes far more between two pictures.
+TEST_F(ComposingPlanTest, MakesAPageBetterAsAWholeWherePicturesAreFarApart) {
+  drain(0);
+  Tick rare = coarse();
+  rare.elapsed = 200ms;
+  const auto decision = plan.next(rare);
+  EXPECT_EQ(decision.action, Action::encode);
+  EXPECT_FALSE(decision.composed);
+  EXPECT_GT(decision.refined, 30 * PicturePlan::composedPiece);
+}
+
+TEST_F(ComposingPlanTest, MovesNothingWhereAStreamMayHaveNoPieces) {
+  drain(0);
+  Tick none = scrolled(tick(6000, 68));
+  none.moved->pieces = 0;
+  none.mostPieces = 0;
+  EXPECT_FALSE(plan.next(none).moves);
+}
+
+TEST_F(ComposingPlanTest, MakesNothingBetterBesideAMoveThatTakesAllPieces) {
+  drain(0);
+  Tick full = scrolled(tick(4000, 68));
+  full.moved->pieces = 60;
+  full.moved->coarse = 3000;
+  full.moved->coarseQuantiser = 40;
+  const auto decision = plan.next(full);
+  EXPECT_TRUE(decision.moves);
+  EXPECT_EQ(decision.refined, 0U);
+}
+
 TEST_F(ComposingPlanTest, MakesAsMuchBetterBesidesAChangeAsThereArePiecesLeft) {
   drain(0);
   const auto few = plan.next(coarse(10, 56));
@@ -119,12 +155,6 @@ TEST_F(ComposingPlanTest, MakesAsMuchBetterBesidesAChangeAsThereArePiecesLeft) {
   EXPECT_LE(few.refined, 2 * PicturePlan::composedPiece);
   const auto nearlyAll = plan.next(coarse(macroblocks / 4 - 10, 4));
   EXPECT_LE(nearlyAll.refined, 10U);
-}
-
-/// A page that is good already, of which next to nothing is new.
-Tick scrolled(Tick tick) {
-  tick.moved = PicturePlan::Moved{100, 4, 20, 0, 0};
-  return tick;
 }
 
 TEST_F(ComposingPlanTest, GoesAlongWithAGoodPage) {

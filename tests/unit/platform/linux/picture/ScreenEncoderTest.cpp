@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "capture/annexB.h"
 #include "platform/linux/picture/h264/units.h"
 #include "support/H264Decoder.h"
@@ -195,6 +197,57 @@ TEST_F(LargeScreenEncoderTest, GoesAlongWithAPageThatIsScrolled) {
     EXPECT_LT(encode(), 40'000U) << "three rows of macroblocks are new";
     const auto of = screen.image();
     EXPECT_GT(testing::psnr(shown, of->luma(), of->stride()), 40);
+  }
+}
+
+/// What is typed all over the place while another part is scrolled is not taken to be good before
+/// it is: once all stands still, the page becomes as good as one of pictures that were never
+/// composed.
+TEST(StaleTest, LeavesNothingCoarseBesideWhatMoves) {
+  constexpr PixelSize size{640, 480};
+  std::mt19937 random(84);
+  for (const std::int64_t rate : {5'000'000, 3'000'000, 1'000'000}) {
+    PaintedImages screen(size);
+    ScreenEncoderSettings settings;
+    settings.encoder.width = size.width;
+    settings.encoder.height = size.height;
+    settings.bitRate = rate;
+    settings.maxKeyFrameInterval = 1'000'000;
+    settings.maxKeyFrameDuration = 100h;
+    ScreenEncoder composing(settings);
+    settings.composes = false;
+    ScreenEncoder whole(settings);
+    HostTime time{1h};
+    const auto pictures = [&](int count) {
+      for (; count > 0; --count) {
+        time += 33'333'333ns;
+        composing.encode(screen.image(), time, false);
+        whole.encode(screen.image(), time, false);
+      }
+    };
+    pictures(150);
+    for (int i = 0; i < 10; ++i) {
+      screen.next();
+      for (int letters = 0; letters < 299; ++letters) {
+        screen.text(static_cast<int>(random() % 40) * 16,
+                    160 + static_cast<int>(random() % 20) * 16, 16, 16);
+      }
+      pictures(1);
+    }
+    for (int i = 0; i < 11; ++i) {
+      screen.scroll(384, 64, i % 2 == 0 ? 2 : -2);
+      pictures(3);
+    }
+    pictures(400);
+    const auto qualityOf = [&](const ScreenEncoder& encoder) {
+      testing::Luma luma{size.width, size.height, {}};
+      for (int y = 0; y < size.height; ++y) {
+        const auto* row = encoder.reconstruction().lumaAt(0, y);
+        luma.pixels.insert(luma.pixels.end(), row, row + size.width);
+      }
+      return testing::psnr(luma, screen.image()->luma(), screen.image()->stride());
+    };
+    EXPECT_GT(qualityOf(composing), qualityOf(whole) - 1) << rate;
   }
 }
 
