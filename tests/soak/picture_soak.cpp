@@ -22,6 +22,7 @@ namespace {
 
 using namespace vesk;
 using namespace vesk::picture;
+namespace support = vesk::testing;
 
 constexpr int picturesPerMinute = 30 * 60;
 constexpr std::chrono::nanoseconds pictureTime{33'333'333};
@@ -31,12 +32,12 @@ std::uint32_t sumOf(const PlanesView& planes, PixelSize size) {
   const auto width = static_cast<std::size_t>(size.width);
   const auto height = static_cast<int>(size.height);
   std::uint32_t sum = 0;
-  for (int y = 0; y < height; ++y) sum = testing::pictureSum({planes.lumaAt(0, y), width}, sum);
+  for (int y = 0; y < height; ++y) sum = support::pictureSum({planes.lumaAt(0, y), width}, sum);
   std::vector<std::uint8_t> row(width / 2);
   for (const std::size_t which : {0U, 1U}) {
     for (int y = 0; y < height; y += 2) {
       for (std::size_t x = 0; x < row.size(); ++x) row[x] = planes.chromaAt(0, y)[2 * x + which];
-      sum = testing::pictureSum(row, sum);
+      sum = support::pictureSum(row, sum);
     }
   }
   return sum;
@@ -81,7 +82,7 @@ class Segment {
       sums_.push_back(expected);
       screen_.goOn();
     }
-    const auto seen = testing::sumsByFfmpeg(stream_);
+    const auto seen = support::sumsByFfmpeg(stream_);
     if (seen.sums != sums_) fail("ffmpeg sees it otherwise: " + seen.messages);
     for (const auto& fault : levels_.faults()) fail(fault);
   }
@@ -134,10 +135,10 @@ class Segment {
   std::string name_;
   Counts& counts_;
   PixelSize size_;
-  testing::MixedScreen screen_;
+  support::MixedScreen screen_;
   ScreenEncoder encoder_;
-  testing::H264Decoder decoder_;
-  testing::LevelCheck levels_;
+  support::H264Decoder decoder_;
+  support::LevelCheck levels_;
   HostTime time_{std::chrono::hours(1)};
   std::vector<std::byte> stream_;
   std::vector<std::uint32_t> sums_;

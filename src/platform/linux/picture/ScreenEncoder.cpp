@@ -201,6 +201,7 @@ std::optional<Bytes> ScreenEncoder::move(const Nv12Image& image, PicturePlan::De
   marks_.mark(decision, *move_);
   if (marks_.windows(*move_).size() > composed::mostRuns(level_.mostSlices) &&
       decision.refined > 0) {
+    decision.macroblocks -= decision.refined;
     decision.refined = 0;
     marks_ = before;
     marks_.mark(decision, *move_);
