@@ -6,6 +6,7 @@
 
 #include "platform/linux/picture/Nv12Image.h"
 #include "platform/linux/picture/PixelRect.h"
+#include "support/imageStream.h"
 
 namespace vesk::rates {
 
@@ -28,14 +29,7 @@ class Canvas {
   std::shared_ptr<const picture::Nv12Image> image() const { return image_; }
 
   /// The next image, a copy of this one until it is painted on.
-  void next() {
-    auto copy = std::make_shared<picture::Nv12Image>(image_->size());
-    const auto bytes = static_cast<std::size_t>(image_->stride() * height()) * 3 / 2;
-    std::copy_n(image_->luma(), bytes, copy->luma());
-    copy->changedAt = image_->changedAt;
-    copy->sequence = image_->sequence + 1;
-    image_ = copy;
-  }
+  void next() { image_ = testing::nextImage(*image_); }
 
   /// Gives each pixel of a rectangle the colour that `at(x, y)` names.
   template <typename At>
@@ -51,7 +45,7 @@ class Canvas {
         image_->chroma()[y / 2 * stride + x + 1] = colour.red;
       }
     }
-    mark(rect);
+    testing::markPainted(*image_, rect);
   }
 
   /// Moves everything up by an even number of rows.
@@ -60,20 +54,10 @@ class Canvas {
     std::copy(image_->luma() + rows * stride, image_->luma() + height() * stride, image_->luma());
     std::copy(image_->chroma() + rows / 2 * stride, image_->chroma() + height() / 2 * stride,
               image_->chroma());
-    mark({0, 0, width(), height()});
+    testing::markPainted(*image_, {0, 0, width(), height()});
   }
 
  private:
-  void mark(const picture::PixelRect& rect) {
-    if (rect.isEmpty()) return;
-    const int across = picture::macroblocksAcross(width());
-    for (int row = rect.y / 16; row * 16 < rect.bottom(); ++row) {
-      for (int column = rect.x / 16; column * 16 < rect.right(); ++column) {
-        image_->changedAt[static_cast<std::size_t>(row * across + column)] = image_->sequence;
-      }
-    }
-  }
-
   std::shared_ptr<picture::Nv12Image> image_;
 };
 

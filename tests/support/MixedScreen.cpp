@@ -3,32 +3,19 @@
 #include <algorithm>
 #include <cmath>
 
+#include "support/imageStream.h"
+
 namespace vesk::testing {
-namespace {
-
-using picture::Nv12Image;
-
-std::shared_ptr<Nv12Image> copyOf(const Nv12Image& image) {
-  auto copy = std::make_shared<Nv12Image>(image.size());
-  const auto height = static_cast<std::size_t>(image.size().height);
-  std::copy_n(image.luma(), static_cast<std::size_t>(image.stride()) * height * 3 / 2,
-              copy->luma());
-  copy->changedAt = image.changedAt;
-  copy->sequence = image.sequence;
-  return copy;
-}
-
-}  // namespace
+using picture::PixelRect;
 
 MixedScreen::MixedScreen(PixelSize size, unsigned seed)
-    : random_(seed), image_(std::make_shared<Nv12Image>(size)) {
+    : random_(seed), image_(std::make_shared<picture::Nv12Image>(size)) {
   image_->sequence = 1;
   write({0, 0, static_cast<int>(size.width), static_cast<int>(size.height)}, true);
 }
 
 void MixedScreen::goOn() {
-  image_ = copyOf(*image_);
-  ++image_->sequence;
+  image_ = nextImage(*image_);
   const int width = static_cast<int>(image_->size().width);
   const int height = static_cast<int>(image_->size().height);
   switch (below(22)) {
@@ -53,17 +40,17 @@ void MixedScreen::goOn() {
     case 11:
       return shade(somewhere(width, height / 2));
     case 12:
-      return write(below(8) == 0 ? Area{0, 0, width, height} : somewhere(width, height), true);
+      return write(below(8) == 0 ? PixelRect{0, 0, width, height} : somewhere(width, height), true);
     default:
       return;
   }
 }
 
 /// One in three lies at an edge or in a corner.
-MixedScreen::Area MixedScreen::somewhere(int mostWidth, int mostHeight) {
+PixelRect MixedScreen::somewhere(int mostWidth, int mostHeight) {
   const int allWidth = static_cast<int>(image_->size().width);
   const int allHeight = static_cast<int>(image_->size().height);
-  Area area;
+  PixelRect area;
   area.width = std::min(2 + below(std::max(mostWidth, 1)) / 2 * 2, allWidth);
   area.height = std::min(2 + below(std::max(mostHeight, 1)) / 2 * 2, allHeight);
   const auto place = [&](int room) {
@@ -76,7 +63,7 @@ MixedScreen::Area MixedScreen::somewhere(int mostWidth, int mostHeight) {
 }
 
 /// Strokes that fill cells as letters do.
-void MixedScreen::write(const Area& area, bool colourful) {
+void MixedScreen::write(const PixelRect& area, bool colourful) {
   const auto salt = static_cast<unsigned>(random_());
   const auto tint = static_cast<std::uint8_t>(colourful ? 96 + below(64) : 128);
   const picture::Planes planes = image_->planes();
@@ -90,10 +77,10 @@ void MixedScreen::write(const Area& area, bool colourful) {
       if (y % 2 == 0) *planes.chromaAt(x / 2 * 2, y) = (cell >> 20) % 4 == 0 ? tint : 128;
     }
   }
-  touch(area);
+  markPainted(*image_, area);
 }
 
-void MixedScreen::fill(const Area& area) {
+void MixedScreen::fill(const PixelRect& area) {
   const auto shade = static_cast<std::uint8_t>(16 + below(220));
   const auto tint = static_cast<std::uint8_t>(64 + below(128));
   const picture::Planes planes = image_->planes();
@@ -101,10 +88,10 @@ void MixedScreen::fill(const Area& area) {
     std::fill_n(planes.lumaAt(area.x, y), area.width, shade);
     if (y % 2 == 0) std::fill_n(planes.chromaAt(area.x, y), area.width, tint);
   }
-  touch(area);
+  markPainted(*image_, area);
 }
 
-void MixedScreen::scatter(const Area& area) {
+void MixedScreen::scatter(const PixelRect& area) {
   const picture::Planes planes = image_->planes();
   for (int y = area.y; y < area.y + area.height; ++y) {
     for (int x = area.x; x < area.x + area.width; ++x) {
@@ -112,7 +99,7 @@ void MixedScreen::scatter(const Area& area) {
       if (y % 2 == 0) planes.chromaAt(x / 2 * 2, y)[x % 2] = static_cast<std::uint8_t>(random_());
     }
   }
-  touch(area);
+  markPainted(*image_, area);
 }
 
 /// Where it was, something is written again.
@@ -128,16 +115,16 @@ void MixedScreen::movePointer() {
       pixel = static_cast<std::uint8_t>(pixel * (1 - part) + 20 * part);
     }
   }
-  touch(pointer_);
+  markPainted(*image_, pointer_);
 }
 
 /// By a few pixels most of the time, up or down.
 void MixedScreen::scroll() {
-  const Area area = somewhere(static_cast<int>(image_->size().width),
-                              static_cast<int>(image_->size().height) / 2);
+  const PixelRect area = somewhere(static_cast<int>(image_->size().width),
+                                   static_cast<int>(image_->size().height) / 2);
   const int distance = std::min(1 + below(1 + below(60)), area.height - 1);
   const bool up = below(2) == 0;
-  const auto before = copyOf(*image_);
+  const auto before = nextImage(*image_);
   const picture::PlanesView from = before->planes().view();
   const picture::Planes to = image_->planes();
   for (int row = 0; row + distance < area.height; ++row) {
@@ -147,11 +134,11 @@ void MixedScreen::scroll() {
     if (y % 2 != 0) continue;
     std::copy_n(from.chromaAt(area.x, source / 2 * 2), area.width, to.chromaAt(area.x, y));
   }
-  touch(area);
+  markPainted(*image_, area);
 }
 
 /// Soft light, in which an encoder finds what has moved.
-void MixedScreen::shade(const Area& area) {
+void MixedScreen::shade(const PixelRect& area) {
   const double wave = 6 + below(30);
   const double phase = below(100);
   const picture::Planes planes = image_->planes();
@@ -163,17 +150,7 @@ void MixedScreen::shade(const Area& area) {
         planes.chromaAt(x / 2 * 2, y)[x % 2] = static_cast<std::uint8_t>(128 + 20 * light);
     }
   }
-  touch(area);
-}
-
-void MixedScreen::touch(const Area& area) {
-  constexpr int edge = picture::macroblockEdge;
-  const int across = picture::macroblocksAcross(image_->size().width);
-  for (int row = area.y / edge; row <= (area.y + area.height - 1) / edge; ++row) {
-    for (int column = area.x / edge; column <= (area.x + area.width - 1) / edge; ++column) {
-      image_->changedAt[static_cast<std::size_t>(row * across + column)] = image_->sequence;
-    }
-  }
+  markPainted(*image_, area);
 }
 
 }  // namespace vesk::testing

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "platform/linux/picture/Nv12Image.h"
+#include "platform/linux/picture/PixelRect.h"
 
 namespace vesk::testing {
 
@@ -23,26 +24,18 @@ class MixedScreen {
   void goOn();
 
  private:
-  struct Area {
-    int x = 0;
-    int y = 0;
-    int width = 0;
-    int height = 0;
-  };
-
   int below(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
-  Area somewhere(int mostWidth, int mostHeight);
-  void write(const Area& area, bool colourful);
-  void fill(const Area& area);
-  void scatter(const Area& area);
-  void shade(const Area& area);
+  picture::PixelRect somewhere(int mostWidth, int mostHeight);
+  void write(const picture::PixelRect& area, bool colourful);
+  void fill(const picture::PixelRect& area);
+  void scatter(const picture::PixelRect& area);
+  void shade(const picture::PixelRect& area);
   void movePointer();
   void scroll();
-  void touch(const Area& area);
 
   std::mt19937 random_;
   std::shared_ptr<picture::Nv12Image> image_;
-  Area pointer_;
+  picture::PixelRect pointer_;
 };
 
 }  // namespace vesk::testing

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "platform/linux/picture/Nv12Image.h"
+#include "support/imageStream.h"
 
 namespace vesk::testing {
 
@@ -20,15 +21,7 @@ class PaintedImages {
   std::shared_ptr<const picture::Nv12Image> image() const { return image_; }
 
   /// The next image, a copy of this one until it is painted on.
-  void next() {
-    auto copy = std::make_shared<picture::Nv12Image>(image_->size());
-    const auto height = static_cast<std::size_t>(image_->size().height);
-    std::copy_n(image_->luma(), static_cast<std::size_t>(image_->stride()) * height * 3 / 2,
-                copy->luma());
-    copy->changedAt = image_->changedAt;
-    copy->sequence = image_->sequence + 1;
-    image_ = copy;
-  }
+  void next() { image_ = nextImage(*image_); }
 
   /// Rows of dark strokes that fill cells as letters do, some cells left blank.
   void text(int left, int top, int width, int height) {
@@ -98,12 +91,7 @@ class PaintedImages {
         image_->luma()[y * image_->stride() + x] = static_cast<std::uint8_t>(value(x, y));
       }
     }
-    const int across = picture::macroblocksAcross(image_->size().width);
-    for (int row = top / 16; row <= (top + height - 1) / 16; ++row) {
-      for (int column = left / 16; column <= (left + width - 1) / 16; ++column) {
-        image_->changedAt[static_cast<std::size_t>(row * across + column)] = image_->sequence;
-      }
-    }
+    markPainted(*image_, {left, top, width, height});
   }
 
   std::shared_ptr<picture::Nv12Image> image_;

@@ -199,14 +199,15 @@ std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,
 std::optional<Bytes> ScreenEncoder::move(const Nv12Image& image, PicturePlan::Decision& decision) {
   const MacroblockMarks before = marks_;
   marks_.mark(decision, *move_);
-  if (marks_.windows(*move_).size() > composed::mostRuns(level_.mostSlices) &&
-      decision.refined > 0) {
+  auto windows = marks_.windows(*move_);
+  if (windows.size() > composed::mostRuns(level_.mostSlices) && decision.refined > 0) {
     decision.macroblocks -= decision.refined;
     decision.refined = 0;
     marks_ = before;
     marks_.mark(decision, *move_);
+    windows = marks_.windows(*move_);
   }
-  auto units = compose(image, decision, marks_.windows(*move_), &move_->moved);
+  auto units = compose(image, decision, windows, &move_->moved);
   if (!units) marks_ = before;
   return units;
 }

@@ -10,8 +10,8 @@ namespace vesk::picture::composed {
 /// Where the samples of a plane come from, in bytes as seen from where they have moved to.
 struct Origin {
   std::ptrdiff_t first = 0;
-  std::ptrdiff_t right =
-      0;  ///< the other one of two that a sample lies between; nought: it does not
+  /// To the other one of two that a sample lies between; nought: it does not.
+  std::ptrdiff_t right = 0;
   std::ptrdiff_t below = 0;  ///< the same, of two rows
 
   bool isBetween() const { return right != 0 || below != 0; }

@@ -15,10 +15,6 @@ constexpr std::size_t mostPlaces = 6;
 /// In pixels: how far a window is dragged from one picture to the next.
 constexpr int farthestAslant = 96;
 
-const std::uint8_t* lumaAt(const Nv12Image& image, int x, int y) {
-  return image.luma() + static_cast<std::ptrdiff_t>(y) * image.stride() + x;
-}
-
 }  // namespace
 
 std::optional<Pattern> Pattern::in(const Nv12Image& before, const Nv12Image& now, int row,
@@ -44,7 +40,7 @@ Pattern::Pattern(const Nv12Image& before, const Nv12Image& now, int x, int y)
     : before_(&before), now_(&now), x_(x), y_(y) {}
 
 int Pattern::edges() const {
-  const std::uint8_t* row = lumaAt(*now_, x_, y_);
+  const std::uint8_t* row = now_->planes().lumaAt(x_, y_);
   int count = 0;
   for (int i = 1; i < width; ++i) count += row[i] != row[i - 1] ? 1 : 0;
   return count;
@@ -52,7 +48,7 @@ int Pattern::edges() const {
 
 /// Whether all of its rows are the same: it would be found in several of them.
 bool Pattern::isUpright() const {
-  const std::uint8_t* row = lumaAt(*now_, x_, y_);
+  const std::uint8_t* row = now_->planes().lumaAt(x_, y_);
   for (int i = 1; i < height; ++i) {
     if (std::memcmp(row, row + static_cast<std::ptrdiff_t>(i) * now_->stride(), width) != 0)
       return false;
@@ -61,7 +57,7 @@ bool Pattern::isUpright() const {
 }
 
 void Pattern::chooseAnchors() {
-  const std::uint8_t* row = lumaAt(*now_, x_, y_);
+  const std::uint8_t* row = now_->planes().lumaAt(x_, y_);
   std::array<int, width> edges{};
   std::size_t count = 0;
   for (int i = 1; i < width; ++i) {
@@ -77,7 +73,8 @@ void Pattern::chooseAnchors() {
 
 bool Pattern::wasAt(int x, int y) const {
   for (int i = 0; i < height; ++i) {
-    if (std::memcmp(lumaAt(*before_, x, y + i), lumaAt(*now_, x_, y_ + i), width) != 0)
+    if (std::memcmp(before_->planes().lumaAt(x, y + i), now_->planes().lumaAt(x_, y_ + i), width) !=
+        0)
       return false;
   }
   return true;
@@ -89,7 +86,7 @@ bool Pattern::mayHaveBeenIn(const std::uint8_t* row, int count) const {
   std::array<std::uint8_t, anchorCount> wanted{};
   std::array<const std::uint8_t*, anchorCount> there{};
   for (std::size_t i = 0; i < anchorCount; ++i) {
-    wanted[i] = lumaAt(*now_, x_, y_)[anchors_[i]];
+    wanted[i] = now_->planes().lumaAt(x_, y_)[anchors_[i]];
     there[i] = row + anchors_[i];
   }
   std::uint8_t least = 0xff;
@@ -112,7 +109,7 @@ std::vector<Shift> Pattern::shifts(int farthest) const {
     const int reach = y == y_ ? farthest : isNear ? std::min(farthestAslant, farthest) : 0;
     const int first = std::max(x_ - reach, 0);
     const int last = std::min(x_ + reach, lastX);
-    if (reach > 0 && !mayHaveBeenIn(lumaAt(*before_, first, y), last - first + 1)) continue;
+    if (reach > 0 && !mayHaveBeenIn(before_->planes().lumaAt(first, y), last - first + 1)) continue;
     for (int x = first; x <= last; ++x) {
       if (!wasAt(x, y)) continue;
       if (found.size() == mostPlaces) return {};

@@ -1,8 +1,6 @@
 #include "platform/linux/picture/composed/PictureComposer.h"
 
-#include <algorithm>
 #include <cstring>
-#include <tuple>
 
 #include "platform/linux/picture/composed/ComposedPicture.h"
 #include "platform/linux/picture/composed/shiftedPlanes.h"
