@@ -20,12 +20,16 @@ std::vector<bool> bitsOf(const SliceData& data) {
 
 /// The data of a slice under another header is the same.
 void checkData(ByteView unit, const SliceSyntax& syntax) {
-  const auto data = sliceData(unit, syntax);
+  const auto inPicture = sliceData(unit, syntax);
+  const auto data = inPicture ? inPicture : keySliceData(unit, syntax);
   if (!data) return;
+  SliceHeader header{77, 3, data->quantiser};
+  if (!inPicture) header.keyIdentifier = 2;
   BitWriter writer;
-  writeSliceHeader(writer, syntax, {77, 3, data->quantiser});
+  writeSliceHeader(writer, syntax, header);
   writer.copy(data->raw, data->from, data->to);
-  const auto again = sliceData(escaped(writer.finished()), syntax);
+  const Bytes other = escaped(writer.finished());
+  const auto again = inPicture ? sliceData(other, syntax) : keySliceData(other, syntax);
   if (!again || again->quantiser != data->quantiser || bitsOf(*again) != bitsOf(*data)) {
     std::abort();
   }

@@ -59,8 +59,11 @@ void ScreenEncoder::readSyntax() {
   const auto& sets = encoder_.parameterSets();
   syntax_ = sets.size() == 2 ? h264::sliceSyntax(sets[0], sets[1]) : std::nullopt;
   composer_.reset();
+  keyComposer_.reset();
   if (!settings_.composes || !syntax_ || !composed::reconstructionIsReference()) return;
-  composer_.emplace(encoderSettings(settings_, level_), *syntax_);
+  const X264Settings same = encoderSettings(settings_, level_);
+  composer_.emplace(same, *syntax_);
+  keyComposer_.emplace(same, *syntax_, level_.mostSlices);
 }
 
 /// Another rate may want another range of quantisers, which an encoder has from its beginning on. A
@@ -101,6 +104,7 @@ std::optional<EncodedSample> ScreenEncoder::encode(std::shared_ptr<const Nv12Ima
   if (decision.keyFrame) {
     sinceKey_ = 0;
     lastKeyTime_ = time;
+    sentKeyIdentifier_ = keyIdentifier_;
   }
   ++sinceKey_;
   lastWasKey_ = decision.keyFrame;
@@ -145,17 +149,17 @@ std::chrono::nanoseconds ScreenEncoder::untilKeyFrame(HostTime time) const {
 std::optional<Bytes> ScreenEncoder::produceInTheLimit(const Nv12Image& image,
                                                       PicturePlan::Decision& decision) {
   auto data = produce(image, decision);
-  int keyFrames = decision.keyFrame ? 1 : 0;
   while (data) {
     const auto other = plan_.instead(decision, static_cast<double>(data->size() * 8));
     if (!other) break;
     decision = *other;
     data = produce(image, decision);
-    ++keyFrames;
   }
-  // The encoder gives its key frames one of two identifiers by turns. Two that are sent one after
-  // the other must differ in it.
-  if (data && lastWasKey_ && keyFrames > 0 && keyFrames % 2 == 0) data = produce(image, decision);
+  const bool isNewKey = decision.keyFrame && decision.action == PicturePlan::Action::encode;
+  // Two key frames that are sent one after the other must differ in their identifiers.
+  if (data && lastWasKey_ && isNewKey && keyIdentifier_ == sentKeyIdentifier_) {
+    data = produce(image, decision);
+  }
   return data;
 }
 
@@ -175,6 +179,14 @@ std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,
     if (auto units = move(image, decision)) return units;
     decision.composed = decision.moves = false;
   }
+  if (decision.keyFrame) {
+    if (auto units = composeKey(image, decision)) return units;
+  }
+  return encode(image, decision);
+}
+
+std::optional<Bytes> ScreenEncoder::encode(const Nv12Image& image,
+                                           const PicturePlan::Decision& decision) {
   const bool keepsCoarse = marks_.mark(decision);
   if (decision.composed) {
     if (auto units = compose(image, decision, marks_.windows(), nullptr)) return units;
@@ -183,6 +195,8 @@ std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,
                                        keepsCoarse, decision.searchesFar});
   if (!units) return std::nullopt;
   if (decision.keyFrame) {
+    // The encoder gives its key frames one of two by turns.
+    keyIdentifier_ = ++encoderKeys_ % 2;
     nextNumber_ = encoderNextNumber_ = 1;
     lastKey_ = *units;
     return units;
@@ -192,6 +206,24 @@ std::optional<Bytes> ScreenEncoder::produce(const Nv12Image& image,
   ++nextNumber_;
   ++encoderNextNumber_;
   return moved;
+}
+
+/// Nothing for the first picture of an encoder, which must be its own.
+std::optional<Bytes> ScreenEncoder::composeKey(const Nv12Image& image,
+                                               const PicturePlan::Decision& decision) {
+  if (!keyComposer_ || encoder_.reconstruction().luma == nullptr) return std::nullopt;
+  // Neither is the encoder's own.
+  constexpr std::uint32_t one = 2;
+  constexpr std::uint32_t other = 3;
+  const std::uint32_t identifier = sentKeyIdentifier_ == one ? other : one;
+  auto units =
+      keyComposer_->compose(image, encoder_.reconstruction(), {decision.quantiser, identifier});
+  if (!units) return std::nullopt;
+  marks_.mark(decision);
+  keyIdentifier_ = identifier;
+  nextNumber_ = 1;
+  lastKey_ = *units;
+  return units;
 }
 
 /// What is coarse beside the move may lie in too many pieces, and is left to later pictures then.

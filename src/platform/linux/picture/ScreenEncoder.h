@@ -10,6 +10,7 @@
 #include "platform/linux/picture/Nv12Image.h"
 #include "platform/linux/picture/PicturePlan.h"
 #include "platform/linux/picture/X264Encoder.h"
+#include "platform/linux/picture/composed/KeyFrameComposer.h"
 #include "platform/linux/picture/composed/PictureComposer.h"
 #include "platform/linux/picture/h264/SliceSyntax.h"
 #include "platform/linux/picture/h264/level.h"
@@ -57,6 +58,8 @@ class ScreenEncoder {
   PicturePlan::Tick tickOf(const Nv12Image& image, HostTime time, bool forceKeyFrame);
   std::optional<Bytes> produceInTheLimit(const Nv12Image& image, PicturePlan::Decision& decision);
   std::optional<Bytes> produce(const Nv12Image& image, PicturePlan::Decision& decision);
+  std::optional<Bytes> encode(const Nv12Image& image, const PicturePlan::Decision& decision);
+  std::optional<Bytes> composeKey(const Nv12Image& image, const PicturePlan::Decision& decision);
   std::optional<Bytes> move(const Nv12Image& image, PicturePlan::Decision& decision);
   std::optional<Bytes> compose(const Nv12Image& image, const PicturePlan::Decision& decision,
                                const std::vector<composed::Run>& windows,
@@ -70,7 +73,8 @@ class ScreenEncoder {
   h264::Level level_;
   X264Encoder encoder_;
   std::optional<h264::SliceSyntax> syntax_;  ///< nothing: no picture can be put in between
-  std::optional<composed::PictureComposer> composer_;  ///< nothing: the encoder makes them all
+  std::optional<composed::PictureComposer> composer_;      ///< nothing: the encoder makes them all
+  std::optional<composed::KeyFrameComposer> keyComposer_;  ///< the same of key frames
   PicturePlan plan_;
   MacroblockMarks marks_;
   std::shared_ptr<const Nv12Image> before_;  ///< what the last picture shows
@@ -78,7 +82,10 @@ class ScreenEncoder {
   std::optional<HostTime> lastTime_;
   std::optional<HostTime> lastKeyTime_;
   bool lastWasKey_ = false;
-  std::int64_t sinceKey_ = 0;  ///< pictures sent from the key frame on, itself included
+  std::uint32_t encoderKeys_ = 0;        ///< key frames that the encoder has made
+  std::uint32_t keyIdentifier_ = 0;      ///< of the key frame that was made last
+  std::uint32_t sentKeyIdentifier_ = 0;  ///< of the one that was sent last
+  std::int64_t sinceKey_ = 0;            ///< pictures sent from the key frame on, itself included
 
   std::uint32_t nextNumber_ = 0;         ///< the frame number of the next picture
   std::uint32_t encoderNextNumber_ = 0;  ///< the one that the encoder will write

@@ -1,8 +1,7 @@
 #include "platform/linux/picture/composed/PictureComposer.h"
 
-#include <cstring>
-
 #include "platform/linux/picture/composed/ComposedPicture.h"
+#include "platform/linux/picture/composed/planeRows.h"
 #include "platform/linux/picture/composed/shiftedPlanes.h"
 
 namespace vesk::picture::composed {
@@ -24,17 +23,10 @@ std::size_t bytesOf(const Run& window) {
   return static_cast<std::size_t>(window.count) * macroblockBytes;
 }
 
-bool sameRows(const std::uint8_t* a, std::ptrdiff_t strideA, const std::uint8_t* b,
-              std::ptrdiff_t strideB, int rows) {
-  for (int row = 0; row < rows; ++row, a += strideA, b += strideB) {
-    if (std::memcmp(a, b, macroblockEdge) != 0) return false;
-  }
-  return true;
-}
-
 bool sameMacroblock(const PlanesView& a, const PlanesView& b) {
-  return sameRows(a.luma, a.lumaStride, b.luma, b.lumaStride, macroblockEdge) &&
-         sameRows(a.chroma, a.chromaStride, b.chroma, b.chromaStride, macroblockEdge / 2);
+  return sameRows(a.luma, a.lumaStride, b.luma, b.lumaStride, macroblockEdge, macroblockEdge) &&
+         sameRows(a.chroma, a.chromaStride, b.chroma, b.chromaStride, macroblockEdge,
+                  macroblockEdge / 2);
 }
 
 }  // namespace

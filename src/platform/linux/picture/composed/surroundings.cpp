@@ -4,18 +4,12 @@
 #include <cstring>
 
 #include "platform/linux/picture/Nv12Image.h"
+#include "platform/linux/picture/composed/planeRows.h"
 
 namespace vesk::picture::composed {
 namespace {
 
 constexpr int chromaEdge = macroblockEdge / 2;
-
-void copyRows(const std::uint8_t* from, std::ptrdiff_t fromStride, std::uint8_t* to,
-              std::ptrdiff_t toStride, int count, int rows) {
-  for (int row = 0; row < rows; ++row, from += fromStride, to += toStride) {
-    std::memcpy(to, from, static_cast<std::size_t>(count));
-  }
-}
 
 /// One plane, of pixels of one or two bytes.
 template <typename Pixel>
@@ -43,7 +37,7 @@ void repeatEdges(std::uint8_t* plane, std::ptrdiff_t stride, int bytes, int rows
 }  // namespace
 
 void copyMacroblocks(const PlanesView& from, const Planes& to, const Extent& extent, int border) {
-  const int bytes = extent.across * macroblockEdge + 2 * border;
+  const auto bytes = static_cast<std::size_t>(extent.across * macroblockEdge + 2 * border);
   copyRows(from.lumaAt(-border, -border), from.lumaStride, to.lumaAt(-border, -border),
            to.lumaStride, bytes, extent.down * macroblockEdge + 2 * border);
   copyRows(from.chromaAt(-border, -border), from.chromaStride, to.chromaAt(-border, -border),

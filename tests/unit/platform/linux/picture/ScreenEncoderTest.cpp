@@ -174,7 +174,8 @@ TEST_F(ScreenEncoderTest, ShowsWhatItHasLeftOutOnceThereIsRoom) {
     leftOut += encode() <= 16 ? 1 : 0;
   }
   ASSERT_GE(leftOut, 3);
-  for (int i = 0; i < 80; ++i) encode();
+  // A key frame would show it in any case.
+  for (int i = 0; i < 75; ++i) encode();
   for (int column = 640; column < 1280; column += edge) {
     EXPECT_LT(meanError(column, edge), 30) << "still flat at " << column;
   }

@@ -146,7 +146,11 @@ TEST_F(X264SessionTest, BeginsWithParameterSetsAndAKeyFrameOfConstrainedBaseline
     };
     if (at(0) == 0 && at(1) == 0 && at(2) == 0 && at(3) == 1) types.push_back(at(4) & 0x1f);
   }
-  EXPECT_EQ(types, (std::vector<int>{7, 8, 5}));
+  ASSERT_GE(types.size(), 3U);
+  EXPECT_EQ(types[0], 7);
+  EXPECT_EQ(types[1], 8);
+  EXPECT_EQ(std::count(types.begin() + 2, types.end(), 5), std::ssize(types) - 2)
+      << "and then nothing but slices of a key frame";
   EXPECT_EQ(std::to_integer<int>(first.accessUnit[5]), 66);
   EXPECT_EQ(std::to_integer<int>(first.accessUnit[6]) & 0xc0, 0xc0);
 }

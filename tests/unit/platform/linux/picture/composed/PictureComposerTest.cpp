@@ -6,49 +6,17 @@
 #include <random>
 
 #include "platform/linux/picture/composed/reconstructionIsReference.h"
-#include "platform/linux/picture/h264/units.h"
-#include "support/H264Decoder.h"
-#include "support/MixedScreen.h"
+#include "support/ComposedStreamTest.h"
 
 namespace vesk::picture::composed {
 namespace {
 
 using h264::Bytes;
-using testing::H264Decoder;
 
-Bytes annexB(const std::vector<Bytes>& sets, const Bytes& units) {
-  constexpr std::array start{std::byte{0}, std::byte{0}, std::byte{0}, std::byte{1}};
-  Bytes stream;
-  const auto add = [&](h264::ByteView unit) {
-    stream.insert(stream.end(), start.begin(), start.end());
-    stream.insert(stream.end(), unit.begin(), unit.end());
-  };
-  for (const Bytes& set : sets) add(set);
-  for (const auto unit : h264::unitsOf(units)) add(unit);
-  return stream;
-}
-
-/// An encoder of whole pictures, and pictures composed after its key frame.
-class PictureComposerTest : public ::testing::Test {
+/// Pictures composed after the key frame.
+class PictureComposerTest : public testing::ComposedStreamTest {
  protected:
-  explicit PictureComposerTest(PixelSize pixels = {328, 184})
-      : size(pixels),
-        screen(size, 3),
-        settings{static_cast<std::int32_t>(size.width), static_cast<std::int32_t>(size.height)},
-        encoder(settings),
-        syntax(*h264::sliceSyntax(encoder.parameterSets()[0], encoder.parameterSets()[1])),
-        composer(settings, syntax) {
-    X264Encoder::Request key;
-    key.keyFrame = true;
-    key.quantiser = 20;
-    show(annexB(encoder.parameterSets(), encoder.encode(*screen.image(), key).value()));
-  }
-
-  void show(const Bytes& unit) {
-    auto picture = decoder.decode(unit);
-    ASSERT_TRUE(picture);
-    shown = std::move(*picture);
-  }
+  using ComposedStreamTest::ComposedStreamTest;
 
   std::vector<std::uint8_t> unchanged() const {
     std::vector<std::uint8_t> marks;
@@ -57,8 +25,6 @@ class PictureComposerTest : public ::testing::Test {
     }
     return marks;
   }
-
-  int across() const { return macroblocksAcross(size.width); }
 
   Bytes compose(int quantiser = 20) {
     const auto marks = unchanged();
@@ -70,47 +36,7 @@ class PictureComposerTest : public ::testing::Test {
     return units.value_or(Bytes{});
   }
 
-  /// Of the picture that is shown and the encoder's.
-  bool isExact() const {
-    const auto& ours = encoder.reconstruction();
-    for (int y = 0; y < shown.height; ++y) {
-      const auto* row = shown.pixels.data() + y * shown.width;
-      if (!std::equal(row, row + shown.width, ours.lumaAt(0, y))) return false;
-    }
-    return true;
-  }
-
-  /// What lies around the encoder's picture is what its pixels at the edge are.
-  bool bordersAreRight() const {
-    const auto& ours = encoder.reconstruction();
-    const int width = across() * macroblockEdge;
-    const int height = macroblocksAcross(size.height) * macroblockEdge;
-    for (int y = -borderWidth; y < height + borderWidth; ++y) {
-      for (int x = -borderWidth; x < width + borderWidth; ++x) {
-        const int atX = std::clamp(x, 0, width - 1);
-        const int atY = std::clamp(y, 0, height - 1);
-        if (*ours.lumaAt(x, y) != *ours.lumaAt(atX, atY)) return false;
-        if (y % 2 != 0) continue;
-        const int pair = atX / 2 * 2;
-        const int which = (x % 2 + 2) % 2;
-        const int beyond = x < 0 || x >= width ? (x < 0 ? 0 : width - 2) : pair;
-        if (ours.chromaAt(0, y)[x] !=
-            ours.chromaAt(0, std::clamp(y, 0, height - 2))[beyond + which]) {
-          return false;
-        }
-      }
-    }
-    return true;
-  }
-
-  PixelSize size;
-  testing::MixedScreen screen;
-  X264Settings settings;
-  X264Encoder encoder;
-  h264::SliceSyntax syntax;
-  PictureComposer composer;
-  H264Decoder decoder;
-  testing::Luma shown;
+  PictureComposer composer{settings, syntax};
   std::uint32_t number = 0;
 };
 

@@ -168,6 +168,49 @@ TEST(SliceDataTest, IsNotTakenFromSlicesOfAnotherKind) {
   EXPECT_FALSE(sliceData(slice(0x41, 5, 0, 0, 1), {0, 4, true, false})) << "may smooth its edges";
 }
 
+TEST(KeySliceDataTest, IsWhatFollowsTheHeader) {
+  const SliceSyntax syntax{0, 4, false, true, 30};
+  for (const std::uint32_t identifier : {0U, 3U, 65535U}) {
+    BitWriter writer;
+    writeSliceHeader(writer, syntax, {600, 21, 14, identifier});
+    writer.bits(0x1234, 15);
+    const Bytes unit = escaped(writer.finished());
+    EXPECT_FALSE(sliceData(unit, syntax)) << "no P slice";
+    const auto data = keySliceData(unit, syntax);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->quantiser, 14);
+    ASSERT_EQ(data->to - data->from, 15U);
+    BitReader reader(data->raw);
+    reader.skipTo(data->from);
+    EXPECT_EQ(reader.bits(15), 0x1234U);
+  }
+}
+
+TEST(KeySliceDataTest, IsNotTakenFromSlicesOfAnotherKind) {
+  const SliceSyntax syntax{0, 4, true, true};
+  const auto slice = [](std::uint32_t unit, std::uint32_t type, std::uint32_t kept) {
+    BitWriter writer;
+    writer.bits(unit, 8);
+    writer.ue(0);
+    writer.ue(type);
+    writer.ue(0);
+    writer.bits(0, 4);
+    writer.ue(1);
+    writer.bits(kept, 2);
+    writer.se(0);
+    writer.ue(1);
+    writer.ue(1);
+    return escaped(writer.finished());
+  };
+  EXPECT_TRUE(keySliceData(slice(0x65, 2, 0), syntax));
+  EXPECT_TRUE(keySliceData(slice(0x65, 7, 0), syntax));
+  EXPECT_FALSE(keySliceData(slice(0x41, 7, 0), syntax)) << "of another picture";
+  EXPECT_FALSE(keySliceData(slice(0x65, 5, 0), syntax)) << "a P slice";
+  EXPECT_FALSE(keySliceData(slice(0x65, 7, 1), syntax)) << "kept for long";
+  EXPECT_FALSE(keySliceData(slice(0x65, 7, 2), syntax)) << "what is before it is not shown";
+  EXPECT_FALSE(keySliceData(slice(0x65, 7, 0), {0, 4, true, false})) << "may smooth its edges";
+}
+
 TEST(UnitsTest, AreFoundAgainUpToOneThatIsCutShort) {
   Bytes units;
   appendUnit(units, bytes({1, 2, 3}));
