@@ -22,6 +22,9 @@ constexpr double changeSeconds = 0.3;
 constexpr double leastRefinementSeconds = 0.27;
 constexpr double leastComposedSeconds = 0.09;
 
+/// A page that takes longer than this to be made better by pieces is made better as a whole.
+constexpr double longestByPieces = 1;
+
 /// A picture that could not be coarser is left out if the link were held up for longer with it, and
 /// if it takes more than the link takes meanwhile.
 constexpr double holdSeconds = 0.42;
@@ -30,7 +33,7 @@ constexpr double holdSeconds = 0.42;
 constexpr double lastFill = 1.095;
 
 /// A key frame below this part of what it may take is made anew.
-constexpr double tooSmall = 0.8;
+constexpr double tooSmall = 0.87;
 constexpr int mostAttempts = 2;
 
 /// A key frame takes the place of a picture that is this many times as large.
@@ -176,6 +179,11 @@ PicturePlan::Decision PicturePlan::keyFrame(const Tick& tick) {
   }
   const int finest = moving ? std::max(busyQuantiser_, range_.finest) : range_.finest;
   quantiser = std::max(quantiser, finest);
+  // What has not changed need not be encoded again.
+  if (keyAgain_ && keyBits_ >= allowed * tooSmall && keyBits_ <= most && keyQuantiser_ >= finest &&
+      keyQuantiser_ <= quantiser) {
+    quantiser = keyQuantiser_;
+  }
   Decision decision = encoded(quantiser, macroblocks_, allowed);
   decision.finest = finest;
   decision.keyFrame = true;
@@ -252,6 +260,15 @@ int PicturePlan::refinementGoal(const Tick& tick) const {
   return goal;
 }
 
+/// Pictures that are far apart must hold more than pieces do, or a still page would be good much
+/// later than the link allows.
+bool PicturePlan::isTooLittle(const Tick& tick, std::size_t pieces, int goal) const {
+  if (pieces == 0 || tick.changed > 0 || tick.moved) return false;
+  const double each = seconds(tick.elapsed);
+  const double whole = each * static_cast<double>(tick.coarse) / static_cast<double>(pieces);
+  return whole > longestByPieces && refinementBits(pieces, tick.coarseQuantiser, goal) < share_ / 2;
+}
+
 std::optional<PicturePlan::Decision> PicturePlan::refinement(const Tick& tick) const {
   if (tick.coarse == 0 || seconds(tick.untilKey) < leastSecondsToEnjoy) return std::nullopt;
   // Rather a part of it much better than all of it hardly.
@@ -262,9 +279,7 @@ std::optional<PicturePlan::Decision> PicturePlan::refinement(const Tick& tick) c
   const double all = refinementBits(tick.coarse, tick.coarseQuantiser, goal);
   std::size_t most = refinedAtOnce(tick);
   if (tick.moved && most == 0) return std::nullopt;
-  // Pictures that are far apart must hold more than pieces do.
-  const bool isStill = tick.changed == 0 && !tick.moved;
-  if (isStill && refinementBits(most, tick.coarseQuantiser, goal) < share_ / 2) most = 0;
+  if (isTooLittle(tick, most, goal)) most = 0;
   double part = std::min(bits / std::max(all, 1.0), 1.0);
   const double least = most > 0 ? leastComposedSeconds : leastRefinementSeconds;
   const bool enough = part >= 1 || bits >= rate_ * least;

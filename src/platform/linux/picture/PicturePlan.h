@@ -37,7 +37,7 @@ class PicturePlan {
   static constexpr int readableQuantiser = 29;
 
   /// From this many decibels on a whole page is.
-  static constexpr double readableQuality = 39;
+  static constexpr double readableQuality = 40.5;
 
   enum class Action {
     skip,       ///< the picture before, once more
@@ -137,6 +137,7 @@ class PicturePlan {
   std::optional<Decision> refinement(const Tick& tick) const;
   double refinementRoom(const Tick& tick) const;
   int refinementGoal(const Tick& tick) const;
+  bool isTooLittle(const Tick& tick, std::size_t pieces, int goal) const;
   std::size_t refinedBesides(const Tick& tick, double bits) const;
   Decision encoded(int quantiser, std::size_t macroblocks, double wantedBits) const;
   bool composes(const Tick& tick, const Decision& decision) const;

@@ -69,9 +69,27 @@ TEST_F(PicturePlanKeyFrameTest, AsksForMoreThanAReadableOneWhereKeyFramesCouldBe
   EXPECT_LE(plan.bearable(), key.quantiser - 3);
 }
 
+/// What has not changed can then be kept.
+TEST_F(PicturePlanKeyFrameTest, StaysAsFineWhileLittleChanges) {
+  for (const std::size_t changed : {std::size_t{3}, macroblocks}) {
+    PicturePlan other{macroblocks, mostBits, {}};
+    const auto first = other.next(tickOf(macroblocks, true));
+    other.sent(first, first.wantedBits, goodQuality);
+    for (int i = 0; i < 100; ++i) other.sent(other.next(tickOf(0)), 0, 0);
+    other.sent(other.next(tickOf(changed)), 0.06 * first.wantedBits + rate / 30, 0);
+    const auto second = other.next(tickOf(3, true));
+    EXPECT_LT(second.wantedBits, 0.95 * first.wantedBits) << "the link has less room";
+    if (changed == 3) {
+      EXPECT_EQ(second.quantiser, first.quantiser);
+    } else {
+      EXPECT_GT(second.quantiser, first.quantiser) << "another page";
+    }
+  }
+}
+
 TEST_F(PicturePlanKeyFrameTest, IsMadeAnewWhereItsSizeIsNotAsItWasMeant) {
   const auto key = plan.next(tickOf(macroblocks, true));
-  EXPECT_FALSE(plan.instead(key, 0.85 * key.wantedBits));
+  EXPECT_FALSE(plan.instead(key, 0.9 * key.wantedBits));
   EXPECT_FALSE(plan.instead(key, 1.1 * key.wantedBits));
   const auto coarser = plan.instead(key, 1.15 * key.wantedBits);
   ASSERT_TRUE(coarser);
