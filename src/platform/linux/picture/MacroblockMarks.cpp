@@ -98,6 +98,7 @@ PicturePlan::Moved MacroblockMarks::compare(const composed::FoundMove& move) {
   movedQuantisers_ = composed::movedQuantisers(quantisers_, move.moved);
   PicturePlan::Moved told;
   told.changed = move.leftCount;
+  told.count = move.movedCount;
   std::size_t ofMoved = 0;
   std::size_t ofCoarse = 0;
   for (std::size_t i = 0; i < unchanged_.size(); ++i) {

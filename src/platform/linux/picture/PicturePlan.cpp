@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace vesk::picture {
 namespace {
@@ -66,8 +67,8 @@ constexpr double leastSecondsToEnjoy = 0.3;
 /// Up to this part of the picture a change is a small one.
 constexpr std::size_t smallPart = 8;
 
-/// What moves is good enough to the eye up to this quantiser.
-constexpr int wellMovedQuantiser = 18;
+/// Of what has changed, so many times as much must have moved as is new.
+constexpr std::size_t leastGain = 4;
 
 /// The picture before once more, which asks for nothing else.
 constexpr PicturePlan::Decision repeated(PicturePlan::Action action) {
@@ -115,33 +116,83 @@ PicturePlan::Decision PicturePlan::next(const Tick& tick) {
     ++stillTicks_;
   }
   if (tick.keyFrame || !begun_) return keyFrame(tick);
-  moves_ = goesAlong(tick);
-  if (moves_) return moved(tick);
+  goesOn_ = std::exchange(moves_, mayGoAlong(tick));
+  if (moves_) {
+    const auto better = betterAnew(tick);
+    return better ? *better : moved(tick);
+  }
   Decision decision = tick.changed > 0 ? change(tick) : still(tick);
   // Amid changes much has only moved, which pieces find less of than the whole.
   decision.composed = (calm_ || tick.changed == 0) && composes(tick, decision);
   return decision;
 }
 
-/// What moves keeps its quality, so that must be good, or as good as it can be for now; and what is
-/// left must come as a small change does.
-bool PicturePlan::goesAlong(const Tick& tick) const {
-  if (!tick.moved || tick.mostPieces == 0 || load_.room(changeSeconds) <= 0) return false;
+/// What is left must come as a small change does, and be little beside what moves: a picture as a
+/// whole finds more than one motion.
+bool PicturePlan::mayGoAlong(const Tick& tick) const {
+  return tick.moved && tick.mostPieces > 0 && tick.moved->pieces <= tick.mostPieces &&
+         tick.moved->changed <= macroblocks_ / smallPart &&
+         tick.moved->changed * leastGain <= tick.moved->count;
+}
+
+/// What moves keeps its quality, at no cost. Where the link has room to make all of it much better,
+/// the picture is encoded as a whole once, and what moves goes along with that from then on.
+std::optional<PicturePlan::Decision> PicturePlan::betterAnew(const Tick& tick) {
+  if (!isIdle()) return std::nullopt;
   const Moved& moved = *tick.moved;
-  if (moved.pieces > tick.mostPieces || moved.changed > macroblocks_ / smallPart) return false;
-  if (affordable(moved.changed) > readableQuantiser) return false;
-  if (moved.quantiser <= wellMovedQuantiser) return true;
-  return moved.quantiser <= readableQuantiser && isIdle() &&
-         quantiserAmidChanges(tick) > moved.quantiser - leastStep;
+  const double bits = std::min(load_.room(changeSeconds), roomBesideKey(tick, settledQuantiser()));
+  const auto cost = [&](int quantiser) {
+    return refinementBits(macroblocks_ - moved.changed, moved.quantiser, quantiser) +
+           calmCost_.of(moved.changed, quantiser);
+  };
+  int goal = std::max(settledQuantiser(), moved.quantiser - mostStep);
+  while (goal < moved.quantiser && cost(goal) > bits) ++goal;
+  if (goal > moved.quantiser - worthwhileStep) return std::nullopt;
+  calm_ = false;
+  busyQuantiser_ = goal;
+  reference_ = moved.quantiser;
+  Decision decision = encoded(goal, tick.changed, cost(goal));
+  decision.searchesFar = true;
+  return decision;
+}
+
+/// Bits until the next key frame, amid changes.
+double PicturePlan::roomBesideKey(const Tick& tick, int quantiser) const {
+  return load_.roomUntil(seconds(tick.untilKey), keptForKey(quantiser, movingKeyFrameSeconds));
+}
+
+/// As many will be wanted by each of the pictures that follow. What comes at once after a rest may
+/// take more, a part of the room each time.
+double PicturePlan::allowedBesideMove(const Tick& tick) const {
+  constexpr double part = 1.0 / 3;
+  constexpr double least = 0.25;
+  const double room = roomBesideKey(tick, tick.moved->quantiser);
+  const double picture = seconds(tick.elapsed);
+  const double lasting = room * picture / std::max(seconds(tick.untilKey), picture);
+  const double steady = std::clamp(lasting, share_ * least, share_ * drainingPart());
+  if (goesOn_ || tick.moved->quantiser > readableQuantiser) return steady;
+  return std::max(steady, std::min(load_.room(changeSeconds), room) * part);
 }
 
 PicturePlan::Decision PicturePlan::moved(Tick tick) {
-  tick.changed = tick.moved->changed;
+  const std::size_t left = tick.moved->changed;
+  const double least = calmCost_.of(left, range_.worst);
+  if (least > std::max(load_.room(holdSeconds), share_) || least > load_.windowRoom(lastFill)) {
+    return repeated(Action::hold);
+  }
+  tick.changed = left;
   tick.pieces = tick.moved->pieces;
   tick.coarse = tick.moved->coarse;
   tick.coarseQuantiser = tick.moved->coarseQuantiser;
-  Decision decision = change(tick);
+  calm_ = true;
+  busyQuantiser_ = std::max(tick.moved->quantiser, range_.finest);
+  const double allowed = allowedBesideMove(tick);
+  const int quantiser = std::max(calmCost_.quantiserFor(left, allowed, range_), settledQuantiser());
+  Decision decision = encoded(quantiser, left, allowed);
+  if (isIdle()) decision = refinement(tick).value_or(decision);
   decision.composed = decision.moves = composes(tick, decision);
+  // A macroblock that holds a part of what has moved is cheaper then.
+  decision.searchesFar = decision.quantiser > settledQuantiser();
   return decision;
 }
 

@@ -53,6 +53,7 @@ class PicturePlan {
     int quantiser = 0;        ///< of what has moved, on average
     std::size_t coarse = 0;   ///< of what neither has moved nor changed, the coarsest
     int coarseQuantiser = 0;  ///< of these, on average
+    std::size_t count = 0;    ///< macroblocks that have moved
   };
 
   struct Tick {
@@ -142,7 +143,10 @@ class PicturePlan {
   Decision encoded(int quantiser, std::size_t macroblocks, double wantedBits) const;
   bool composes(const Tick& tick, const Decision& decision) const;
   std::size_t refinedAtOnce(const Tick& tick) const;
-  bool goesAlong(const Tick& tick) const;
+  bool mayGoAlong(const Tick& tick) const;
+  std::optional<Decision> betterAnew(const Tick& tick);
+  double roomBesideKey(const Tick& tick, int quantiser) const;
+  double allowedBesideMove(const Tick& tick) const;
   Decision moved(Tick tick);
 
   int settledQuantiser() const;
@@ -182,6 +186,7 @@ class PicturePlan {
   bool held_ = false;           ///< the picture before was left out
   bool calm_ = true;            ///< the last change was a small one
   bool moves_ = false;          ///< the last picture went along with a move
+  bool goesOn_ = false;         ///< so did the one before
   bool keyRepeatable_ = false;  ///< the last encoded picture is a key frame, still valid
   /// Two key frames in a row must differ in their identifiers, so the second is encoded anew.
   bool afterKeyFrame_ = false;

@@ -63,7 +63,11 @@ void ScreenEncoder::readSyntax() {
   if (!settings_.composes || !syntax_ || !composed::reconstructionIsReference()) return;
   const X264Settings same = encoderSettings(settings_, level_);
   composer_.emplace(same, *syntax_);
-  keyComposer_.emplace(same, *syntax_, level_.mostSlices);
+  // Where bits are scarce, what is not foretold across a border counts.
+  constexpr std::size_t fewSlices = 4;
+  const bool isScarce = same.quantisers != QuantiserRange{};
+  keyComposer_.emplace(same, *syntax_,
+                       isScarce ? std::min(fewSlices, level_.mostSlices) : level_.mostSlices);
 }
 
 /// Another rate may want another range of quantisers, which an encoder has from its beginning on. A
@@ -250,9 +254,9 @@ std::optional<Bytes> ScreenEncoder::compose(const Nv12Image& image,
                                             const std::vector<composed::Run>& windows,
                                             const composed::MovedBlocks* moved) {
   if (windows.size() > composed::mostRuns(level_.mostSlices)) return std::nullopt;
-  auto units =
-      composer_->compose(image, encoder_.reconstruction(),
-                         {windows, marks_.unchanged(), decision.quantiser, nextNumber_, moved});
+  auto units = composer_->compose(
+      image, encoder_.reconstruction(),
+      {windows, marks_.unchanged(), decision.quantiser, nextNumber_, moved, decision.searchesFar});
   if (!units) return std::nullopt;
   lastKey_.clear();
   ++nextNumber_;

@@ -1,5 +1,7 @@
 #include "platform/linux/picture/composed/PictureComposer.h"
 
+#include <cstdlib>
+
 #include "platform/linux/picture/composed/ComposedPicture.h"
 #include "platform/linux/picture/composed/planeRows.h"
 #include "platform/linux/picture/composed/shiftedPlanes.h"
@@ -29,6 +31,12 @@ bool sameMacroblock(const PlanesView& a, const PlanesView& b) {
                   macroblockEdge / 2);
 }
 
+/// Whether what lies beside a window has come from so near that a part of it may be found around
+/// the window's place in the picture before.
+bool isInSurroundings(const Shift& shift) {
+  return std::abs(shift.right) < borderWidth && std::abs(shift.down) < borderWidth;
+}
+
 }  // namespace
 
 PictureComposer::PictureComposer(const X264Settings& settings, const h264::SliceSyntax& syntax)
@@ -42,12 +50,14 @@ std::optional<h264::Bytes> PictureComposer::compose(const Nv12Image& image,
   const auto across = static_cast<std::uint32_t>(extent_.across);
   ComposedPicture picture(syntax_, request.frameNumber,
                           across * static_cast<std::uint32_t>(extent_.down), request.moved);
+  const bool searchesFar =
+      request.searchesFar && request.moved != nullptr && isInSurroundings(request.moved->shift);
   results_.clear();
   for (const Run& window : request.windows) {
     TinyEncoder* encoder = encoderOf(window.count);
     if (encoder == nullptr) return std::nullopt;
     const auto data = encoder->encode(image, reconstruction.view(),
-                                      {window, request.unchanged, request.quantiser});
+                                      {window, request.unchanged, request.quantiser, searchesFar});
     if (!data) return std::nullopt;
     // Every window refers to the picture before, so that is not touched until all are done.
     results_.resize(results_.size() + bytesOf(window));

@@ -28,6 +28,7 @@ class PictureComposer {
     int quantiser = 0;
     std::uint32_t frameNumber = 0;
     const MovedBlocks* moved = nullptr;  ///< what goes along with a move; in no window
+    bool searchesFar = false;            ///< in windows, for what has come along, at a price
   };
 
   /// The NAL units, each behind its length. `reconstruction` is the picture before in the other

@@ -49,6 +49,7 @@ std::optional<h264::SliceData> TinyEncoder::encode(const Nv12Image& image,
   X264Encoder::Request own;
   own.quantiser = request.quantiser;
   own.unchanged = &unchanged_;
+  own.searchesFar = request.searchesFar;
   const auto units = encoder_.encode(pixels_, own);
   if (!units) return std::nullopt;
   const auto all = h264::unitsOf(*units);

@@ -31,6 +31,7 @@ class TinyEncoder {
     Run place;                                  ///< as wide as this encoder
     std::span<const std::uint8_t> unchanged{};  ///< of the whole picture: not 0 is to stay as it is
     int quantiser = 0;
+    bool searchesFar = false;  ///< for what has come from beside it, at a price
   };
 
   /// The image's pixels at that place. `reference` is the reconstruction of the larger picture

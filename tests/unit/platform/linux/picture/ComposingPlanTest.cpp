@@ -58,7 +58,7 @@ class ComposingPlanTest : public ::testing::Test {
 
 /// A page that is good already, of which next to nothing is new.
 Tick scrolled(Tick tick) {
-  tick.moved = PicturePlan::Moved{100, 4, 20, 0, 0};
+  tick.moved = PicturePlan::Moved{100, 4, 17, 0, 0, 6000};
   return tick;
 }
 
@@ -165,20 +165,76 @@ TEST_F(ComposingPlanTest, GoesAlongWithAGoodPage) {
   EXPECT_EQ(decision.macroblocks, 100U);
 }
 
+/// Once, where there is room to make all of it much better.
 TEST_F(ComposingPlanTest, EncodesACoarsePageAnewInsteadOfMovingIt) {
   drain(0);
   Tick coarse = scrolled(tick(6000, 68));
-  coarse.moved->quantiser = PicturePlan::readableQuantiser + 1;
-  EXPECT_FALSE(plan.next(coarse).moves);
+  coarse.moved->quantiser = 40;
+  const auto decision = plan.next(coarse);
+  EXPECT_EQ(decision.action, Action::encode);
+  EXPECT_FALSE(decision.moves);
+  EXPECT_FALSE(decision.composed);
+  EXPECT_LE(decision.quantiser, 35);
+  EXPECT_TRUE(decision.searchesFar) << "nothing tells where it has moved";
+  EXPECT_LE(decision.wantedBits, 0.3 * rate);
 }
 
-/// Pictures of the whole would keep the link so busy that nothing would ever move.
-TEST_F(ComposingPlanTest, GoesAlongWithAVeryGoodPageThoughTheLinkIsNotIdle) {
-  drain(0.2);
-  EXPECT_FALSE(plan.next(scrolled(tick(6000, 68))).moves);
+TEST_F(ComposingPlanTest, GoesAlongWithAPageThatCouldHardlyBeBetter) {
+  drain(0);
   Tick good = scrolled(tick(6000, 68));
-  good.moved->quantiser = 18;
+  good.moved->quantiser = PicturePlan::goodQuantiser + 4;
   EXPECT_TRUE(plan.next(good).moves);
+  good.moved->quantiser = PicturePlan::goodQuantiser + 5;
+  EXPECT_FALSE(plan.next(good).moves);
+}
+
+/// However coarse it is: whole pictures would make it worse.
+TEST_F(ComposingPlanTest, GoesAlongWithACoarsePageWhileTheLinkIsBusy) {
+  drain(0.2);
+  Tick coarse = scrolled(tick(6000, 68));
+  coarse.moved->quantiser = 40;
+  EXPECT_TRUE(plan.next(coarse).moves);
+}
+
+/// What one picture has left out of it, all of the next ones would miss.
+TEST_F(ComposingPlanTest, TakesNoMoreWithEachPictureOfAMoveThanTheLinkDoes) {
+  drain(0);
+  Tick next = scrolled(tick(6000, 68));
+  const auto first = plan.next(next);
+  ASSERT_TRUE(first.moves);
+  EXPECT_GT(first.wantedBits, 2.0 * rate / 30) << "after a rest, what is new is good at once";
+  plan.sent(first, first.wantedBits, 0);
+  for (int i = 0; i < 60; ++i) {
+    const auto decision = plan.next(next);
+    ASSERT_TRUE(decision.moves);
+    ASSERT_LE(decision.wantedBits, 1.0 * rate / 30) << i;
+    plan.sent(decision, decision.wantedBits, 0);
+  }
+}
+
+TEST_F(ComposingPlanTest, LeavesTheNextKeyFrameItsRoomInAMove) {
+  drain(0);
+  const auto wanted = [&](std::chrono::nanoseconds untilKey) {
+    Tick next = scrolled(tick(6000, 68));
+    next.untilKey = untilKey;
+    const auto decision = plan.next(next);
+    EXPECT_TRUE(decision.moves);
+    plan.sent(decision, 1.0 * rate / 30, 0);
+    return decision.wantedBits;
+  };
+  for (int i = 0; i < 100; ++i) wanted(4s);
+  EXPECT_GT(wanted(4s), 0.7 * rate / 30);
+  EXPECT_LT(wanted(300ms), 0.5 * rate / 30) << "three seconds are nearly full";
+}
+
+/// A picture as a whole finds more than one motion.
+TEST_F(ComposingPlanTest, EncodesAsAWholeWhereMuchIsNewBesideWhatMoves) {
+  drain(0);
+  Tick windows = scrolled(tick(1000, 40));
+  windows.moved->count = 400;
+  EXPECT_TRUE(plan.next(windows).moves);
+  windows.moved->count = 399;
+  EXPECT_FALSE(plan.next(windows).moves);
 }
 
 TEST_F(ComposingPlanTest, MovesNothingIntoTooManyPieces) {
@@ -191,8 +247,18 @@ TEST_F(ComposingPlanTest, MovesNothingIntoTooManyPieces) {
   EXPECT_FALSE(plan.next(much).moves);
 }
 
-TEST_F(ComposingPlanTest, MovesNothingWhileTheLinkIsBehind) {
-  EXPECT_FALSE(plan.next(scrolled(tick(6000, 68))).moves);
+TEST_F(ComposingPlanTest, TakesLittleWithAMoveWhileTheLinkIsBehind) {
+  const auto decision = plan.next(scrolled(tick(6000, 68)));
+  EXPECT_TRUE(decision.moves);
+  EXPECT_LE(decision.wantedBits, 0.5 * rate / 30);
+}
+
+/// What has moved too far meanwhile comes with the next picture.
+TEST_F(ComposingPlanTest, LeavesOutAMoveOfWhichTooMuchIsNew) {
+  Tick much = scrolled(tick(6000, 68));
+  much.bitRate = rate / 40;
+  much.moved->changed = 1000;
+  EXPECT_EQ(plan.next(much).action, Action::hold);
 }
 
 TEST_F(ComposingPlanTest, MakesWhatStandsStillBetterBesideWhatMoves) {

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <random>
 
+#include "platform/linux/picture/composed/moveSearch.h"
 #include "platform/linux/picture/composed/reconstructionIsReference.h"
 #include "support/ComposedStreamTest.h"
+#include "support/PaintedImages.h"
 
 namespace vesk::picture::composed {
 namespace {
@@ -151,6 +153,40 @@ INSTANTIATE_TEST_SUITE_P(, OddSizesTest,
                          ::testing::Values(PixelSize{16, 16}, PixelSize{18, 34}, PixelSize{34, 18},
                                            PixelSize{130, 16}, PixelSize{16, 130},
                                            PixelSize{1366, 62}, PixelSize{510, 34}));
+
+/// Bytes of the picture in which a page is scrolled by a row and a little.
+std::size_t scrolledBytes(bool searchesFar) {
+  testing::PaintedImages page({640, 480});
+  page.text(0, 0, 640, 480);
+  const X264Settings settings{640, 480};
+  X264Encoder encoder(settings);
+  X264Encoder::Request key;
+  key.keyFrame = true;
+  key.quantiser = 20;
+  EXPECT_TRUE(encoder.encode(*page.image(), key));
+  const auto syntax = h264::sliceSyntax(encoder.parameterSets()[0], encoder.parameterSets()[1]);
+  PictureComposer composer(settings, *syntax);
+  const auto before = page.image();
+  page.scroll(18);
+  const auto move = findMove(*before, *page.image(), {127, 600, nullptr});
+  if (!move) return 0;
+  std::vector<std::uint8_t> unchanged;
+  for (const auto left : move->left) {
+    unchanged.push_back(left != 0 ? 0 : X264Encoder::unchangedMark());
+  }
+  const auto windows = windowsBeside(unchanged, move->moved.marks, 40);
+  const auto units = composer.compose(*page.image(), encoder.reconstruction(),
+                                      {windows, unchanged, 20, 1, &move->moved, searchesFar});
+  return units ? units->size() : 0;
+}
+
+/// Of macroblocks that are new in part, the other part has only moved.
+TEST(ScrolledPictureTest, TakesLessWhereItSearchesFar) {
+  const std::size_t near = scrolledBytes(false);
+  const std::size_t far = scrolledBytes(true);
+  ASSERT_GT(far, 0U);
+  EXPECT_LT(far, near * 9 / 10);
+}
 
 }  // namespace
 }  // namespace vesk::picture::composed
