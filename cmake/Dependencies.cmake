@@ -24,6 +24,7 @@ if(NOT APPLE)
     xcb-xtest)
   pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon xkbcommon-x11)
   pkg_check_modules(X264 REQUIRED IMPORTED_TARGET x264)
+  pkg_check_modules(XXHASH REQUIRED IMPORTED_TARGET libxxhash)
   # Debian's libyuv brings no description of itself.
   find_path(YUV_INCLUDE libyuv.h REQUIRED)
   find_library(YUV_LIBRARY yuv REQUIRED)

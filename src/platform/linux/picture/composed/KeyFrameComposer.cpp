@@ -1,6 +1,7 @@
 #include "platform/linux/picture/composed/KeyFrameComposer.h"
 
 #include <algorithm>
+#include <random>
 #include <utility>
 
 #include "platform/linux/picture/composed/planeRows.h"
@@ -12,10 +13,33 @@ namespace {
 
 /// More of them keep more of a picture in which little has changed, and take more bits: nothing is
 /// foretold across the border between two.
-constexpr std::size_t mostBands = 14;
+constexpr std::size_t mostBands = 17;
 
 PixelSize wholeMacroblocks(const Extent& extent) {
   return {std::int64_t{extent.across} * macroblockEdge, std::int64_t{extent.down} * macroblockEdge};
+}
+
+/// Some rows, below the last of which that goes on.
+Nv12Image goneOn(const PlanesView& pixels, int width, int height, int wholeHeight) {
+  Nv12Image whole({width, wholeHeight});
+  const Planes to = whole.planes();
+  const auto bytes = static_cast<std::size_t>(width);
+  copyRows(pixels.luma, pixels.lumaStride, to.luma, to.lumaStride, bytes, height);
+  copyRows(pixels.chroma, pixels.chromaStride, to.chroma, to.chromaStride, bytes, height / 2);
+  copyRows(to.lumaAt(0, height - 1), 0, to.lumaAt(0, height), to.lumaStride, bytes,
+           wholeHeight - height);
+  copyRows(to.chromaAt(0, height - 2), 0, to.chromaAt(0, height), to.chromaStride, bytes,
+           (wholeHeight - height) / 2);
+  return whole;
+}
+
+/// All of the same height if there is one, so that one encoder does for all of them.
+int rowsOfBands(int down, std::size_t most) {
+  const int fewest = (down + static_cast<int>(most) - 1) / static_cast<int>(most);
+  for (int rows = fewest; rows <= 2 * fewest; ++rows) {
+    if (down % rows == 0) return rows;
+  }
+  return fewest;
 }
 
 }  // namespace
@@ -25,12 +49,11 @@ KeyFrameComposer::KeyFrameComposer(const X264Settings& settings, const h264::Sli
     : settings_(settings),
       syntax_(syntax),
       extent_{macroblocksAcross(settings.width), macroblocksAcross(settings.height)},
-      pixels_({settings.width, settings.height}),
+      seed_(std::random_device()()),
       made_(wholeMacroblocks(extent_)) {
-  const int count = static_cast<int>(std::clamp<std::size_t>(mostSlices, 1, mostBands));
-  const int rows = (extent_.down + count - 1) / count;
+  const int rows = rowsOfBands(extent_.down, std::clamp<std::size_t>(mostSlices, 1, mostBands));
   for (int row = 0; row < extent_.down; row += rows) {
-    bands_.push_back({row, std::min(rows, extent_.down - row), std::nullopt, 0});
+    bands_.push_back({row, std::min(rows, extent_.down - row), std::nullopt, 0, {}});
   }
 }
 
@@ -53,58 +76,48 @@ std::optional<h264::Bytes> KeyFrameComposer::compose(const Nv12Image& image,
 
 bool KeyFrameComposer::bringUpToDate(Band& band, const Nv12Image& image, int quantiser) {
   const int top = band.row * macroblockEdge;
-  const int height =
-      std::min(band.rows * macroblockEdge, static_cast<int>(image.size().height) - top);
+  const int wholeHeight = band.rows * macroblockEdge;
+  const int height = std::min(wholeHeight, static_cast<int>(image.size().height) - top);
   const PlanesView pixels = image.planes().from(0, top);
-  const bool isUpToDate =
-      band.data && band.quantiser == quantiser && looksTheSame(pixels, band.row, height);
-  return isUpToDate || encode(band, pixels, height, quantiser);
+  const Digest digest(pixels, settings_.width, height, seed_);
+  if (band.data && band.quantiser == quantiser && band.digest == digest) return true;
+  band.digest = digest;
+  band.quantiser = quantiser;
+  if (height == wholeHeight) return encode(band, pixels);
+  const Nv12Image padded = goneOn(pixels, settings_.width, height, wholeHeight);
+  return encode(band, padded.planes());
 }
 
-bool KeyFrameComposer::looksTheSame(const PlanesView& pixels, int row, int height) const {
-  const auto bytes = static_cast<std::size_t>(settings_.width);
-  const PlanesView known = pixels_.planes().from(0, row * macroblockEdge);
-  return sameRows(pixels.luma, pixels.lumaStride, known.luma, known.lumaStride, bytes, height) &&
-         sameRows(pixels.chroma, pixels.chromaStride, known.chroma, known.chromaStride, bytes,
-                  height / 2);
-}
-
-bool KeyFrameComposer::encode(Band& band, const PlanesView& pixels, int height, int quantiser) {
+bool KeyFrameComposer::encode(Band& band, const PlanesView& pixels) {
   band.data.reset();
-  X264Encoder* const encoder = encoderOf(height);
+  X264Encoder* const encoder = encoderOf(band.rows);
   if (encoder == nullptr) return false;
   X264Encoder::Request request;
   request.keyFrame = true;
-  request.quantiser = quantiser;
+  request.quantiser = band.quantiser;
   const auto units = encoder->encode(pixels, request);
   if (!units) return false;
   const auto all = h264::unitsOf(*units);
   if (all.size() != 1) return false;
   band.data = h264::keySliceData(all.front(), syntax_);
-  if (!band.data) return false;
-  band.quantiser = quantiser;
-
-  const int top = band.row * macroblockEdge;
-  const auto bytes = static_cast<std::size_t>(settings_.width);
-  const Planes known = pixels_.planes().from(0, top);
-  copyRows(pixels.luma, pixels.lumaStride, known.luma, known.lumaStride, bytes, height);
-  copyRows(pixels.chroma, pixels.chromaStride, known.chroma, known.chromaStride, bytes, height / 2);
-  copyMacroblocks(encoder->reconstruction().view(), made_.planes().from(0, top),
-                  {extent_.across, band.rows});
-  return true;
+  if (band.data) {
+    copyMacroblocks(encoder->reconstruction().view(),
+                    made_.planes().from(0, band.row * macroblockEdge), {extent_.across, band.rows});
+  }
+  return band.data.has_value();
 }
 
-X264Encoder* KeyFrameComposer::encoderOf(int height) {
-  const auto found = encoders_.find(height);
+X264Encoder* KeyFrameComposer::encoderOf(int rows) {
+  const auto found = encoders_.find(rows);
   if (found != encoders_.end()) return &found->second;
   X264Settings settings = settings_;
-  settings.height = height;
+  settings.height = rows * macroblockEdge;
   X264Encoder encoder(settings);
   const auto& sets = encoder.parameterSets();
   if (!encoder || sets.size() != 2 || h264::sliceSyntax(sets[0], sets[1]) != syntax_) {
     return nullptr;
   }
-  return &encoders_.emplace(height, std::move(encoder)).first->second;
+  return &encoders_.emplace(rows, std::move(encoder)).first->second;
 }
 
 }  // namespace vesk::picture::composed

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/linux/picture/X264Encoder.h"
+#include "platform/linux/picture/composed/Digest.h"
 #include "platform/linux/picture/composed/surroundings.h"
 #include "platform/linux/picture/h264/slice.h"
 
@@ -17,7 +18,7 @@ namespace vesk::picture::composed {
 /// that makes the pictures behind it, which goes on from there as if it had made it. Only where
 /// `reconstructionIsReference()`.
 ///
-/// Thread: one at a time. Owns: the encoders of slices, their pixels and what was made of them.
+/// Thread: one at a time. Owns: the encoders of slices and what was made of them.
 /// Fails: a picture that cannot be made gives nothing, and nothing has happened then.
 class KeyFrameComposer {
  public:
@@ -42,21 +43,21 @@ class KeyFrameComposer {
   struct Band {
     int row = 0;
     int rows = 0;
-    std::optional<h264::SliceData> data;  ///< nothing: its pixels are not known
+    std::optional<h264::SliceData> data;  ///< nothing: it has not been encoded
     int quantiser = 0;                    ///< that it was asked for
+    Digest digest;                        ///< of its pixels
   };
 
   bool bringUpToDate(Band& band, const Nv12Image& image, int quantiser);
-  bool encode(Band& band, const PlanesView& pixels, int height, int quantiser);
-  bool looksTheSame(const PlanesView& pixels, int row, int height) const;
-  X264Encoder* encoderOf(int height);
+  bool encode(Band& band, const PlanesView& pixels);
+  X264Encoder* encoderOf(int rows);
 
   X264Settings settings_;
   h264::SliceSyntax syntax_;
   Extent extent_;
   std::vector<Band> bands_;
-  std::map<int, X264Encoder> encoders_;  ///< by height in pixels
-  Nv12Image pixels_;                     ///< of which the bands were made
+  std::map<int, X264Encoder> encoders_;  ///< by rows of macroblocks
+  std::uint64_t seed_;                   ///< of the digests
   Nv12Image made_;                       ///< what a decoder makes of them, whole macroblocks
 };
 
