@@ -20,8 +20,8 @@ if(NOT APPLE)
   find_package(PkgConfig REQUIRED)
   find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
   pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
-    xcb xcb-composite xcb-damage xcb-randr xcb-render xcb-res xcb-shape xcb-shm xcb-xfixes xcb-xkb
-    xcb-xtest)
+    xcb xcb-composite xcb-damage xcb-randr xcb-render xcb-res xcb-shape xcb-shm xcb-xfixes xcb-xinput
+    xcb-xkb xcb-xtest)
   pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon xkbcommon-x11)
   pkg_check_modules(X264 REQUIRED IMPORTED_TARGET x264)
   pkg_check_modules(XXHASH REQUIRED IMPORTED_TARGET libxxhash)

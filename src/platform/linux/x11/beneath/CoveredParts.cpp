@@ -43,8 +43,9 @@ void CoveredParts::handle(const xcb_generic_event_t& event, Time now) {
   leave(partOf(moved), now);
 }
 
-bool CoveredParts::isOverdue(Time now) const {
-  return std::ranges::any_of(left_, [&](const Left& left) { return left.until <= now; });
+CoveredParts::Time CoveredParts::overdueAt() const {
+  const auto first = std::ranges::min_element(left_, {}, &Left::until);
+  return first == left_.end() ? Time::max() : first->until;
 }
 
 /// A compositor draws shadows around frames, which are the program's own too.

@@ -29,7 +29,10 @@ class CoveredParts {
   void handle(const xcb_generic_event_t& event, Time now);
 
   /// Whether a part that was left counts no more. Nothing else tells of that moment.
-  bool isOverdue(Time now) const;
+  bool isOverdue(Time now) const { return overdueAt() <= now; }
+
+  /// When that will be so next; in the far future where none was left.
+  Time overdueAt() const;
 
  private:
   /// What an own window covered, for as long as a compositor may still show it there.

@@ -49,6 +49,9 @@ class Underneath {
   /// Whether what own windows have left is to be looked at. Nothing else tells of that moment.
   bool isOverdue() const;
 
+  /// When that will be so next; in the far future where nothing is left.
+  CoveredParts::Time overdueAt() const { return covered_.overdueAt(); }
+
   /// Whether something was drawn in the windows beneath the own ones.
   bool isDamaged() const { return damage_.isWaiting(); }
 

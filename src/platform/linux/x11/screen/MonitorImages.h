@@ -33,8 +33,14 @@ class MonitorImages {
   std::optional<PlatformError> follow();
 
   /// Whether the next image may look different from the last. Asks the server for the pointer if
-  /// nothing else does.
+  /// that is to be looked at and nothing else is new.
   bool mayDiffer() { return drawn_ || grabber_->cursorChanged(); }
+
+  /// Whether `follow` would find something, of which the descriptor may tell no more.
+  bool hasNews() { return grabber_->hasNews(); }
+
+  /// When the next image may look different though the server has told nothing.
+  ScreenGrabber::Time nextLook() const { return grabber_->nextLook(); }
 
   struct Taken {
     ImageBufferRef image;  ///< null when what was drawn is not to be seen

@@ -36,16 +36,18 @@ PaintedPointer::PaintedPointer(const server::Connection& connection, const serve
       monitor_(monitor),
       layout_(layout),
       event_(xcb_get_extension_data(connection.get(), &xcb_xfixes_id)->first_event),
-      hidden_(connection) {
+      hidden_(connection),
+      watch_(connection) {
   xcb_xfixes_select_cursor_input(connection_.get(), connection_.root(),
                                  XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
 }
 
 void PaintedPointer::handle(const xcb_generic_event_t& event) {
   if ((event.response_type & 0x7f) == event_ + XCB_XFIXES_CURSOR_NOTIFY) stale_ = true;
+  watch_.handle(event, PointerWatch::Time::clock::now());
 }
 
-bool PaintedPointer::hasChanged() { return stale_ || locate(); }
+bool PaintedPointer::hasChanged() { return stale_ || (isToLook() && locate()); }
 
 std::vector<PixelRect> PaintedPointer::repaint(std::uint8_t* pixels,
                                                const std::optional<PixelRect>& before) {
@@ -58,12 +60,12 @@ std::vector<PixelRect> PaintedPointer::repaint(std::uint8_t* pixels,
   return changed;
 }
 
-/// Asks for its place and, where it looks different, for its image. Whether it did.
+/// Asks for its place and, where it looks different, for its image. Whether it looks different.
 bool PaintedPointer::refresh() {
   const bool redrawn = stale_;
   if (redrawn) {
     load();
-  } else {
+  } else if (isToLook()) {
     locate();
   }
   return redrawn;
@@ -85,7 +87,12 @@ bool PaintedPointer::locate() {
 void PaintedPointer::place(int x, int y) {
   frame_.x = x - hotX_ - monitor_.x;
   frame_.y = y - hotY_ - monitor_.y;
-  isInSight_ = !inMonitor().isEmpty() && !hidden_.isHidden(HiddenPointer::Clock::now());
+  const auto now = HiddenPointer::Clock::now();
+  const bool isHidden = !inMonitor().isEmpty() && hidden_.isHidden(now);
+  isInSight_ = !inMonitor().isEmpty() && !isHidden;
+  watch_.see(x, y, now);
+  // Nobody tells that it comes back.
+  if (isHidden) watch_.wake(now);
 }
 
 void PaintedPointer::load() {

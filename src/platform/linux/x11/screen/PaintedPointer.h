@@ -7,6 +7,7 @@
 
 #include "platform/linux/picture/PixelLayout.h"
 #include "platform/linux/x11/screen/HiddenPointer.h"
+#include "platform/linux/x11/screen/PointerWatch.h"
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/Randr.h"
 #include "platform/linux/x11/server/rectangles.h"
@@ -14,7 +15,8 @@
 namespace vesk::x11::screen {
 
 /// The pointer in the picture of a monitor, and the pixels that it covers there. It is in the
-/// picture where the person sees it: nowhere while a program hides it.
+/// picture where the person sees it: nowhere while a program hides it. One that rests in sight is
+/// asked for only now and then.
 ///
 /// Thread: one at a time. Owns: nothing of the server's; the connection outlives it, and its owner
 /// hands on every event. Fails: as a pointer that stays as it is.
@@ -25,15 +27,20 @@ class PaintedPointer {
 
   void handle(const xcb_generic_event_t& event);
 
-  /// Whether it has moved or looks different since it was last painted. Waits for the server.
+  /// Whether it has moved or looks different since it was last painted. Waits for the server where
+  /// it is to be looked at.
   bool hasChanged();
+
+  /// When it is to be looked at unless the server tells of it before; long ago, if it does not
+  /// rest.
+  PointerWatch::Time nextLook() const { return stale_ ? PointerWatch::Time{} : watch_.nextLook(); }
 
   /// Gives the picture back the pixels that it covers; where that was, if it was anywhere.
   std::optional<PixelRect> takeOff(std::uint8_t* pixels);
 
   /// Paints it where the server has it now, after it was taken off. Where the picture changes
   /// against the one `before`, in which it was there or nowhere: a pointer that stays as it is
-  /// changes nothing. Waits for the server.
+  /// changes nothing. Waits for the server where it is to be looked at.
   std::vector<PixelRect> repaint(std::uint8_t* pixels, const std::optional<PixelRect>& before);
 
  private:
@@ -41,6 +48,7 @@ class PaintedPointer {
     return pixels + (static_cast<std::ptrdiff_t>(y) * monitor_.width + x) * 4;
   }
   bool refresh();
+  bool isToLook() const { return watch_.isToLook(PointerWatch::Time::clock::now()); }
   bool locate();
   void load();
   void place(int x, int y);
@@ -58,6 +66,7 @@ class PaintedPointer {
   int hotX_ = 0;
   int hotY_ = 0;
   HiddenPointer hidden_;
+  PointerWatch watch_;
   bool isInSight_ = false;
   std::vector<std::uint32_t> image_;  ///< premultiplied ARGB
   std::optional<PixelRect> painted_;

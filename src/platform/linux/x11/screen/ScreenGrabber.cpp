@@ -6,6 +6,7 @@
 #include <xcb/xcbext.h>
 #include <xcb/xfixes.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/linux/x11/screen/monitorArea.h"
@@ -68,6 +69,16 @@ std::optional<ScreenGrabber::News> ScreenGrabber::readEvents() {
   if (!connection_) return std::nullopt;
   if (isHeldBack()) news_.drawn = true;
   return std::exchange(news_, {});
+}
+
+bool ScreenGrabber::hasNews() {
+  pollEvents();
+  return news_.drawn || news_.layoutChanged;
+}
+
+ScreenGrabber::Time ScreenGrabber::nextLook() const {
+  const auto ofPointer = pointer_ ? pointer_->nextLook() : Time::max();
+  return underneath_ == nullptr ? ofPointer : std::min(ofPointer, underneath_->overdueAt());
 }
 
 void ScreenGrabber::pollEvents() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -29,6 +30,8 @@ namespace vesk::x11::screen {
 /// gone.
 class ScreenGrabber {
  public:
+  using Time = std::chrono::steady_clock::time_point;
+
   /// `leftOut`, which outlives the object, names the windows that the picture is taken without.
   ScreenGrabber(const server::Monitor& monitor, bool showsCursor,
                 const beneath::OwnWindows* leftOut = nullptr);
@@ -51,6 +54,13 @@ class ScreenGrabber {
 
   /// Whether the pointer has moved or looks different since it was last painted.
   bool cursorChanged() { return pointer_ && pointer_->hasChanged(); }
+
+  /// Whether `readEvents` has something to tell. Answers bring events along, and the descriptor is
+  /// readable no more for those.
+  bool hasNews();
+
+  /// When something may have changed of which the server does not tell.
+  Time nextLook() const;
 
   /// Brings the pixels up to date and tells where, in the monitor, they may have changed. Windows
   /// that do not stand still may hold that back: until a later grab nothing has changed, and the

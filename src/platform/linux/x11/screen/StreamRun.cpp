@@ -61,8 +61,10 @@ std::optional<PlatformError> StreamRun::stream() {
     if (!std::exchange(idle, true)) {
       outlet_.deliver({true, nullptr, static_cast<int>(FrameStatus::idle)});
     }
-    // Whatever is drawn next need not wait for the pointer's turn.
-    wait(interval_, /*alsoForTheServer=*/true);
+    // Whatever is drawn next need not wait for the pointer's turn, nor for the end of its rest.
+    if (!images_.hasNews()) {
+      wait(std::max(interval_, images_.nextLook() - Clock::now()), /*alsoForTheServer=*/true);
+    }
     due = Clock::now();
   }
   return std::nullopt;

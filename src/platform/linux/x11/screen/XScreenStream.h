@@ -11,8 +11,8 @@ namespace vesk::x11::screen {
 class StreamRun;
 
 /// One monitor of the X server as a stream of images; see `ScreenStream`. It sleeps until something
-/// is drawn, looks at the pointer once per frame, and sends at most one image per frame. When
-/// nothing has changed any more it says so once, by an idle sample.
+/// is drawn or the pointer moves, and sends at most one image per frame. When nothing has changed
+/// any more it says so once, by an idle sample.
 ///
 /// When this program is among the applications to be left out, so are its own windows: what lies
 /// beneath them is shown.

@@ -73,7 +73,9 @@ TEST_F(CoveredPartsTest, ReachAsFarAsTheShadowOfAFrame) {
 
 TEST_F(CoveredPartsTest, LastUntilACompositorHasLetTheWindowFade) {
   composited({window(strip, {200, 0, 100, 20})});
+  EXPECT_EQ(covered.overdueAt(), CoveredParts::Time::max());
   EXPECT_EQ(composited({}), (Parts{{200, 0, 100, 20}}));
+  EXPECT_EQ(covered.overdueAt(), now + milliseconds(500));
   EXPECT_FALSE(covered.isOverdue(now));
   now += milliseconds(499);
   EXPECT_FALSE(covered.isOverdue(now));
@@ -82,6 +84,18 @@ TEST_F(CoveredPartsTest, LastUntilACompositorHasLetTheWindowFade) {
   EXPECT_TRUE(covered.isOverdue(now));
   EXPECT_EQ(composited({}), Parts{});
   EXPECT_FALSE(covered.isOverdue(now));
+  EXPECT_EQ(covered.overdueAt(), CoveredParts::Time::max());
+}
+
+TEST_F(CoveredPartsTest, AreLeftOneAfterTheOther) {
+  composited({window(strip, {200, 0, 100, 20})});
+  composited({window(strip, {400, 0, 100, 20})});
+  now += milliseconds(200);
+  composited({window(strip, {600, 0, 100, 20})});
+  EXPECT_EQ(covered.overdueAt(), now + milliseconds(300));
+  now += milliseconds(300);
+  composited({window(strip, {600, 0, 100, 20})});
+  EXPECT_EQ(covered.overdueAt(), now + milliseconds(200));
 }
 
 TEST_F(CoveredPartsTest, AreLeftAtOnceWithoutACompositor) {

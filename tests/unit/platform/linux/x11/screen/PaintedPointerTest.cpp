@@ -161,6 +161,15 @@ class PaintedPointerTest : public ::testing::Test {
     });
   }
 
+  bool rests() const { return grabber->nextLook() > ScreenGrabber::Time::clock::now(); }
+
+  bool comesToRest() {
+    return testing::waitUntil([&] {
+      follow();
+      return rests();
+    });
+  }
+
   XServer server{"640x480x24"};
   DisplayVariable variable{server.display()};
   XPainter painter;
@@ -236,6 +245,62 @@ TEST_F(PaintedPointerTest, MovesWithItsAnimation) {
   for (int round = 0; round < 2; ++round) {
     for (const auto& step : steps) EXPECT_TRUE(comesToShow(step, 300, 200)) << step.edge;
   }
+}
+
+TEST_F(PaintedPointerTest, AsksForNothingWhileItRests) {
+  looks.wear({64, 7});
+  looks.point(300, 200);
+  watch();
+  ASSERT_TRUE(comesToRest());
+  const auto requests = [&] { return xcb_no_operation(grabber->connection().get()).sequence; };
+  // Whatever takes longer than the rest is seen in the next one.
+  EXPECT_TRUE(testing::waitUntil([&] {
+    follow();
+    const auto before = requests();
+    const bool changed = grabber->cursorChanged() || !grabber->grab();
+    const auto after = requests();
+    return rests() && !changed && after - before == 1;
+  }));
+}
+
+TEST_F(PaintedPointerTest, IsSeenWhereAProgramHasPutItAfterARest) {
+  const Shape shape{64, 7};
+  looks.wear(shape);
+  looks.point(300, 200);
+  watch();
+  ASSERT_TRUE(comesToRest());
+  looks.point(400, 100);
+  EXPECT_TRUE(comesToShow(shape, 400, 100));
+  EXPECT_FALSE(rests());
+}
+
+TEST_F(PaintedPointerTest, LooksOtherwiseAtOnceWhileItRests) {
+  looks.wear({64, 7});
+  looks.point(300, 200);
+  watch();
+  ASSERT_TRUE(comesToRest());
+  const Shape other{32, 3, 1};
+  looks.wear(other);
+  EXPECT_TRUE(testing::waitUntil([&] {
+    EXPECT_FALSE(grabber->hasNews()) << "nothing was drawn";
+    return grabber->nextLook() == ScreenGrabber::Time{};
+  }));
+  EXPECT_TRUE(comesToShow(other, 300, 200));
+}
+
+TEST_F(PaintedPointerTest, NeverRestsWhileAProgramHidesIt) {
+  looks.wear({64, 7});
+  looks.point(300, 200);
+  looks.hide();
+  watch();
+  const auto longEnough = ScreenGrabber::Time::clock::now() + PointerWatch::beforeItRests * 2;
+  EXPECT_TRUE(testing::waitUntil([&] {
+    follow();
+    EXPECT_FALSE(rests());
+    return ScreenGrabber::Time::clock::now() > longEnough;
+  }));
+  looks.show();
+  EXPECT_TRUE(comesToRest());
 }
 
 TEST_F(PaintedPointerTest, IsAbsentFromTheFirstPictureWhenAProgramHidIt) {

@@ -7,6 +7,9 @@
 #include <chrono>
 #include <cstring>
 
+#include "platform/linux/x11/server/Properties.h"
+#include "support/Patience.h"
+#include "support/PlainWindow.h"
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
@@ -14,6 +17,7 @@ namespace vesk::x11::screen {
 namespace {
 
 using testing::DisplayVariable;
+using testing::PlainWindow;
 using testing::XPainter;
 using testing::XServer;
 
@@ -141,6 +145,53 @@ TEST_F(ScreenGrabberTest, FindsNothingWhereNothingWasDrawn) {
   const auto changed = grabber->grab();
   ASSERT_TRUE(changed);
   EXPECT_TRUE(changed->empty());
+}
+
+TEST_F(ScreenGrabberTest, HasNothingToLookAtWithoutAPointer) {
+  const auto grabber = makeGrabber();
+  EXPECT_EQ(grabber->nextLook(), ScreenGrabber::Time::max());
+}
+
+TEST_F(ScreenGrabberTest, KnowsOfNewsThatAnAnswerHasBroughtAlong) {
+  const auto grabber = makeGrabber();
+  while (grabber->readEvents()->drawn) grabber->grab();
+  EXPECT_FALSE(grabber->hasNews());
+  PlainWindow drawn({10, 10, 20, 20}, 0xff0000);
+  drawn.show();
+  // Waits for an answer, and reads all that comes before it.
+  server::monitors(grabber->connection());
+  pollfd silent{grabber->descriptor(), POLLIN, 0};
+  EXPECT_EQ(::poll(&silent, 1, 0), 0);
+  EXPECT_TRUE(grabber->hasNews());
+  EXPECT_TRUE(grabber->readEvents()->drawn) << "they are told of once";
+  EXPECT_FALSE(grabber->hasNews());
+}
+
+/// A compositor lets it fade away, of which nobody tells.
+TEST_F(ScreenGrabberTest, LooksAtWhatAnOwnWindowHasLeftWhenItHasFaded) {
+  const PlainWindow compositor({0, 0, 1, 1}, 0);
+  const server::Connection its;
+  xcb_set_selection_owner(its.get(), compositor.id(), server::atom(its.get(), "_NET_WM_CM_S0"),
+                          XCB_CURRENT_TIME);
+  xcb_flush(its.get());
+  PlainWindow own({50, 50, 100, 20}, 0xff0000);
+  beneath::OwnWindows ownWindows;
+  ownWindows.add(own.id());
+  own.show();
+  ScreenGrabber grabber(server::monitors(server::Connection()).at(0), false, &ownWindows);
+  ASSERT_TRUE(grabber.grab());
+  EXPECT_EQ(grabber.nextLook(), ScreenGrabber::Time::max());
+  own.hide();
+  const auto begin = ScreenGrabber::Time::clock::now();
+  ASSERT_TRUE(grabber.readEvents());
+  ASSERT_TRUE(grabber.grab());
+  const auto faded = grabber.nextLook();
+  EXPECT_GT(faded, begin);
+  EXPECT_LT(faded, ScreenGrabber::Time::max());
+  EXPECT_TRUE(testing::waitUntil([&] { return grabber.readEvents()->drawn; }));
+  EXPECT_GE(ScreenGrabber::Time::clock::now(), faded);
+  ASSERT_TRUE(grabber.grab());
+  EXPECT_EQ(grabber.nextLook(), ScreenGrabber::Time::max());
 }
 
 TEST_F(ScreenGrabberTest, GivesNothingOnceTheServerIsGone) {
