@@ -1,6 +1,7 @@
 // Draws what the benchmark shows on the X server that DISPLAY names, in a window over all of it:
-// still, typing, scrolling, video, or a pointer that moves, until it is killed; after SIGUSR1 the
-// picture stands still. Prints when each letter that is typed has reached the screen.
+// still, typing, scrolling, video, a window that is dragged, or a pointer that moves, until it is
+// killed; after SIGUSR1 the picture stands still. Prints when each letter that is typed has reached
+// the screen.
 
 #include <xcb/xcb.h>
 
@@ -74,8 +75,10 @@ class Screen {
     }
   }
 
+  void show(int left, int top, int width, int height) { showOn(window_, left, top, width, height); }
+
   /// Puts rows to the server, in pieces that fit into a request.
-  void show(int left, int top, int width, int height) {
+  void showOn(xcb_drawable_t drawable, int left, int top, int width, int height) {
     std::vector<std::uint32_t> piece;
     const int rows = std::max(1, 60'000 / width);
     for (int y = top; y < top + height; y += rows) {
@@ -84,7 +87,7 @@ class Screen {
       for (int row = y; row < y + count; ++row) {
         piece.insert(piece.end(), &at(left, row), &at(left, row) + width);
       }
-      xcb_put_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, gc_,
+      xcb_put_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, gc_,
                     static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(count),
                     static_cast<std::int16_t>(left), static_cast<std::int16_t>(y), 0, depth_,
                     static_cast<std::uint32_t>(piece.size() * 4),
@@ -113,6 +116,39 @@ class Screen {
     xcb_change_window_attributes(connection_, window_, XCB_CW_CURSOR, &cursor);
   }
 
+  /// A window of words in front of the page.
+  void showWindow(int width, int height, std::mt19937& random) {
+    windowWidth_ = width;
+    windowHeight_ = height;
+    front_ = xcb_generate_id(connection_);
+    // It shows what the page would show there if it were another one.
+    const xcb_pixmap_t words = xcb_generate_id(connection_);
+    xcb_create_pixmap(connection_, depth_, words, root_, static_cast<std::uint16_t>(width),
+                      static_cast<std::uint16_t>(height));
+    const auto page = pixels_;
+    for (int line = 0; line <= height / 18; ++line) this->words(line, random);
+    showOn(words, 0, 0, width, height);
+    pixels_ = page;
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, front_, window_, 0, 0,
+                      static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height), 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXMAP,
+                      &words);
+    xcb_map_window(connection_, front_);
+    xcb_flush(connection_);
+  }
+
+  /// The page is drawn again where the window was.
+  void moveWindow(int x, int y) {
+    const std::array<std::uint32_t, 2> values{static_cast<std::uint32_t>(x),
+                                              static_cast<std::uint32_t>(y)};
+    xcb_configure_window(connection_, front_, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y,
+                         values.data());
+    if (windowX_ >= 0) show(windowX_, windowY_, windowWidth_, windowHeight_);
+    windowX_ = x;
+    windowY_ = y;
+    xcb_flush(connection_);
+  }
+
   void movePointer(int x, int y) {
     xcb_warp_pointer(connection_, XCB_NONE, root_, 0, 0, 0, 0, static_cast<std::int16_t>(x),
                      static_cast<std::int16_t>(y));
@@ -138,6 +174,11 @@ class Screen {
   xcb_window_t root_;
   xcb_window_t window_;
   xcb_gcontext_t gc_;
+  xcb_window_t front_ = XCB_NONE;
+  int windowX_ = -1;
+  int windowY_ = -1;
+  int windowWidth_ = 0;
+  int windowHeight_ = 0;
   int width_;
   int height_;
   std::uint8_t depth_;
@@ -156,6 +197,7 @@ int main(int argc, char* argv[]) {
   for (int line = 0; line < lines; ++line) screen.words(line, random);
   screen.show(0, 0, screen.width(), screen.height());
   if (kind == "pointer") screen.showPointer();
+  if (kind == "dragging") screen.showWindow(900, 600, random);
   std::this_thread::sleep_for(3s);
   const int last = (lines - 1) * 18;
   for (int step = 0;; ++step) {
@@ -182,6 +224,11 @@ int main(int argc, char* argv[]) {
       screen.movePointer(static_cast<int>(screen.width() / 2 + 400 * std::cos(angle)),
                          static_cast<int>(screen.height() / 2 + 300 * std::sin(angle)));
       std::this_thread::sleep_for(20ms);
+    } else if (kind == "dragging") {
+      const double angle = step * 0.05;
+      screen.moveWindow(static_cast<int>((screen.width() - 900) / 2.0 + 200 * std::cos(angle)),
+                        static_cast<int>((screen.height() - 600) / 2.0 + 200 * std::sin(angle)));
+      std::this_thread::sleep_for(33ms);
     } else if (kind == "video") {
       for (int y = 0; y < screen.height(); ++y) {
         for (int x = 0; x < screen.width(); ++x) {
