@@ -182,6 +182,19 @@ TEST_F(MacroblockMarksTest, MakeBetterOnlyWhatIsCoarse) {
   next({}, 19);
   marks_.mark({.quantiser = 18, .refined = 0});
   EXPECT_EQ(encoded(), Places{});
+
+  encode({100}, 40);
+  next({}, 20);
+  marks_.mark({.quantiser = 20, .refined = 1});
+  EXPECT_EQ(encoded(), Places{100}) << "a single one";
+}
+
+TEST_F(MacroblockMarksTest, MakeTheCoarsestBetterBeforeWhatIsLessSo) {
+  encode(places(0, all), 30);
+  encode(places(40, 30), 40);
+  EXPECT_EQ(next({}, 14).coarse, 30U);
+  marks_.mark({.quantiser = 20, .refined = 30});
+  EXPECT_EQ(encoded(), places(40, 30));
 }
 
 TEST_F(MacroblockMarksTest, MakeNothingCoarserThatIsToBecomeBetter) {
@@ -212,6 +225,17 @@ TEST_F(MacroblockMarksTest, TellOfAMoveWhatIsLeftAndHowCoarseTheRestIs) {
   EXPECT_EQ(told.quantiser, (12 * 20 + 12 * 26) / 24) << "of where each comes from, the coarser";
   EXPECT_EQ(told.coarse, 3U);
   EXPECT_EQ(told.coarseQuantiser, (40 + 40 + 38) / 3);
+}
+
+TEST_F(MacroblockMarksTest, TellOfASingleOneThatMovesAndASingleCoarseOne) {
+  encode({0}, 40);
+  next({36}, 14);
+  const auto told = marks_.compare(found({36}, {0, -16}, {}));
+  EXPECT_EQ(told.changed, 0U);
+  EXPECT_EQ(told.pieces, 0U);
+  EXPECT_EQ(told.quantiser, 14);
+  EXPECT_EQ(told.coarse, 1U);
+  EXPECT_EQ(told.coarseQuantiser, 40);
 }
 
 /// What has moved, and what is encoded anyhow, is not made better.
