@@ -11,7 +11,6 @@ namespace vesk::picture {
 namespace {
 
 using composed::FoundMove;
-using composed::MovedBlocks;
 using composed::Run;
 using composed::Shift;
 using Runs = std::vector<Run>;
