@@ -327,7 +327,20 @@ TEST(FarthestShiftTest, GoesByTheLevel) {
   EXPECT_EQ(farthestShift(30), 255);
   EXPECT_EQ(farthestShift(21), 255);
   EXPECT_EQ(farthestShift(20), 127);
+  EXPECT_EQ(farthestShift(11), 127);
   EXPECT_EQ(farthestShift(10), 63);
+}
+
+TEST(ComesFromInsideTest, GoesByEveryEdgeOfTheCodedPicture) {
+  const auto comes = [](int row, int column, const Shift& shift) {
+    return comesFromInside(row, column, shift, 3, 2);
+  };
+  EXPECT_TRUE(comes(1, 1, {16, 16})) << "from the first one";
+  EXPECT_FALSE(comes(1, 1, {17, 16}));
+  EXPECT_FALSE(comes(1, 1, {16, 17}));
+  EXPECT_TRUE(comes(0, 1, {-16, -16})) << "from the last one";
+  EXPECT_FALSE(comes(0, 1, {-17, -16}));
+  EXPECT_FALSE(comes(0, 1, {-16, -17}));
 }
 
 }  // namespace
