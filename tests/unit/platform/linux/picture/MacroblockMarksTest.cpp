@@ -81,6 +81,7 @@ TEST_F(MacroblockMarksTest, TellWhatHasChangedSinceTheImageBefore) {
   const auto some = next({3, 4, 60, 119}, 51);
   EXPECT_EQ(some.changed, 4U);
   EXPECT_EQ(some.pieces, 3U);
+  EXPECT_EQ(next({60}, 51).pieces, 1U);
   const auto none = next({}, 51);
   EXPECT_EQ(none.changed, 0U);
   EXPECT_EQ(none.pieces, 0U);
