@@ -280,6 +280,18 @@ TEST_F(MacroblockMarksTest, MakeSomeBetterBesideAMove) {
   EXPECT_EQ(encoded(), Places{}) << "no finer";
 }
 
+TEST_F(MacroblockMarksTest, MakeOnlyTheCoarsestBetterBesideAMove) {
+  encode(places(0, all), 30);
+  encode(places(0, 60), 40);
+  next(places(84, 12), 14);
+  const auto move = found(places(84, 12), {0, -16}, {119});
+  EXPECT_EQ(marks_.compare(move).coarse, 60U);
+  marks_.mark({.quantiser = 20, .refined = 60, .composed = true, .moves = true}, move);
+  auto wanted = places(0, 60);
+  wanted.push_back(119);
+  EXPECT_EQ(encoded(), wanted);
+}
+
 /// Moved again and again, its colours would be smeared, so it is to be encoded before long.
 TEST_F(MacroblockMarksTest, TakeWhatHasFadedForCoarse) {
   next(places(48, 12), 14);
