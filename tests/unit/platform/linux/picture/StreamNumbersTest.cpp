@@ -59,5 +59,43 @@ TEST(KeyFrameIdentifierTest, DiffersFromTheOneBefore) {
   EXPECT_GT(own, 5);
 }
 
+/// Whoever has made them: the encoder, or what puts pictures together or in between. A decoder that
+/// finds another number takes some for lost.
+TEST(PictureNumberTest, CountsEveryPictureFromTheKeyFrameOn) {
+  testing::PaintedImages screen(size);
+  ScreenEncoderSettings settings;
+  settings.encoder.width = size.width;
+  settings.encoder.height = size.height;
+  ScreenEncoder encoder(settings);
+  std::mt19937 random(3);
+  HostTime time{1h};
+  std::optional<h264::SliceSyntax> syntax;
+  std::uint32_t next = 0;
+  int composed = 0;
+  for (int i = 0; i < 400; ++i) {
+    screen.next();
+    const auto kind = random() % 8;
+    if (kind < 3) screen.text(static_cast<int>(random() % 300), 96, 16, 16);
+    if (kind == 3) screen.noise(0, 0, size.width, size.height);
+    const auto sample = encoder.encode(screen.image(), time += 100ms, random() % 40 == 0);
+    ASSERT_TRUE(sample);
+    if (const auto& sets = sample->parameterSets) {
+      syntax = h264::sliceSyntax(sets->at(0), sets->at(1));
+      next = 0;
+    }
+    const auto units = h264::unitsOf(*sample->data);
+    composed += units.size() > 1 ? 1 : 0;
+    for (const auto unit : units) {
+      const auto raw = h264::unescaped(unit);
+      h264::BitReader reader(raw);
+      reader.bits(8);
+      for (int part = 0; part < 3; ++part) reader.ue();
+      ASSERT_EQ(reader.bits(syntax.value().frameNumberBits), next) << "picture " << i;
+    }
+    next = (next + 1) % (1U << syntax.value().frameNumberBits);
+  }
+  EXPECT_GT(composed, 20);
+}
+
 }  // namespace
 }  // namespace vesk::picture
