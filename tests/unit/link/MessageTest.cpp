@@ -64,7 +64,7 @@ TEST(MessageParseTest, KeepsNothingThatNobodyReads) {
   const auto message = parse(R"({"a":[7,[7]],"b":{"c":1,"d":{"e":7},"f":[7]},"g":"h"})");
   EXPECT_EQ(message->object("b")->integer("c"), 1);
   EXPECT_EQ(message->string("g"), "h");
-  EXPECT_EQ(message->serialise()->find('7'), std::string::npos) << *message->serialise();
+  EXPECT_EQ(message->serialise(), R"({"b":{"c":1},"g":"h"})");
 }
 
 TEST(MessageParseTest, KeepsTheFirstMembersOfManyOnly) {

@@ -93,16 +93,20 @@ TEST_F(BlockComparisonTest, SeesASingleSampleThatDiffers) {
 }
 
 TEST_F(BlockComparisonTest, LetsColoursFadeALittleBetweenTheirSamples) {
-  for (const Shift by : {Shift{0, 5}, {-3, 0}}) {
-    move(by);
-    std::uint8_t& sample = now_.chroma()[9 * now_.stride() + 20];
-    const int away = sample < 128 ? 1 : -1;
-    const BlockComparison comparison(before_, now_, by);
-    EXPECT_EQ(comparison.likeness(1, 1), Likeness::same);
-    sample = static_cast<std::uint8_t>(sample + away * 48);
-    EXPECT_EQ(comparison.likeness(1, 1), Likeness::faded);
-    sample = static_cast<std::uint8_t>(sample + away);
-    EXPECT_EQ(comparison.likeness(1, 1), Likeness::none);
+  for (const Shift by : {Shift{0, 5}, {-3, 0}, {7, -3}}) {
+    for (const int x : {16, 20, 31}) {
+      for (const int y : {8, 9, 15}) {
+        move(by);
+        std::uint8_t& sample = now_.chroma()[y * now_.stride() + x];
+        const int away = sample < 128 ? 1 : -1;
+        const BlockComparison comparison(before_, now_, by);
+        EXPECT_EQ(comparison.likeness(1, 1), Likeness::same);
+        sample = static_cast<std::uint8_t>(sample + away * 48);
+        EXPECT_EQ(comparison.likeness(1, 1), Likeness::faded);
+        sample = static_cast<std::uint8_t>(sample + away);
+        EXPECT_EQ(comparison.likeness(1, 1), Likeness::none);
+      }
+    }
   }
   move({0, 4});
   now_.chroma()[9 * now_.stride() + 20] ^= 1;
@@ -116,6 +120,25 @@ TEST_F(BlockComparisonTest, TakesNothingFromBeyondTheEdges) {
     EXPECT_EQ(isSame(by, 1, 0), by.right < 0);
     EXPECT_EQ(isSame(by, lastRow, 1), by.down > 0);
     EXPECT_EQ(isSame(by, 1, lastColumn), by.right > 0);
+  }
+}
+
+/// Nor where it would look the same.
+TEST_F(BlockComparisonTest, TakesFlatGroundFromWithinTheEdgesAlone) {
+  for (auto* image : {&before_, &now_}) {
+    std::fill_n(image->luma(), image->stride() * height * 3 / 2, std::uint8_t{90});
+  }
+  for (const Shift by : {Shift{16, 0}, {-10, 0}, {0, 16}, {0, -8}, {17, 1}, {-11, -9}, {90, 72}}) {
+    for (int row = 0; row <= lastRow; ++row) {
+      for (int column = 0; column <= lastColumn; ++column) {
+        const int left = column * macroblockEdge - by.right;
+        const int top = row * macroblockEdge - by.down;
+        const int right = std::min((column + 1) * macroblockEdge, width) - by.right;
+        const int bottom = std::min((row + 1) * macroblockEdge, height) - by.down;
+        const bool isInside = left >= 0 && top >= 0 && right <= width && bottom <= height;
+        EXPECT_EQ(isSame(by, row, column), isInside) << row << ", " << column;
+      }
+    }
   }
 }
 

@@ -83,6 +83,18 @@ TEST(ComposedPictureTest, GoesOnSkippingInASliceThatEndsWithWhatIsEncoded) {
             (std::vector<Slice>{{0, 1, 20, "1011"}, {4, 1, 21, "0011"}, {5, 1, 22, "0100111"}}));
 }
 
+/// A slice of its own is only for skipped ones of which some move.
+TEST(ComposedPictureTest, GoesOnSkippingBehindWhatMoves) {
+  MovedBlocks moved{12, std::vector<std::uint8_t>(12), {16, 0}};
+  moved.marks[2] = 1;
+  ComposedPicture picture(syntax, 1, 12, &moved);
+  picture.add({4, 1, true}, dataOf("1", 20));
+  const auto slices = slicesOf(picture.finished());
+  ASSERT_EQ(slices.size(), 2U);
+  EXPECT_EQ(slices[0].first, 0U);
+  EXPECT_EQ(slices[1], (Slice{4, 1, 20, "10001000"})) << "seven behind it";
+}
+
 TEST(ComposedPictureTest, TakesSlicesOfAnyLength) {
   std::string bits;
   for (int i = 0; i < 500; ++i) bits += i * i % 7 < 3 ? '1' : '0';

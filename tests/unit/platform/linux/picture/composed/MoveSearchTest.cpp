@@ -207,6 +207,19 @@ TEST(MoveSearchTest, FindsItBesideOtherChanges) {
   expectTrue(pair, *found);
 }
 
+TEST(MoveSearchTest, GoesByTheLargerOfTwoParts) {
+  const PaintedImages images(size);
+  for (const int edge : {240, 352}) {
+    Pair pair(*images.image());
+    pair.scroll({0, 0, width, edge}, {0, -36});
+    pair.scroll({0, edge, width, height - edge}, {0, -20});
+    const auto found = findMove(pair.before, pair.now, {511, 2000});
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->moved.shift.down, 2 * edge > height ? -36 : -20);
+    expectTrue(pair, *found);
+  }
+}
+
 TEST(MoveSearchTest, IsNotMisledByEqualLines) {
   PaintedImages images(size);
   // Every line but two is the same.

@@ -302,13 +302,45 @@ TEST(MoveSliceSizeTest, SkipsAllOfWhatStays) {
   EXPECT_EQ(reader.bits(1), 1U) << "the end";
 }
 
+/// There the one above is the only one that foretells anything.
+TEST(MoveSliceNarrowTest, GoesByTheOneAboveInASingleColumn) {
+  BitWriter writer;
+  writeMoveSlice(writer, {1, {0, 1, 1, 1}, {0, -16}}, 0, 3);
+  const Bytes bytes = writer.finished();
+  BitReader reader(bytes);
+  const auto expectVector = [&](std::uint32_t skipped, std::uint32_t down) {
+    EXPECT_EQ(reader.ue(), skipped);
+    EXPECT_EQ(reader.ue(), 0U) << "one vector";
+    EXPECT_EQ(reader.ue(), 0U) << "not to the side";
+    EXPECT_EQ(reader.ue(), down);
+    EXPECT_EQ(reader.ue(), 0U) << "nothing left over";
+  };
+  expectVector(1, 2 * 64 - 1);
+  expectVector(0, 0);
+  expectVector(0, 0);
+  EXPECT_EQ(reader.bits(1), 1U) << "the end";
+}
+
 TEST(FarthestShiftTest, GoesByTheLevel) {
   EXPECT_EQ(farthestShift(40), 511);
   EXPECT_EQ(farthestShift(31), 511);
   EXPECT_EQ(farthestShift(30), 255);
   EXPECT_EQ(farthestShift(21), 255);
   EXPECT_EQ(farthestShift(20), 127);
+  EXPECT_EQ(farthestShift(11), 127);
   EXPECT_EQ(farthestShift(10), 63);
+}
+
+TEST(ComesFromInsideTest, GoesByEveryEdgeOfTheCodedPicture) {
+  const auto comes = [](int row, int column, const Shift& shift) {
+    return comesFromInside(row, column, shift, 3, 2);
+  };
+  EXPECT_TRUE(comes(1, 1, {16, 16})) << "from the first one";
+  EXPECT_FALSE(comes(1, 1, {17, 16}));
+  EXPECT_FALSE(comes(1, 1, {16, 17}));
+  EXPECT_TRUE(comes(0, 1, {-16, -16})) << "from the last one";
+  EXPECT_FALSE(comes(0, 1, {-17, -16}));
+  EXPECT_FALSE(comes(0, 1, {-16, -17}));
 }
 
 }  // namespace

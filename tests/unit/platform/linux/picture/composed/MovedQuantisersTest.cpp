@@ -30,6 +30,13 @@ TEST(MovedQuantisersTest, AreTheCoarsestOfSeveral) {
   EXPECT_EQ(after({-7, 7})[4], 30);
 }
 
+TEST(MovedQuantisersTest, GoAlongAtTheEdgesToo) {
+  EXPECT_EQ(movedQuantisers(before, {3, {1, 1, 0, 1, 0, 0, 1, 0, 0}, {-16, 0}}),
+            (Quantisers{20, 30, 30, 15, 15, 25, 45, 45, 18}));
+  EXPECT_EQ(movedQuantisers(before, {3, {0, 0, 0, 0, 0, 0, 0, 1, 1}, {16, 16}}),
+            (Quantisers{10, 20, 30, 40, 15, 25, 35, 40, 15}));
+}
+
 TEST(MovedQuantisersTest, StayWhereNothingMoves) {
   EXPECT_EQ(movedQuantisers(before, {3, Quantisers(9), {5, 5}}), before);
 }

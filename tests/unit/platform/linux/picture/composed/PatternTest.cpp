@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 namespace vesk::picture::composed {
 namespace {
@@ -44,6 +45,20 @@ class PatternTest : public ::testing::Test {
 TEST_F(PatternTest, IsFoundWhereItWas) {
   strokes(before_, 53, 70);
   strokes(now_, 64, 48);
+  EXPECT_EQ(shifts(3, 4, 511), (std::vector<Shift>{{11, -22}}));
+}
+
+TEST_F(PatternTest, IsFoundWhateverIsBesideIt) {
+  for (const auto& [image, left, top, beside] :
+       {std::tuple{&before_, 53, 70, 20}, std::tuple{&now_, 64, 48, 90}}) {
+    strokes(*image, left, top);
+    for (int y = top; y < top + 16; ++y) {
+      std::uint8_t* row = image->luma() + y * image->stride() + left;
+      row[-1] = row[32] = static_cast<std::uint8_t>(beside);
+      row[0] = row[31] = 40;
+      row[1] = row[30] = 230;
+    }
+  }
   EXPECT_EQ(shifts(3, 4, 511), (std::vector<Shift>{{11, -22}}));
 }
 
@@ -90,13 +105,49 @@ TEST_F(PatternTest, IsNoFlatGroundNorWhatWasThereBefore) {
   EXPECT_FALSE(Pattern::in(before_, now_, 4, 7));
 }
 
+TEST_F(PatternTest, LiesWithinItsMacroblock) {
+  strokes(now_, 112, 80);
+  EXPECT_FALSE(Pattern::in(before_, now_, 4, 7));
+  EXPECT_TRUE(Pattern::in(before_, now_, 5, 7));
+  EXPECT_FALSE(Pattern::in(before_, now_, 6, 7));
+}
+
+/// The edge of a window, say, is like that of any other.
+TEST_F(PatternTest, IsNoSingleLine) {
+  const auto line = [&](int left) {
+    for (int y = 0; y < height; ++y) now_.luma()[y * now_.stride() + left + y % 4] = 40;
+  };
+  line(120);
+  EXPECT_FALSE(Pattern::in(before_, now_, 4, 7));
+  line(130);
+  EXPECT_TRUE(Pattern::in(before_, now_, 4, 7));
+}
+
 TEST_F(PatternTest, IsNoRulerWhoseRowsAreAllTheSame) {
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; x += 8) now_.luma()[y * now_.stride() + x] = 40;
   }
   EXPECT_FALSE(Pattern::in(before_, now_, 4, 7));
-  now_.luma()[70 * now_.stride() + 115] = 40;
-  EXPECT_TRUE(Pattern::in(before_, now_, 4, 7));
+  for (int y = 64; y < 80; ++y) {
+    std::uint8_t& pixel = now_.luma()[y * now_.stride() + 115];
+    pixel = 40;
+    EXPECT_TRUE(Pattern::in(before_, now_, 4, 7)) << y;
+    pixel = 230;
+  }
+}
+
+TEST_F(PatternTest, IsWhereTheMostEdgesAre) {
+  const auto lines = [](Nv12Image& image, int left, int top) {
+    for (int y = 0; y < 8; ++y) {
+      image.luma()[(top + y) * image.stride() + left + y % 4] = 40;
+      image.luma()[(top + y) * image.stride() + left + 12 + y % 4] = 40;
+    }
+  };
+  lines(now_, 116, 64);
+  strokes(now_, 112, 72);
+  lines(before_, 130, 20);
+  strokes(before_, 100, 100);
+  EXPECT_EQ(shifts(4, 7, 511), (std::vector<Shift>{{12, -28}}));
 }
 
 TEST_F(PatternTest, NeedsAsMuchRoomAsItTakes) {

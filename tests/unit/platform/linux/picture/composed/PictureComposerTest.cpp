@@ -9,6 +9,7 @@
 #include "platform/linux/picture/composed/reconstructionIsReference.h"
 #include "support/ComposedStreamTest.h"
 #include "support/PaintedImages.h"
+#include "support/imageStream.h"
 
 namespace vesk::picture::composed {
 namespace {
@@ -81,6 +82,30 @@ TEST_F(PictureComposerTest, CostsWhatHasChanged) {
   ASSERT_TRUE(units);
   EXPECT_LE(h264::unitsOf(*units).size(), 3U);
   EXPECT_LT(units->size(), 400U) << "one macroblock, and two that skip";
+}
+
+/// Where what is encoded looks other than before, be it in its colours alone, what is skipped
+/// behind it needs no slice of its own.
+TEST_F(PictureComposerTest, GoesOnSkippingInTheSliceOfWhatHasChanged) {
+  constexpr int row = 5;
+  constexpr int column = 7;
+  const int width = across();
+  for (const bool colours : {false, true}) {
+    for (const int line : {0, 7}) {
+      const auto image = testing::nextImage(*screen.image());
+      auto* plane = colours ? image->chroma() : image->luma();
+      const int top = row * (colours ? macroblockEdge / 2 : macroblockEdge) + line;
+      auto* pixels = plane + top * image->stride() + column * macroblockEdge;
+      std::for_each_n(pixels, macroblockEdge, [](auto& each) { each ^= 0x40; });
+      std::vector<std::uint8_t> marks(unchanged().size(), X264Encoder::unchangedMark());
+      marks[static_cast<std::size_t>(row * width + column)] = 0;
+      const auto units =
+          composer.compose(*image, encoder.reconstruction(),
+                           {windowsOver(changedRuns(marks, width), width), marks, 11, ++number});
+      ASSERT_TRUE(units);
+      EXPECT_EQ(h264::unitsOf(*units).size(), 2U) << "what is skipped before it, and itself";
+    }
+  }
 }
 
 /// Some go along with a move, some are encoded, the rest stays: whatever the shapes.

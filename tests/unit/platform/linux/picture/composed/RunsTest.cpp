@@ -33,6 +33,11 @@ TEST(ChangedRunsTest, CloseAGapThatCostsLessThanAnotherSlice) {
                         8),
             (Runs{{0, 7, 1}, {1, 0, 1}}))
       << "from one row to the next";
+  EXPECT_EQ(changedRuns(marks("#......."
+                              "#...#.#."),
+                        8),
+            (Runs{{0, 0, 1}, {1, 0, 1}, {1, 4, 3}}))
+      << "wherever it is";
 }
 
 TEST(WindowsTest, EndWithWhatHasChangedWhereThereIsRoom) {
@@ -87,6 +92,9 @@ TEST(WindowsTest, LeaveOutWhatMoves) {
   EXPECT_EQ(windowsBeside(unchanged, moved, 16), (Runs{{0, 6, 8}}));
   moved[8] = 1;
   EXPECT_EQ(windowsBeside(unchanged, moved, 16), (Runs{{0, 9, 2}, {0, 11, 2}, {0, 13, 1}}));
+  const auto nearTheEdge = marks("...#####........");
+  const std::vector<std::uint8_t> none(16);
+  EXPECT_EQ(windowsBeside(nearTheEdge, none, 16), (Runs{{0, 0, 8}})) << "which is room enough";
 }
 
 TEST(WindowsTest, CoverAllThatIsLeftBesideAnyMove) {
