@@ -15,6 +15,7 @@ import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
 PLATFORM = HERE.parent.parent / "src/platform/macos"
+OURS = "unless(isExpansionInSystemHeader())"
 FROM_OUTSIDE = "declRefExpr(to(varDecl(hasType(referenceType()), unless(hasAncestor(blockExpr())))))"
 FUNCTION = 'hasDeclaration(cxxConstructorDecl(ofClass(hasName("::std::function"))))'
 # The closure has a reference for each variable that is captured as one. Whoever calls `sync` waits.
@@ -23,12 +24,14 @@ BORROWING = """lambdaExpr(anyOf(hasAnyCapture(lambdaCapture(capturesThis())),
 WAITING = 'hasAncestor(callExpr(callee(functionDecl(hasName("sync")))))'
 RULES = {
     # It would capture references to the lambda's captures, and copy nothing of what they refer to.
-    "a block within a lambda": "blockExpr(hasAncestor(lambdaExpr()))",
-    "a block that captures this": "blockExpr(hasDescendant(cxxThisExpr()))",
-    "a block that captures a reference": f"blockExpr(hasDescendant({FROM_OUTSIDE}))",
+    "a block within a lambda": f"blockExpr({OURS}, hasAncestor(lambdaExpr()))",
+    "a block that captures this": f"blockExpr({OURS}, hasDescendant(cxxThisExpr()))",
+    "a block that captures a reference": f"blockExpr({OURS}, hasDescendant({FROM_OUTSIDE}))",
     "a lambda that is kept and captures this or a reference":
-        f"cxxConstructExpr({FUNCTION}, hasDescendant({BORROWING}), unless({WAITING}))",
+        f"cxxConstructExpr({OURS}, {FUNCTION}, hasDescendant({BORROWING}), unless({WAITING}))",
 }
+# What every block, and every lambda, has in its text. A tree takes half a second, mostly of the library's.
+SUSPECT = re.compile(r"\^|\]\s*[({<]")
 COUNT = re.compile(r"^\d+ match(?:es)?\.$", re.M)
 PLACE = re.compile(r"^(/[^:\n]+):(\d+):\d+: note: \"root\" binds here$", re.M)
 
@@ -72,8 +75,9 @@ def main():
     flags = flags_of_the_platform(pathlib.Path(sys.argv[1]))
     complaints = list(complaints_about_samples(flags))
     sources = sorted(s for s in PLATFORM.iterdir() if s.suffix in (".cpp", ".mm"))
-    complaints += [f"{file}:{line}: {rule}" for file, line, rule in sorted(found(sources, flags))]
-    print("\n".join(complaints) or f"nothing in {len(sources)} files")
+    suspects = [s for s in sources if SUSPECT.search(s.read_text())]
+    complaints += [f"{file}:{line}: {rule}" for file, line, rule in sorted(found(suspects, flags))]
+    print("\n".join(complaints) or f"nothing in {len(suspects)} of {len(sources)} files")
     sys.exit(bool(complaints))
 
 
