@@ -2,20 +2,6 @@
 find_package(nlohmann_json 3.11 REQUIRED)
 find_package(Threads REQUIRED)
 
-# GNU libunistring tells where one character ends and the next begins. It comes with no file of its
-# own for CMake or pkg-config.
-find_path(UNISTRING_INCLUDE_DIR unigbrk.h REQUIRED)
-if(APPLE)
-  # A bundle has to bring along what the system does not have, so it is linked in.
-  find_library(UNISTRING_LIBRARY NAMES libunistring.a unistring REQUIRED)
-else()
-  find_library(UNISTRING_LIBRARY unistring REQUIRED)
-endif()
-add_library(Unistring::Unistring UNKNOWN IMPORTED)
-set_target_properties(Unistring::Unistring PROPERTIES
-  IMPORTED_LOCATION "${UNISTRING_LIBRARY}"
-  INTERFACE_INCLUDE_DIRECTORIES "${UNISTRING_INCLUDE_DIR}")
-
 if(NOT APPLE)
   find_package(PkgConfig REQUIRED)
   find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)

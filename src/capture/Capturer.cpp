@@ -61,13 +61,13 @@ void Capturer::start(std::int64_t fps, std::int64_t bitrateKbps, Completion comp
                      bool /*excluding*/) {
   fps_ = frameRate(fps);
   parts_.screenCapture.shareableContent(
-      [self = shared_from_this(), bitrateKbps, completion = std::move(completion)](
-          const std::optional<ShareableContent>& content,
-          const std::optional<PlatformError>& error) {
+      [self = shared_from_this(), bitrateKbps, generation = generation_.load(),
+       completion = std::move(completion)](const std::optional<ShareableContent>& content,
+                                           const std::optional<PlatformError>& error) {
         if (error) return completion(exceptionOf(*error));
         Prepared prepared;
         try {
-          prepared = self->prepare(content.value_or(ShareableContent{}), bitrateKbps);
+          prepared = self->prepare(content.value_or(ShareableContent{}), bitrateKbps, generation);
         } catch (const std::exception&) {
           return completion(std::current_exception());
         }
@@ -75,7 +75,8 @@ void Capturer::start(std::int64_t fps, std::int64_t bitrateKbps, Completion comp
       });
 }
 
-Capturer::Prepared Capturer::prepare(const ShareableContent& content, std::int64_t bitrateKbps) {
+Capturer::Prepared Capturer::prepare(const ShareableContent& content, std::int64_t bitrateKbps,
+                                     std::uint64_t generation) {
   const auto display = chosenDisplay(content.displays, parts_.displays.mainDisplay());
   if (!display) throw CaptureError("This Mac reports no display to capture.");
   const ContentFilter filter = filterFor(*display, content);
@@ -84,7 +85,7 @@ Capturer::Prepared Capturer::prepare(const ShareableContent& content, std::int64
   height_ = size.height;
   makeEncoder(bitrateKbps);
   startTicker();
-  return {display->displayID, makeStream(filter), generation_};
+  return {display->displayID, makeStream(filter, generation), generation};
 }
 
 /// The program itself, so that its own windows never reach the viewer.
@@ -149,14 +150,14 @@ void Capturer::startTicker() {
   queue_->sync([&] { ticker_ = std::move(ticker); });
 }
 
-std::shared_ptr<ScreenStream> Capturer::makeStream(const ContentFilter& filter) {
+std::shared_ptr<ScreenStream> Capturer::makeStream(const ContentFilter& filter,
+                                                   std::uint64_t generation) {
   std::shared_ptr<ScreenStream> stream = parts_.screenCapture.makeStream(
       filter, configuration(), [weak = weak_from_this()](const PlatformError& error) {
         if (const auto self = weak.lock()) self->streamStopped(error);
       });
   throwIfError(stream->addOutput(
-      [weak = weak_from_this(), generation = generation_.load()](const StreamSample& sample,
-                                                                 StreamOutputType type) {
+      [weak = weak_from_this(), generation](const StreamSample& sample, StreamOutputType type) {
         if (const auto self = weak.lock()) self->receive(sample, type, generation);
       },
       *queue_));

@@ -83,7 +83,8 @@ class Capturer : public std::enable_shared_from_this<Capturer> {
     std::uint64_t generation = 0;
   };
 
-  Prepared prepare(const ShareableContent& content, std::int64_t bitrateKbps);
+  Prepared prepare(const ShareableContent& content, std::int64_t bitrateKbps,
+                   std::uint64_t generation);
   void keep(const Prepared& prepared);
   void startCapture(const Prepared& prepared, std::int64_t bitrateKbps,
                     const Completion& completion);
@@ -92,7 +93,7 @@ class Capturer : public std::enable_shared_from_this<Capturer> {
   void makeEncoder(std::int64_t bitrateKbps);
   void configure(CompressionSession& session, std::int64_t bitrateKbps) const;
   void startTicker();
-  std::shared_ptr<ScreenStream> makeStream(const ContentFilter& filter);
+  std::shared_ptr<ScreenStream> makeStream(const ContentFilter& filter, std::uint64_t generation);
 
   void receive(const StreamSample& sample, StreamOutputType type, std::uint64_t generation);
   void streamStopped(const PlatformError& error) const;
@@ -113,7 +114,7 @@ class Capturer : public std::enable_shared_from_this<Capturer> {
   bool forceKeyframe_ = true;
 
   /// Counts the stops, under the lock: no session shows what an earlier one's stream brings, and
-  /// none keeps a stream that has started too late.
+  /// none keeps a stream that was asked for before a stop.
   std::atomic<std::uint64_t> generation_ = 0;
 
   std::atomic<std::int32_t> fps_ = 30;

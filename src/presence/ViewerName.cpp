@@ -1,12 +1,11 @@
 #include "presence/ViewerName.h"
 
-#include <unictype.h>
-#include <unigbrk.h>
-#include <unistr.h>
-
-#include <algorithm>
 #include <array>
-#include <vector>
+
+#include "text/CharacterRange.h"
+#include "text/CharacterStarts.h"
+#include "text/characterTables.h"
+#include "text/firstCodePoint.h"
 
 namespace vesk {
 namespace {
@@ -15,22 +14,6 @@ constexpr std::string_view fallbackName = "Vesk support";
 // U+2068 and U+2069, byte by byte: an unpaired one in a literal would turn this very text.
 constexpr std::array firstStrongIsolate{'\xe2', '\x81', '\xa8'};
 constexpr std::array popDirectionalIsolate{'\xe2', '\x81', '\xa9'};
-
-const std::uint8_t* bytesOf(std::string_view text) {
-  return reinterpret_cast<const std::uint8_t*>(text.data());
-}
-
-struct CharacterRange {
-  char32_t first;
-  char32_t last;
-};
-
-template <std::size_t count>
-bool isIn(const std::array<CharacterRange, count>& ranges, char32_t character) {
-  return std::ranges::any_of(ranges, [&](const CharacterRange& range) {
-    return range.first <= character && character <= range.last;
-  });
-}
 
 /// The control characters of ASCII and Latin-1, and the line and paragraph separators.
 constexpr std::array<CharacterRange, 3> controls{
@@ -52,30 +35,31 @@ struct Character {
 /// A byte that begins no character counts as one, so that malformed text is walked through and
 /// passed on as it is, and hides nothing that follows it.
 Character firstCharacter(std::string_view text) {
-  ucs4_t value = 0;
-  const int length = u8_mbtoucr(&value, bytesOf(text), text.size());
-  return {value, text.substr(0, length > 0 ? static_cast<std::size_t>(length) : 1)};
+  constexpr char32_t replacement = 0xfffd;
+  const CodePoint first = firstCodePoint(text).value_or(CodePoint{replacement, 1});
+  return {first.value, text.substr(0, first.length)};
 }
 
 /// Whether a person sees anything of it: ink, or a box in the place of a missing letter.
 bool isSeen(char32_t character) {
   constexpr char32_t emptyBraillePattern = 0x2800;
   return !isIn(controls, character) && character != emptyBraillePattern &&
-         !uc_is_property_white_space(character) &&
-         !uc_is_property_default_ignorable_code_point(character) &&
-         !uc_is_general_category_withtable(character, UC_CATEGORY_MASK_Cf);
+         !isIn(characterTables::whiteSpace, character) &&
+         !isIn(characterTables::defaultIgnorable, character) &&
+         !isIn(characterTables::format, character);
 }
 
 /// Malformed text, where characters have no ends, is cut by bytes.
 std::string_view firstCharacters(std::string_view text) {
-  if (u8_check(bytesOf(text), text.size()) != nullptr) return text.substr(0, maxNameCharacters);
-  std::vector<char> startsCharacter(text.size());
-  u8_grapheme_breaks(bytesOf(text), text.size(), startsCharacter.data());
+  if (!isWellFormed(text)) return text.substr(0, maxNameCharacters);
+  CharacterStarts starts;
   std::size_t characters = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (startsCharacter[i] != 0 && ++characters > maxNameCharacters) return text.substr(0, i);
+  std::string_view rest = text;
+  while (const auto first = firstCodePoint(rest)) {
+    if (starts.startsCharacter(first->value) && ++characters > maxNameCharacters) break;
+    rest.remove_prefix(first->length);
   }
-  return text;
+  return text.substr(0, text.size() - rest.size());
 }
 
 /// A name in one line, and what is to be known of it.

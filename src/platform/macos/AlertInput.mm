@@ -36,9 +36,13 @@ AlertInput::AlertInput(NSWindow* window) : window_(window), observers_([NSMutabl
   const NSEventMask hands =
       NSEventMaskKeyDown | NSEventMaskKeyUp | NSEventMaskLeftMouseDown | NSEventMaskLeftMouseUp;
   // Before any key equivalent, the default button's Return among them, is looked for.
+  const std::weak_ptr<AlertInput*> weak = self_;
   monitor_ = [NSEvent addLocalMonitorForEventsMatchingMask:hands
                                                    handler:^NSEvent*(NSEvent* event) {
-                                                     return reachesAlert(event) ? event : nil;
+                                                     const auto self = weak.lock();
+                                                     if (!self || (*self)->reachesAlert(event))
+                                                       return event;
+                                                     return nil;
                                                    }];
 }
 
@@ -50,12 +54,14 @@ AlertInput::~AlertInput() {
 }
 
 void AlertInput::follow(NSNotificationName name, void (AlertInput::*happened)()) {
+  const std::weak_ptr<AlertInput*> weak = self_;
   id<NSObject> const observer =
       [NSNotificationCenter.defaultCenter addObserverForName:name
                                                       object:window_
                                                        queue:nil
                                                   usingBlock:^(NSNotification*) {
-                                                    (this->*happened)();
+                                                    const auto self = weak.lock();
+                                                    if (self) ((*self)->*happened)();
                                                   }];
   [observers_ addObject:observer];
 }

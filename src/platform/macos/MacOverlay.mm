@@ -1,5 +1,7 @@
 #include "platform/macos/MacOverlay.h"
 
+#import <QuartzCore/QuartzCore.h>
+
 #include "platform/macos/Text.h"
 #include "platform/macos/flipped.h"
 #include "platform/macos/guarded.h"

@@ -27,12 +27,16 @@ class MacScreenStream final : public ScreenStream {
   void stopCapture(Completion completion) override;
 
  private:
+  void endActivity();
+
   std::shared_ptr<StreamCallbacks> callbacks_;
   /// Held here too: whether a stream holds what it calls is not documented.
   VeskStreamReceiver* receiver_;
   SCStream* stream_ = nil;  ///< nil where the system would not make one
   std::optional<PlatformError> refusal_;
   bool mayRun_ = false;  ///< started, and not told to stop since
+  /// While the stream may run: a program without a window is put to sleep between its timers.
+  id<NSObject> activity_ = nil;
 };
 
 }  // namespace vesk::mac

@@ -78,10 +78,15 @@ std::optional<PlatformError> MacScreenStream::addOutput(Output output, SerialQue
 void MacScreenStream::startCapture(Completion completion) {
   if (stream_ == nil) return completion(orUnknown(refusal_));
   mayRun_ = true;
+  // A block written inside the lambda would hold references to what the lambda holds by reference.
+  const auto answer = ^(NSError* _Nullable error) {
+    completion(platformError(error));
+  };
   const auto refused = guarded([&] {
-    [stream_ startCaptureWithCompletionHandler:^(NSError* _Nullable error) {
-      completion(platformError(error));
-    }];
+    activity_ = [NSProcessInfo.processInfo
+        beginActivityWithOptions:NSActivityUserInitiatedAllowingIdleSystemSleep
+                          reason:@"The screen is shown to a viewer."];
+    [stream_ startCaptureWithCompletionHandler:answer];
   });
   if (refused) completion(refused);
 }
@@ -93,15 +98,23 @@ void MacScreenStream::stopCapture(Completion completion) {
   SCStream* stream = stream_;
   VeskStreamReceiver* receiver = receiver_;
   const auto callbacks = callbacks_;
+  const auto answer = ^(NSError* _Nullable error) {
+    callbacks->disconnect();
+    completion(platformError(error));
+    (void)stream;
+    (void)receiver;
+  };
   const auto refused = guarded([&] {
-    [stream_ stopCaptureWithCompletionHandler:^(NSError* _Nullable error) {
-      callbacks->disconnect();
-      completion(platformError(error));
-      (void)stream;
-      (void)receiver;
-    }];
+    endActivity();
+    [stream_ stopCaptureWithCompletionHandler:answer];
   });
   if (refused) completion(refused);
+}
+
+void MacScreenStream::endActivity() {
+  if (activity_ != nil)
+    [NSProcessInfo.processInfo endActivity:static_cast<id<NSObject> _Nonnull>(activity_)];
+  activity_ = nil;
 }
 
 }  // namespace vesk::mac

@@ -30,9 +30,19 @@
 #define _Null_unspecified
 #endif
 
+typedef double NSTimeInterval;
+#ifdef __APPLE__
+#include <MacTypes.h>
+#include <objc/NSObjCRuntime.h>
+#else
 typedef long NSInteger;
 typedef unsigned long NSUInteger;
-typedef double NSTimeInterval;
+typedef unsigned char Boolean;
+typedef uint16_t UniChar;
+typedef unsigned long UniCharCount;
+typedef int32_t OSStatus;
+typedef uint32_t FourCharCode;
+typedef FourCharCode OSType;
 
 #ifdef __OBJC__
 #if __OBJC_BOOL_IS_BOOL
@@ -43,4 +53,5 @@ typedef signed char BOOL;
 #define YES __objc_yes
 #define NO __objc_no
 #define nil __null
+#endif
 #endif

@@ -21,6 +21,11 @@ CGEventRef made(CGEventSourceRef source, mac::EventFields fields) {
   return mac::as<CGEventRef>(*event.release());
 }
 
+/// The real ones autorelease.
+void noteQuestion() {
+  if (mac::system().pools.empty()) ++mac::system().questionsWithoutPool;
+}
+
 }  // namespace
 
 CGDirectDisplayID CGMainDisplayID() { return 7; }
@@ -36,8 +41,12 @@ CGDisplayModeRef CGDisplayCopyDisplayMode(CGDirectDisplayID) {
 std::size_t CGDisplayModeGetPixelWidth(CGDisplayModeRef) { return mac::system().mode->first; }
 std::size_t CGDisplayModeGetPixelHeight(CGDisplayModeRef) { return mac::system().mode->second; }
 
-bool CGPreflightScreenCaptureAccess() { return mac::system().mayRecord; }
+bool CGPreflightScreenCaptureAccess() {
+  noteQuestion();
+  return mac::system().mayRecord;
+}
 bool CGRequestScreenCaptureAccess() {
+  noteQuestion();
   ++mac::system().recordRequests;
   return mac::system().mayRecord;
 }
@@ -84,9 +93,13 @@ void CGEventPost(CGEventTapLocation tap, CGEventRef event) {
 }
 
 const CFStringRef kAXTrustedCheckOptionPrompt = reinterpret_cast<CFStringRef>("prompt");
-Boolean AXIsProcessTrusted() { return mac::system().trusted ? 1 : 0; }
+Boolean AXIsProcessTrusted() {
+  noteQuestion();
+  return mac::system().trusted ? 1 : 0;
+}
 Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options) {
-  const auto* value = CFDictionaryGetValue(options, kAXTrustedCheckOptionPrompt);
+  const auto* value = CFDictionaryGetValue(static_cast<CFDictionaryRef _Nonnull>(options),
+                                           kAXTrustedCheckOptionPrompt);
   mac::system().trustPrompts.push_back(value == kCFBooleanTrue);
   return AXIsProcessTrusted();
 }

@@ -3,6 +3,7 @@
 #include <ApplicationServices/ApplicationServices.h>
 #include <CoreMedia/CoreMedia.h>
 
+#include <deque>
 #include <map>
 #include <optional>
 #include <string>
@@ -95,6 +96,10 @@ struct System {
   std::vector<bool> trustPrompts;
 
   CMTime now{};
+
+  std::deque<char> pools;        ///< autorelease pools that are open
+  bool poolsInDisorder = false;  ///< one was closed that was not the last to be opened
+  int questionsWithoutPool = 0;  ///< about permissions
 };
 
 System& system();

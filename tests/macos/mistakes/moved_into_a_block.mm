@@ -1,4 +1,4 @@
-// refused: call to deleted constructor of 'const std::unique_ptr<int>'
+// refused: call to implicitly-deleted copy constructor of 'const std::unique_ptr<int>'
 #import <Foundation/Foundation.h>
 
 #include <memory>

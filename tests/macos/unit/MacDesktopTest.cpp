@@ -48,6 +48,15 @@ TEST_F(MacDesktopTest, AsksForTrustOnlyWhenToldTo) {
   EXPECT_EQ(system_.trustPrompts, std::vector{true});
 }
 
+/// Whoever asks may run in a task that never ends.
+TEST_F(MacDesktopTest, LeavesNothingBehindOfAnyQuestion) {
+  permissions_.preflightScreenCaptureAccess();
+  permissions_.requestScreenCaptureAccess();
+  permissions_.isProcessTrusted();
+  permissions_.isProcessTrustedWithPrompt();
+  EXPECT_EQ(system_.questionsWithoutPool, 0);
+}
+
 TEST_F(MacDesktopTest, HasTheTimeOfTheHostsClock) {
   system_.now = CMTimeMake(3, 2);
   EXPECT_EQ(MacClock().hostTime(), HostTime(1500ms));

@@ -10,7 +10,10 @@ namespace vesk::testing {
 class SystemFixture : public ::testing::Test {
  protected:
   SystemFixture() { system_ = {}; }
-  ~SystemFixture() override { EXPECT_EQ(fakes::mac::Object::alive, aliveBefore_); }
+  ~SystemFixture() override {
+    EXPECT_EQ(fakes::mac::Object::alive, aliveBefore_);
+    EXPECT_TRUE(system_.pools.empty() && !system_.poolsInDisorder);
+  }
 
   fakes::mac::System& system_ = fakes::mac::system();
   int aliveBefore_ = fakes::mac::Object::alive;

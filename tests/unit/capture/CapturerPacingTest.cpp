@@ -241,6 +241,15 @@ TEST_F(CapturerPacingTest, ShowsNothingOfTheSessionBefore) {
   EXPECT_EQ(frames().size(), 1U);
 }
 
+TEST_F(CapturerPacingTest, EndsAStreamThatWasAskedForBeforeAStop) {
+  screen.beforeContent = [&] { capturer->stop(); };
+  start();
+  EXPECT_EQ(stream()->stops, 1);
+  stream()->deliver({true, image, 0});
+  queues.advance(1s);
+  EXPECT_TRUE(frames().empty());
+}
+
 TEST_F(CapturerPacingTest, EndsAStreamThatHasStartedTooLate) {
   screen.holdStart = true;
   start();

@@ -1,5 +1,5 @@
 #pragma once
-#include "../QuartzCore/QuartzCore.h"
+#include "../Foundation/Foundation.h"
 
 typedef NSInteger NSModalResponse;
 typedef NSInteger NSWindowLevel;
@@ -24,7 +24,7 @@ enum NSTextAlignment : NSInteger { NSTextAlignmentCenter = 1 };
 #endif
 
 NONNULL_BEGIN
-@class NSApplication, NSButton, NSColor, NSFont, NSView;
+@class CALayer, NSApplication, NSButton, NSColor, NSFont, NSView;
 DECLARED NSNotificationName const NSWindowDidBecomeKeyNotification;
 DECLARED NSNotificationName const NSWindowDidResignKeyNotification;
 DECLARED NSNotificationName const NSWindowDidMoveNotification;

@@ -1,12 +1,6 @@
 #pragma once
 #include "../declared.h"
 
-typedef unsigned char Boolean;
-typedef uint16_t UniChar;
-typedef unsigned long UniCharCount;
-typedef int32_t OSStatus;
-typedef uint32_t FourCharCode;
-typedef FourCharCode OSType;
 typedef long CFIndex;
 typedef unsigned long CFTypeID;
 typedef const void *CFTypeRef;

@@ -1,7 +1,8 @@
 #pragma once
 #include "../CoreFoundation/CoreFoundation.h"
 #include "../CoreGraphics/CoreGraphics.h"
-#include "../dispatch/dispatch.h"
+#include <dispatch/dispatch.h>
+#include <objc/NSObject.h>
 
 typedef CGRect NSRect;
 typedef struct { NSUInteger location, length; } NSRange;
@@ -9,22 +10,15 @@ typedef struct { unsigned long state; __unsafe_unretained id _Nullable *_Nullabl
 enum : NSUInteger { NSUTF8StringEncoding = 4 };
 static inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat width, CGFloat height) { return CGRectMake(x, y, width, height); }
 
+typedef uint64_t NSActivityOptions;
+enum : NSActivityOptions { NSActivityUserInitiatedAllowingIdleSystemSleep = 0x00FFFFFFULL & ~(1ULL << 20) };
+
 NONNULL_BEGIN
 @class NSError, NSOperationQueue, NSString, NSTimer;
 typedef NSString *NSRunLoopMode;
 typedef NSString *NSNotificationName;
 DECLARED NSRunLoopMode const NSRunLoopCommonModes SINCE(10.5);
 
-@protocol NSObject
-- (Class)class;
-- (BOOL)isKindOfClass:(Class)aClass;
-@end
-__attribute__((objc_root_class)) @interface NSObject <NSObject> { Class isa; }
-+ (instancetype)alloc;
-+ (instancetype)new;
-- (instancetype)init;
-+ (Class)class;
-@end
 @protocol NSCopying @end
 @protocol NSFastEnumeration
 - (NSUInteger)countByEnumeratingWithState:(NSFastEnumerationState *)state objects:(__unsafe_unretained id _Nullable [_Nonnull])buffer count:(NSUInteger)count;
@@ -80,6 +74,8 @@ __attribute__((objc_root_class)) @interface NSObject <NSObject> { Class isa; }
 @interface NSProcessInfo : NSObject
 @property (class, readonly, strong) NSProcessInfo *processInfo;
 @property (readonly) NSTimeInterval systemUptime SINCE(10.6);
+- (id<NSObject>)beginActivityWithOptions:(NSActivityOptions)options reason:(NSString *)reason SINCE(10.9);
+- (void)endActivity:(id<NSObject>)activity SINCE(10.9);
 @end
 @interface NSBundle : NSObject
 @property (class, readonly, strong) NSBundle *mainBundle;

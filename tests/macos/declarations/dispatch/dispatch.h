@@ -1,4 +1,8 @@
 #pragma once
+#ifdef __APPLE__
+#include_next <dispatch/dispatch.h>
+#else
+// The dispatch library's interface, for where its own headers are not.
 #include "../declared.h"
 
 #define DISPATCH_TIME_NOW (0ull)
@@ -38,3 +42,4 @@ DECLARED void dispatch_source_set_timer(dispatch_source_t source, dispatch_time_
 DECLARED void dispatch_source_cancel(dispatch_source_t source);
 DECLARED void dispatch_activate(dispatch_object_t object) SINCE(10.12);
 NONNULL_END
+#endif

@@ -1,0 +1,22 @@
+// refused: a lambda that is kept and captures this or a reference
+#include <memory>
+
+#include "platform/macos/DispatchQueue.h"
+
+class Count : public std::enable_shared_from_this<Count> {
+ public:
+  void later(vesk::mac::DispatchQueue& queue) {
+#ifdef MISTAKE
+    queue.async([this] { ++count_; });
+#else
+    queue.async([weak = weak_from_this()] {
+      if (const auto self = weak.lock()) ++self->count_;
+    });
+#endif
+  }
+
+ private:
+  int count_ = 0;
+};
+
+void later(Count& count, vesk::mac::DispatchQueue& queue) { count.later(queue); }

@@ -1,2 +1,0 @@
-#pragma once
-// Asked for by test libraries; nothing in it is used.

@@ -1,2 +1,0 @@
-#pragma once
-// Every function of the C library is there.
