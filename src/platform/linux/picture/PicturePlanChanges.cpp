@@ -105,7 +105,7 @@ bool PicturePlan::mayGoAlong(const Tick& tick) const {
 /// What moves keeps its quality, at no cost. Where the link has room to make all of it much better,
 /// the picture is encoded as a whole once, and what moves goes along with that from then on.
 std::optional<PicturePlan::Decision> PicturePlan::betterAnew(const Tick& tick) {
-  if (!isIdle()) return std::nullopt;
+  if (!isIdle() || seconds(tick.untilKey) < leastSecondsToEnjoy) return std::nullopt;
   const Moved& moved = *tick.moved;
   const double bits = std::min(load_.room(changeSeconds), roomBesideKey(tick, settledQuantiser()));
   const auto cost = [&](int quantiser) {

@@ -63,11 +63,9 @@ void ScreenEncoder::readSyntax() {
   if (!settings_.composes || !syntax_ || !composed::reconstructionIsReference()) return;
   const X264Settings same = encoderSettings(settings_, level_);
   composer_.emplace(same, *syntax_);
-  // Where bits are scarce, what is not foretold across a border counts.
-  constexpr std::size_t fewSlices = 4;
-  const bool isScarce = same.quantisers != QuantiserRange{};
-  keyComposer_.emplace(same, *syntax_,
-                       isScarce ? std::min(fewSlices, level_.mostSlices) : level_.mostSlices);
+  // Where bits are scarce, what is not foretold across the border of two slices counts.
+  if (same.quantisers != QuantiserRange{}) return;
+  keyComposer_.emplace(same, *syntax_, level_.mostSlices);
 }
 
 /// Another rate may want another range of quantisers, which an encoder has from its beginning on. A

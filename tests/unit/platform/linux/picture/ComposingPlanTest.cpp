@@ -177,6 +177,8 @@ TEST_F(ComposingPlanTest, EncodesACoarsePageAnewInsteadOfMovingIt) {
   EXPECT_LE(decision.quantiser, 35);
   EXPECT_TRUE(decision.searchesFar) << "nothing tells where it has moved";
   EXPECT_LE(decision.wantedBits, 0.3 * rate);
+  coarse.untilKey = 290ms;
+  EXPECT_TRUE(plan.next(coarse).moves) << "a key frame is about to undo it";
 }
 
 TEST_F(ComposingPlanTest, GoesAlongWithAPageThatCouldHardlyBeBetter) {
