@@ -27,7 +27,10 @@ PicturePlan::Decision PicturePlan::change(const Tick& tick) {
 
 /// What does not move is made as good as what does, if it is much worse.
 std::size_t PicturePlan::refinedBesides(const Tick& tick, double bits) const {
-  if (tick.coarse == 0 || busyQuantiser_ > tick.coarseQuantiser - worthwhileStep) return 0;
+  if (tick.coarse == 0 || busyQuantiser_ > tick.coarseQuantiser - worthwhileStep ||
+      seconds(tick.untilKey) < leastSecondsToEnjoy) {
+    return 0;
+  }
   const double all = refinementBits(tick.coarse, tick.coarseQuantiser, busyQuantiser_);
   return static_cast<std::size_t>(static_cast<double>(tick.coarse) *
                                   std::clamp(bits / std::max(all, 1.0), 0.0, 1.0));
@@ -90,7 +93,8 @@ PicturePlan::Decision PicturePlan::busy(const Tick& tick) {
   const double wanted = costOfChanges().of(tick.changed, reference_, busyQuantiser_, keyCost_);
   Decision decision = encoded(busyQuantiser_, tick.changed, wanted);
   decision.searchesFar = held_ || afterKeyFrame_;
-  decision.refined = refinedBesides(tick, load_.room(changeSeconds) - wanted);
+  const double room = std::min(load_.room(changeSeconds), roomBesideKey(tick, busyQuantiser_));
+  decision.refined = refinedBesides(tick, room - wanted);
   return decision;
 }
 

@@ -165,6 +165,27 @@ TEST_F(PicturePlanChangeTest, MakesWhatStandsStillBetterBesidesWhatMoves) {
   EXPECT_EQ(besides(1000, much.quantiser + 3).refined, 0U) << "that would hardly show";
 }
 
+TEST_F(PicturePlanChangeTest, MakesNothingBetterBesidesThatAKeyFrameIsAboutToUndo) {
+  const auto refined = [&](std::chrono::nanoseconds untilKey) {
+    auto tick = tickOf(3000, 1000, 51);
+    tick.untilKey = untilKey;
+    return plan.next(tick).refined;
+  };
+  EXPECT_GT(refined(500ms), 0U);
+  EXPECT_EQ(refined(290ms), 0U);
+}
+
+/// Three seconds that are full of changes leave the key frame its room.
+TEST_F(PicturePlanChangeTest, MakesNothingBetterBesidesWithTheBitsOfAKeyFrame) {
+  for (int i = 0; i < 100; ++i) send(tickOf(3000), 0.97 * rate / 30);
+  const auto refined = [&](std::chrono::nanoseconds untilKey) {
+    auto tick = tickOf(3000, 4000, 51);
+    tick.untilKey = untilKey;
+    return PicturePlan(plan).next(tick).refined;
+  };
+  EXPECT_LT(refined(400ms), refined(3500ms));
+}
+
 class PicturePlanRefinementTest : public PicturePlanChangeTest {};
 
 TEST_F(PicturePlanRefinementTest, BeginsOnceNothingHasChangedForTwoPictures) {
