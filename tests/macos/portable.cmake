@@ -14,6 +14,7 @@ add_executable(mac_portable_tests
   ${here}/frameworks/CoreFoundation.cpp
   ${here}/frameworks/CoreGraphics.cpp
   ${here}/frameworks/CoreMedia.cpp
+  ${here}/frameworks/Permissions.cpp
   ${here}/frameworks/Runtime.cpp
   ${here}/unit/EncodedSampleOfTest.cpp
   ${here}/unit/MacDesktopTest.cpp

@@ -21,11 +21,6 @@ CGEventRef made(CGEventSourceRef source, mac::EventFields fields) {
   return mac::as<CGEventRef>(*event.release());
 }
 
-/// The real ones autorelease.
-void noteQuestion() {
-  if (mac::system().pools.empty()) ++mac::system().questionsWithoutPool;
-}
-
 }  // namespace
 
 CGDirectDisplayID CGMainDisplayID() { return 7; }
@@ -40,16 +35,6 @@ CGDisplayModeRef CGDisplayCopyDisplayMode(CGDirectDisplayID) {
 }
 std::size_t CGDisplayModeGetPixelWidth(CGDisplayModeRef) { return mac::system().mode->first; }
 std::size_t CGDisplayModeGetPixelHeight(CGDisplayModeRef) { return mac::system().mode->second; }
-
-bool CGPreflightScreenCaptureAccess() {
-  noteQuestion();
-  return mac::system().mayRecord;
-}
-bool CGRequestScreenCaptureAccess() {
-  noteQuestion();
-  ++mac::system().recordRequests;
-  return mac::system().mayRecord;
-}
 
 CGEventSourceRef CGEventSourceCreate(CGEventSourceStateID state) {
   ++mac::system().sources;
@@ -88,18 +73,7 @@ void CGEventKeyboardSetUnicodeString(CGEventRef event, UniCharCount length, cons
   fieldsOf(event).text.assign(text, text + length);
 }
 void CGEventPost(CGEventTapLocation tap, CGEventRef event) {
+  const std::lock_guard lock(mac::postedMutex);
   mac::system().taps.push_back(tap);
   mac::system().posted.push_back(fieldsOf(event));
-}
-
-const CFStringRef kAXTrustedCheckOptionPrompt = reinterpret_cast<CFStringRef>("prompt");
-Boolean AXIsProcessTrusted() {
-  noteQuestion();
-  return mac::system().trusted ? 1 : 0;
-}
-Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options) {
-  const auto* value = CFDictionaryGetValue(static_cast<CFDictionaryRef _Nonnull>(options),
-                                           kAXTrustedCheckOptionPrompt);
-  mac::system().trustPrompts.push_back(value == kCFBooleanTrue);
-  return AXIsProcessTrusted();
 }

@@ -3,9 +3,12 @@
 #include <ApplicationServices/ApplicationServices.h>
 #include <CoreMedia/CoreMedia.h>
 
+#include <atomic>
 #include <deque>
 #include <map>
+#include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -14,15 +17,15 @@
 /// the test tells them to.
 namespace vesk::fakes::mac {
 
-/// Anything that is counted. Thread: the test's.
+/// Anything that is counted. Thread: any.
 struct Object {
   Object() { ++alive; }
   virtual ~Object() { --alive; }
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
 
-  long references = 1;
-  static inline int alive = 0;
+  std::atomic<long> references = 1;
+  static inline std::atomic<int> alive = 0;
 };
 
 struct Boolean final : Object {
@@ -94,6 +97,7 @@ struct System {
   int recordRequests = 0;
   bool trusted = false;
   std::vector<bool> trustPrompts;
+  std::set<CGKeyCode> heldKeys;
 
   CMTime now{};
 
@@ -103,6 +107,9 @@ struct System {
 };
 
 System& system();
+
+/// Held while an event is posted.
+inline std::mutex postedMutex;
 
 /// The same object as a framework's reference.
 template <typename Ref>
