@@ -30,6 +30,24 @@ bool isSamePlane(const Plane& plane, std::ptrdiff_t origin, int width, int heigh
   return true;
 }
 
+/// Of `count` macroblocks beside one another, `height` rows of pixels high.
+void findDifferences(const Plane& plane, std::ptrdiff_t origin, int height, std::size_t count,
+                     std::vector<std::uint64_t>& differences) {
+  differences.assign(count, 0);
+  const std::uint8_t* before = plane.before + origin;
+  const std::uint8_t* now = plane.now;
+  std::uint64_t* const result = differences.data();
+  for (int y = 0; y < height; ++y, before += plane.stride, now += plane.stride) {
+    for (std::size_t i = 0; i < count; ++i) {
+      std::array<std::uint64_t, 2> a;
+      std::array<std::uint64_t, 2> b;
+      std::memcpy(a.data(), before + i * macroblockEdge, macroblockEdge);
+      std::memcpy(b.data(), now + i * macroblockEdge, macroblockEdge);
+      result[i] |= (a[0] ^ b[0]) | (a[1] ^ b[1]);
+    }
+  }
+}
+
 int largestDifference(const std::uint8_t* one, const std::uint8_t* other, int count) {
   int largest = 0;
   for (int i = 0; i < count; ++i) largest = std::max(largest, std::abs(one[i] - other[i]));
@@ -60,25 +78,68 @@ BlockComparison::BlockComparison(const Nv12Image& before, const Nv12Image& now, 
       luma_(lumaOrigin(shift, now.stride())),
       chroma_(chromaOrigin(shift, now.stride())) {}
 
-Likeness BlockComparison::likeness(int row, int column) const {
-  const int pictureWidth = static_cast<int>(now_.size().width);
-  const int pictureHeight = static_cast<int>(now_.size().height);
+bool BlockComparison::comesFromInside(int row, int column) const {
   const int x = column * macroblockEdge;
   const int y = row * macroblockEdge;
-  const int width = std::min(macroblockEdge, pictureWidth - x);
-  const int height = std::min(macroblockEdge, pictureHeight - y);
   const int fromX = x - shift_.right;
   const int fromY = y - shift_.down;
-  if (fromX < 0 || fromY < 0 || fromX + width > pictureWidth || fromY + height > pictureHeight)
-    return Likeness::none;
+  const int right = std::min(x + macroblockEdge, static_cast<int>(now_.size().width));
+  const int bottom = std::min(y + macroblockEdge, static_cast<int>(now_.size().height));
+  return fromX >= 0 && fromY >= 0 && right - shift_.right <= now_.size().width &&
+         bottom - shift_.down <= now_.size().height;
+}
 
+/// Those at the edges, which may be cut or come from outside, are left out.
+void BlockComparison::readAhead(int row, int first, int end) {
+  const int whole = static_cast<int>(now_.size().width) / macroblockEdge;
+  while (first < end && !comesFromInside(row, first)) ++first;
+  end = std::min(end, whole);
+  while (first < end && !comesFromInside(row, end - 1)) --end;
+  ahead_.row = -1;
+  if (first >= end || (row + 1) * macroblockEdge > now_.size().height) return;
+  ahead_.row = row;
+  ahead_.first = first;
+  ahead_.end = end;
   const int stride = now_.stride();
-  const auto at = [&](int line) { return static_cast<std::ptrdiff_t>(line) * stride + x; };
-  const Plane luma{before_.luma() + at(y), now_.luma() + at(y), stride};
+  const auto count = static_cast<std::size_t>(end - first);
+  const auto at = [&](int line) {
+    return static_cast<std::ptrdiff_t>(line) * stride + first * macroblockEdge;
+  };
+  const int y = row * macroblockEdge;
+  findDifferences({before_.luma() + at(y), now_.luma() + at(y), stride}, luma_.first,
+                  macroblockEdge, count, ahead_.luma);
+  if (chroma_.isBetween()) return;
+  findDifferences({before_.chroma() + at(y / 2), now_.chroma() + at(y / 2), stride}, chroma_.first,
+                  macroblockEdge / 2, count, ahead_.chroma);
+}
+
+Likeness BlockComparison::likeness(int row, int column) const {
+  if (isReadAhead(row, column)) {
+    const auto place = static_cast<std::size_t>(column - ahead_.first);
+    if (ahead_.luma[place] != 0) return Likeness::none;
+    if (chroma_.isBetween()) return colourLikeness(row, column);
+    return ahead_.chroma[place] == 0 ? Likeness::same : Likeness::none;
+  }
+  if (!comesFromInside(row, column)) return Likeness::none;
+  const int x = column * macroblockEdge;
+  const int y = row * macroblockEdge;
+  const int width = std::min(macroblockEdge, static_cast<int>(now_.size().width) - x);
+  const int height = std::min(macroblockEdge, static_cast<int>(now_.size().height) - y);
+  const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(y) * now_.stride() + x;
+  const Plane luma{before_.luma() + at, now_.luma() + at, now_.stride()};
   if (!isSamePlane(luma, luma_.first, width, height)) return Likeness::none;
-  const Plane chroma{before_.chroma() + at(y / 2), now_.chroma() + at(y / 2), stride};
-  if (chroma_.isBetween()) return likenessBetween(chroma, chroma_, width, height / 2);
-  return isSamePlane(chroma, chroma_.first, width, height / 2) ? Likeness::same : Likeness::none;
+  return colourLikeness(row, column);
+}
+
+Likeness BlockComparison::colourLikeness(int row, int column) const {
+  const int x = column * macroblockEdge;
+  const int y = row * macroblockEdge;
+  const int width = std::min(macroblockEdge, static_cast<int>(now_.size().width) - x);
+  const int height = std::min(macroblockEdge, static_cast<int>(now_.size().height) - y) / 2;
+  const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(y / 2) * now_.stride() + x;
+  const Plane chroma{before_.chroma() + at, now_.chroma() + at, now_.stride()};
+  if (chroma_.isBetween()) return likenessBetween(chroma, chroma_, width, height);
+  return isSamePlane(chroma, chroma_.first, width, height) ? Likeness::same : Likeness::none;
 }
 
 }  // namespace vesk::picture::composed

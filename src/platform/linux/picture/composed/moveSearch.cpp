@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
+#include <utility>
 
 #include "platform/linux/picture/composed/BlockComparison.h"
 #include "platform/linux/picture/composed/Pattern.h"
@@ -145,11 +147,16 @@ class Search {
   }
 
   std::optional<FoundMove> follow(const Shift& shift) const {
-    const BlockComparison came(before_, now_, shift);
+    BlockComparison came(before_, now_, shift);
     const std::vector<std::uint8_t> none(now_.changedAt.size());
     FoundMove found{{across_, none, shift}, none, fadedBefore()};
     std::size_t needed = 0;  // that would be left without the move
-    for (const int at : changed_) {
+    int row = -1;
+    for (std::size_t i = 0; i < changed_.size(); ++i) {
+      const int at = changed_[i];
+      if (std::exchange(row, at / across_) != at / across_) {
+        came.readAhead(row, at % across_, lastOfRow(i) % across_ + 1);
+      }
       const Likeness likeness = coming(came, at);
       const bool isSame = likeness == Likeness::same;
       const bool beside = hasMovedNeighbour(found.moved, at);
@@ -165,6 +172,12 @@ class Search {
     }
     if (needed < fewestMoved) return std::nullopt;
     return found;
+  }
+
+  /// Of what has changed, in the row of the one with that number.
+  int lastOfRow(std::size_t number) const {
+    const int behind = (changed_[number] / across_ + 1) * across_;
+    return *std::prev(std::ranges::lower_bound(changed_, behind));
   }
 
   std::vector<std::uint8_t> fadedBefore() const {

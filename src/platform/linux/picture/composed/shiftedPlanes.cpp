@@ -26,7 +26,7 @@ void findSpans(const MovedBlocks& moved, int row, std::vector<Span>& spans) {
 }
 
 /// One plane, row by row from the side to which things have moved, so that no row is written over
-/// before it is read, each by way of a row beside it.
+/// before it is read; by way of a row beside it where it comes from itself or from between samples.
 class Shifter {
  public:
   explicit Shifter(const MovedBlocks& moved)
@@ -57,6 +57,12 @@ class Shifter {
   }
 
   void shiftRow(std::uint8_t* row, const Origin& origin) {
+    if (moved_.shift.down != 0 && !origin.isBetween()) {
+      for (const auto& span : spans_) {
+        std::copy_n(row + span.begin + origin.first, span.end - span.begin, row + span.begin);
+      }
+      return;
+    }
     for (const auto& span : spans_) {
       fetch(row + span.begin, origin, span.end - span.begin, kept_.data() + span.begin);
     }

@@ -79,6 +79,28 @@ TEST_F(BlockComparisonTest, KnowsWhatHasMoved) {
   }
 }
 
+/// At every edge, of every part of a row, with a sample here and there that differs.
+TEST_F(BlockComparisonTest, TellsTheSameOfWhatItHasReadAhead) {
+  std::mt19937 random(2);
+  for (const Shift by : {Shift{0, 0}, {0, 6}, {-4, 0}, {0, -7}, {5, 0}, {3, -3}, {-18, 20}}) {
+    move(by);
+    for (int i = 0; i < 12; ++i) {
+      now_.luma()[random() % static_cast<unsigned>(now_.stride() * height * 3 / 2)] ^= 1;
+    }
+    for (int row = 0; row <= lastRow; ++row) {
+      for (int first = 0; first <= lastColumn; ++first) {
+        BlockComparison ahead(before_, now_, by);
+        ahead.readAhead(row, first, lastColumn + 1 - first / 3);
+        for (int column = 0; column <= lastColumn; ++column) {
+          EXPECT_EQ(ahead.likeness(row, column),
+                    BlockComparison(before_, now_, by).likeness(row, column))
+              << row << ", " << column << " from " << first;
+        }
+      }
+    }
+  }
+}
+
 TEST_F(BlockComparisonTest, SeesASingleSampleThatDiffers) {
   const Shift by{2, -4};
   move(by);
