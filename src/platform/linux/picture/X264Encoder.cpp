@@ -40,6 +40,8 @@ x264_param_t parametersFor(const X264Settings& settings) {
   // Rounded nearer to the truth than a film is: for text a decibel more at the same size. What has
   // only moved would be mended for ever by it, so that this is for what is encoded by itself.
   parameters.analyse.i_luma_deadzone[1] = 5;
+  if (settings.sliceEachRow) parameters.i_slice_max_mbs = macroblocksAcross(settings.width);
+  if (settings.farthestVector > 0) parameters.analyse.i_mv_range = settings.farthestVector;
   parameters.vui.b_fullrange = 0;
   parameters.vui.i_colorprim = primariesOfSrgb;
   parameters.vui.i_transfer = transferOfSrgb;

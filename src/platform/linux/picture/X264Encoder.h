@@ -20,10 +20,14 @@ struct X264Settings {
   std::int64_t framesPerSecond = 30;
   QuantiserRange quantisers = {};
   int level = 0;  ///< ten times its name; nought: the lowest that the size and the rate need
+  bool sliceEachRow = false;  ///< of macroblocks; else a picture is one slice
+  /// In pixels; nought: as far as the level lets anything move. Little saves a small picture's
+  /// encoder most of its memory.
+  int farthestVector = 0;
 };
 
-/// x264 with the settings of a live screen: constrained baseline, no delayed frames, one slice,
-/// key frames only on demand, each picture at the quantiser that it is asked for.
+/// x264 with the settings of a live screen: constrained baseline, no delayed frames, key frames
+/// only on demand, each picture at the quantiser that it is asked for.
 ///
 /// Thread: one at a time. Owns: the encoder. Fails: the constructor leaves an object that is false;
 /// an image that cannot be encoded gives nothing.

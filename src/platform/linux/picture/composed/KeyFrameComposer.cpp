@@ -112,6 +112,7 @@ X264Encoder* KeyFrameComposer::encoderOf(int rows) {
   if (found != encoders_.end()) return &found->second;
   X264Settings settings = settings_;
   settings.height = rows * macroblockEdge;
+  settings.farthestVector = 2 * borderWidth;  // nothing moves in a key frame
   X264Encoder encoder(settings);
   const auto& sets = encoder.parameterSets();
   if (!encoder || sets.size() != 2 || h264::sliceSyntax(sets[0], sets[1]) != syntax_) {

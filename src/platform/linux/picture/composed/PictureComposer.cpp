@@ -1,6 +1,7 @@
 #include "platform/linux/picture/composed/PictureComposer.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include "platform/linux/picture/composed/ComposedPicture.h"
 #include "platform/linux/picture/composed/planeRows.h"
@@ -47,49 +48,74 @@ PictureComposer::PictureComposer(const X264Settings& settings, const h264::Slice
 std::optional<h264::Bytes> PictureComposer::compose(const Nv12Image& image,
                                                     const Planes& reconstruction,
                                                     const Request& request) {
+  reserve(request.windows);
+  for (const auto& stack : stacksOf(request.windows)) {
+    // Every window refers to the picture before, so that is not touched until all are done.
+    if (!encode(stack, image, reconstruction.view(), request)) return std::nullopt;
+  }
   const auto across = static_cast<std::uint32_t>(extent_.across);
   ComposedPicture picture(syntax_, request.frameNumber,
                           across * static_cast<std::uint32_t>(extent_.down), request.moved);
-  const bool searchesFar =
-      request.searchesFar && request.moved != nullptr && isInSurroundings(request.moved->shift);
-  results_.clear();
-  for (const Run& window : request.windows) {
-    TinyEncoder* encoder = encoderOf(window.count);
-    if (encoder == nullptr) return std::nullopt;
-    const auto data = encoder->encode(image, reconstruction.view(),
-                                      {window, request.unchanged, request.quantiser, searchesFar});
-    if (!data) return std::nullopt;
-    // Every window refers to the picture before, so that is not touched until all are done.
-    results_.resize(results_.size() + bytesOf(window));
-    const Planes result =
-        planesOf(results_.data() + results_.size() - bytesOf(window), window.count);
-    copyMacroblocks(encoder->reconstruction().view(), result, {window.count, 1});
+  for (std::size_t i = 0; i < made_.size(); ++i) {
+    const Run& window = request.windows[i];
     const int last = (window.count - 1) * macroblockEdge;
-    const bool endsEncoded = !sameMacroblock(result.from(last, 0).view(),
+    const bool endsEncoded = !sameMacroblock(made_[i].pixels.from(last, 0).view(),
                                              placeIn(reconstruction, window).from(last, 0).view());
     picture.add(
         {static_cast<std::uint32_t>(window.row) * across + static_cast<std::uint32_t>(window.first),
          static_cast<std::uint32_t>(window.count), endsEncoded},
-        *data);
+        made_[i].data);
   }
   layInto(reconstruction, request);
   return picture.finished();
 }
 
-TinyEncoder* PictureComposer::encoderOf(int width) {
-  const auto [at, isNew] = encoders_.try_emplace(width, settings_, width);
+/// Room for what the windows become.
+void PictureComposer::reserve(std::span<const Run> windows) {
+  std::size_t bytes = 0;
+  for (const Run& window : windows) bytes += bytesOf(window);
+  pixels_.resize(bytes);
+  made_.clear();
+  std::uint8_t* next = pixels_.data();
+  for (const Run& window : windows) {
+    made_.push_back({{}, planesOf(next, window.count)});
+    next += bytesOf(window);
+  }
+}
+
+bool PictureComposer::encode(const std::vector<std::size_t>& stack, const Nv12Image& image,
+                             const PlanesView& reference, const Request& request) {
+  const Run& top = request.windows[stack.front()];
+  TinyEncoder* const encoder = encoderOf({top.count, static_cast<int>(stack.size())});
+  if (encoder == nullptr) return false;
+  const bool searchesFar =
+      request.searchesFar && request.moved != nullptr && isInSurroundings(request.moved->shift);
+  auto slices =
+      encoder->encode(image, reference, {top, request.unchanged, request.quantiser, searchesFar});
+  if (slices.size() != stack.size()) return false;
+  for (std::size_t i = 0; i < stack.size(); ++i) {
+    Made& made = made_[stack[i]];
+    made.data = std::move(slices[i]);
+    const Planes& all = encoder->reconstruction();
+    copyMacroblocks(all.from(0, static_cast<int>(i) * macroblockEdge).view(), made.pixels,
+                    {top.count, 1});
+  }
+  return true;
+}
+
+TinyEncoder* PictureComposer::encoderOf(const Extent& extent) {
+  const std::pair key(extent.across, extent.down);
+  const auto [at, isNew] = encoders_.try_emplace(key, settings_, extent);
   TinyEncoder& encoder = at->second;
   return encoder && encoder.syntax() == syntax_ ? &encoder : nullptr;
 }
 
 void PictureComposer::layInto(const Planes& reconstruction, const Request& request) {
   if (request.moved != nullptr) shift(reconstruction, *request.moved);
-  std::uint8_t* result = results_.data();
   bool atEdge = request.moved != nullptr;
-  for (const Run& window : request.windows) {
-    copyMacroblocks(planesOf(result, window.count).view(), placeIn(reconstruction, window),
-                    {window.count, 1});
-    result += bytesOf(window);
+  for (std::size_t i = 0; i < made_.size(); ++i) {
+    const Run& window = request.windows[i];
+    copyMacroblocks(made_[i].pixels.view(), placeIn(reconstruction, window), {window.count, 1});
     atEdge = atEdge || window.first == 0 || window.end() == extent_.across || window.row == 0 ||
              window.row == extent_.down - 1;
   }

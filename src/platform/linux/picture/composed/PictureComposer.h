@@ -3,6 +3,7 @@
 #include <map>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/picture/composed/MovedBlocks.h"
@@ -15,7 +16,7 @@ namespace vesk::picture::composed {
 /// of the encoder that makes the other pictures, which goes on from there as if it had made it.
 /// Only where `reconstructionIsReference()`.
 ///
-/// Thread: one at a time. Owns: an encoder for each width of windows, from when it is first needed.
+/// Thread: one at a time. Owns: an encoder for each size of windows, from when it is first needed.
 /// Fails: a picture that cannot be made gives nothing, and nothing has happened then.
 class PictureComposer {
  public:
@@ -37,14 +38,24 @@ class PictureComposer {
                                      const Request& request);
 
  private:
-  TinyEncoder* encoderOf(int width);
+  /// What a window has become.
+  struct Made {
+    h264::SliceData data;
+    Planes pixels;  ///< in `pixels_`
+  };
+
+  void reserve(std::span<const Run> windows);
+  bool encode(const std::vector<std::size_t>& stack, const Nv12Image& image,
+              const PlanesView& reference, const Request& request);
+  TinyEncoder* encoderOf(const Extent& extent);
   void layInto(const Planes& reconstruction, const Request& request);
 
   X264Settings settings_;
   h264::SliceSyntax syntax_;
   Extent extent_;
-  std::map<int, TinyEncoder> encoders_;  ///< by width
-  std::vector<std::uint8_t> results_;    ///< the windows of the picture under way
+  std::map<std::pair<int, int>, TinyEncoder> encoders_;  ///< by width and height in macroblocks
+  std::vector<Made> made_;                               ///< of the picture under way
+  std::vector<std::uint8_t> pixels_;
 };
 
 }  // namespace vesk::picture::composed

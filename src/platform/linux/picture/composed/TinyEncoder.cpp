@@ -2,15 +2,18 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "platform/linux/picture/h264/units.h"
 
 namespace vesk::picture::composed {
 namespace {
 
-X264Settings settingsOf(X264Settings like, int macroblocks) {
-  like.width = macroblocks * macroblockEdge;
-  like.height = macroblockEdge;
+X264Settings settingsOf(X264Settings like, const Extent& extent) {
+  like.width = extent.across * macroblockEdge;
+  like.height = extent.down * macroblockEdge;
+  like.sliceEachRow = true;
+  like.farthestVector = 2 * borderWidth;
   return like;
 }
 
@@ -25,11 +28,12 @@ void copyPixels(const std::uint8_t* from, int there, int count, std::uint8_t* to
 
 }  // namespace
 
-TinyEncoder::TinyEncoder(const X264Settings& like, int macroblocks)
-    : count_(macroblocks),
-      encoder_(settingsOf(like, macroblocks)),
-      pixels_({std::int64_t{macroblocks} * macroblockEdge, macroblockEdge}),
-      unchanged_(static_cast<std::size_t>(macroblocks)) {
+TinyEncoder::TinyEncoder(const X264Settings& like, const Extent& extent)
+    : extent_(extent),
+      encoder_(settingsOf(like, extent)),
+      pixels_({std::int64_t{extent.across} * macroblockEdge,
+               std::int64_t{extent.down} * macroblockEdge}),
+      unchanged_(static_cast<std::size_t>(extent.across) * static_cast<std::size_t>(extent.down)) {
   if (!encoder_ || encoder_.parameterSets().size() != 2) return;
   // Another picture must have been there before one that refers to it.
   X264Encoder::Request first;
@@ -39,43 +43,49 @@ TinyEncoder::TinyEncoder(const X264Settings& like, int macroblocks)
   syntax_ = h264::sliceSyntax(encoder_.parameterSets()[0], encoder_.parameterSets()[1]);
 }
 
-std::optional<h264::SliceData> TinyEncoder::encode(const Nv12Image& image,
-                                                   const PlanesView& reference,
-                                                   const Request& request) {
+std::vector<h264::SliceData> TinyEncoder::encode(const Nv12Image& image,
+                                                 const PlanesView& reference,
+                                                 const Request& request) {
   const int x = request.place.first * macroblockEdge;
   const int y = request.place.row * macroblockEdge;
-  copyMacroblocks(reference.from(x, y), encoder_.reconstruction(), {count_, 1}, borderWidth);
-  cut(image, reference, request);
+  copyMacroblocks(reference.from(x, y), encoder_.reconstruction(), extent_, borderWidth);
+  for (int row = 0; row < extent_.down; ++row) cut(image, reference, request, row);
   X264Encoder::Request own;
   own.quantiser = request.quantiser;
   own.unchanged = &unchanged_;
   own.searchesFar = request.searchesFar;
   const auto units = encoder_.encode(pixels_, own);
-  if (!units) return std::nullopt;
-  const auto all = h264::unitsOf(*units);
-  return all.size() == 1 ? h264::sliceData(all.front(), *syntax_) : std::nullopt;
+  if (!units) return {};
+  std::vector<h264::SliceData> all;
+  for (const auto unit : h264::unitsOf(*units)) {
+    auto data = h264::sliceData(unit, *syntax_);
+    if (data) all.push_back(std::move(*data));
+  }
+  if (all.size() != static_cast<std::size_t>(extent_.down)) all.clear();
+  return all;
 }
 
 /// The pixels of what has changed, and of the rest those that are there already. Beyond the edge of
 /// the image, those at its edge go on.
-void TinyEncoder::cut(const Nv12Image& image, const PlanesView& reference, const Request& request) {
+void TinyEncoder::cut(const Nv12Image& image, const PlanesView& reference, const Request& request,
+                      int row) {
   const auto size = image.size();
   const int width = static_cast<int>(size.width);
   const int height = static_cast<int>(size.height);
   const auto across = static_cast<std::size_t>(macroblocksAcross(width));
-  const auto marks =
-      request.unchanged.subspan(static_cast<std::size_t>(request.place.row) * across +
-                                    static_cast<std::size_t>(request.place.first),
-                                unchanged_.size());
-  std::ranges::copy(marks, unchanged_.begin());
-  const int top = request.place.row * macroblockEdge;
+  const auto count = static_cast<std::size_t>(extent_.across);
+  const auto from = static_cast<std::size_t>(request.place.row + row) * across +
+                    static_cast<std::size_t>(request.place.first);
+  const auto marks = std::span(unchanged_).subspan(static_cast<std::size_t>(row) * count, count);
+  std::ranges::copy(request.unchanged.subspan(from, count), marks.begin());
+  const int top = (request.place.row + row) * macroblockEdge;
   const int left = request.place.first * macroblockEdge;
   const PlanesView there = image.planes();
-  const Planes here = pixels_.planes();
-  for (int i = 0; i < count_; ++i) {
+  const Planes here = pixels_.planes().from(0, row * macroblockEdge);
+  for (int i = 0; i < extent_.across; ++i) {
     const int x = left + i * macroblockEdge;
     const Planes block = here.from(i * macroblockEdge, 0);
-    if (unchanged_[static_cast<std::size_t>(i)] != 0) {
+    if (marks[static_cast<std::size_t>(i)] != 0) {
       copyMacroblocks(reference.from(x, top), block, {1, 1});
       continue;
     }

@@ -1,6 +1,8 @@
 #include "platform/linux/picture/composed/runs.h"
 
 #include <algorithm>
+#include <array>
+#include <climits>
 #include <optional>
 
 namespace vesk::picture::composed {
@@ -116,6 +118,32 @@ std::vector<Run> windowsBeside(std::span<const std::uint8_t> unchanged,
         }
       });
   return windows;
+}
+
+std::vector<std::vector<std::size_t>> stacksOf(std::span<const Run> windows) {
+  // Few heights, since each has an encoder.
+  constexpr std::array heights{std::size_t{8}, std::size_t{2}, std::size_t{1}};
+  constexpr std::array widest{2, 8, INT_MAX};
+  const auto below = [&](const Run& window) {
+    const Run wanted{window.row + 1, window.first, window.count};
+    return static_cast<std::size_t>(std::ranges::find(windows, wanted) - windows.begin());
+  };
+  std::vector<bool> taken(windows.size());
+  std::vector<std::vector<std::size_t>> stacks;
+  for (std::size_t i = 0; i < windows.size(); ++i) {
+    if (taken[i]) continue;
+    std::vector<std::size_t> stack;
+    for (std::size_t at = i; at < windows.size() && stack.size() < heights.front();
+         at = below(windows[at])) {
+      stack.push_back(at);
+    }
+    std::size_t height = 0;
+    while (windows[i].count > widest[height] || stack.size() < heights[height]) ++height;
+    stack.resize(heights[height]);
+    for (const std::size_t at : stack) taken[at] = true;
+    stacks.push_back(std::move(stack));
+  }
+  return stacks;
 }
 
 }  // namespace vesk::picture::composed

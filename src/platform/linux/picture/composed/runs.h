@@ -42,4 +42,8 @@ std::vector<Run> windowsOver(std::span<const Run> runs, int across);
 std::vector<Run> windowsBeside(std::span<const std::uint8_t> unchanged,
                                std::span<const std::uint8_t> moved, int across);
 
+/// Which of some windows, by their places in the list, are encoded together: those that lie one
+/// below the other and are narrow, few or some of them at once. Each is in one stack.
+std::vector<std::vector<std::size_t>> stacksOf(std::span<const Run> windows);
+
 }  // namespace vesk::picture::composed

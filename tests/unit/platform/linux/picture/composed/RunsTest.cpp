@@ -132,5 +132,34 @@ TEST(MostRunsTest, LeaveASliceForWhatIsSkippedBetween) {
   EXPECT_EQ(mostRuns(0), 0U);
 }
 
+using Windows = std::vector<composed::Run>;
+using Stacks = std::vector<std::vector<std::size_t>>;
+
+TEST(StacksTest, HoldNarrowWindowsOneBelowTheOther) {
+  const Windows windows{{3, 7, 2}, {3, 20, 8}, {4, 7, 2}, {4, 20, 8}, {6, 7, 2}};
+  EXPECT_EQ(stacksOf(windows), (Stacks{{0, 2}, {1, 3}, {4}}));
+}
+
+TEST(StacksTest, HoldNoneThatIsBesideOrOfAnotherWidth) {
+  const Windows windows{{3, 7, 2}, {4, 8, 2}, {4, 20, 1}, {5, 8, 1}};
+  EXPECT_EQ(stacksOf(windows), (Stacks{{0}, {1}, {2}, {3}}));
+}
+
+/// Each height needs an encoder of its own.
+TEST(StacksTest, AreEightTwoOrOneHighAndWideOnesLower) {
+  const auto heights = [](int count, int rows) {
+    Windows windows;
+    for (int row = 0; row < rows; ++row) windows.push_back({row, 0, count});
+    std::vector<std::size_t> all;
+    for (const auto& stack : stacksOf(windows)) all.push_back(stack.size());
+    return all;
+  };
+  EXPECT_EQ(heights(1, 21), (std::vector<std::size_t>{8, 8, 2, 2, 1}));
+  EXPECT_EQ(heights(2, 9), (std::vector<std::size_t>{8, 1}));
+  EXPECT_EQ(heights(8, 9), (std::vector<std::size_t>{2, 2, 2, 2, 1}));
+  EXPECT_EQ(heights(32, 3), (std::vector<std::size_t>{1, 1, 1}));
+  EXPECT_TRUE(heights(1, 0).empty());
+}
+
 }  // namespace
 }  // namespace vesk::picture::composed

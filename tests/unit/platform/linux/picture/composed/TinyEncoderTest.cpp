@@ -36,7 +36,10 @@ class TinyEncoderTest : public ::testing::Test {
   }
 
   std::optional<h264::SliceData> encode(int quantiser) {
-    return tiny.encode(image, whole.reconstruction().view(), {lastRow, unchanged, quantiser});
+    auto slices =
+        tiny.encode(image, whole.reconstruction().view(), {lastRow, unchanged, quantiser});
+    if (slices.size() != 1) return std::nullopt;
+    return std::move(slices.front());
   }
 
   /// How far a macroblock that was encoded is from the noise there, at most. Beyond the edges it is
@@ -60,7 +63,7 @@ class TinyEncoderTest : public ::testing::Test {
   static constexpr int near = 10;
   Nv12Image image{size};
   X264Encoder whole{settings};
-  TinyEncoder tiny{settings, across};
+  TinyEncoder tiny{settings, {across, 1}};
   std::vector<std::uint8_t> unchanged = std::vector<std::uint8_t>(across * 2);
 
  private:
@@ -105,8 +108,29 @@ TEST_F(TinyEncoderTest, LeavesWhatIsToStayAsItIs) {
 TEST(NoTinyEncoderTest, IsFalseWhereThereIsNoEncoderOfThatKind) {
   X264Settings motionless = settings;
   motionless.framesPerSecond = 0;
-  EXPECT_FALSE(TinyEncoder(motionless, 1));
-  EXPECT_TRUE(TinyEncoder(settings, 1));
+  EXPECT_FALSE(TinyEncoder(motionless, {1, 1}));
+  EXPECT_TRUE(TinyEncoder(settings, {1, 1}));
+}
+
+/// A slice for each row, in their order.
+TEST_F(TinyEncoderTest, EncodesRowsOneBelowTheOtherAtOnce) {
+  TinyEncoder both(settings, {2, 2});
+  const auto slices =
+      both.encode(image, whole.reconstruction().view(), {{0, 1, 2}, unchanged, fine});
+  ASSERT_EQ(slices.size(), 2U);
+  TinyEncoder one(settings, {2, 1});
+  for (int row = 0; row < 2; ++row) {
+    const auto alone =
+        one.encode(image, whole.reconstruction().view(), {{row, 1, 2}, unchanged, fine});
+    ASSERT_EQ(alone.size(), 1U);
+    const PlanesView made = both.reconstruction().from(0, row * macroblockEdge).view();
+    for (int y = 0; y < macroblockEdge; ++y) {
+      EXPECT_TRUE(std::equal(made.lumaAt(0, y), made.lumaAt(2 * macroblockEdge, y),
+                             one.reconstruction().lumaAt(0, y)))
+          << "line " << y << " of row " << row;
+    }
+    EXPECT_EQ(slices[static_cast<std::size_t>(row)].quantiser, alone.front().quantiser);
+  }
 }
 
 }  // namespace
