@@ -78,7 +78,7 @@ TEST_F(DecodersTest, SeeMovingWindowsAlike) {
 /// So slow that most pictures are left out, and the rest are of the coarsest kind.
 TEST_F(DecodersTest, SeeASlowLinkAlike) {
   RecordedStream stream(
-      {.content = "scrolling", .kilobitsPerSecond = 200, .picturesToKeyFrame = 60});
+      {.content = "moving windows", .kilobitsPerSecond = 200, .picturesToKeyFrame = 60});
   stream.record(100);
   EXPECT_GT(stream.skips(), 30);
   expectSeenAlike(stream);
