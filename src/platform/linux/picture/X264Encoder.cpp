@@ -17,6 +17,14 @@ constexpr int transferOfSrgb = 13;
 /// of: by itself it takes it to lie between the two on the left.
 constexpr int chromaInTheMiddle = 1;
 
+void describeColours(x264_param_t& parameters) {
+  parameters.vui.b_fullrange = 0;
+  parameters.vui.i_colorprim = primariesOfSrgb;
+  parameters.vui.i_transfer = transferOfSrgb;
+  parameters.vui.i_colmatrix = matrixBt601;
+  parameters.vui.i_chroma_loc = chromaInTheMiddle;
+}
+
 x264_param_t parametersFor(const X264Settings& settings) {
   x264_param_t parameters;
   x264_param_default_preset(&parameters, "ultrafast", "zerolatency");
@@ -42,11 +50,7 @@ x264_param_t parametersFor(const X264Settings& settings) {
   parameters.analyse.i_luma_deadzone[1] = 5;
   if (settings.sliceEachRow) parameters.i_slice_max_mbs = macroblocksAcross(settings.width);
   if (settings.farthestVector > 0) parameters.analyse.i_mv_range = settings.farthestVector;
-  parameters.vui.b_fullrange = 0;
-  parameters.vui.i_colorprim = primariesOfSrgb;
-  parameters.vui.i_transfer = transferOfSrgb;
-  parameters.vui.i_colmatrix = matrixBt601;
-  parameters.vui.i_chroma_loc = chromaInTheMiddle;
+  describeColours(parameters);
   // Every picture comes with its quantiser: the encoder's own rate control knows nothing of the
   // pictures that are put in between, nor of what a still screen has saved. With a constant
   // quantiser it looks ahead at nothing, which saves a fifth of its time and memory, but clips what

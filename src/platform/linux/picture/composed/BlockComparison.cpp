@@ -96,15 +96,15 @@ void BlockComparison::readAhead(int row, int first, int end) {
   end = std::min(end, whole);
   while (first < end && !comesFromInside(row, end - 1)) --end;
   ahead_.row = -1;
-  if (first >= end || (row + 1) * macroblockEdge > now_.size().height) return;
+  const int bottom = (row + 1) * macroblockEdge;
+  if (first >= end || bottom > now_.size().height) return;
   ahead_.row = row;
   ahead_.first = first;
   ahead_.end = end;
   const int stride = now_.stride();
   const auto count = static_cast<std::size_t>(end - first);
-  const auto at = [&](int line) {
-    return static_cast<std::ptrdiff_t>(line) * stride + first * macroblockEdge;
-  };
+  const int x = first * macroblockEdge;
+  const auto at = [&](int line) { return static_cast<std::ptrdiff_t>(line) * stride + x; };
   const int y = row * macroblockEdge;
   findDifferences({before_.luma() + at(y), now_.luma() + at(y), stride}, luma_.first,
                   macroblockEdge, count, ahead_.luma);

@@ -37,7 +37,8 @@ void repeatEdges(std::uint8_t* plane, std::ptrdiff_t stride, int bytes, int rows
 }  // namespace
 
 void copyMacroblocks(const PlanesView& from, const Planes& to, const Extent& extent, int border) {
-  const auto bytes = static_cast<std::size_t>(extent.across * macroblockEdge + 2 * border);
+  const int width = extent.across * macroblockEdge + 2 * border;
+  const auto bytes = static_cast<std::size_t>(width);
   copyRows(from.lumaAt(-border, -border), from.lumaStride, to.lumaAt(-border, -border),
            to.lumaStride, bytes, extent.down * macroblockEdge + 2 * border);
   copyRows(from.chromaAt(-border, -border), from.chromaStride, to.chromaAt(-border, -border),
