@@ -23,7 +23,7 @@ class MovingPlanTest : public ::testing::Test {
   MovingPlanTest() {
     Tick first = tick();
     first.keyFrame = true;
-    plan.sent(plan.next(first), 0.5 * rate, 30);
+    keyQuantiser = send(first, 0.5 * rate).quantiser;
     idle(100);
   }
 
@@ -78,6 +78,7 @@ class MovingPlanTest : public ::testing::Test {
   }
 
   PicturePlan plan{macroblocks, 783'000.0 * 8, {}};
+  int keyQuantiser = 0;
 };
 
 TEST_F(MovingPlanTest, MakesWhatIsNewNoBetterThanThePageIs) {
@@ -131,10 +132,16 @@ TEST_F(MovingPlanTest, IsNotMadeBetterAnewWhereTheNextKeyFrameNeedsTheRoom) {
   EXPECT_TRUE(plan.next(late).moves);
 }
 
+/// What has only moved takes what it lacks, and what is new takes all.
 TEST_F(MovingPlanTest, CountsWhatIsNewWhenAPageIsMadeBetterAnew) {
-  const auto anew = plan.next(moving(1000, 50));
+  constexpr std::size_t left = 1000;
+  const auto anew = plan.next(moving(left, 50));
   ASSERT_FALSE(anew.moves);
-  EXPECT_GT(anew.wantedBits, BitCost(130, 0.5).of(1000, anew.quantiser));
+  BitCost whole(130, 1);
+  whole.learn(macroblocks, keyQuantiser, 0.5 * rate);
+  const std::size_t old = macroblocks - left;
+  const double better = whole.of(old, anew.quantiser) - whole.of(old, 50);
+  EXPECT_NEAR(anew.wantedBits, 1.15 * better + BitCost(130, 0.5).of(left, anew.quantiser), 1);
   EXPECT_LE(anew.wantedBits, 0.3 * rate);
 }
 

@@ -259,5 +259,30 @@ TEST_F(PicturePlanKeyFrameTest, IsMadeNoFinerThanTheMovementIs) {
   EXPECT_FALSE(plan.instead(key, 0.01 * key.wantedBits));
 }
 
+/// A change that waits, and is undone meanwhile, brings no key frame back that is not valid any
+/// more.
+TEST_F(PicturePlanKeyFrameTest, IsNotRepeatedBehindAChangeThatWaits) {
+  sendKey(1, goodQuality);
+  idle(60);
+  plan.sent(plan.next(tickOf(3)), 1000, 0);
+  plan.sent({.action = Action::skip}, 1.2 * rate, 0);
+  const auto held = plan.next(tickOf(3));
+  ASSERT_EQ(held.action, Action::hold);
+  plan.sent(held, 88, 0);
+  idle(60);
+  EXPECT_EQ(plan.next(tickOf(0, true)).action, Action::encode);
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsThatOfAStillPageFromTheSecondPictureWithoutAChangeOn) {
+  for (const int still : {0, 1}) {
+    sendKey(1, poorQuality);
+    idle(60);
+    for (int i = 0; i < 5; ++i) plan.sent(plan.next(tickOf(macroblocks)), 1000, 0);
+    idle(still);
+    EXPECT_EQ(plan.next(tickOf(0, true)).wantedBits > 0.4 * rate, still == 1) << still;
+    idle(30);
+  }
+}
+
 }  // namespace
 }  // namespace vesk::picture

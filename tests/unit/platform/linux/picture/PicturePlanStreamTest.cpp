@@ -121,6 +121,33 @@ TEST(PicturePlanStreamTest, GoesToAFilmAtOnceWhereTheLinkIsBehind) {
   EXPECT_GT(stream.show(macroblocks).decision.quantiser, before + 8);
 }
 
+/// What waits leaves within a second or two, before the film becomes finer.
+TEST(PicturePlanStreamTest, CatchesUpBeforeAFilmBecomesFiner) {
+  constexpr double rate = 4e6;
+  PicturePlan plan(macroblocks, PlannedStream::mostBits, {});
+  PicturePlan::Tick tick;
+  tick.elapsed = PlannedStream::interval;
+  tick.untilKey = std::chrono::seconds(3);
+  tick.bitRate = static_cast<std::int64_t>(rate);
+  const auto send = [&](std::size_t changed, double bits) {
+    tick.changed = changed;
+    const auto decision = plan.next(tick);
+    plan.sent(decision, bits, 30);
+    return decision;
+  };
+  send(macroblocks, 0.5 * rate);
+  for (int i = 0; i < 2 * second; ++i) send(0, 0);
+  for (int i = 0; i < 2 * second; ++i) send(macroblocks, rate / second);
+  for (int i = 0; i < 2; ++i) send(macroblocks, 0.5 * rate / second);
+  const int before = send(macroblocks, 0.5 * rate / second).quantiser;
+  for (int i = 0; i < 3 * second; ++i) send(0, 0);
+  auto caughtUp = plan;
+  tick.changed = macroblocks;
+  EXPECT_LT(caughtUp.next(tick).quantiser, before);
+  plan.sent({.action = Action::skip}, (0.2 + 1.0 / second) * rate, 0);
+  EXPECT_LE(plan.next(tick).wantedBits * (second + 1), (1.1 - 0.2) * rate);
+}
+
 TEST(PicturePlanStreamTest, BecomesGoodOnceAFilmIsOver) {
   auto stream = filmAfterRest({4'000'000, 60, 0.3}, 100, 90);
   ASSERT_GT(stream.worstSeen(), 35);
