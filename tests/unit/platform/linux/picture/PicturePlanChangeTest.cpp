@@ -329,7 +329,7 @@ TEST_F(PicturePlanRefinementTest, LeavesTheNextKeyFrameItsRoom) {
 }
 
 TEST_F(PicturePlanRefinementTest, TakesTheLessTheMoreComesWithIt) {
-  const auto both = plan.next(tickOf(300, 5000, 36));
+  const auto both = plan.next(tickOf(300, macroblocks - 300, 36));
   EXPECT_GT(both.refined, 0U);
   EXPECT_LE(both.wantedBits, 0.34 * rate + 1);
 }

@@ -44,8 +44,8 @@ TEST_P(PicturePlanFilmTest, IsNeverFarBehindAndNeverTakesMoreThanTheLinkDoes) {
 TEST_P(PicturePlanFilmTest, UsesTheLink) {
   for (const int rest : {3, 100}) {
     const auto stream = filmAfterRest(GetParam(), rest, 12 * second);
-    const auto from = static_cast<std::size_t>(rest + 4 * second);
-    EXPECT_GE(stream.load(from, 8 * second) / 8, 0.55) << rest;
+    const std::size_t from = static_cast<std::size_t>(rest) + std::size_t{4} * second;
+    EXPECT_GE(stream.load(from, std::size_t{8} * second) / 8, 0.55) << rest;
   }
 }
 
