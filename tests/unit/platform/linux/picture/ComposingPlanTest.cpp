@@ -302,5 +302,54 @@ TEST_F(ComposingPlanTest, LearnsFromPortions) {
   EXPECT_LT(planned(), before) << "a third of what was expected";
 }
 
+/// Movement that has ended is no reason to wait.
+TEST_F(ComposingPlanTest, MakesAPageBetterInPortionsAfterMovement) {
+  drain(0);
+  for (int i = 0; i < 10; ++i) plan.sent(plan.next(tick(macroblocks, 61)), 88, 0);
+  for (int i = 0; i < 2; ++i) plan.sent(plan.next(tick(0, 0)), 88, 0);
+  const auto decision = plan.next(coarse());
+  EXPECT_GT(decision.refined, 0U);
+  EXPECT_TRUE(decision.composed);
+}
+
+TEST_F(ComposingPlanTest, LearnsFromPortionsThatAreSmall) {
+  drain(0);
+  const auto planned = [&] {
+    for (int i = 0; i < 2; ++i) plan.sent(plan.next(tick(0, 0)), 88, 0);
+    const auto decision = plan.next(coarse());
+    return decision.wantedBits / static_cast<double>(decision.refined);
+  };
+  const double before = planned();
+  for (int i = 0; i < 6; ++i) {
+    const auto decision = plan.next(coarse(10, 52));
+    ASSERT_EQ(decision.refined, 4 * PicturePlan::composedPiece);
+    plan.sent(decision, decision.wantedBits / 3, 0);
+  }
+  EXPECT_LT(planned(), 0.9 * before);
+}
+
+TEST_F(ComposingPlanTest, MakesAQuarterOfAPageBetterAtMostWithWhatHasChanged) {
+  drain(0);
+  EXPECT_EQ(plan.next(coarse()).refined, 30 * PicturePlan::composedPiece) << "half of the pieces";
+  Tick many = coarse(900, 4);
+  many.mostPieces = 200;
+  const auto decision = plan.next(many);
+  EXPECT_EQ(decision.macroblocks, macroblocks / PicturePlan::composedPart);
+  EXPECT_TRUE(decision.composed);
+}
+
+/// Where it is soon done, or each portion is much for the link, portions will do.
+TEST_F(ComposingPlanTest, KeepsToPortionsThoughPicturesAreFarApart) {
+  for (int i = 0; i < 100; ++i) plan.sent(plan.next(tick(0, 0)), 0, 0);
+  Tick rare = coarse();
+  rare.elapsed = 150ms;
+  EXPECT_FALSE(plan.next(rare).composed);
+  rare.coarse = 1800;
+  EXPECT_TRUE(plan.next(rare).composed);
+  rare.coarse = macroblocks;
+  rare.bitRate = rate / 4;
+  EXPECT_TRUE(plan.next(rare).composed);
+}
+
 }  // namespace
 }  // namespace vesk::picture

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "platform/linux/picture/BitCost.h"
 #include "platform/linux/picture/PicturePlan.h"
 
 /// Single decisions about changes, and about what was left coarse.
@@ -47,6 +48,17 @@ class PicturePlanChangeTest : public ::testing::Test {
 
   void idle(int ticks) {
     for (int i = 0; i < ticks; ++i) send(tickOf(0), 0);
+  }
+
+  /// The link is held up by something that the plan learns nothing of.
+  void holdUp(double seconds) { plan.sent({.action = Action::skip}, seconds * rate, 0); }
+
+  /// Something that had left by then, and still counts among what was sent of late.
+  void sendEarlier(double seconds) {
+    holdUp(seconds);
+    auto tick = tickOf(0);
+    tick.elapsed = 2600ms;
+    send(tick, 0);
   }
 
   PicturePlan plan{macroblocks, mostBits, {}};
@@ -186,6 +198,95 @@ TEST_F(PicturePlanChangeTest, MakesNothingBetterBesidesWithTheBitsOfAKeyFrame) {
   EXPECT_LT(refined(400ms), refined(3500ms));
 }
 
+/// What waits has to leave again, the sooner the more it is.
+TEST_F(PicturePlanChangeTest, TakesTheLessOfTheLinkTheFurtherItIsBehind) {
+  const auto wanted = [&](double behind) {
+    begin(4'000'000);
+    for (int i = 0; i < 60; ++i) send(tickOf(macroblocks), 0.95 * rate / 30);
+    holdUp(behind);
+    const auto next = plan.next(tickOf(macroblocks));
+    EXPECT_EQ(next.action, Action::encode);
+    return next.wantedBits / (rate / 30);
+  };
+  EXPECT_GT(wanted(0.27), 0.8);
+  EXPECT_LE(wanted(0.27), 0.92);
+  EXPECT_GT(wanted(0.36), 0.5);
+  EXPECT_LE(wanted(0.36), 0.8);
+  EXPECT_LE(wanted(0.48), 0.5);
+}
+
+/// What a finer picture takes is not known until one was made.
+TEST_F(PicturePlanChangeTest, MakesMovementThatTakesLittleFinerStepByStep) {
+  begin(1'000'000);
+  int before = send(tickOf(macroblocks), 1000).quantiser;
+  ASSERT_GT(before, 30);
+  for (int i = 0; i < 8; ++i) {
+    const int next = send(tickOf(macroblocks), 0.4 * rate / 30).quantiser;
+    EXPECT_EQ(next, before - 1) << i;
+    before = next;
+  }
+}
+
+TEST_F(PicturePlanChangeTest, BecomesNoFinerWhereTheNextKeyFrameNeedsTheRoom) {
+  const auto step = [&](double sentEarlier) {
+    begin(4'000'000);
+    Decision last;
+    for (int i = 0; i < 60; ++i) last = send(tickOf(macroblocks), rate / 30);
+    for (int i = 0; i < 3; ++i) last = send(tickOf(macroblocks), 0.6 * rate / 30);
+    sendEarlier(sentEarlier);
+    auto next = tickOf(macroblocks);
+    next.untilKey = 300ms;
+    return plan.next(next).quantiser - last.quantiser;
+  };
+  EXPECT_LT(step(0.1), -1);
+  EXPECT_GE(step(2.6), -1);
+}
+
+TEST_F(PicturePlanChangeTest, MakesOnlySoMuchBetterBesidesAsTheMovementLeaves) {
+  auto key = tickOf(macroblocks);
+  key.keyFrame = true;
+  const int keyQuantiser = send(key, 0.5 * rate).quantiser;
+  BitCost cost(130, 1);
+  cost.learn(macroblocks, keyQuantiser, 0.5 * rate);
+  idle(60);
+  for (int i = 0; i < 60; ++i) send(tickOf(macroblocks / 2), 5000);
+  send(tickOf(macroblocks / 2), 0.06 * rate);
+  idle(5);
+  const auto next = plan.next(tickOf(macroblocks / 2, 4000, 51));
+  ASSERT_GT(next.wantedBits, 0.02 * rate);
+  const double better = cost.of(next.refined, next.quantiser) - cost.of(next.refined, 51);
+  EXPECT_LE(1.1 * better + next.wantedBits, 0.3 * rate);
+}
+
+/// What has moved too far meanwhile is dear, once.
+TEST_F(PicturePlanChangeTest, LearnsNothingOfOtherPicturesFromOneBehindAGap) {
+  const auto after = [&](double seconds) {
+    begin(4'000'000);
+    for (int i = 0; i < 60; ++i) send(tickOf(macroblocks), 0.8 * rate / 30);
+    holdUp(1);
+    EXPECT_EQ(send(tickOf(macroblocks), 88).action, Action::hold);
+    auto late = tickOf(macroblocks);
+    late.elapsed = 2s;
+    EXPECT_EQ(send(late, seconds * rate).action, Action::encode);
+    idle(90);
+    return plan.next(tickOf(macroblocks)).wantedBits;
+  };
+  EXPECT_NEAR(after(0.3), after(0.03), 0.002 * rate);
+}
+
+TEST_F(PicturePlanChangeTest, HasNoMoreRoomAfterAStallThanAfterAnyRest) {
+  auto late = tickOf(20);
+  late.elapsed = 3s;
+  EXPECT_LE(plan.next(late).wantedBits, 0.3 * rate + 1);
+}
+
+TEST_F(PicturePlanChangeTest, LetsASmallChangeBeTwiceAsLargeAsItWasMeantOnABusyLink) {
+  holdUp(0.94);
+  const auto next = plan.next(tickOf(20));
+  ASSERT_EQ(next.action, Action::encode);
+  EXPECT_DOUBLE_EQ(next.mostBits, 2 * next.wantedBits);
+}
+
 class PicturePlanRefinementTest : public PicturePlanChangeTest {};
 
 TEST_F(PicturePlanRefinementTest, BeginsOnceNothingHasChangedForTwoPictures) {
@@ -246,6 +347,55 @@ TEST_F(PicturePlanRefinementTest, LeavesTheNextKeyFrameItsRoom) {
   const auto late = plan.next(tick);
   EXPECT_EQ(early.action, Action::encode);
   EXPECT_EQ(late.action, Action::skip);
+}
+
+TEST_F(PicturePlanRefinementTest, TakesTheLessTheMoreComesWithIt) {
+  const auto both = plan.next(tickOf(300, macroblocks - 300, 36));
+  EXPECT_GT(both.refined, 0U);
+  EXPECT_LE(both.wantedBits, 0.34 * rate + 1);
+}
+
+/// What is left of a page is not put off.
+TEST_F(PicturePlanRefinementTest, NeedsNoRoomForMoreThanIsLeft) {
+  holdUp(0.2);
+  EXPECT_EQ(plan.next(tickOf(0, 10, 40)).refined, 10U);
+  EXPECT_EQ(plan.next(tickOf(0, macroblocks, 40)).action, Action::skip);
+}
+
+/// A page of little is soon there again, so that more may be spent on it before.
+TEST_F(PicturePlanRefinementTest, LeavesAKeyFrameNoMoreRoomThanItTakes) {
+  const auto late = [&](double keySeconds, double sentSeconds) {
+    begin(4'000'000);
+    auto key = tickOf(macroblocks);
+    key.keyFrame = true;
+    key.elapsed = 4s;
+    send(key, keySeconds * rate);
+    idle(90);
+    sendEarlier(sentSeconds);
+    auto tick = tickOf(0, 2000, 45);
+    tick.untilKey = 350ms;
+    return plan.next(tick).action;
+  };
+  EXPECT_EQ(late(0.02, 2.5), Action::encode);
+  EXPECT_EQ(late(0.5, 2.5), Action::skip);
+  EXPECT_EQ(late(0.5, 2.1), Action::encode);
+}
+
+/// What is as it was expected teaches nothing.
+TEST_F(PicturePlanRefinementTest, StaysWithWhatTurnsOutAsItWasMeant) {
+  for (const std::size_t changed : {std::size_t{0}, std::size_t{900}}) {
+    begin(4'000'000);
+    const auto each = [&] {
+      const auto next = plan.next(tickOf(0, 1000, 40));
+      return next.wantedBits / static_cast<double>(next.refined);
+    };
+    const double before = each();
+    const auto first = plan.next(tickOf(changed, 1000, 40));
+    ASSERT_GE(first.refined, 200U);
+    plan.sent(first, first.wantedBits, 0);
+    idle(60);
+    EXPECT_NEAR(each() / before, 1, 0.02) << changed;
+  }
 }
 
 TEST_F(PicturePlanRefinementTest, LearnsWhatTakesMoreThanItWasExpectedTo) {

@@ -200,5 +200,89 @@ TEST_F(PicturePlanKeyFrameTest, IsRepeatedWhileNothingElseWasEncoded) {
   EXPECT_EQ(plan.next(tick).action, Action::encode);
 }
 
+TEST_F(PicturePlanKeyFrameTest, KeepsWhatIsReadableUnlessItCouldBeMuchBetter) {
+  const auto key = sendKey(0.8, goodQuality);
+  EXPECT_EQ(plan.bearable(), key.quantiser + 2);
+}
+
+/// The page before says nothing of this one.
+TEST_F(PicturePlanKeyFrameTest, IsNotKeptForAnotherPage) {
+  for (const std::size_t changed : {std::size_t{3}, macroblocks}) {
+    PicturePlan other{macroblocks, mostBits, {}};
+    const auto first = other.next(tickOf(macroblocks, true));
+    other.sent(first, first.wantedBits, goodQuality);
+    for (int i = 0; i < 100; ++i) other.sent(other.next(tickOf(0)), 0, 0);
+    other.sent(other.next(tickOf(changed)), 0.06 * first.wantedBits + rate * 4 / 30, 0);
+    for (int i = 0; i < 3; ++i) other.sent(other.next(tickOf(0)), 0, 0);
+    const auto second = other.next(tickOf(0, true));
+    ASSERT_EQ(second.action, Action::encode);
+    EXPECT_LT(second.wantedBits, 0.95 * first.wantedBits) << "the link has less room";
+    EXPECT_EQ(second.quantiser > first.quantiser, changed > 3) << changed;
+  }
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsNotKeptWhereItCouldBeFiner) {
+  const auto first = sendKey(0.5, goodQuality);
+  idle(60);
+  EXPECT_LT(plan.next(tickOf(3, true)).quantiser, first.quantiser - 2);
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsNotRepeatedWhereTheLinkHasNoRoomForIt) {
+  sendKey(1, goodQuality);
+  idle(60);
+  EXPECT_EQ(plan.next(tickOf(0, true)).action, Action::repeatKey);
+  plan.sent({.action = Action::skip}, 0.5 * rate, 0);
+  EXPECT_EQ(plan.next(tickOf(0, true)).action, Action::encode);
+}
+
+/// Even where nobody would wait for it for a second.
+TEST_F(PicturePlanKeyFrameTest, IsNotRepeatedOnceItTakesMuchMoreThanItMay) {
+  sendKey(1, goodQuality);
+  idle(60);
+  auto slower = tickOf(0, true);
+  slower.bitRate = static_cast<std::int64_t>(rate * 0.92);
+  EXPECT_EQ(plan.next(slower).action, Action::repeatKey);
+  slower.bitRate = static_cast<std::int64_t>(rate * 0.85);
+  EXPECT_EQ(plan.next(slower).action, Action::encode);
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsMadeNoFinerThanTheMovementIs) {
+  sendKey(0.01, poorQuality);
+  idle(30);
+  Decision last;
+  for (int i = 0; i < 20; ++i) {
+    last = plan.next(tickOf(macroblocks));
+    plan.sent(last, rate / 30, 0);
+  }
+  const auto key = plan.next(tickOf(macroblocks, true));
+  ASSERT_EQ(key.quantiser, last.quantiser);
+  EXPECT_FALSE(plan.instead(key, 0.01 * key.wantedBits));
+}
+
+/// A change that waits, and is undone meanwhile, brings no key frame back that is not valid any
+/// more.
+TEST_F(PicturePlanKeyFrameTest, IsNotRepeatedBehindAChangeThatWaits) {
+  sendKey(1, goodQuality);
+  idle(60);
+  plan.sent(plan.next(tickOf(3)), 1000, 0);
+  plan.sent({.action = Action::skip}, 1.2 * rate, 0);
+  const auto held = plan.next(tickOf(3));
+  ASSERT_EQ(held.action, Action::hold);
+  plan.sent(held, 88, 0);
+  idle(60);
+  EXPECT_EQ(plan.next(tickOf(0, true)).action, Action::encode);
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsThatOfAStillPageFromTheSecondPictureWithoutAChangeOn) {
+  for (const int still : {0, 1}) {
+    sendKey(1, poorQuality);
+    idle(60);
+    for (int i = 0; i < 5; ++i) plan.sent(plan.next(tickOf(macroblocks)), 1000, 0);
+    idle(still);
+    EXPECT_EQ(plan.next(tickOf(0, true)).wantedBits > 0.4 * rate, still == 1) << still;
+    idle(30);
+  }
+}
+
 }  // namespace
 }  // namespace vesk::picture
