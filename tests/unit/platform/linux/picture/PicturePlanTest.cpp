@@ -113,6 +113,10 @@ class PicturePlanTest : public ::testing::Test {
     std::sort(sorted.begin(), sorted.end());
     EXPECT_LE(sorted.back(), worst);
     EXPECT_LE(sorted[sorted.size() * 95 / 100], 0.5);
+    expectThatTheWindowHolds();
+  }
+
+  void expectThatTheWindowHolds() const {
     double window = 0;
     for (std::size_t i = 0; i < bits_.size(); ++i) {
       window += bits_[i];
@@ -266,6 +270,33 @@ TEST_F(PicturePlanTest, LeavesPicturesOutWhereEvenTheCoarsestAreTooLarge) {
   // What was left out comes once there is room.
   for (int i = 0; i < 2 * picturesPerSecond && missed_ > 0; ++i) tick(0);
   EXPECT_EQ(missed_, 0U);
+}
+
+/// So many are left out between two that what the one before took must not be forgotten over them.
+TEST_F(PicturePlanTest, KeepsToTheBitRateWhereOnlyAFewOfThePicturesCanBeSent) {
+  for (const double density : {60.0, 90.0, 130.0}) {
+    SCOPED_TRACE(density);
+    begin(1'000'000, density);
+    ticks(3 * keyInterval, macroblocks);
+    expectThatTheWindowHolds();
+  }
+}
+
+/// A page that has gone along with next to nothing new is left for others.
+TEST_F(PicturePlanTest, KeepsToTheBitRateWhereChangesBecomeDear) {
+  for (const std::int64_t rate : {1'000'000, 4'000'000}) {
+    for (const double cheap : {0.01, 0.05}) {
+      SCOPED_TRACE(testing::Message() << rate << ", " << cheap);
+      begin(rate, 60);
+      for (int i = 0; i < 5; ++i) {
+        changeFactor_ = cheap;
+        ticks(45, macroblocks / 2);
+        changeFactor_ = 1;
+        ticks(15, macroblocks);
+      }
+      expectThatTheWindowHolds();
+    }
+  }
 }
 
 TEST_F(PicturePlanTest, NeverPlansForAPictureThatTheLevelDoesNotHold) {
