@@ -37,8 +37,8 @@ double LinkLoad::sentSince(double time) const {
   return sum;
 }
 
-double LinkLoad::windowRoom(double fill) const {
-  return rate_ * windowSeconds * fill - sentSince(now_ - windowSeconds);
+double LinkLoad::windowRoom(double fill, double ahead) const {
+  return rate_ * windowSeconds * fill - sentSince(now_ + ahead - windowSeconds);
 }
 
 double LinkLoad::room(double seconds) const {

@@ -24,9 +24,9 @@ class LinkLoad {
   /// more than it may. Below zero where there is too much already.
   double room(double seconds) const;
 
-  /// What may be added so that the window holds no more than that many times what the link takes in
-  /// it.
-  double windowRoom(double fill) const;
+  /// What may be added so that the window which ends `ahead` seconds from now holds no more than
+  /// that many times what the link takes in it.
+  double windowRoom(double fill, double ahead = 0) const;
 
   /// What may be added from now on until `ahead` seconds have passed, if `kept` is to be added at
   /// once then.

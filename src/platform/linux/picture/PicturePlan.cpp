@@ -23,10 +23,18 @@ double PicturePlan::worstDelay() const {
   return rate_ < slowRate ? 1.9 : 0.95;
 }
 
+/// What three seconds may still take, without what the next key frame takes at least.
+double PicturePlan::lastRoom() const {
+  const double key = keyCost_.of(macroblocks_, range_.worst);
+  return std::min(load_.windowRoom(lastFill), load_.windowRoom(lastFill, untilKey_) - key);
+}
+
 PicturePlan::Decision PicturePlan::encoded(int quantiser, std::size_t macroblocks,
                                            double wantedBits) const {
-  // A picture that was misjudged is made anew only if somebody would wait for it.
-  const double most = std::max(rate_ * worstDelay() - load_.waiting(), 2 * wantedBits);
+  // A picture that was misjudged is made anew only if somebody would wait for it, or three seconds
+  // took more than they may.
+  const double late = std::max(rate_ * worstDelay() - load_.waiting(), 2 * wantedBits);
+  const double most = std::min(late, std::max(lastRoom(), wantedBits));
   return {Action::encode, false, quantiser, 0, macroblocks, wantedBits, std::min(most, mostBits_)};
 }
 
@@ -36,6 +44,7 @@ PicturePlan::Decision PicturePlan::next(const Tick& tick) {
   constexpr double mostSeconds = 0.25;
   share_ = rate_ * std::min(seconds(tick.elapsed), mostSeconds);
   load_.pass(tick.elapsed, rate_);
+  untilKey_ = seconds(tick.untilKey);
   if (tick.changed > 0) {
     stillTicks_ = 0;
     keyRepeatable_ = false;
@@ -172,7 +181,8 @@ void PicturePlan::sent(const Decision& decision, double bits, double quality) {
   if (decision.action == Action::encode) learn(decision, bits);
   afterKeyFrame_ = decision.keyFrame;
   held_ = decision.action == Action::hold;
-  if (held_) busyCost_.doubt();
+  heldInARow_ = held_ ? heldInARow_ + 1 : 0;
+  if (held_ && heldInARow_ <= mostDoubts) busyCost_.doubt();
   if (decision.action != Action::encode) return;
   keyRepeatable_ = decision.keyFrame;
   if (!decision.keyFrame) return;

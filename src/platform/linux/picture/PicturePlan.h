@@ -152,6 +152,7 @@ class PicturePlan {
   int settledQuantiser() const;
   double refinementBits(std::size_t macroblocks, int from, int to) const;
   double worstDelay() const;
+  double lastRoom() const;
   void learn(const Decision& decision, double bits);
   void learnOfRefinement(const Decision& decision, double bits);
 
@@ -167,6 +168,7 @@ class PicturePlan {
   double mostBits_;
   QuantiserRange range_;
   double rate_ = 0;      ///< bits per second
+  double untilKey_ = 0;  ///< seconds until the next key frame is due
   double lastBits_ = 0;  ///< of the last picture
   double share_ = 0;     ///< bits that the link has taken since the last picture, at most
   LinkLoad load_;
@@ -184,6 +186,7 @@ class PicturePlan {
   int stillTicks_ = 0;
   Refined refined_;
   bool held_ = false;           ///< the picture before was left out
+  int heldInARow_ = 0;          ///< and so many before it
   bool calm_ = true;            ///< the last change was a small one
   bool moves_ = false;          ///< the last picture went along with a move
   bool goesOn_ = false;         ///< so did the one before

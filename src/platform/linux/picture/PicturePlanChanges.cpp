@@ -68,7 +68,7 @@ bool PicturePlan::mustBeLeftOut(const Tick& tick) const {
   // It must have left when the next key frame is due, which brings everything with it.
   const double alone = std::clamp(seconds(tick.untilKey), holdSeconds, worstDelay());
   const double room = load_.room(isIdle() ? alone : holdSeconds);
-  return least > std::max(room, share_) || least > load_.windowRoom(lastFill);
+  return least > std::max(room, share_) || least > lastRoom();
 }
 
 /// One cheap picture does not make the next one cheap, nor does a dear one make it dear, unless the
@@ -148,7 +148,7 @@ double PicturePlan::allowedBesideMove(const Tick& tick) const {
 PicturePlan::Decision PicturePlan::moved(Tick tick) {
   const std::size_t left = tick.moved->changed;
   const double least = calmCost_.of(left, range_.worst);
-  if (least > std::max(load_.room(holdSeconds), share_) || least > load_.windowRoom(lastFill)) {
+  if (least > std::max(load_.room(holdSeconds), share_) || least > lastRoom()) {
     return repeated(Action::hold);
   }
   tick.changed = left;

@@ -34,7 +34,7 @@ inline constexpr double longestByPieces = 1;
 inline constexpr double holdSeconds = 0.42;
 
 /// The last bits of a window, which are not planned with, are for what cannot be coarser.
-inline constexpr double lastFill = 1.095;
+inline constexpr double lastFill = 1.06;
 
 /// A key frame below this part of what it may take is made anew.
 inline constexpr double tooSmall = 0.87;
@@ -66,6 +66,9 @@ inline constexpr int bearableStep = 3;
 
 /// What a key frame is about to undo is not begun.
 inline constexpr double leastSecondsToEnjoy = 0.3;
+
+/// What is left out for long is not taken to be ever cheaper.
+inline constexpr int mostDoubts = 5;
 
 /// Up to this part of the picture a change is a small one.
 inline constexpr std::size_t smallPart = 8;

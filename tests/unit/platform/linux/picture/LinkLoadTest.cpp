@@ -69,5 +69,17 @@ TEST(LinkLoadTest, FollowsAChangeOfTheRate) {
   EXPECT_DOUBLE_EQ(load.room(0.5), 800'000);
 }
 
+TEST(LinkLoadTest, ForgetsInALaterWindowWhatWillHaveLeftItByThen) {
+  LinkLoad load;
+  load.pass(0s, 1000);
+  load.add(900);
+  load.pass(2s, 1000);
+  load.add(500);
+  EXPECT_DOUBLE_EQ(load.windowRoom(1), 3000 - 1400);
+  EXPECT_DOUBLE_EQ(load.windowRoom(1, 0.9), 3000 - 1400);
+  EXPECT_DOUBLE_EQ(load.windowRoom(1, 1.1), 3000 - 500);
+  EXPECT_DOUBLE_EQ(load.windowRoom(1, 3.1), 3000);
+}
+
 }  // namespace
 }  // namespace vesk::picture
