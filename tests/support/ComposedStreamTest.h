@@ -26,8 +26,7 @@ class ComposedStreamTest : public ::testing::Test {
         screen(size, 3),
         settings{static_cast<std::int32_t>(size.width), static_cast<std::int32_t>(size.height)},
         encoder(settings),
-        syntax(
-            *picture::h264::sliceSyntax(encoder.parameterSets()[0], encoder.parameterSets()[1])) {
+        syntax(*picture::h264::sliceSyntax(encoder.parameterSets())) {
     picture::X264Encoder::Request key;
     key.keyFrame = true;
     key.quantiser = 20;

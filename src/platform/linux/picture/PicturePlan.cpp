@@ -146,7 +146,7 @@ void PicturePlan::learn(const Decision& decision, double bits) {
     }
   } else if (!calm_ && stillTicks_ == 0) {
     if (decision.refined == 0) {
-      auto& cost = held_ ? heldCost_ : busyCost_;
+      auto& cost = isHeld() ? heldCost_ : busyCost_;
       reference_ = cost.learn(decision.macroblocks, reference_, decision.quantiser, keyCost_, bits);
     }
   } else if (decision.refined == 0) {
@@ -177,12 +177,11 @@ void PicturePlan::sent(const Decision& decision, double bits, double quality) {
   lastBits_ = bits;
   attempts_ = 0;
   begun_ = true;
-  // Before `held_` tells of this picture.
+  // Before `isHeld` tells of this picture.
   if (decision.action == Action::encode) learn(decision, bits);
   afterKeyFrame_ = decision.keyFrame;
-  held_ = decision.action == Action::hold;
-  heldInARow_ = held_ ? heldInARow_ + 1 : 0;
-  if (held_ && heldInARow_ <= mostDoubts) busyCost_.doubt();
+  heldInARow_ = decision.action == Action::hold ? heldInARow_ + 1 : 0;
+  if (isHeld() && heldInARow_ <= mostDoubts) busyCost_.doubt();
   if (decision.action != Action::encode) return;
   keyRepeatable_ = decision.keyFrame;
   if (!decision.keyFrame) return;

@@ -126,8 +126,9 @@ class PicturePlan {
   double keptForKey(int quantiser, double seconds) const;
   /// The link has taken what was sent before.
   bool isIdle() const { return load_.waiting() <= share_; }
-  const ChangeCost& costOfChanges() const { return held_ ? heldCost_ : busyCost_; }
-  int affordable(std::size_t changed) const;
+  /// The picture before was left out.
+  bool isHeld() const { return heldInARow_ > 0; }
+  const ChangeCost& costOfChanges() const { return isHeld() ? heldCost_ : busyCost_; }
   double drainingPart() const;
   bool lasts(const Tick& tick, int quantiser) const;
   bool mustBeLeftOut(const Tick& tick) const;
@@ -136,7 +137,7 @@ class PicturePlan {
   Decision change(const Tick& tick);
   Decision busy(const Tick& tick);
   std::optional<Decision> refinement(const Tick& tick) const;
-  double refinementRoom(const Tick& tick) const;
+  double refinementRoom() const;
   int refinementGoal(const Tick& tick) const;
   bool isTooLittle(const Tick& tick, std::size_t pieces, int goal) const;
   std::size_t refinedBesides(const Tick& tick, double bits) const;
@@ -145,7 +146,7 @@ class PicturePlan {
   std::size_t refinedAtOnce(const Tick& tick) const;
   bool mayGoAlong(const Tick& tick) const;
   std::optional<Decision> betterAnew(const Tick& tick);
-  double roomBesideKey(const Tick& tick, int quantiser) const;
+  double roomBesideKey(int quantiser) const;
   double allowedBesideMove(const Tick& tick) const;
   Decision moved(Tick tick);
 
@@ -185,8 +186,7 @@ class PicturePlan {
   bool keyAgain_ = false;       ///< the key frame under way is like the one before
   int stillTicks_ = 0;
   Refined refined_;
-  bool held_ = false;           ///< the picture before was left out
-  int heldInARow_ = 0;          ///< and so many before it
+  int heldInARow_ = 0;          ///< pictures before this one that were left out
   bool calm_ = true;            ///< the last change was a small one
   bool moves_ = false;          ///< the last picture went along with a move
   bool goesOn_ = false;         ///< so did the one before

@@ -11,14 +11,10 @@ namespace vesk::picture {
 
 using namespace limits;
 
-int PicturePlan::affordable(std::size_t changed) const {
-  return calmCost_.quantiserFor(changed, std::max(load_.room(changeSeconds), share_), range_);
-}
-
 PicturePlan::Decision PicturePlan::change(const Tick& tick) {
   if (load_.waiting() > rate_ * worstDelay()) return repeated(Action::hold);
   const double allowed = std::max(load_.room(changeSeconds), share_);
-  const int finest = affordable(tick.changed);
+  const int finest = calmCost_.quantiserFor(tick.changed, allowed, range_);
   calm_ = tick.changed <= macroblocks_ / smallPart && finest <= readableQuantiser;
   if (!calm_) return busy(tick);
   if (const auto refined = refinement(tick)) return *refined;
@@ -28,7 +24,7 @@ PicturePlan::Decision PicturePlan::change(const Tick& tick) {
 /// What does not move is made as good as what does, if it is much worse.
 std::size_t PicturePlan::refinedBesides(const Tick& tick, double bits) const {
   if (tick.coarse == 0 || busyQuantiser_ > tick.coarseQuantiser - worthwhileStep ||
-      seconds(tick.untilKey) < leastSecondsToEnjoy) {
+      untilKey_ < leastSecondsToEnjoy) {
     return 0;
   }
   const double all = refinementBits(tick.coarse, tick.coarseQuantiser, busyQuantiser_);
@@ -54,11 +50,10 @@ bool PicturePlan::lasts(const Tick& tick, int quantiser) const {
   // A coarser one would save next to nothing.
   if (quantiser >= busyQuantiser_ && now <= share_ * drainingPart()) return true;
   const double eachSecond = busyCost_.each(tick.changed, quantiser) * rate_ / std::max(share_, 1.0);
-  const double untilKey = seconds(tick.untilKey);
   const double kept = keptForKey(quantiser, movingKeyFrameSeconds);
-  if (now + eachSecond * untilKey > load_.roomUntil(untilKey, kept)) return false;
+  if (now + eachSecond * untilKey_ > load_.roomUntil(untilKey_, kept)) return false;
   return std::ranges::all_of(std::array{1.0, 2.0}, [&](double ahead) {
-    return ahead >= untilKey || now + eachSecond * ahead <= load_.roomUntil(ahead, 0);
+    return ahead >= untilKey_ || now + eachSecond * ahead <= load_.roomUntil(ahead, 0);
   });
 }
 
@@ -66,7 +61,7 @@ bool PicturePlan::lasts(const Tick& tick, int quantiser) const {
 bool PicturePlan::mustBeLeftOut(const Tick& tick) const {
   const double least = costOfChanges().of(tick.changed, reference_, range_.worst, keyCost_);
   // It must have left when the next key frame is due, which brings everything with it.
-  const double alone = std::clamp(seconds(tick.untilKey), holdSeconds, worstDelay());
+  const double alone = std::clamp(untilKey_, holdSeconds, worstDelay());
   const double room = load_.room(isIdle() ? alone : holdSeconds);
   return least > std::max(room, share_) || least > lastRoom();
 }
@@ -80,7 +75,7 @@ int PicturePlan::quantiserAmidChanges(const Tick& tick) const {
   // What was never tried is not known to be dear.
   const int tried =
       atEase && isIdle() && lastBits_ < share_ / 2 ? busyQuantiser_ - 1 : range_.worst;
-  const int most = atEase && !held_ ? busyQuantiser_ + coarserAtOnce : range_.worst;
+  const int most = atEase && !isHeld() ? busyQuantiser_ + coarserAtOnce : range_.worst;
   const int coarsest = std::min({tried, most, range_.worst});
   int quantiser = std::max(busyQuantiser_ - finerAtOnce, range_.finest);
   while (quantiser < coarsest && !lasts(tick, quantiser)) ++quantiser;
@@ -92,8 +87,8 @@ PicturePlan::Decision PicturePlan::busy(const Tick& tick) {
   busyQuantiser_ = quantiserAmidChanges(tick);
   const double wanted = costOfChanges().of(tick.changed, reference_, busyQuantiser_, keyCost_);
   Decision decision = encoded(busyQuantiser_, tick.changed, wanted);
-  decision.searchesFar = held_ || afterKeyFrame_;
-  const double room = std::min(load_.room(changeSeconds), roomBesideKey(tick, busyQuantiser_));
+  decision.searchesFar = isHeld() || afterKeyFrame_;
+  const double room = std::min(load_.room(changeSeconds), roomBesideKey(busyQuantiser_));
   decision.refined = refinedBesides(tick, room - wanted);
   return decision;
 }
@@ -109,9 +104,9 @@ bool PicturePlan::mayGoAlong(const Tick& tick) const {
 /// What moves keeps its quality, at no cost. Where the link has room to make all of it much better,
 /// the picture is encoded as a whole once, and what moves goes along with that from then on.
 std::optional<PicturePlan::Decision> PicturePlan::betterAnew(const Tick& tick) {
-  if (!isIdle() || seconds(tick.untilKey) < leastSecondsToEnjoy) return std::nullopt;
+  if (!isIdle() || untilKey_ < leastSecondsToEnjoy) return std::nullopt;
   const Moved& moved = *tick.moved;
-  const double bits = std::min(load_.room(changeSeconds), roomBesideKey(tick, settledQuantiser()));
+  const double bits = std::min(load_.room(changeSeconds), roomBesideKey(settledQuantiser()));
   const auto cost = [&](int quantiser) {
     return refinementBits(macroblocks_ - moved.changed, moved.quantiser, quantiser) +
            calmCost_.of(moved.changed, quantiser);
@@ -128,8 +123,8 @@ std::optional<PicturePlan::Decision> PicturePlan::betterAnew(const Tick& tick) {
 }
 
 /// Bits until the next key frame, amid changes.
-double PicturePlan::roomBesideKey(const Tick& tick, int quantiser) const {
-  return load_.roomUntil(seconds(tick.untilKey), keptForKey(quantiser, movingKeyFrameSeconds));
+double PicturePlan::roomBesideKey(int quantiser) const {
+  return load_.roomUntil(untilKey_, keptForKey(quantiser, movingKeyFrameSeconds));
 }
 
 /// As many will be wanted by each of the pictures that follow. What comes at once after a rest may
@@ -137,9 +132,9 @@ double PicturePlan::roomBesideKey(const Tick& tick, int quantiser) const {
 double PicturePlan::allowedBesideMove(const Tick& tick) const {
   constexpr double part = 1.0 / 3;
   constexpr double least = 0.25;
-  const double room = roomBesideKey(tick, tick.moved->quantiser);
+  const double room = roomBesideKey(tick.moved->quantiser);
   const double picture = seconds(tick.elapsed);
-  const double lasting = room * picture / std::max(seconds(tick.untilKey), picture);
+  const double lasting = room * picture / std::max(untilKey_, picture);
   const double steady = std::clamp(lasting, share_ * least, share_ * drainingPart());
   if (goesOn_ || tick.moved->quantiser > readableQuantiser) return steady;
   return std::max(steady, std::min(load_.room(changeSeconds), room) * part);

@@ -17,12 +17,12 @@ PicturePlan::Decision PicturePlan::still(const Tick& tick) const {
 }
 
 std::optional<PicturePlan::Decision> PicturePlan::refinement(const Tick& tick) const {
-  if (tick.coarse == 0 || seconds(tick.untilKey) < leastSecondsToEnjoy) return std::nullopt;
+  if (tick.coarse == 0 || untilKey_ < leastSecondsToEnjoy) return std::nullopt;
   // Rather a part of it much better than all of it hardly.
   const int goal = std::min(refinementGoal(tick), tick.coarseQuantiser - leastStep);
   if (goal < settledQuantiser()) return std::nullopt;
-  const double bits = std::min(load_.room(refinementSeconds), refinementRoom(tick)) -
-                      calmCost_.of(tick.changed, goal);
+  const double bits =
+      std::min(load_.room(refinementSeconds), refinementRoom()) - calmCost_.of(tick.changed, goal);
   const double all = refinementBits(tick.coarse, tick.coarseQuantiser, goal);
   std::size_t most = refinedAtOnce(tick);
   if (tick.moved && most == 0) return std::nullopt;
@@ -54,7 +54,7 @@ bool PicturePlan::isTooLittle(const Tick& tick, std::size_t pieces, int goal) co
 /// What is left until the next key frame should do for all that is coarse, in not too many steps.
 int PicturePlan::refinementGoal(const Tick& tick) const {
   const int settled = settledQuantiser();
-  const double bits = refinementRoom(tick);
+  const double bits = refinementRoom();
   int goal = std::max(settled, tick.coarseQuantiser - mostStep);
   while (goal < range_.worst && refinementBits(tick.coarse, tick.coarseQuantiser, goal) > bits) {
     ++goal;
@@ -63,8 +63,8 @@ int PicturePlan::refinementGoal(const Tick& tick) const {
 }
 
 /// Bits for what is coarse until the next key frame.
-double PicturePlan::refinementRoom(const Tick& tick) const {
-  return load_.roomUntil(seconds(tick.untilKey), keptForKey(settledQuantiser(), keyFrameSeconds));
+double PicturePlan::refinementRoom() const {
+  return load_.roomUntil(untilKey_, keptForKey(settledQuantiser(), keyFrameSeconds));
 }
 
 double PicturePlan::refinementBits(std::size_t macroblocks, int from, int to) const {

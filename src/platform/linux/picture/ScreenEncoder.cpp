@@ -56,8 +56,7 @@ ScreenEncoder::ScreenEncoder(const ScreenEncoderSettings& settings)
 }
 
 void ScreenEncoder::readSyntax() {
-  const auto& sets = encoder_.parameterSets();
-  syntax_ = sets.size() == 2 ? h264::sliceSyntax(sets[0], sets[1]) : std::nullopt;
+  syntax_ = h264::sliceSyntax(encoder_.parameterSets());
   composer_.reset();
   keyComposer_.reset();
   if (!settings_.composes || !syntax_ || !composed::reconstructionIsReference()) return;

@@ -114,10 +114,7 @@ X264Encoder* KeyFrameComposer::encoderOf(int rows) {
   settings.height = rows * macroblockEdge;
   settings.farthestVector = 2 * borderWidth;  // nothing moves in a key frame
   X264Encoder encoder(settings);
-  const auto& sets = encoder.parameterSets();
-  if (!encoder || sets.size() != 2 || h264::sliceSyntax(sets[0], sets[1]) != syntax_) {
-    return nullptr;
-  }
+  if (!encoder || h264::sliceSyntax(encoder.parameterSets()) != syntax_) return nullptr;
   return &encoders_.emplace(rows, std::move(encoder)).first->second;
 }
 

@@ -34,13 +34,13 @@ TinyEncoder::TinyEncoder(const X264Settings& like, const Extent& extent)
       pixels_({std::int64_t{extent.across} * macroblockEdge,
                std::int64_t{extent.down} * macroblockEdge}),
       unchanged_(static_cast<std::size_t>(extent.across) * static_cast<std::size_t>(extent.down)) {
-  if (!encoder_ || encoder_.parameterSets().size() != 2) return;
+  if (!encoder_) return;
   // Another picture must have been there before one that refers to it.
   X264Encoder::Request first;
   first.keyFrame = true;
   first.quantiser = like.quantisers.worst;
   if (!encoder_.encode(pixels_, first)) return;
-  syntax_ = h264::sliceSyntax(encoder_.parameterSets()[0], encoder_.parameterSets()[1]);
+  syntax_ = h264::sliceSyntax(encoder_.parameterSets());
 }
 
 std::vector<h264::SliceData> TinyEncoder::encode(const Nv12Image& image,

@@ -64,4 +64,8 @@ std::optional<SliceSyntax> sliceSyntax(ByteView sequenceSet, ByteView pictureSet
   return syntax;
 }
 
+std::optional<SliceSyntax> sliceSyntax(std::span<const Bytes> sets) {
+  return sets.size() == 2 ? sliceSyntax(sets[0], sets[1]) : std::nullopt;
+}
+
 }  // namespace vesk::picture::h264

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 
 #include "platform/linux/picture/h264/bits.h"
 
@@ -23,5 +24,8 @@ struct SliceSyntax {
 /// on which pictures can be put in between: baseline, whole frames, output in decoding order, one
 /// reference frame, no slice groups.
 std::optional<SliceSyntax> sliceSyntax(ByteView sequenceSet, ByteView pictureSet);
+
+/// The same of what an encoder has: nothing unless these are just two sets, in that order.
+std::optional<SliceSyntax> sliceSyntax(std::span<const Bytes> sets);
 
 }  // namespace vesk::picture::h264

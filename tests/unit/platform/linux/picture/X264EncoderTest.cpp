@@ -52,7 +52,7 @@ int quantiserOf(const X264Encoder::Bytes& pictureSet) {
 TEST(X264EncoderTest, EncodesEachPictureAtTheQuantiserItIsAskedFor) {
   X264Encoder encoder(settings(size.width, size.height));
   ASSERT_TRUE(encoder);
-  const auto syntax = h264::sliceSyntax(encoder.parameterSets()[0], encoder.parameterSets()[1]);
+  const auto syntax = h264::sliceSyntax(encoder.parameterSets());
   ASSERT_TRUE(syntax);
   testing::PaintedImages screen(size);
   const int base = quantiserOf(encoder.parameterSets()[1]);

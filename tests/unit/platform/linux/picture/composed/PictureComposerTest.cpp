@@ -189,7 +189,7 @@ std::size_t scrolledBytes(bool searchesFar) {
   key.keyFrame = true;
   key.quantiser = 20;
   EXPECT_TRUE(encoder.encode(*page.image(), key));
-  const auto syntax = h264::sliceSyntax(encoder.parameterSets()[0], encoder.parameterSets()[1]);
+  const auto syntax = h264::sliceSyntax(encoder.parameterSets());
   PictureComposer composer(settings, *syntax);
   const auto before = page.image();
   page.scroll(18);
