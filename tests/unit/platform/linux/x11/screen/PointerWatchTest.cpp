@@ -144,6 +144,21 @@ TEST_F(PointerWatchTest, WakesUpWhoeverHasGrabbedThePointer) {
   EXPECT_TRUE(isWoken());
 }
 
+TEST_F(PointerWatchTest, RestsOnWhateverElseTheServerTells) {
+  comeToRest();
+  const auto opcode = xcb_get_extension_data(connection.get(), &xcb_input_id)->major_opcode;
+  const auto tell = [&](std::uint8_t type, std::uint8_t extension, std::uint16_t kind) {
+    const xcb_ge_generic_event_t told{type, extension, 0, 0, kind, {}, 0};
+    watch->handle(reinterpret_cast<const xcb_generic_event_t&>(told), now);
+  };
+  tell(XCB_GE_GENERIC, opcode, XCB_INPUT_RAW_BUTTON_PRESS);
+  tell(XCB_GE_GENERIC, opcode + 1, XCB_INPUT_RAW_MOTION);
+  tell(XCB_KEY_PRESS, opcode, XCB_INPUT_RAW_MOTION);
+  EXPECT_FALSE(isToLook());
+  tell(XCB_GE_GENERIC, opcode, XCB_INPUT_RAW_MOTION);
+  EXPECT_TRUE(isToLook());
+}
+
 TEST_F(PointerWatchTest, IsToldOfTheFirstMotionAlone) {
   comeToRest();
   mouse.move(20, 10);

@@ -75,6 +75,7 @@ class StreamRunTest : public ::testing::Test {
 
   void add(const StreamSample& sample) {
     const std::lock_guard lock(mutex);
+    if (sample.status == static_cast<int>(FrameStatus::idle)) ++idleSamples;
     if (auto next = std::dynamic_pointer_cast<const picture::Nv12Image>(sample.image)) image = next;
   }
 
@@ -82,6 +83,13 @@ class StreamRunTest : public ::testing::Test {
     return waitUntil([&] {
       const std::lock_guard lock(mutex);
       return darkestNear(x, y) < 60;
+    });
+  }
+
+  bool hasSaidIdle(int times) {
+    return waitUntil([&] {
+      const std::lock_guard lock(mutex);
+      return idleSamples >= times;
     });
   }
 
@@ -130,6 +138,7 @@ class StreamRunTest : public ::testing::Test {
   std::atomic<int> threadId = 0;
   std::mutex mutex;
   std::shared_ptr<const picture::Nv12Image> image;
+  int idleSamples = 0;
 };
 
 TEST_F(StreamRunTest, SleepsWhileThePointerRestsAndNothingIsDrawn) { EXPECT_TRUE(comesToRest()); }
@@ -181,6 +190,16 @@ TEST_F(WithoutAPointerTest, SleepsForAsLongAsNothingIsDrawn) {
   ASSERT_TRUE(comesToRest(0));
   painter.fill(400, 300, 50, 50, 0);
   EXPECT_TRUE(isSeenAt(410, 310));
+}
+
+TEST_F(WithoutAPointerTest, SaysOnceAfterEachChangeThatNothingFollows) {
+  for (int i = 1; i < 4; ++i) {
+    EXPECT_TRUE(hasSaidIdle(i));
+    ASSERT_TRUE(comesToRest(0));
+    const std::lock_guard lock(mutex);
+    EXPECT_EQ(idleSamples, i);
+    painter.fill(40 * i, 300, 20, 20, 0);
+  }
 }
 
 }  // namespace
