@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/picture/BitCost.h"
-#include "platform/linux/picture/PicturePlan.h"
+#include "support/SinglePlanTest.h"
 
 /// Single decisions where much has only moved.
 
@@ -9,35 +9,21 @@ namespace vesk::picture {
 namespace {
 
 using namespace std::chrono_literals;
-using Action = PicturePlan::Action;
-using Decision = PicturePlan::Decision;
-using Tick = PicturePlan::Tick;
 
-constexpr std::size_t macroblocks = 8160;
-constexpr double rate = 4e6;
-constexpr double share = rate / 30;  ///< what the link takes from one picture to the next
+constexpr double share = 4e6 / 30;  ///< what the link takes from one picture to the next
 
-/// A page whose key frame took half a second of the link, which has been idle for long since.
-class MovingPlanTest : public ::testing::Test {
+class MovingPlanTest : public testing::SinglePlanTest {
  protected:
-  MovingPlanTest() {
-    Tick first = tick();
-    first.keyFrame = true;
-    keyQuantiser = send(first, 0.5 * rate).quantiser;
-    idle(100);
-  }
+  MovingPlanTest() { idle(40); }
 
-  static Tick tick() {
-    Tick next;
+  Tick tick() const {
+    Tick next = tickOf(0);
     next.mostPieces = 60;
-    next.elapsed = 33'333'333ns;
-    next.untilKey = 3s;
-    next.bitRate = static_cast<std::int64_t>(rate);
     return next;
   }
 
   /// Of what moves, so much is new, and so good is the rest.
-  static Tick moving(std::size_t left, int quantiser) {
+  Tick moving(std::size_t left, int quantiser) const {
     Tick next = tick();
     next.changed = 6000;
     next.pieces = 68;
@@ -45,40 +31,19 @@ class MovingPlanTest : public ::testing::Test {
     return next;
   }
 
-  static Tick changed(std::size_t count) {
+  Tick changed(std::size_t count) const {
     Tick next = tick();
     next.changed = count;
     next.pieces = 4;
     return next;
   }
 
-  static Tick key() {
+  Tick key() const {
     Tick next = tick();
     next.changed = macroblocks;
     next.keyFrame = true;
     return next;
   }
-
-  Decision send(const Tick& tick, double bits) {
-    const auto decision = plan.next(tick);
-    plan.sent(decision, bits, 30);
-    return decision;
-  }
-
-  void idle(int ticks) {
-    for (int i = 0; i < ticks; ++i) send(tick(), 0);
-  }
-
-  /// Something that has left by now, and still counts among what was sent of late.
-  void sendEarlier(double seconds) {
-    plan.sent({.action = Action::skip}, seconds * rate, 0);
-    Tick late = tick();
-    late.elapsed = 2600ms;
-    send(late, 0);
-  }
-
-  PicturePlan plan{macroblocks, 783'000.0 * 8, {}};
-  int keyQuantiser = 0;
 };
 
 TEST_F(MovingPlanTest, MakesWhatIsNewNoBetterThanThePageIs) {
@@ -138,7 +103,7 @@ TEST_F(MovingPlanTest, CountsWhatIsNewWhenAPageIsMadeBetterAnew) {
   const auto anew = plan.next(moving(left, 50));
   ASSERT_FALSE(anew.moves);
   BitCost whole(130, 1);
-  whole.learn(macroblocks, keyQuantiser, 0.5 * rate);
+  whole.learn(macroblocks, pageQuantiser, 0.5 * rate);
   const std::size_t old = macroblocks - left;
   const double better = whole.of(old, anew.quantiser) - whole.of(old, 50);
   EXPECT_NEAR(anew.wantedBits, 1.15 * better + BitCost(130, 0.5).of(left, anew.quantiser), 1);
