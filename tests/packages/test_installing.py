@@ -1,19 +1,16 @@
-"""Installs, upgrades and removes the packages on this machine, over whose files a layer is laid that goes
-with the test: what they leave behind is what that layer has."""
+"""Installs, upgrades and removes the packages on this machine, in a layer of the test's own: what they leave
+behind is what that layer has."""
 
 import os
 import pathlib
 import re
 import socket
 import subprocess
-import sys
 import unittest
 
-from support import LABEL, NAMES, ROOT, file_of, files_of, output
+from layer import dpkg, install, lay, layered
+from support import LABEL, NAMES, files_of
 
-ISOLATED = ROOT / "tests/e2e/run_isolated"
-LAYERS = pathlib.Path("/run/layers")
-LAYERED = ("usr", "etc", "var", "home")
 ADAPTER = "/usr/libexec/vesk-remote/launchctl"
 TOOL = pathlib.Path("/bin/launchctl")
 WANTED = pathlib.Path(f"/etc/systemd/user/graphical-session.target.wants/{LABEL}.service")
@@ -24,49 +21,25 @@ OWN = re.compile(r"/var/(lib/dpkg|log|cache|backups)/|/usr/share/icons/hicolor/i
                  r"|/usr/share/applications/mimeinfo.cache|/var/lib/(systemd/deb-systemd|swcatalog)")
 
 
-def lay():
-    """A layer over the machine, and in it no package of ours, and a `systemctl` that tells of its calls and
-    carries out those alone that change files."""
-    subprocess.run(["mount", "-t", "tmpfs", "vesk-test", "/run"], check=True)
-    for name in LAYERED:
-        for part in ("files", "work"):
-            (LAYERS / name / part).mkdir(parents=True)
-        subprocess.run(["mount", "-t", "overlay", "vesk-test", "-o", f"lowerdir=/{name},upperdir={LAYERS}/{name}/files,"
-                        f"workdir={LAYERS}/{name}/work", f"/{name}"], check=True)
-    subprocess.run(["dpkg", "--purge", *NAMES], capture_output=True)
-    # A container's: nothing is to be started or stopped there.
-    pathlib.Path("/usr/sbin/policy-rc.d").unlink(missing_ok=True)
-    pathlib.Path("/run/systemd/system").mkdir(parents=True)
+def listen_in():
+    """A `systemctl` that tells of its calls and carries out those alone that change files."""
     tool = pathlib.Path("/run/tools/systemctl")
     tool.parent.mkdir()
     tool.write_text(f'#!/bin/sh\necho "$(id -u) $XDG_RUNTIME_DIR $*" >>{CALLS}\n'
                     'case $* in *--root=/*) exec /usr/bin/systemctl "$@" ;; esac\n')
     tool.chmod(0o755)
     os.environ["PATH"] = f"{tool.parent}:{os.environ['PATH']}"
-    os.environ["LC_ALL"] = "C.UTF-8"
-
-
-def layered():
-    """All files of the layer; a file that is hidden is one too."""
-    return {f"/{name}/{path.relative_to(LAYERS / name / 'files')}"
-            for name in LAYERED for path in (LAYERS / name / "files").rglob("*")
-            if path.is_symlink() or not path.is_dir()}
 
 
 class Installing(unittest.TestCase):
     def setUp(self):
-        self.addCleanup(self.dpkg, "--purge", *NAMES)
+        self.addCleanup(dpkg, "--purge", *NAMES)
         self.before = layered()
         CALLS.write_text("")
         CALLS.chmod(0o666)
 
-    def dpkg(self, *arguments):
-        return subprocess.run(["dpkg", "--no-triggers", *arguments], check=True, text=True, capture_output=True)
-
     def install(self):
-        """What our own scripts say."""
-        said = self.dpkg("--install", *map(file_of, NAMES)).stderr
-        return [line for line in said.splitlines() if "vesk-" in line and "Created symlink" not in line]
+        return install(*NAMES)
 
     def left(self):
         return sorted(file for file in layered() - self.before if not OWN.match(file))
@@ -98,9 +71,9 @@ class Installing(unittest.TestCase):
 
     def test_leaves_nothing_behind_when_purged(self):
         self.install()
-        self.dpkg("--remove", *NAMES)
+        dpkg("--remove", *NAMES)
         self.assertFalse(os.path.lexists(TOOL))
-        self.dpkg("--purge", *NAMES)
+        dpkg("--purge", *NAMES)
         self.assertEqual(self.left(), [])
 
     def test_leaves_the_tool_of_another_alone(self):
@@ -117,7 +90,7 @@ class Installing(unittest.TestCase):
                 self.assertEqual(self.install(), ["vesk-remote: /bin/launchctl is not ours and stays; a copy started "
                                                   "by hand cannot hand over to the job"])
                 self.install()
-                self.dpkg("--purge", *NAMES)
+                dpkg("--purge", *NAMES)
                 self.assertEqual(os.lstat(TOOL)[:2], status[:2])
                 TOOL.unlink()
 
@@ -132,22 +105,18 @@ class Installing(unittest.TestCase):
                                                 for user in (0, 1) for what in ("is-enabled", "start")])
         self.install()
         self.assertEqual(self.calls("--user"), [f"{user} /run/user/{user} --user try-restart {job}" for user in (0, 1)])
-        self.dpkg("--remove", "vesk-remote")
+        dpkg("--remove", "vesk-remote")
         self.assertEqual(self.calls("--user"), [f"{user} /run/user/{user} --user stop {job}" for user in (0, 1)])
 
     def test_never_starts_the_agent_and_stops_it_when_it_is_removed(self):
         self.install()
         self.install()
         self.assertNotRegex("\n".join(self.calls("")), r"(?<!try-re)start .*vesk-agent")
-        self.dpkg("--remove", "vesk-agent")
+        dpkg("--remove", "vesk-agent")
         self.assertEqual(self.calls("stop"), ["0  stop vesk-agent.service vesk-agent.socket"])
 
 
 if __name__ == "__main__":
-    if os.environ.get("VESK_LAYERED") != "yes":
-        os.environ["VESK_LAYERED"] = "yes"
-        as_root = [] if os.geteuid() == 0 else ["sudo", "--preserve-env=VESK_LAYERED,VESK_PACKAGES"]
-        command = [*as_root, str(ISOLATED), sys.executable, "-B", *sys.argv]
-        os.execvp(command[0], command)
     lay()
+    listen_in()
     unittest.main()
