@@ -38,8 +38,6 @@ class Hardship(World):
         self.begin_session()
         self.agent.connect()
         self.run_session(self.agent)
-        units = self.agent.units
-        wait_until(lambda: self.agent.units > units, "the video comes")
 
     def test_an_x_server_that_is_missing_is_waited_for(self):
         gone = self.start(harness.XServer)

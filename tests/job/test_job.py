@@ -37,12 +37,22 @@ class Job(JobWorld):
         wait_until(lambda: self.manager.state() == "inactive", "the job has ended")
         self.assertEqual(self.manager.show("Result"), "success")
 
+    def test_asks_the_person_and_shows_the_banner(self):
+        self.greet()
+        self.agent.say(op="start", consent=True, input=True)
+        self.agent.wait_for("state")
+
+        def allow():  # too early a key is no answer
+            self.person.run("xdotool", "key", "Return", DISPLAY=self.server.display)
+            return self.agent.heard("started")
+        wait_until(allow, "the session runs")
+        wait_until(lambda: self.client.in_sight() > self.bare, "the banner is in sight")
+        self.agent.say(op="stop")
+        self.expect_clear()
+
     def test_a_copy_that_is_killed_is_followed_by_one_that_lets_go(self):
         program = self.greet()
-        self.run_session(self.agent, input=True)
-        self.hold(self.agent)
-        units = self.agent.units
-        wait_until(lambda: self.agent.units > units, "the video comes")
+        self.run_and_hold(self.agent)
         began = time.monotonic()
         os.kill(program, signal.SIGKILL)
         self.expect_clear()
@@ -58,8 +68,7 @@ class Job(JobWorld):
 
     def test_stopped_during_a_session_it_leaves_nothing(self):
         self.greet()
-        self.run_session(self.agent, input=True)
-        self.hold(self.agent)
+        self.run_and_hold(self.agent)
         self.manager("stop", UNIT)
         self.expect_clear()
         self.assertEqual((self.manager.state(), self.manager.show("Result")),

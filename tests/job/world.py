@@ -19,6 +19,8 @@ import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "e2e"))
 
+os.environ.setdefault("VESK_BUILD", "/usr")  # packages need no build beside them
+
 import harness
 from harness import JOB, wait_until
 from raw_sessions import SHIFT_DOWN, Agent
@@ -28,10 +30,11 @@ UNIT = JOB + ".service"
 PROGRAM = "/usr/bin/vesk-remote"
 ADAPTER = "/bin/launchctl"
 START_JOB = "/usr/libexec/vesk-remote/start-job"
+PACKAGES = os.environ.get("VESK_PACKAGES")
+NAMES = ("vesk-remote", "vesk-agent")
 OWN_FOLDERS = ("usr", "etc", "var")
 UPPER = pathlib.Path("/run/upper")
 HOMES = pathlib.Path("/run/homes")
-PROBES = pathlib.Path(__file__).parent
 
 
 def isolate():
@@ -49,12 +52,27 @@ def isolate():
     HOMES.mkdir()
 
 
-def install_from_build():
-    """What the package's files and its scripts do, as far as the job is concerned."""
+def install():
+    """The packages, where VESK_PACKAGES says that there are some; else what this build has, the way the
+    packages' scripts do it."""
+    if PACKAGES:
+        install_packages()
+        return
     subprocess.run(["cmake", "--install", harness.BUILD, "--prefix", "/usr"], check=True,
                    stdout=subprocess.DEVNULL)
     subprocess.run(["systemctl", "--global", "enable", UNIT], check=True, capture_output=True)
     os.symlink("/usr/libexec/vesk-remote/launchctl", ADAPTER)
+
+
+def install_packages():
+    files = [next(pathlib.Path(PACKAGES).glob(f"{name}_*.deb")) for name in NAMES]
+    dpkg("--install", *files)
+
+
+def dpkg(*arguments):
+    done = subprocess.run(["dpkg", "--no-triggers", *arguments], capture_output=True, text=True)
+    if done.returncode:
+        raise AssertionError(f"dpkg {arguments[0]}: {done.stdout}{done.stderr}")
 
 
 def written():
@@ -180,14 +198,22 @@ class Manager(harness.Child):
         return super().end(number)
 
 
+class PackagedAgent(harness.Agent):
+    """The one that the package brings, instead of this build's."""
+
+    def __init__(self, *options):
+        harness.AGENT = "/usr/bin/vesk-agent"
+        super().__init__(*options)
+
+    def end(self, number=signal.SIGTERM):  # it takes its socket along
+        return super().end(number)
+
+
 class World(unittest.TestCase):
     """A test with a person who has logged in; the session and its desktop begin when it says so."""
 
+    journal = None  # the machine's one
     server_options = ()
-
-    @classmethod
-    def setUpClass(cls):
-        cls.journal = JOURNAL
 
     def setUp(self):
         self.journal.forget()
@@ -230,13 +256,19 @@ class World(unittest.TestCase):
         self.manager("start", "desktop.target")
 
     def run_session(self, agent, **members):
+        """A session up to its first picture."""
         agent.forget()
+        units = agent.units
         agent.say(op="start", **members)
         self.assertIn("accessibility", agent.wait_for("started", "fault"))
+        wait_until(lambda: agent.units > units, "the video comes")
 
-    def hold(self, agent):
+    def run_and_hold(self, agent):
+        """A session with a banner in sight and a key that the viewer holds."""
+        self.run_session(agent, input=True)
         agent.say_input(**SHIFT_DOWN)
-        wait_until(self.client.held_keys, "the viewer's key is down")
+        wait_until(lambda: self.client.held_keys() and self.client.in_sight() > self.bare,
+                   "the viewer's key is down, and the banner in sight")
 
     def expect_clear(self):
         wait_until(lambda: not self.client.held_keys() and self.client.in_sight() == self.bare,
@@ -253,10 +285,8 @@ class World(unittest.TestCase):
         self.assertRegex(result.stderr, rf"\A{line}\n\Z")
 
 
-def main():
-    global JOURNAL
+def main(prepare=install):
     isolate()
-    JOURNAL = Journal()
-    World.journal = JOURNAL
-    install_from_build()
+    World.journal = Journal()
+    prepare()
     unittest.main(module="__main__", verbosity=2)
