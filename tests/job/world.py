@@ -58,7 +58,7 @@ def install():
     if PACKAGES:
         install_packages()
         return
-    subprocess.run(["cmake", "--install", harness.BUILD, "--prefix", "/usr"], check=True,
+    subprocess.run(["cmake", "--install", harness.BUILD], check=True,
                    stdout=subprocess.DEVNULL)
     subprocess.run(["systemctl", "--global", "enable", UNIT], check=True, capture_output=True)
     os.symlink("/usr/libexec/vesk-remote/launchctl", ADAPTER)
