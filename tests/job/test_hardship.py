@@ -34,6 +34,13 @@ class Hardship(World):
             except OSError:
                 pass
 
+    def expect_no_folder(self, reason):
+        """One line says why, and what the program logs reaches the journal."""
+        self.assertRegex("\n".join(self.lines("log-folder")),
+                         rf"\Avesk-remote: no folder for the log, whose lines come here: .*: {reason}\Z")
+        wait_until(lambda: "Vesk Remote started for anna." in self.lines("vesk-remote"),
+                   "the log's lines reach the journal")
+
     def greet_and_run(self):
         self.begin_session()
         self.agent.connect()
@@ -59,10 +66,7 @@ class Hardship(World):
     def test_a_home_that_is_read_only(self):
         self.mount_home("-t", "tmpfs", "-o", "ro,mode=0755", "vesk-test")
         self.greet_and_run()
-        self.assertRegex("\n".join(self.lines("install")),
-                         r"\A.*cannot create directory.*: Read-only file system\Z")
-        wait_until(lambda: "Vesk Remote started for anna." in self.lines("vesk-remote"),
-                   "the log's lines reach the journal")
+        self.expect_no_folder("Read-only file system")
 
     def test_a_disk_that_is_full(self):
         self.mount_home("-t", "tmpfs", "-o", "size=64k,nr_inodes=3,mode=0700,uid=61001",
@@ -70,10 +74,7 @@ class Hardship(World):
         self.fill()
         (self.person.home / "also").touch()
         self.greet_and_run()
-        self.assertRegex("\n".join(self.lines("install")),
-                         r"\A.*cannot create directory.*: No space left on device\Z")
-        wait_until(lambda: "Vesk Remote started for anna." in self.lines("vesk-remote"),
-                   "the log's lines reach the journal")
+        self.expect_no_folder("No space left on device")
 
     def test_a_disk_that_is_full_though_the_log_is_there(self):
         self.mount_home("-t", "tmpfs", "-o", "size=64k,mode=0700,uid=61001", "vesk-test")
@@ -84,6 +85,8 @@ class Hardship(World):
         self.fill()
         self.greet_and_run()
         self.assertEqual(self.log_path.read_bytes(), b"")
+        self.assertEqual(self.lines("log-folder"), [
+            f"vesk-remote: no room in {self.log_path.parent}: what the program logs is lost"])
 
     def test_a_program_that_is_missing_is_waited_for(self):
         away = world.PROGRAM + ".away"

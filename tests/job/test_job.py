@@ -1,6 +1,7 @@
 """The job in a person's session: it runs the program, brings it back, and ends it."""
 
 import os
+import pathlib
 import signal
 import stat
 import time
@@ -39,6 +40,15 @@ class Job(JobWorld):
 
     def test_asks_the_person_and_shows_the_banner(self):
         self.greet()
+        self.ask()
+
+    def test_asks_in_the_looks_of_a_desktop(self):
+        self.greet(XDG_CURRENT_DESKTOP="GNOME")
+        self.ask()
+        maps = pathlib.Path(f"/proc/{self.manager.program()}/maps").read_text()
+        self.assertIn("libgtk-3.so", maps)
+
+    def ask(self):
         self.agent.say(op="start", consent=True, input=True)
         self.agent.wait_for("state")
 
