@@ -13,6 +13,7 @@ EXPECTED = {
         "/usr/bin/vesk-remote",
         f"/usr/lib/systemd/user/{LABEL}.service",
         "/usr/libexec/vesk-remote/launchctl",
+        "/usr/libexec/vesk-remote/log-folder",
         "/usr/libexec/vesk-remote/sessions",
         "/usr/libexec/vesk-remote/start-job",
         f"/usr/share/applications/{LABEL}.desktop",
