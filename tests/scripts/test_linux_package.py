@@ -117,7 +117,8 @@ class PackageOnLinux(unittest.TestCase):
 
     def test_says_in_one_line_what_is_wrong(self):
         for arguments, said in ((["--sign"], "package: unknown: --sign; see README.md\n"),
-                                (["--output"], "package: --output needs a folder behind it\n")):
+                                (["--output"], "package: --output needs a folder behind it\n"),
+                                (["--output", "src/main.cpp"], "package: cannot write to src/main.cpp\n")):
             self.assertEqual(self.package(*arguments), (1, "", said))
         self.write("CMakeLists.txt", "project(thing VERSION 1.3.0 LANGUAGES CXX)\n")
         self.assertEqual(self.package(), (1, "", "package: CHANGELOG.md does not begin with a release 1.3.0\n"))
