@@ -31,12 +31,14 @@ class JobWorld(World):
 
 class Job(JobWorld):
     def test_comes_with_the_session_and_goes_with_it(self):
-        self.assertEqual(self.manager.state(), "inactive")
-        self.greet()
-        self.assertEqual(self.manager.state(), "active")
-        self.manager("stop", "graphical-session.target")
-        wait_until(lambda: self.manager.state() == "inactive", "the job has ended")
-        self.assertEqual(self.manager.show("Result"), "success")
+        for _ in range(2):
+            self.assertEqual(self.manager.state(), "inactive")
+            self.greet()
+            self.assertEqual(self.manager.state(), "active")
+            self.manager("stop", "graphical-session.target")
+            wait_until(lambda: self.manager.state() == "inactive", "the job has ended")
+            self.assertEqual(self.manager.show("Result"), "success")
+            self.agent.disconnect()
 
     def test_asks_the_person_and_shows_the_banner(self):
         self.greet()
@@ -66,7 +68,7 @@ class Job(JobWorld):
         began = time.monotonic()
         os.kill(program, signal.SIGKILL)
         self.expect_clear()
-        self.assertLess(time.monotonic() - began, 2)
+        self.assertLess(time.monotonic() - began, 5)  # one, and its start on a busy machine
         self.expect_another(program)
 
     def test_it_never_gives_up(self):
@@ -123,6 +125,9 @@ class Job(JobWorld):
         self.assertEqual(found, {"Library": 0o755, "Library/Logs": 0o700,
                                  "Library/Logs/Vesk Remote.log": 0o600})
         self.assertEqual(written(), before)
+        for folder in ("/tmp", "/dev/shm"):
+            owners = {path.lstat().st_uid for path in pathlib.Path(folder).iterdir()}
+            self.assertNotIn(self.person.uid, owners, folder)
 
     def test_a_log_folder_that_others_may_read_is_theirs_no_more(self):
         folder = self.log_path.parent
