@@ -29,7 +29,6 @@ from xclient import XClient
 UNIT = JOB + ".service"
 PROGRAM = "/usr/bin/vesk-remote"
 ADAPTER = "/bin/launchctl"
-START_JOB = "/usr/libexec/vesk-remote/start-job"
 PACKAGES = os.environ.get("VESK_PACKAGES")
 NAMES = ("vesk-remote", "vesk-agent")
 OWN_FOLDERS = ("usr", "etc", "var")
@@ -50,6 +49,7 @@ def isolate():
     subprocess.run(["mount", "-t", "cgroup2", "vesk-test", "/sys/fs/cgroup"], check=True)
     pathlib.Path("/run/systemd/system").mkdir(parents=True)  # what says that systemd is there
     HOMES.mkdir()
+    dpkg("--purge", *NAMES)  # this machine may have them
 
 
 def install():
@@ -58,8 +58,7 @@ def install():
     if PACKAGES:
         install_packages()
         return
-    subprocess.run(["cmake", "--install", harness.BUILD], check=True,
-                   stdout=subprocess.DEVNULL)
+    subprocess.run(["cmake", "--install", harness.BUILD], check=True, stdout=subprocess.DEVNULL)
     subprocess.run(["systemctl", "--global", "enable", UNIT], check=True, capture_output=True)
     os.symlink("/usr/libexec/vesk-remote/launchctl", ADAPTER)
 
