@@ -125,8 +125,16 @@ class Autostart(World):
         self.begin_session()
         self.agent.connect()
         program = self.manager.program()
+        known = self.manager("show-environment")
+        self.expect_success(self.start_entry(DISPLAY=":65000"))
+        self.assertEqual((self.manager.program(), self.manager("show-environment")),
+                         (program, known))
+
+    def test_takes_nothing_from_an_earlier_session(self):
+        self.manager("set-environment", "DISPLAY=:65000", "XAUTHORITY=/run/gone")
         self.expect_success(self.start_entry(DISPLAY=self.server.display))
-        self.assertEqual(self.manager.program(), program)
+        self.agent.connect()
+        self.assertNotIn("/run/gone", self.manager("show-environment"))
 
     def test_sessions_that_systemd_runs_leave_it_out(self):
         self.assertIn("X-systemd-skip=true", ENTRY.read_text(encoding="utf-8").splitlines())
@@ -140,7 +148,7 @@ class Autostart(World):
             "vesk-remote: no systemd here, which runs the job: nothing is started")
         self.expect_one_line(
             self.start_entry(DISPLAY=display, XDG_RUNTIME_DIR="/run/user/0"), 1,
-            "vesk-remote: no systemd manager of this user, which runs the job: Failed to .+")
+            "vesk-remote: the job, which systemd runs, does not start: Failed to .+")
 
 
 class GuardedAutostart(Autostart):
@@ -169,7 +177,8 @@ class GuardedAutostart(Autostart):
                    for line in self.journal.said_by("vesk-remote"))
 
     def test_a_server_that_lets_nobody_in_is_tried_again(self):
-        super().begin_session()
+        self.manager("set-environment", f"DISPLAY={self.server.display}")
+        self.manager("start", UNIT)
         wait_until(lambda: self.refusals() > 1, "it was tried twice")
         self.expect_success(self.start_entry(DISPLAY=self.server.display))
         self.agent.connect()
