@@ -99,7 +99,8 @@ class Job(JobWorld):
         self.manager("stop", UNIT)
         self.agent.disconnect()
         copy = self.person.run(PROGRAM, DISPLAY=self.server.display)
-        self.assertEqual((copy.returncode, copy.stderr), (0, ""))
+        # On a busy machine the job's copy meets the one that has asked for it, and ends it.
+        self.assertIn((copy.returncode, copy.stderr), ((0, ""), (-signal.SIGKILL, "")))
         self.agent.connect()
         self.assertEqual(self.manager.state(), "active")
 
