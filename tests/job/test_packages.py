@@ -80,13 +80,22 @@ class Packages(World):
         agent.connect()
         self.assertEqual(os.readlink(f"/proc/{self.manager.program()}/exe"), PROGRAM)
 
-    def test_removed_during_a_session_they_leave_nothing_that_runs(self):
+    def test_removed_during_a_session_they_leave_nothing_that_runs_until_they_come_back(self):
         agent = self.begin()
         self.run_and_hold(agent)
         dpkg("--remove", *NAMES)
         self.expect_clear()
         self.assertFalse([line for line in self.command_lines() if "vesk" in line])
         self.assertEqual(self.manager.show("LoadState"), "not-found")
+        agent.disconnect()
+        install_packages()
+        agent.connect()
+
+    def test_upgraded_they_leave_alone_what_was_stopped(self):
+        self.begin()
+        self.manager("stop", UNIT)
+        dpkg("--install", newer(self.person.runtime))
+        self.assertEqual(self.manager.state(), "inactive")
 
     def command_lines(self):
         """What the person's processes are."""
