@@ -50,8 +50,8 @@ def field(name, key):
     return output("dpkg-deb", "--field", file_of(name), key).strip()
 
 
-def dependencies(name):
-    """The packages' names in Pre-Depends, Depends and Recommends."""
-    lists = (field(name, key) for key in ("Pre-Depends", "Depends", "Recommends"))
+def dependencies(name, keys=("Pre-Depends", "Depends", "Recommends")):
+    """The names of the packages in those fields."""
+    lists = (field(name, key) for key in keys)
     entries = (entry for text in lists for entry in text.split(","))
     return sorted({entry.split("(")[0].strip() for entry in entries} - {""})
