@@ -42,10 +42,10 @@ class Setup(unittest.TestCase):
             archive.add(self.root / "package", "package")
         return hashlib.sha256((self.root / "archive").read_bytes()).hexdigest()
 
-    def setup(self, packages):
+    def setup(self, packages, *only):
         (self.root / "scripts/packages.txt").write_text(packages)
         (self.root / "log").write_text("")
-        done = subprocess.run([self.root / "scripts/setup"], text=True, capture_output=True,
+        done = subprocess.run([self.root / "scripts/setup", *only], text=True, capture_output=True,
                               env={**os.environ, "PATH": f"{self.root}/tools:{os.environ['PATH']}"})
         calls = [c for c in (self.root / "log").read_text().splitlines() if c.startswith(("apt-get", "npm"))]
         return done.returncode, done.stdout + done.stderr, calls
@@ -57,6 +57,10 @@ class Setup(unittest.TestCase):
         self.assertEqual(self.setup("cmake\n"), (0, "", []))
         self.assertEqual(self.setup("cmake  # builds\nninja-build\n"), (0, "", [
             "apt-get update", "apt-get install -y --no-install-recommends ninja-build"]))
+
+    def test_installs_the_packages_that_are_named_alone(self):
+        self.assertEqual(self.setup("ninja-build\n" + self.npm(), "cmake", "lintian"), (0, "", [
+            "apt-get update", "apt-get install -y --no-install-recommends lintian"]))
 
     def test_suffers_the_npm_that_is_there(self):
         self.assertEqual(self.setup("cmake\nnpm\n"), (0, "", []))

@@ -1,0 +1,102 @@
+"""The job where something that it counts on is missing: it says so in one line, and goes on."""
+
+import os
+import re
+import subprocess
+
+import world  # first: it knows where the harness lies
+import harness
+from harness import wait_until
+from world import UNIT, World
+
+
+class Hardship(World):
+    def setUp(self):
+        super().setUp()
+        self.agent = self.listen()
+
+    def lines(self, speaker):
+        """What it has said, without the times of the log's lines."""
+        return [re.sub(r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ ", "", line)
+                for line in self.journal.said_by(speaker)]
+
+    def mount_home(self, *options):
+        subprocess.run(["mount", *options, self.person.home], check=True)
+        # Lazily, since the manager is still there.
+        self.addCleanup(subprocess.run, ["umount", "--lazy", self.person.home], check=True)
+
+    def fill(self):
+        """Writes to the home until there is no room."""
+        with open(self.person.home / "full", "wb", buffering=0) as file:
+            try:
+                while True:
+                    file.write(bytes(4096))
+            except OSError:
+                pass
+
+    def expect_no_folder(self, reason):
+        """One line says why, and what the program logs reaches the journal."""
+        self.assertRegex("\n".join(self.lines("log-folder")),
+                         rf"\Avesk-remote: no folder for the log, whose lines come here: .*: {reason}\Z")
+        wait_until(lambda: "Vesk Remote started for anna." in self.lines("vesk-remote"),
+                   "the log's lines reach the journal")
+
+    def greet_and_run(self):
+        self.begin_session()
+        self.agent.connect()
+        self.run_session(self.agent)
+
+    def test_an_x_server_that_is_missing_is_waited_for(self):
+        gone = self.start(harness.XServer)
+        gone.end()
+        self.begin_session(DISPLAY=gone.display)
+        wait_until(lambda: int(self.manager.show("NRestarts")) > 1, "the job has tried again")
+        for line in self.lines("vesk-remote"):
+            self.assertRegex(line, r"^vesk-remote: no display: .+")
+        wait_until(lambda: self.manager.show("ExecMainStatus") == "1", "it ends with 1")
+        back = self.start(harness.XServer, options=[gone.display])
+        self.assertEqual(back.display, gone.display)
+        self.agent.connect()
+
+    def test_a_manager_that_knows_of_no_display_starts_nothing(self):
+        self.manager("start", UNIT)
+        self.assertEqual((self.manager.state(), self.manager.show("ConditionResult")),
+                         ("inactive", "no"))
+
+    def test_a_home_that_is_read_only(self):
+        self.mount_home("-t", "tmpfs", "-o", "ro,mode=0755", "vesk-test")
+        self.greet_and_run()
+        self.expect_no_folder("Read-only file system")
+
+    def test_a_disk_that_is_full(self):
+        self.mount_home("-t", "tmpfs", "-o", "size=64k,nr_inodes=3,mode=0700,uid=61001",
+                        "vesk-test")
+        self.fill()
+        (self.person.home / "also").touch()
+        self.greet_and_run()
+        self.expect_no_folder("No space left on device")
+
+    def test_a_disk_that_is_full_though_the_log_is_there(self):
+        self.mount_home("-t", "tmpfs", "-o", "size=64k,mode=0700,uid=61001", "vesk-test")
+        self.log_path.parent.mkdir(parents=True)
+        self.log_path.write_text("")
+        for path in (self.log_path, self.log_path.parent, self.log_path.parent.parent):
+            os.chown(path, self.person.uid, self.person.uid)
+        self.fill()
+        self.greet_and_run()
+        self.assertEqual(self.log_path.read_bytes(), b"")
+        self.assertEqual(self.lines("log-folder"), [
+            f"vesk-remote: no room in {self.log_path.parent}: what the program logs is lost"])
+
+    def test_a_program_that_is_missing_is_waited_for(self):
+        away = world.PROGRAM + ".away"
+        os.rename(world.PROGRAM, away)
+        self.addCleanup(lambda: os.path.exists(away) and os.rename(away, world.PROGRAM))
+        self.begin_session()
+        wait_until(lambda: int(self.manager.show("NRestarts")) > 0, "the job has tried again")
+        os.rename(away, world.PROGRAM)
+        self.agent.connect()
+
+
+if __name__ == "__main__":
+    world.main()

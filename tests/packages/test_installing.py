@@ -1,0 +1,122 @@
+"""Installs, upgrades and removes the packages on this machine, in a layer of the test's own: what they leave
+behind is what that layer has."""
+
+import os
+import pathlib
+import re
+import socket
+import subprocess
+import unittest
+
+from layer import dpkg, install, lay, layered
+from support import LABEL, NAMES, files_of
+
+ADAPTER = "/usr/libexec/vesk-remote/launchctl"
+TOOL = pathlib.Path("/bin/launchctl")
+WANTED = pathlib.Path(f"/etc/systemd/user/graphical-session.target.wants/{LABEL}.service")
+CALLS = pathlib.Path("/run/calls")
+USERS = pathlib.Path("/run/user")
+# The package manager's own: what it knows, what it has done, and caches that it has others keep.
+OWN = re.compile(r"/var/(lib/dpkg|log|cache|backups)/|/usr/share/icons/hicolor/icon-theme.cache"
+                 r"|/usr/share/applications/mimeinfo.cache|/var/lib/(systemd/deb-systemd|swcatalog)")
+
+
+def listen_in():
+    """A `systemctl` that tells of its calls and carries out those alone that change files."""
+    tool = pathlib.Path("/run/tools/systemctl")
+    tool.parent.mkdir()
+    tool.write_text(f'#!/bin/sh\necho "$(id -u) $XDG_RUNTIME_DIR $*" >>{CALLS}\n'
+                    'case $* in *--root=/*) exec /usr/bin/systemctl "$@" ;; esac\n')
+    tool.chmod(0o755)
+    os.environ["PATH"] = f"{tool.parent}:{os.environ['PATH']}"
+
+
+class Installing(unittest.TestCase):
+    def setUp(self):
+        self.addCleanup(dpkg, "--purge", *NAMES)
+        self.before = layered()
+        CALLS.write_text("")
+        CALLS.chmod(0o666)
+
+    def install(self):
+        return install(*NAMES)
+
+    def left(self):
+        return sorted(file for file in layered() - self.before if not OWN.match(file))
+
+    def calls(self, kind):
+        """Who asked a manager of that kind for what since the last time."""
+        lines = CALLS.read_text().splitlines()
+        CALLS.write_text("")
+        return [line for line in lines if f"{kind} " in line and (LABEL in line or "vesk-agent" in line)]
+
+    def log_in(self, user):
+        """The manager of a user's units, as far as anybody can see it."""
+        place = USERS / str(user) / "systemd"
+        place.mkdir(parents=True)
+        manager = socket.socket(socket.AF_UNIX)
+        self.addCleanup(manager.close)
+        self.addCleanup(subprocess.run, ["rm", "-r", place.parent])
+        manager.bind(str(place / "private"))
+
+    def test_brings_every_file_and_enables_the_job_alone(self):
+        self.assertEqual(self.install(), [])
+        for name in NAMES:
+            for file in files_of(name):
+                self.assertTrue(os.path.lexists(file), file)
+        self.assertEqual(os.readlink(TOOL), ADAPTER)
+        self.assertTrue(WANTED.exists())
+        self.assertEqual(list(pathlib.Path("/etc/systemd/system").rglob("vesk-agent*")), [])
+        self.assertEqual(self.calls("--user"), [])
+
+    def test_leaves_nothing_behind_when_purged(self):
+        self.install()
+        dpkg("--remove", *NAMES)
+        self.assertFalse(os.path.lexists(TOOL))
+        dpkg("--purge", *NAMES)
+        self.assertEqual(self.left(), [])
+
+    def test_leaves_the_tool_of_another_alone(self):
+        def script():
+            TOOL.write_text("#!/bin/sh\nexit 0\n")
+
+        def dangling():
+            TOOL.symlink_to("/nowhere/launchctl")
+
+        for make in (script, dangling):
+            with self.subTest(make.__name__):
+                make()
+                status = os.lstat(TOOL)
+                self.assertEqual(self.install(), ["vesk-remote: /bin/launchctl is not ours and stays; a copy started "
+                                                  "by hand cannot hand over to the job"])
+                self.install()
+                dpkg("--purge", *NAMES)
+                self.assertEqual(os.lstat(TOOL)[:2], status[:2])
+                TOOL.unlink()
+
+    def test_starts_and_ends_the_job_of_whoever_is_logged_in(self):
+        self.log_in(0)
+        self.log_in(1)
+        (USERS / "2").mkdir()
+        self.addCleanup((USERS / "2").rmdir)
+        job = f"{LABEL}.service"
+        self.install()
+        self.assertEqual(self.calls("--user"), [f"{user} /run/user/{user} --user {what} {job}"
+                                                for user in (0, 1) for what in ("is-enabled", "start")])
+        self.install()
+        self.assertEqual(self.calls("--user"), [f"{user} /run/user/{user} --user try-restart {job}" for user in (0, 1)])
+        dpkg("--remove", "vesk-remote")
+        self.assertEqual(self.calls("--user"), [f"{user} /run/user/{user} --user stop {job}" for user in (0, 1)])
+
+    def test_never_starts_the_agent_and_stops_it_when_it_is_removed(self):
+        self.install()
+        self.install()
+        self.assertNotRegex("\n".join(self.calls("")), r"(?<!try-re)start .*vesk-agent")
+        dpkg("--remove", "vesk-agent")
+        self.assertEqual(self.calls("stop"), ["0  stop vesk-agent.service vesk-agent.socket"])
+
+
+if __name__ == "__main__":
+    lay()
+    listen_in()
+    unittest.main()
