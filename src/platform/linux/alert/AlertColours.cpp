@@ -21,6 +21,11 @@ double contrast(const QColor& one, const QColor& other) {
   return (lighter + 0.05) / (darker + 0.05);
 }
 
+bool isDark(const QPalette& palette) {
+  return luminance(palette.color(QPalette::Window)) <
+         luminance(palette.color(QPalette::WindowText));
+}
+
 QPalette defaultButtonPalette(const QPalette& palette) {
   // The accessibility guidelines' 4.5, and what rounding may take.
   constexpr double wanted = 4.55;
