@@ -20,6 +20,15 @@ QPalette darkPalette() {
   return palette;
 }
 
+/// Some themes pale what has not got the focus. A question is to be read there as well, and one of
+/// its answers must not look as if it could not be given.
+void keepColoursWithoutFocus(QPalette& palette) {
+  for (int role = 0; role < QPalette::NColorRoles; ++role) {
+    const auto each = static_cast<QPalette::ColorRole>(role);
+    palette.setBrush(QPalette::Inactive, each, palette.brush(QPalette::Active, each));
+  }
+}
+
 /// GNOME's own style is nobody's default. Whoever has chosen another one keeps it.
 bool wantsGnomesStyle() {
   return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(':').contains("GNOME") &&
@@ -40,7 +49,8 @@ void followDesktopLook() {
   QPalette palette = QApplication::palette();
   if (dark && !isDark(palette)) palette = darkPalette();
   if (wanted.accent) palette.setColor(QPalette::Highlight, *wanted.accent);
-  if (palette != QApplication::palette()) QApplication::setPalette(palette);
+  keepColoursWithoutFocus(palette);
+  QApplication::setPalette(palette);
 }
 
 }  // namespace vesk::alert
