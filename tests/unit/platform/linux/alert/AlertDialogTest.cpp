@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QFontMetrics>
 #include <QLabel>
 #include <QPushButton>
@@ -54,6 +55,19 @@ TEST_F(AlertDialogTest, SaysTheQuestionInTwoLinesAtMostWhateverTheName) {
     EXPECT_LE(needed, twoLines) << name.left(4).toStdString();
     EXPECT_GE(label->height(), needed) << name.left(4).toStdString();
   }
+}
+
+TEST_F(AlertDialogTest, IsWiderInALargeFontButStaysADialog) {
+  const auto widthAt = [](int size) {
+    QFont font = QApplication::font();
+    font.setPixelSize(size);
+    QApplication::setFont(font);
+    const AlertDialog dialog;
+    return dialog.findChildren<QLabel*>().constFirst()->width();
+  };
+  EXPECT_EQ(widthAt(12), 380);
+  EXPECT_GT(widthAt(22), 380);
+  EXPECT_EQ(widthAt(60), 640);
 }
 
 TEST_F(AlertDialogTest, HasTheFirstButtonForItsDefault) {
