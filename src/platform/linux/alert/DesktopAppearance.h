@@ -12,8 +12,8 @@ struct DesktopAppearance {
 };
 
 /// As the desktop's settings tell it at this moment: by the portal, which is the same for all
-/// desktops. Thread: main. Fails: as nothing chosen; a portal that does not answer costs half a
-/// second.
+/// desktops. Thread: main. Fails: as nothing chosen; a portal that does not answer costs a fifth of
+/// a second.
 DesktopAppearance desktopAppearance();
 
 }  // namespace vesk::alert
