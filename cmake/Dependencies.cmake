@@ -4,7 +4,7 @@ find_package(Threads REQUIRED)
 
 if(NOT APPLE)
   find_package(PkgConfig REQUIRED)
-  find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
+  find_package(Qt6 6.4 REQUIRED COMPONENTS DBus Widgets)
   pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
     xcb xcb-composite xcb-damage xcb-randr xcb-render xcb-res xcb-shape xcb-shm xcb-xfixes xcb-xinput
     xcb-xkb xcb-xtest)

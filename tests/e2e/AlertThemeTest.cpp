@@ -1,8 +1,12 @@
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <memory>
+#include <stdexcept>
 
+#include "e2e/MessageBus.h"
 #include "e2e/PresenceFixture.h"
 #include "platform/linux/alert/AlertColours.h"
 #include "support/TemporaryFolder.h"
@@ -28,28 +32,70 @@ double contrastIn(const std::vector<std::uint32_t>& pixels) {
   return least;
 }
 
+/// How far from the alert's right edge the buttons' texts begin.
+struct Buttons {
+  int allow = 185;
+  int dontAllow = 104;
+};
+
+constexpr Buttons inGnomesOrder{82, 190};
+
 class AlertThemeTest : public ::testing::Test {
  protected:
-  void expectReadable(std::vector<std::string> environment, std::uint32_t background) {
-    environment.push_back(desktop_.server().environment());
-    PresenceWindow program(environment);
+  /// What the desktop is on which the tests run does not matter.
+  PresenceWindow start(const std::vector<std::string>& environment) {
+    std::vector<std::string> all{desktop_.server().environment(), "XDG_CURRENT_DESKTOP=",
+                                 "DBUS_SESSION_BUS_ADDRESS=unix:path=/dev/null"};
+    all.insert(all.end(), environment.begin(), environment.end());
+    return PresenceWindow(all);
+  }
+
+  void expectReadable(PresenceWindow& program, std::uint32_t background, Buttons buttons = {}) {
     program.send("ask Ada");
     const xcb_window_t alert = desktop_.alert();
     const Place at = placeOf(desktop_, alert);
-    ASSERT_TRUE(desktop_.waitForPixel(at.x + 10, at.y + 10, background));
-    const int right = at.x + at.width;
-    const int bottom = at.y + at.height;
-    EXPECT_GE(contrastIn(desktop_.pixels(at.x + 104, at.y + 20, 300, 20)), 4.5) << "message";
-    EXPECT_GE(contrastIn(desktop_.pixels(at.x + 104, at.y + 48, 300, 24)), 4.5) << "explanation";
-    EXPECT_GE(contrastIn(desktop_.pixels(right - 185, bottom - 39, 46, 14)), 4.5) << "Allow";
-    EXPECT_GE(contrastIn(desktop_.pixels(right - 104, bottom - 39, 72, 14)), 4.5) << "Don't Allow";
-    // Which button is the default one is to be seen from its colour.
-    EXPECT_NE(desktop_.pixel(right - 190, bottom - 32), desktop_.pixel(right - 110, bottom - 32));
+    ASSERT_TRUE(desktop_.waitForPixel(at.x + 10, at.y + 10, background))
+        << std::hex << desktop_.pixel(at.x + 10, at.y + 10);
+    expectReadable(at, buttons);
+    // As well while another window has the focus, of which the default button tells.
+    EXPECT_EQ(program.ask("focus"), "focused");
+    const auto defaultButton = [&] {
+      return desktop_.pixels(at.x + at.width - buttons.allow, at.y + at.height - 60, 46, 45);
+    };
+    const auto focused = defaultButton();
+    const xcb_window_t other = desktop_.makeWindow(0, 0, 10, 10, backdrop, true);
+    // Again and again: the window manager may still be about to give it to the alert.
+    ASSERT_TRUE(waitUntil([&] {
+      desktop_.setFocus(other);
+      return defaultButton() != focused;
+    }));
+    expectReadable(at, buttons);
     desktop_.tellWindow(alert, "WM_DELETE_WINDOW");
     EXPECT_EQ(program.line(), "denied");
   }
 
+  void expectReadable(const Place& at, Buttons buttons) {
+    const int right = at.x + at.width;
+    const int bottom = at.y + at.height;
+    const int allow = right - buttons.allow;
+    const int dontAllow = right - buttons.dontAllow;
+    EXPECT_GE(contrastIn(desktop_.pixels(at.x + 104, at.y + 20, 300, 20)), 4.5) << "message";
+    EXPECT_GE(contrastIn(desktop_.pixels(at.x + 104, at.y + 48, 300, 24)), 4.5) << "explanation";
+    EXPECT_GE(contrastIn(desktop_.pixels(allow, bottom - 39, 46, 14)), 4.5) << "Allow";
+    EXPECT_GE(contrastIn(desktop_.pixels(dontAllow, bottom - 39, 72, 14)), 4.5) << "Don't Allow";
+    // Which button is the default one is to be seen from its colour.
+    defaultButton_ = desktop_.pixel(allow - 5, bottom - 32);
+    EXPECT_NE(defaultButton_, desktop_.pixel(dontAllow - 6, bottom - 32));
+  }
+
+  void expectReadable(const std::vector<std::string>& environment, std::uint32_t background,
+                      Buttons buttons = {}) {
+    PresenceWindow program = start(environment);
+    expectReadable(program, background, buttons);
+  }
+
   PresenceDesktop desktop_{Kind::openbox};
+  std::uint32_t defaultButton_ = 0;
 };
 
 TEST_F(AlertThemeTest, IsReadableInLightColours) { expectReadable({}, 0xefefef); }
@@ -69,6 +115,84 @@ TEST_F(AlertThemeTest, IsReadableInTheDesktopsDarkColours) {
   expectReadable({"HOME=" + home.path().string(), "XDG_CURRENT_DESKTOP=KDE",
                   "KDE_FULL_SESSION=true", "KDE_SESSION_VERSION=5"},
                  0x2a2e32);
+}
+
+TEST_F(AlertThemeTest, IsReadableInGnomesColours) {
+  expectReadable({"XDG_CURRENT_DESKTOP=GNOME", "GTK_THEME=Adwaita"}, 0xf6f5f4, inGnomesOrder);
+  expectReadable({"XDG_CURRENT_DESKTOP=ubuntu:GNOME", "GTK_THEME=Adwaita:dark"}, 0x353535,
+                 inGnomesOrder);
+}
+
+TEST_F(AlertThemeTest, IsReadableInAStyleThatThePersonHasChosen) {
+  expectReadable({"QT_STYLE_OVERRIDE=Adwaita-Dark"}, 0x353535);
+  expectReadable({"XDG_CURRENT_DESKTOP=GNOME", "GTK_THEME=Adwaita", "QT_STYLE_OVERRIDE=Fusion"},
+                 0xefefef, inGnomesOrder);
+}
+
+/// The settings portal that programs of any kind ask, on a bus of its own.
+class AlertAppearanceTest : public AlertThemeTest {
+ protected:
+  AlertAppearanceTest() {
+    choose("0");
+    portal_ = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"/usr/bin/python3", "-B", VESK_APPEARANCE_PORTAL, choice_},
+        std::vector{bus_.environment()});
+    if (!waitUntil([&] { return std::filesystem::exists(choice_ + ".ready"); })) {
+      throw std::runtime_error("the portal did not start");
+    }
+  }
+
+  void choose(const std::string& appearance) { std::ofstream(choice_) << appearance; }
+
+  static std::uint32_t fillFor(const QColor& accent) {
+    QPalette palette;
+    palette.setColor(QPalette::Highlight, accent);
+    return alert::defaultButtonPalette(palette).color(QPalette::Button).rgb() & 0xffffffU;
+  }
+
+  TemporaryFolder folder_;
+  MessageBus bus_{folder_.path()};
+  std::string choice_ = folder_.path() / "choice";
+  std::unique_ptr<ChildProcess> portal_;
+};
+
+TEST_F(AlertAppearanceTest, FollowsWhatThePersonChoosesMeanwhile) {
+  PresenceWindow program = start({bus_.environment()});
+  expectReadable(program, 0xefefef);
+  choose("1");
+  expectReadable(program, 0x353535);
+  choose("2 0.9 0.4 0");
+  expectReadable(program, 0xefefef);
+  EXPECT_EQ(defaultButton_, fillFor(QColor::fromRgbF(0.9F, 0.4F, 0)));
+  // Out of range, as portals say that none is chosen.
+  choose("1 -1 -1 -1");
+  expectReadable(program, 0x353535);
+  EXPECT_NE(defaultButton_, fillFor(QColor::fromRgbF(0.9F, 0.4F, 0)));
+}
+
+TEST_F(AlertAppearanceTest, FollowsItInGnomesStyle) {
+  PresenceWindow program =
+      start({bus_.environment(), "XDG_CURRENT_DESKTOP=GNOME", "GTK_THEME=Adwaita"});
+  choose("1 0.9 0.4 0");
+  expectReadable(program, 0x353535, inGnomesOrder);
+  EXPECT_EQ(defaultButton_, fillFor(QColor::fromRgbF(0.9F, 0.4F, 0)));
+  choose("0");
+  expectReadable(program, 0xf6f5f4, inGnomesOrder);
+}
+
+/// It has stopped, or is busy: the person is asked all the same.
+TEST_F(AlertAppearanceTest, AsksThePersonThoughThePortalDoesNotAnswer) {
+  PresenceWindow program = start({bus_.environment()});
+  choose("1");
+  ::kill(portal_->pid(), SIGSTOP);
+  const auto start = steady_clock::now();
+  program.send("ask Ada");
+  const xcb_window_t alert = desktop_.alert();
+  EXPECT_NE(alert, xcb_window_t{XCB_NONE});
+  EXPECT_LT(steady_clock::now() - start, milliseconds(patience() / 4));
+  desktop_.tellWindow(alert, "WM_DELETE_WINDOW");
+  EXPECT_EQ(program.line(), "denied");
+  ::kill(portal_->pid(), SIGCONT);
 }
 
 }  // namespace

@@ -2,9 +2,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
-
-#include "support/Patience.h"
 
 namespace vesk::testing {
 namespace {
@@ -26,19 +23,6 @@ std::vector<std::string> commandOf(DesktopKind kind) {
       return {"kwin_x11"};
   }
   return {};
-}
-
-/// A bus that starts nothing for whoever asks, so that nothing outlives the test.
-std::string lonelyBus(const std::string& address) {
-  return "<busconfig><type>session</type><listen>" + address + R"(</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-)";
 }
 
 void write(const std::filesystem::path& file, const std::string& text) {
@@ -79,7 +63,10 @@ DesktopManager::DesktopManager(DesktopKind kind, const std::string& server) {
   environment_ = {server, "HOME=" + home, "XDG_CONFIG_HOME=" + home, "XDG_RUNTIME_DIR=" + home,
                   "NO_AT_BRIDGE=1"};
   if (kind != DesktopKind::openbox && kind != DesktopKind::openboxPicom) {
-    startBus(kind == DesktopKind::xfwm4 || kind == DesktopKind::xfwm4Compositing);
+    const bool isXfwm4 = kind == DesktopKind::xfwm4 || kind == DesktopKind::xfwm4Compositing;
+    bus_.emplace(folder_.path(),
+                 isXfwm4 ? MessageBus::Services::systems : MessageBus::Services::none);
+    environment_.push_back(bus_->environment());
   }
   if (kind == DesktopKind::mutter) environment_.emplace_back("GSETTINGS_BACKEND=memory");
   if (kind == DesktopKind::kwin) {
@@ -87,20 +74,6 @@ DesktopManager::DesktopManager(DesktopKind kind, const std::string& server) {
           "[org.kde.kdecoration2]\nlibrary=org.kde.breeze\n[Desktops]\nNumber=4\n");
   }
   manager_ = std::make_unique<ChildProcess>(command, environment_);
-}
-
-void DesktopManager::startBus(bool withServices) {
-  const std::string socket = folder_.path() / "bus";
-  const std::string configuration = folder_.path() / "bus.conf";
-  const std::string address = "unix:path=" + socket;
-  write(configuration, lonelyBus(address));
-  bus_ = std::make_unique<ChildProcess>(std::vector<std::string>{
-      "dbus-daemon", withServices ? "--session" : "--config-file=" + configuration, "--nofork",
-      "--nosyslog", "--address=" + address});
-  if (!waitUntil([&] { return std::filesystem::exists(socket); })) {
-    throw std::runtime_error("the message bus did not start");
-  }
-  environment_.push_back("DBUS_SESSION_BUS_ADDRESS=" + address);
 }
 
 }  // namespace vesk::testing

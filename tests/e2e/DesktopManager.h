@@ -2,9 +2,11 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "e2e/MessageBus.h"
 #include "support/TemporaryFolder.h"
 #include "support/XServer.h"
 
@@ -33,11 +35,9 @@ class DesktopManager {
   static bool composes(DesktopKind kind);
 
  private:
-  void startBus(bool withServices);
-
   TemporaryFolder folder_;
   std::vector<std::string> environment_;
-  std::unique_ptr<ChildProcess> bus_;
+  std::optional<MessageBus> bus_;
   std::unique_ptr<ChildProcess> manager_;
 };
 

@@ -3,12 +3,14 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QDialogButtonBox>
+#include <QFontMetrics>
 #include <QGridLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QWindow>
+#include <algorithm>
 #include <chrono>
 
+#include "platform/linux/alert/AlertButton.h"
 #include "platform/linux/alert/AlertColours.h"
 #include "platform/linux/alert/AlertIcon.h"
 #include "platform/linux/alert/AlertText.h"
@@ -18,8 +20,15 @@
 namespace vesk::alert {
 namespace {
 
-constexpr int textWidth = 380;
 constexpr int iconSize = 64;
+
+/// Lines stay as easy to read in a large font, as long as the window stays a dialog.
+int textWidth(const QFont& font) {
+  constexpr int usual = 380;
+  constexpr int widest = 640;
+  constexpr int lettersOfALine = 45;
+  return std::clamp(lettersOfALine * QFontMetrics(font).averageCharWidth(), usual, widest);
+}
 
 /// A label never reads its text as markup, and reads from left to right as its sentences do.
 QLabel* makeLabel(QWidget* parent) {
@@ -27,17 +36,17 @@ QLabel* makeLabel(QWidget* parent) {
   label->setTextFormat(Qt::PlainText);
   label->setLayoutDirection(Qt::LeftToRight);
   label->setWordWrap(true);
-  label->setFixedWidth(textWidth);
+  label->setFixedWidth(textWidth(label->font()));
   label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
   return label;
 }
 
-void setText(QLabel& label, const QString& text) {
-  constexpr int mostLines = 4;
-  label.setText(elidedParagraph(text, label.font(), textWidth, mostLines));
+void setText(QLabel& label, const QString& text, int mostLines) {
+  const int width = label.minimumWidth();
+  label.setText(elidedParagraph(text, label.font(), width, mostLines));
   // What is read aloud has no places to break at.
   label.setAccessibleName(label.text().remove(QChar(0x200b)));
-  label.setFixedHeight(label.heightForWidth(textWidth));
+  label.setFixedHeight(label.heightForWidth(width));
 }
 
 }  // namespace
@@ -72,21 +81,24 @@ AlertDialog::~AlertDialog() {
 }
 
 void AlertDialog::setMessageText(const QString& text) {
-  setText(*message_, text);
+  // A name may be as long as a stranger likes.
+  constexpr int mostLines = 2;
+  setText(*message_, text, mostLines);
   setAccessibleName(message_->accessibleName());
 }
 
 void AlertDialog::setInformativeText(const QString& text) {
-  setText(*informative_, text);
+  constexpr int mostLines = 4;
+  setText(*informative_, text, mostLines);
   setAccessibleDescription(informative_->accessibleName());
 }
 
 void AlertDialog::addButton(const QString& title) {
   const bool first = buttons_.empty();
   QString label = title;
-  auto* const button =
-      buttonBox_->addButton(label.replace("&", "&&"),
-                            first ? QDialogButtonBox::AcceptRole : QDialogButtonBox::RejectRole);
+  auto* const button = new AlertButton(label.replace("&", "&&"));
+  buttonBox_->addButton(button,
+                        first ? QDialogButtonBox::AcceptRole : QDialogButtonBox::RejectRole);
   const int result = firstButton + static_cast<int>(buttons_.size());
   connect(button, &QPushButton::clicked, this, [this, result] { done(result); });
   button->setDefault(first);

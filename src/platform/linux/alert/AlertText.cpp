@@ -1,7 +1,7 @@
 #include "platform/linux/alert/AlertText.h"
 
-#include <QFontMetrics>
 #include <QTextBoundaryFinder>
+#include <QTextLayout>
 #include <algorithm>
 #include <vector>
 
@@ -22,12 +22,17 @@ std::vector<qsizetype> boundaries(const QString& text) {
   return found;
 }
 
-bool fits(const QString& text, const QFontMetrics& metrics, int width, int lines) {
-  // A name in another script may need a font with taller lines than this one's.
-  constexpr double tallestScript = 1.5;
-  const QRect needed = metrics.boundingRect(QRect(0, 0, width, 1 << 20), Qt::TextWordWrap, text);
-  return needed.height() <= static_cast<int>(metrics.lineSpacing() * lines * tallestScript) &&
-         needed.width() <= width;
+/// Whether it needs no more lines than that, broken as a label breaks it.
+bool fits(const QString& text, const QFont& font, int width, int lines) {
+  QTextLayout layout(text, font);
+  layout.beginLayout();
+  for (int count = 0;; ++count) {
+    QTextLine line = layout.createLine();
+    if (!line.isValid()) return true;
+    if (count == lines) return false;
+    line.setLineWidth(width);
+    if (line.naturalTextWidth() > width) return false;
+  }
 }
 
 }  // namespace
@@ -48,9 +53,8 @@ QString paragraph(const QString& text) {
 }
 
 QString elidedParagraph(const QString& text, const QFont& font, int width, int lines) {
-  const QFontMetrics metrics(font);
   QString whole = paragraph(x11::overlay::boundedText(text.simplified()));
-  if (fits(whole, metrics, width, lines)) return whole;
+  if (fits(whole, font, width, lines)) return whole;
 
   constexpr std::size_t keptAtTheEnd = 40;
   const auto starts = boundaries(whole);
@@ -62,7 +66,7 @@ QString elidedParagraph(const QString& text, const QFont& font, int width, int l
   std::size_t most = 0;
   for (std::size_t low = 0, high = count; low <= high && high > 0;) {
     const std::size_t middle = (low + high) / 2;
-    if (fits(without(middle), metrics, width, lines)) {
+    if (fits(without(middle), font, width, lines)) {
       most = middle;
       low = middle + 1;
     } else {

@@ -5,7 +5,9 @@
 #include <utility>
 
 #include "platform/Fatal.h"
+#include "platform/linux/alert/AlertColours.h"
 #include "platform/linux/alert/AlertDialog.h"
+#include "platform/linux/alert/DesktopLook.h"
 #include "platform/linux/x11/overlay/AlertInput.h"
 #include "platform/linux/x11/overlay/AlertWindow.h"
 
@@ -54,6 +56,7 @@ class QtAlerts::QtAlert final : public Alert {
     window_ = static_cast<xcb_window_t>(dialog_.winId());
     alerts_.ownWindows_.add(window_);
     x11::overlay::keepOnEveryWorkspace(window_);
+    if (isDark(dialog_.palette())) x11::overlay::wishDarkFrame(window_);
     dialog_.onExposed = [this] { comeToTheFront(); };
     dialog_.onMissing = [this] { x11::overlay::mapAgain(window_); };
     const x11::overlay::AlertInput input(dialog_);
@@ -83,7 +86,10 @@ void QtAlerts::activateIgnoringOtherApps() {
   active_ = true;
 }
 
-std::unique_ptr<Alert> QtAlerts::makeAlert() { return std::make_unique<QtAlert>(*this); }
+std::unique_ptr<Alert> QtAlerts::makeAlert() {
+  followDesktopLook();
+  return std::make_unique<QtAlert>(*this);
+}
 
 void QtAlerts::abortModal() {
   if (!modal_.empty()) modal_.back()->done(static_cast<int>(ModalResponse::abort));

@@ -53,6 +53,15 @@ void keepOnEveryWorkspace(xcb_window_t window) {
   server::setCardinal(connection, window, "_NET_WM_DESKTOP", allWorkspaces);
 }
 
+void wishDarkFrame(xcb_window_t window) {
+  auto* const connection = qtConnection();
+  if (connection == nullptr) return;
+  constexpr std::string_view dark = "dark";
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window,
+                      server::atom(connection, "_GTK_THEME_VARIANT"),
+                      server::atom(connection, "UTF8_STRING"), 8, dark.size(), dark.data());
+}
+
 void mapAgain(xcb_window_t window) {
   auto* const connection = qtConnection();
   if (connection == nullptr) return;

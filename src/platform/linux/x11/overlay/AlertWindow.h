@@ -12,6 +12,9 @@ xcb_connection_t* qtConnection();
 /// For a window that is not shown yet: on all workspaces, and in no task bar and no pager.
 void keepOnEveryWorkspace(xcb_window_t window);
 
+/// For a window in dark colours: its frame is to be dark too, where frames come in both.
+void wishDarkFrame(xcb_window_t window);
+
 /// For a window that is to be seen and is not, whether a window manager that was just starting
 /// never heard of it or the person has minimised it: asks anew. Harmless for one in sight.
 void mapAgain(xcb_window_t window);

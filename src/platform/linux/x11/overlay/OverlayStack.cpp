@@ -57,7 +57,23 @@ void OverlayStack::settle() {
   readEvents();
 }
 
-void OverlayStack::orderOut(XOverlay& overlay) { std::erase(overlays_, &overlay); }
+void OverlayStack::orderOut(XOverlay& overlay) {
+  std::erase(overlays_, &overlay);
+  paintBorders();
+}
+
+void OverlayStack::paintBorders() const {
+  for (auto* const overlay : overlays_) overlay->paintBorder();
+}
+
+std::vector<Tab> OverlayStack::tabsAbove(const XOverlay& overlay) const {
+  std::vector<Tab> tabs;
+  for (const auto* const each : overlays_) {
+    if (each == &overlay) break;
+    if (const auto tab = each->tab()) tabs.push_back(*tab);
+  }
+  return tabs;
+}
 
 void OverlayStack::watchWindows(std::uint32_t events) const {
   xcb_change_window_attributes(connection_.get(), connection_.root(), XCB_CW_EVENT_MASK, &events);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/linux/x11/overlay/CompositorWatch.h"
+#include "platform/linux/x11/overlay/StripPicture.h"
 #include "platform/linux/x11/server/Connection.h"
 
 namespace vesk::x11::overlay {
@@ -44,6 +45,12 @@ class OverlayStack {
 
   /// Harmless when it is not there.
   void orderOut(XOverlay& overlay);
+
+  /// For when another overlay has come up: each leaves room for those in front of it.
+  void paintBorders() const;
+
+  /// The backgrounds in front of that overlay.
+  std::vector<Tab> tabsAbove(const XOverlay& overlay) const;
 
  private:
   void watchWindows(std::uint32_t events) const;

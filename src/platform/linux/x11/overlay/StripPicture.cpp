@@ -11,7 +11,12 @@
 namespace vesk::x11::overlay {
 namespace {
 
-QPainterPath tab(const QRectF& area, double radius) {
+QColor colourOf(const Colour& colour) {
+  return QColor::fromRgbF(static_cast<float>(colour.red), static_cast<float>(colour.green),
+                          static_cast<float>(colour.blue), static_cast<float>(colour.alpha));
+}
+
+QPainterPath tabPath(const QRectF& area, double radius) {
   QPainterPath path;
   // Its upper part is outside the picture, so only the lower corners are round.
   path.addRoundedRect(area.adjusted(0, -2 * radius, 0, 0), radius, radius);
@@ -37,6 +42,19 @@ void drawLabel(QPainter& painter, const OverlayLabel& label, const std::string& 
 
 }  // namespace
 
+QImage edgePicture(const PixelRect& edge, const Colour& colour, const std::vector<Tab>& tabs) {
+  QImage image(edge.width, edge.height, QImage::Format_ARGB32_Premultiplied);
+  image.fill(colourOf(colour));
+  QPainter painter(&image);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
+  for (const auto& [frame, radius] : tabs) {
+    const QRectF area(frame.x - edge.x, frame.y - edge.y, frame.width, frame.height);
+    painter.fillPath(tabPath(area, radius), Qt::black);
+  }
+  return image;
+}
+
 QImage StripPicture::paint() const {
   QImage image(frame.width, frame.height, QImage::Format_ARGB32_Premultiplied);
   image.fill(Qt::transparent);
@@ -44,10 +62,7 @@ QImage StripPicture::paint() const {
   QPainter painter(&image);
   painter.setRenderHint(QPainter::Antialiasing);
   const QRectF area(0, 0, frame.width / scale, frame.height / scale);
-  painter.fillPath(
-      tab(area, bottomCornerRadius),
-      QColor::fromRgbF(static_cast<float>(background.red), static_cast<float>(background.green),
-                       static_cast<float>(background.blue), static_cast<float>(background.alpha)));
+  painter.fillPath(tabPath(area, bottomCornerRadius), colourOf(background));
   if (label) drawLabel(painter, *label, text);
   return image;
 }

@@ -2,11 +2,22 @@
 
 #include <QImage>
 #include <string>
+#include <vector>
 
 #include "platform/Overlays.h"
 #include "platform/linux/x11/overlay/OverlayShapes.h"
 
 namespace vesk::x11::overlay {
+
+/// A background of that frame with its two lower corners rounded by so many pixels.
+struct Tab {
+  PixelRect frame;
+  double radius = 0;
+};
+
+/// One edge of a border, with room for the tabs that lie over it: what is translucent would come
+/// out darker where it lies over itself. Premultiplied. Thread: any.
+QImage edgePicture(const PixelRect& edge, const Colour& colour, const std::vector<Tab>& tabs);
 
 /// What a background with a label looks like. Thread: main, with an application object.
 struct StripPicture {

@@ -4,8 +4,6 @@
 #include <cmath>
 #include <utility>
 
-#include "platform/linux/x11/overlay/StripPicture.h"
-
 namespace vesk::x11::overlay {
 
 XOverlay::XOverlay(std::shared_ptr<OverlayStack> stack, beneath::OwnWindows& ownWindows,
@@ -25,6 +23,7 @@ void XOverlay::orderFrontRegardless() {
   inFront_ = true;
   stack_->orderFront(*this);
   mapWindows();
+  stack_->paintBorders();
   stack_->settle();
 }
 
@@ -48,6 +47,27 @@ std::vector<xcb_window_t> XOverlay::windows() const {
   if (background_ != nullptr) ids.push_back(background_->id());
   for (const auto& edge : edges_) ids.push_back(edge->id());
   return ids;
+}
+
+std::optional<Tab> XOverlay::tab() const {
+  if (!appearance_.background) return std::nullopt;
+  return Tab{frame_, cornerRadius()};
+}
+
+void XOverlay::paintBorder() {
+  if (edges_.empty()) return;
+  const Colour colour = asBlended(appearance_.border->colour);
+  const auto rects = borderEdges(frame_, borderThickness());
+  const auto above = stack_->tabsAbove(*this);
+  for (std::size_t i = 0; i < edges_.size(); ++i) {
+    const bool isCovered = std::ranges::any_of(
+        above, [&](const Tab& tab) { return !intersection(tab.frame, rects[i]).isEmpty(); });
+    if (isCovered && isTranslucent(*edges_[i])) {
+      edges_[i]->show(edgePicture(rects[i], colour, above));
+    } else {
+      edges_[i]->fill(colour);
+    }
+  }
 }
 
 void XOverlay::adapt() {
@@ -87,8 +107,10 @@ std::int32_t XOverlay::borderThickness() const {
   return static_cast<std::int32_t>(std::lround(appearance_.border->width * scale_));
 }
 
+double XOverlay::cornerRadius() const { return appearance_.bottomCornerRadius * scale_; }
+
 void XOverlay::paint() {
-  for (const auto& edge : edges_) edge->fill(asBlended(appearance_.border->colour));
+  paintBorder();
   if (background_ != nullptr) paintBackground();
 }
 
@@ -114,20 +136,25 @@ Colour XOverlay::asBlended(Colour colour) const {
   return colour;
 }
 
+/// Whether what is translucent in the window is so on the screen.
+bool XOverlay::isTranslucent(const OverlayWindow& window) const {
+  return stack_->composition() == Composition::blended && window.hasAlpha();
+}
+
 void XOverlay::paintBackground() {
-  StripPicture picture{frame_,
-                       scale_,
-                       asBlended(*appearance_.background),
-                       appearance_.bottomCornerRadius,
-                       appearance_.label,
-                       text_};
+  // Pixels that cannot be translucent are in their full colour or not there.
+  const bool smooth = isTranslucent(*background_);
+  const StripPicture picture{frame_,
+                             scale_,
+                             asBlended(*appearance_.background),
+                             smooth ? appearance_.bottomCornerRadius : 0,
+                             appearance_.label,
+                             text_};
   background_->show(picture.paint());
-  // Where nobody blends, what is outside the corners would come out black: it is cut off. A window
-  // that a compositor is to let through must be whole: its corners stay square.
-  const bool cut = stack_->composition() == Composition::none ||
-                   (stack_->composition() == Composition::blended && !background_->hasAlpha());
-  const auto radius =
-      static_cast<std::int32_t>(std::lround(appearance_.bottomCornerRadius * scale_));
+  // A window that a compositor which has stepped aside is to let through must be whole: its corners
+  // stay square.
+  const bool cut = !smooth && stack_->composition() != Composition::bypassed;
+  const auto radius = static_cast<std::int32_t>(std::lround(cornerRadius()));
   background_->cutTo(cut ? tabRows(frame_.width, frame_.height, radius) : std::vector<PixelRect>{});
 }
 

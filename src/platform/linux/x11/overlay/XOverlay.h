@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "platform/Overlays.h"
 #include "platform/linux/x11/overlay/OverlayStack.h"
 #include "platform/linux/x11/overlay/OverlayWindow.h"
+#include "platform/linux/x11/overlay/StripPicture.h"
 
 namespace vesk::x11::overlay {
 
@@ -29,6 +31,12 @@ class XOverlay final : public Overlay {
   /// From top to bottom.
   std::vector<xcb_window_t> windows() const;
 
+  /// The shape of what it shows of its background; nothing without one.
+  std::optional<Tab> tab() const;
+
+  /// Leaves room in its border for the overlays that have come above it.
+  void paintBorder();
+
   /// Makes everything look as it has to with, or without, a compositor.
   void adapt();
 
@@ -40,10 +48,12 @@ class XOverlay final : public Overlay {
 
  private:
   std::int32_t borderThickness() const;
+  double cornerRadius() const;
   void makeWindows();
   void paint();
   void mapWindows();
   Colour asBlended(Colour colour) const;
+  bool isTranslucent(const OverlayWindow& window) const;
   void paintBackground();
 
   std::shared_ptr<OverlayStack> stack_;

@@ -12,6 +12,16 @@ TEST(ContrastTest, IsThatOfTheAccessibilityGuidelines) {
   EXPECT_NEAR(contrast(QColor("#767676"), Qt::white), 4.54, 0.01);
 }
 
+TEST(IsDarkTest, GoesByWhatTextStandsOn) {
+  QPalette palette;
+  palette.setColor(QPalette::Window, QColor("#353535"));
+  palette.setColor(QPalette::WindowText, QColor("#eeeeec"));
+  EXPECT_TRUE(isDark(palette));
+  palette.setColor(QPalette::Window, QColor("#f6f5f4"));
+  palette.setColor(QPalette::WindowText, QColor("#2e3436"));
+  EXPECT_FALSE(isDark(palette));
+}
+
 TEST(DefaultButtonPaletteTest, CanBeReadWhateverTheDesktopsAccentIs) {
   for (const char* const accent : {"#308cc6", "#ffff00", "#ffffff", "#000000", "#e95420"}) {
     QPalette palette;

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QFontMetrics>
 #include <QLabel>
 #include <QPushButton>
+#include <algorithm>
 
 #include "support/TestApplication.h"
 
@@ -33,6 +36,38 @@ TEST_F(AlertDialogTest, SaysItsMessageInBoldAndLargerThanTheRest) {
   EXPECT_TRUE(message->font().bold());
   EXPECT_FALSE(informative->font().bold());
   EXPECT_NEAR(message->font().pointSizeF(), 1.15 * informative->font().pointSizeF(), 0.01);
+}
+
+TEST_F(AlertDialogTest, SaysTheQuestionInTwoLinesAtMostWhateverTheName) {
+  const QString question = " would like to view your screen";
+  for (const QString& name :
+       {QString(3000, 'W'), QString("Ada ").repeated(100), QString(3000, QChar(0x4e2d))}) {
+    dialog_.setMessageText(name + question);
+    const auto labels = dialog_.findChildren<QLabel*>();
+    const auto message = std::ranges::find_if(
+        labels, [&](const auto* label) { return label->text().endsWith(question); });
+    ASSERT_NE(message, labels.end()) << name.left(4).toStdString();
+    const auto* const label = *message;
+    const QRect room(0, 0, label->width(), 1 << 20);
+    const QFontMetrics metrics(label->font());
+    const int needed = metrics.boundingRect(room, Qt::TextWordWrap, label->text()).height();
+    const int twoLines = metrics.boundingRect(room, 0, name.left(2) + "\n" + name.left(2)).height();
+    EXPECT_LE(needed, twoLines) << name.left(4).toStdString();
+    EXPECT_GE(label->height(), needed) << name.left(4).toStdString();
+  }
+}
+
+TEST_F(AlertDialogTest, IsWiderInALargeFontButStaysADialog) {
+  const auto widthAt = [](int size) {
+    QFont font = QApplication::font();
+    font.setPixelSize(size);
+    QApplication::setFont(font);
+    const AlertDialog dialog;
+    return dialog.findChildren<QLabel*>().constFirst()->width();
+  };
+  EXPECT_EQ(widthAt(12), 380);
+  EXPECT_GT(widthAt(22), 380);
+  EXPECT_EQ(widthAt(60), 640);
 }
 
 TEST_F(AlertDialogTest, HasTheFirstButtonForItsDefault) {

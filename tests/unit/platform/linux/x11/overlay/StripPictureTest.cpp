@@ -101,6 +101,26 @@ TEST_F(StripPictureTest, RoundsTheLowerCorners) {
   }
 }
 
+/// Put together they are as one: what one shows of a pixel, the other leaves out.
+TEST_F(StripPictureTest, LeavesRoomForATabInAnEdge) {
+  constexpr Colour opaque{0.8, 0.05, 0.05, 1};
+  const PixelRect edge{0, 10, 1000, 40};
+  const QImage strip = paint("");
+  const QImage picture = edgePicture(edge, opaque, {{{200, 10, width, height}, 6}});
+  for (int y = 0; y < edge.height; ++y) {
+    for (int x = 0; x < edge.width; ++x) {
+      const bool inStrip = x >= 200 && x < 200 + width && y < height;
+      const int covered = inStrip ? qAlpha(strip.pixel(x - 200, y)) : 0;
+      ASSERT_NEAR(qAlpha(picture.pixel(x, y)), 255 - covered, 1) << x << "," << y;
+    }
+  }
+  constexpr QRgb plain = 0xffcc0d0d;
+  EXPECT_EQ(picture.pixel(100, 20), plain);
+  EXPECT_EQ(picture.pixel(400, 35), plain);
+  const Colour translucent{0.8, 0.05, 0.05, 0.6};
+  EXPECT_EQ(qAlpha(edgePicture(edge, translucent, {}).pixel(400, 5)), 153);
+}
+
 /// The work of laying them out grows with the square of their number.
 TEST_F(StripPictureTest, IsPaintedInTimeWhateverIsPiledUp) {
   const auto start = std::chrono::steady_clock::now();

@@ -1,0 +1,39 @@
+#include "e2e/MessageBus.h"
+
+#include <fstream>
+#include <stdexcept>
+#include <vector>
+
+#include "support/Patience.h"
+
+namespace vesk::testing {
+namespace {
+
+std::string lonelyBus(const std::string& address) {
+  return "<busconfig><type>session</type><listen>" + address + R"(</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+)";
+}
+
+}  // namespace
+
+MessageBus::MessageBus(const std::filesystem::path& folder, Services services) {
+  const std::string socket = folder / "bus";
+  const std::string configuration = folder / "bus.conf";
+  address_ = "unix:path=" + socket;
+  std::ofstream(configuration) << lonelyBus(address_);
+  process_ = std::make_unique<ChildProcess>(std::vector<std::string>{
+      "dbus-daemon", services == Services::systems ? "--session" : "--config-file=" + configuration,
+      "--nofork", "--nosyslog", "--address=" + address_});
+  if (!waitUntil([&] { return std::filesystem::exists(socket); })) {
+    throw std::runtime_error("the message bus did not start");
+  }
+}
+
+}  // namespace vesk::testing
