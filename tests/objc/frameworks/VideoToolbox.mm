@@ -129,8 +129,8 @@ OSStatus VTCompressionSessionEncodeFrameWithOutputHandler(VTCompressionSessionRe
   if (encoder().answers == Answers::atOnce) {
     session->worker_->async(std::move(output));
   } else if (encoder().answers == Answers::late) {
-    const auto worker = session->worker_;
-    encoder().waiting.push_back([worker, output] { worker->sync(output); });
+    // What is on its way through the encoder keeps it.
+    encoder().waiting.push_back([session, output] { session->worker_->sync(output); });
   }
   return 0;
 }
