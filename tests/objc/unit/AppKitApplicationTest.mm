@@ -7,6 +7,7 @@
 
 #include "objc/dispatch/MainLoop.h"
 #include "objc/frameworks/AppKit.h"
+#include "objc/runtime/Runtime.h"
 #include "objc/support/ObjcFixture.h"
 
 namespace vesk::mac {
@@ -62,6 +63,15 @@ TEST_F(AppKitApplicationTest, TellsOfASignalWithinAnAlertThatATaskHasPutUp) {
   application_.run();
   EXPECT_EQ(delegate_.ends, 1);
   EXPECT_EQ(answers, 1);
+}
+
+/// At a logout, or where somebody asks for its end, the system sends no signal: it tells the
+/// delegate.
+TEST_F(AppKitApplicationTest, IsToldWhenTheSystemEndsIt) {
+  auto* const delegate = objc::classNamed("VeskApplicationDelegate");
+  ASSERT_NE(delegate, nullptr);
+  EXPECT_NE(objc::implementationOf(delegate, "applicationDidFinishLaunching:"), nullptr);
+  EXPECT_NE(objc::implementationOf(delegate, "applicationWillTerminate:"), nullptr);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <future>
 #include <string>
 #include <thread>
@@ -49,6 +50,35 @@ TEST_F(StreamCallbacksTest, MayBeDisconnectedFromWithinACall) {
   deliver();
   deliver();
   EXPECT_EQ(samples_, 1);
+}
+
+/// A sample and the stream's end come on two threads, and both may be what disconnects.
+TEST(StreamCallbacksDeathTest, MayBeDisconnectedFromWithinBothCallsAtOnce) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto disconnectFromBoth = [] {
+    std::promise<void> ends;
+    std::promise<void> delivers;
+    StreamCallbacks* both = nullptr;
+    StreamCallbacks callbacks([&](const PlatformError&) {
+      ends.set_value();
+      delivers.get_future().wait();
+      both->disconnect();
+    });
+    both = &callbacks;
+    callbacks.setOutput([&](const StreamSample&, StreamOutputType) {
+      ends.get_future().wait();
+      delivers.set_value();
+      both->disconnect();
+    });
+    const auto end = std::async(std::launch::async, [&] { callbacks.stopped({"unplugged"}); });
+    const auto sample =
+        std::async(std::launch::async, [&] { callbacks.deliver({}, StreamOutputType::screen); });
+    constexpr std::chrono::seconds limit(5);
+    const bool returned = end.wait_for(limit) == std::future_status::ready &&
+                          sample.wait_for(limit) == std::future_status::ready;
+    std::_Exit(returned ? 0 : 1);
+  };
+  EXPECT_EXIT(disconnectFromBoth(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(StreamCallbacksTest, WaitsForACallThatIsUnderWay) {
