@@ -141,11 +141,16 @@ bool isSpace(char16_t unit) {
   return [NSString stringWithUnits:[self units].substr(0, to)];
 }
 
-/// Knows of surrogates; the system also of what is written with several characters.
+/// Knows of surrogates and of accents on their own; the system of much more.
 - (NSRange)rangeOfComposedCharacterSequenceAtIndex:(NSUInteger)index {
   const auto units = [self units];
-  if (isLow(units.at(index)) && index > 0 && isHigh(units[index - 1])) return {index - 1, 2};
-  return {index, isHigh(units[index]) ? 2UL : 1UL};
+  const auto isAccent = [](char16_t unit) { return unit >= 0x300 && unit <= 0x36f; };
+  NSUInteger begin = index;
+  while (begin > 0 && isAccent(units.at(begin))) --begin;
+  if (isLow(units.at(begin)) && begin > 0 && isHigh(units[begin - 1])) --begin;
+  NSUInteger end = begin + (isHigh(units[begin]) ? 2UL : 1UL);
+  while (end < units.size() && isAccent(units[end])) ++end;
+  return {begin, end - begin};
 }
 
 - (NSArray<NSString*>*)componentsSeparatedByCharactersInSet:(NSCharacterSet*)separators {

@@ -27,6 +27,13 @@ TEST(AlertTextTest, LosesTheMiddleOfALongTextAndKeepsItsEnd) {
   EXPECT_NE(text.find("…"), std::string::npos);
 }
 
+TEST(AlertTextTest, LosesTheMiddleOfALetterThatNeverEnds) {
+  std::string name("e");
+  for (int i = 0; i < 500; ++i) name += "\u0301";
+  const NSUInteger most = 210;
+  EXPECT_LE(elidedParagraph(name + " would like to view your screen").length, most);
+}
+
 TEST(AlertTextTest, CutsNoCharacterInTwo) {
   std::string faces;
   for (int i = 0; i < 500; ++i) faces += "😀";
