@@ -1,4 +1,4 @@
-// refused: a block that captures a reference
+// refused: a lambda that is kept and captures this, a reference or a pointer
 #import <ScreenCaptureKit/ScreenCaptureKit.h>
 
 #include <functional>
