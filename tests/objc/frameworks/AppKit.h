@@ -54,6 +54,9 @@ void respond(NSModalResponse response);
 inline constexpr unsigned short returnKey = 0x24;
 inline constexpr unsigned short escapeKey = 0x35;
 
+/// The session ends, or somebody asks the application to: it is told, and no loop runs any more.
+void quit();
+
 /// What the process asks to be run, one after the other, while alerts are up and otherwise.
 void soon(std::function<void()> action);
 

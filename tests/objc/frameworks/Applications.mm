@@ -223,6 +223,11 @@ void click(std::size_t button, double secondsFromNow) {
 
 void respond(NSModalResponse response) { answer(response); }
 
+void quit() {
+  [[NSApp delegate] applicationWillTerminate:[NSNotification new]];
+  MainLoop::only().stop();
+}
+
 void soon(std::function<void()> action) { MainLoop::only().perform(std::move(action)); }
 
 }  // namespace vesk::fakes

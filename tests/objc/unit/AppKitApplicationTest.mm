@@ -7,7 +7,6 @@
 
 #include "objc/dispatch/MainLoop.h"
 #include "objc/frameworks/AppKit.h"
-#include "objc/runtime/Runtime.h"
 #include "objc/support/ObjcFixture.h"
 
 namespace vesk::mac {
@@ -65,13 +64,15 @@ TEST_F(AppKitApplicationTest, TellsOfASignalWithinAnAlertThatATaskHasPutUp) {
   EXPECT_EQ(answers, 1);
 }
 
-/// At a logout, or where somebody asks for its end, the system sends no signal: it tells the
-/// delegate.
+/// At a logout, or where somebody asks for its end, the system sends no signal.
 TEST_F(AppKitApplicationTest, IsToldWhenTheSystemEndsIt) {
-  auto* const delegate = objc::classNamed("VeskApplicationDelegate");
-  ASSERT_NE(delegate, nullptr);
-  EXPECT_NE(objc::implementationOf(delegate, "applicationDidFinishLaunching:"), nullptr);
-  EXPECT_NE(objc::implementationOf(delegate, "applicationWillTerminate:"), nullptr);
+  delegate_.atLaunch = [] { fakes::soon(fakes::quit); };
+  application_.run();
+  EXPECT_EQ(delegate_.ends, 1);
+  EXPECT_EQ(delegate_.endedOn, std::this_thread::get_id());
+  // The process has not ended, so what listens for signals is still there.
+  std::raise(SIGTERM);
+  EXPECT_TRUE(runUntil([this] { return delegate_.ends == 2; }));
 }
 
 }  // namespace
