@@ -95,6 +95,23 @@ TEST_F(StreamCallbacksTest, WaitsForACallThatIsUnderWay) {
   EXPECT_TRUE(returned);
 }
 
+TEST_F(StreamCallbacksTest, WaitsForACallThatHasDisconnectedAndGoesOn) {
+  std::promise<void> disconnected;
+  std::promise<void> mayReturn;
+  callbacks_.setOutput([&](const StreamSample&, StreamOutputType) {
+    callbacks_.disconnect();
+    disconnected.set_value();
+    mayReturn.get_future().wait();
+  });
+  const auto call = std::async(std::launch::async, [this] { deliver(); });
+  disconnected.get_future().wait();
+  const auto other = std::async(std::launch::async, [this] { callbacks_.disconnect(); });
+  EXPECT_EQ(other.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+  mayReturn.set_value();
+  other.wait();
+  call.wait();
+}
+
 TEST(StreamCallbacksEndTest, DeliversSamplesWhileTheEndIsBeingTold) {
   std::promise<void> told;
   std::promise<void> mayReturn;
