@@ -123,6 +123,10 @@ bool isSpace(char16_t unit) {
   return [self units].size();
 }
 
+- (unichar)characterAtIndex:(NSUInteger)index {
+  return [self units].at(index);
+}
+
 - (const char*)UTF8String {
   __autoreleasing VeskBytes* const holder = [VeskBytes new];
   holder->bytes_ = utf8Of([self units]);
@@ -141,15 +145,20 @@ bool isSpace(char16_t unit) {
   return [NSString stringWithUnits:[self units].substr(0, to)];
 }
 
-/// Knows of surrogates and of accents on their own; the system of much more.
+/// Knows of surrogates, accents on their own and variation selectors; the system of much more.
 - (NSRange)rangeOfComposedCharacterSequenceAtIndex:(NSUInteger)index {
   const auto units = [self units];
-  const auto isAccent = [](char16_t unit) { return unit >= 0x300 && unit <= 0x36f; };
-  NSUInteger begin = index;
-  while (begin > 0 && isAccent(units.at(begin))) --begin;
-  if (isLow(units.at(begin)) && begin > 0 && isHigh(units[begin - 1])) --begin;
-  NSUInteger end = begin + (isHigh(units[begin]) ? 2UL : 1UL);
-  while (end < units.size() && isAccent(units[end])) ++end;
+  const auto startOf = [&](NSUInteger i) {
+    return i > 0 && isLow(units.at(i)) && isHigh(units[i - 1]) ? i - 1 : i;
+  };
+  const auto isAccent = [&](NSUInteger i) {
+    return (units[i] >= 0x300 && units[i] <= 0x36f) || units[i] == 0xdb40;
+  };
+  NSUInteger begin = startOf(index);
+  while (begin > 0 && isAccent(begin)) begin = startOf(begin - 1);
+  NSUInteger end = begin;
+  do end += isHigh(units[end]) ? 2UL : 1UL;
+  while (end < units.size() && isAccent(end));
   return {begin, end - begin};
 }
 
