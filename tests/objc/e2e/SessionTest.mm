@@ -176,6 +176,23 @@ TEST_F(MacSessionTest, TellsWhyItDoesNotStart) {
   end();
 }
 
+TEST_F(MacSessionTest, IsToldOnceOfAStartThatTheSystemTookAndThrewAt) {
+  server_.holdsAnswersBack = true;
+  server_.throwsAfterwards = "thrown";
+  world_.tell(start);
+  EXPECT_EQ(world_.heard(), starting);
+  EXPECT_EQ(world_.heard(),
+            R"({"message":"The Mac could not share its screen: thrown","op":"fault"})");
+  server_.throwsAfterwards.reset();
+  server_.answer();
+  // The answer, and a stream that it might start.
+  for (int i = 0; i < 2; ++i) server_.settle();
+  EXPECT_TRUE(server_.running().empty());
+  begin();
+  EXPECT_EQ(world_.units(), keyFrame);
+  end();
+}
+
 TEST_F(MacSessionTest, WaitsForAStreamThatStartsAfterTheStop) {
   server_.holdsAnswersBack = true;
   world_.tell(start);

@@ -247,6 +247,25 @@ TEST_F(MacScreenStreamTest, IsNoStreamForADisplayThatTheCoreMadeUp) {
   EXPECT_EQ(stopped_, started_);
 }
 
+TEST_F(MacScreenStreamTest, AnswersOnceWhereAnExceptionFollows) {
+  const Answers thrown{PlatformError{"thrown"}};
+  for (const bool isAnsweredFirst : {false, true}) {
+    server_.throwsAfterwards.reset();
+    ASSERT_EQ(make(), std::nullopt);
+    server_.throwsAfterwards = "thrown";
+    for (auto* const answers : {&started_, &stopped_}) {
+      answers->clear();
+      server_.holdsAnswersBack = !isAnsweredFirst;
+      answers == &started_ ? stream_->startCapture(note(*answers))
+                           : stream_->stopCapture(note(*answers));
+      server_.answer();
+      server_.settle();
+      EXPECT_EQ(*answers, isAnsweredFirst ? none_ : thrown);
+    }
+  }
+  server_.throwsAfterwards.reset();
+}
+
 TEST_F(MacScreenStreamTest, TellsOfExceptionsAsOfErrors) {
   server_.throws = "thrown";
   EXPECT_EQ(make(), PlatformError{"thrown"});
