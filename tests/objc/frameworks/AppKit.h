@@ -20,6 +20,7 @@ struct ScreenOnDesk {
 
 struct Desk {
   std::vector<ScreenOnDesk> screens;
+  std::size_t mainScreen = 0;  ///< the one where the person works
   int activations = 0;
   bool abortThrows = true;      ///< how `abortModal` ends a loop: by an exception, or by a return
   bool alertThrows = false;     ///< running an alert fails

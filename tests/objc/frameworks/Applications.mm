@@ -170,7 +170,7 @@ __kindof NSApplication* NSApp = nil;
   [NSNotificationCenter.defaultCenter post:NSWindowDidBecomeKeyNotification object:window_];
   [window_ setOcclusionState:NSWindowOcclusionStateVisible];
   if (const auto onAlert = desk().onAlert) onAlert(self);
-  MainLoop::only().run([&] { return modal.response.has_value(); });
+  MainLoop::only().runForAlert([&] { return modal.response.has_value(); });
   return modal.response.value_or(NSModalResponseAbort);
 }
 @end

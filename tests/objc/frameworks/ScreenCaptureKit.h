@@ -53,6 +53,9 @@ class WindowServer {
   /// The same, by calls that ask for an answer, and once they have taken the question; unless
   /// answers are held back, it has been answered by then.
   std::optional<std::string> throwsAfterwards;
+  /// What the last question for the content was about.
+  std::optional<bool> excludesDesktopWindows;
+  std::optional<bool> onScreenWindowsOnly;
   bool refusesOutput = false;
   bool answersNothing = false;  ///< neither content nor error
   bool holdsAnswersBack = false;

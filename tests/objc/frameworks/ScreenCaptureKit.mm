@@ -89,6 +89,8 @@ std::vector<__weak SCStream*>& streams() {
                                  completionHandler:
                                      (void (^)(SCShareableContent*, NSError*))handler {
   throwIfAsked();
+  WindowServer::only().excludesDesktopWindows = excludeDesktopWindows;
+  WindowServer::only().onScreenWindowsOnly = onScreenOnly;
   WindowServer::only().later([handler] {
     const WindowServer& server = WindowServer::only();
     NSError* const error = errorOf(server.refusesContent);
@@ -197,6 +199,7 @@ void WindowServer::reset() {
   displays = {SharedDisplay{}};
   applications.clear();
   refusesContent = refusesStart = throws = throwsAfterwards = std::nullopt;
+  excludesDesktopWindows = onScreenWindowsOnly = std::nullopt;
   refusesOutput = answersNothing = holdsAnswersBack = false;
   stops = 0;
   streams().clear();

@@ -8,6 +8,7 @@
 #include "objc/dispatch/MainLoop.h"
 #include "objc/frameworks/AppKit.h"
 #include "objc/support/ObjcFixture.h"
+#include "support/Patience.h"
 
 namespace vesk::mac {
 namespace {
@@ -53,6 +54,9 @@ TEST_F(AppKitApplicationTest, TellsItsDelegateOfTheBeginningAndOfSignals) {
 TEST_F(AppKitApplicationTest, TellsOfASignalWithinAnAlertThatATaskHasPutUp) {
   int answers = 0;
   fakes::desk().onAlert = [](NSAlert*) { std::raise(SIGINT); };
+  // Where the alert's loop leaves the signal alone.
+  fakes::MainLoop::only().addTimer(std::chrono::milliseconds(testing::patience()),
+                                   [] { fakes::respond(NSModalResponseAbort); });
   fakes::MainLoop::only().async([&] {
     [[NSAlert new] runModal];
     ++answers;

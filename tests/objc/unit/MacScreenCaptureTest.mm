@@ -51,6 +51,12 @@ TEST_F(MacScreenCaptureTest, TellsOfDisplaysAndApplications) {
   EXPECT_FALSE(answer->error);
 }
 
+TEST_F(MacScreenCaptureTest, AsksForWhatIsOnTheScreenDesktopIncluded) {
+  ask();
+  EXPECT_EQ(server_.excludesDesktopWindows, false);
+  EXPECT_EQ(server_.onScreenWindowsOnly, true);
+}
+
 TEST_F(MacScreenCaptureTest, GivesTheSystemsObjectsAlong) {
   const auto answer = ask();
   const auto display = answer->content->displays.at(0).native;

@@ -122,6 +122,8 @@ TEST_F(MacScreenStreamTest, HandsImagesAndTheirStatusOn) {
   EXPECT_EQ(samples_[1].status, 1);
   EXPECT_EQ(samples_[2].status, std::nullopt);
   EXPECT_FALSE(samples_[3].valid);
+  EXPECT_EQ(samples_[3].image, nullptr);
+  EXPECT_EQ(samples_[3].status, std::nullopt);
 }
 
 TEST_F(MacScreenStreamTest, KeepsAnImageForAsLongAsSomebodyHoldsIt) {
