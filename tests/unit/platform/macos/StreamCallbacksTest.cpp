@@ -112,6 +112,24 @@ TEST_F(StreamCallbacksTest, WaitsForACallThatHasDisconnectedAndGoesOn) {
   call.wait();
 }
 
+TEST(StreamCallbacksEndTest, IsWaitedForByASampleThatDisconnects) {
+  std::promise<void> told;
+  std::promise<void> mayReturn;
+  StreamCallbacks callbacks([&](const PlatformError&) {
+    told.set_value();
+    mayReturn.get_future().wait();
+  });
+  callbacks.setOutput([&](const StreamSample&, StreamOutputType) { callbacks.disconnect(); });
+  const auto end = std::async(std::launch::async, [&] { callbacks.stopped({"unplugged"}); });
+  told.get_future().wait();
+  const auto sample =
+      std::async(std::launch::async, [&] { callbacks.deliver({}, StreamOutputType::screen); });
+  EXPECT_EQ(sample.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+  mayReturn.set_value();
+  sample.wait();
+  end.wait();
+}
+
 TEST(StreamCallbacksEndTest, DeliversSamplesWhileTheEndIsBeingTold) {
   std::promise<void> told;
   std::promise<void> mayReturn;
