@@ -18,9 +18,16 @@ NSString* _Nonnull paragraph(NSString* _Nonnull text) {
   return [words componentsJoinedByString:@" "];
 }
 
-/// Where the character at `index`, as a person counts characters, begins.
-NSUInteger characterStart(NSString* _Nonnull text, NSUInteger index) {
-  return [text rangeOfComposedCharacterSequenceAtIndex:index].location;
+bool isLowSurrogate(unichar unit) { return unit >= 0xdc00 && unit <= 0xdfff; }
+
+/// Where the character at `index`, as a person counts characters, begins. One that has no end,
+/// being a letter under hundreds of accents, is cut where it is: the text around it counts for
+/// more.
+NSUInteger cutBefore(NSString* _Nonnull text, NSUInteger index) {
+  constexpr NSUInteger longestCharacter = 32;
+  const NSUInteger start = [text rangeOfComposedCharacterSequenceAtIndex:index].location;
+  if (index - start <= longestCharacter) return start;
+  return isLowSurrogate([text characterAtIndex:index]) ? index - 1 : index;
 }
 
 }  // namespace
@@ -28,8 +35,8 @@ NSUInteger characterStart(NSString* _Nonnull text, NSUInteger index) {
 NSString* elidedParagraph(const std::string& text) {
   NSString* const whole = paragraph(toNSString(text));
   if (whole.length <= longest) return whole;
-  const NSUInteger begin = characterStart(whole, longest - keptAtTheEnd);
-  const NSUInteger end = characterStart(whole, whole.length - keptAtTheEnd);
+  const NSUInteger end = cutBefore(whole, whole.length - keptAtTheEnd);
+  const NSUInteger begin = cutBefore(whole, longest - (whole.length - end));
   NSString* const beginning = [whole substringToIndex:begin];
   return [[beginning stringByAppendingString:@"…"]
       stringByAppendingString:[whole substringFromIndex:end]];

@@ -22,7 +22,8 @@ class AppKitApplication final : public Application {
   void run() override;
 
   /// From now on signals that ask for an end are the delegate's to carry out. Until there is
-  /// something to let go of they may end the process as they do any other.
+  /// something to let go of they may end the process as they do any other. At a logout no signal
+  /// comes before the system has told the application itself.
   void takeEndSignals();
 
  private:

@@ -31,6 +31,11 @@
   application_->takeEndSignals();
 }
 
+/// AppKit ends the process when this returns, and runs no loop any more.
+- (void)applicationWillTerminate:(NSNotification*)notification {
+  [self end];
+}
+
 @end
 
 namespace vesk::mac {

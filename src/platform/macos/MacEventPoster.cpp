@@ -37,6 +37,7 @@ bool isRelease(EventType type) {
 
 MacEventPoster::MacEventPoster(InputGate& gate)
     : gate_(gate), source_(adopt(CGEventSourceCreate(kCGEventSourceStateHIDSystemState))) {
+  // captures: the destructor takes it back, and whoever closes the gate is of the same owner.
   gate_.onClose = [this] { letGo(); };
 }
 

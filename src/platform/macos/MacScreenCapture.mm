@@ -6,6 +6,7 @@
 
 #include "platform/macos/MacScreenStream.h"
 #include "platform/macos/NativeObject.h"
+#include "platform/macos/calledOnce.h"
 #include "platform/macos/guarded.h"
 
 namespace vesk::mac {
@@ -26,12 +27,13 @@ ShareableContent contentOf(SCShareableContent* _Nonnull shareable) {
 }  // namespace
 
 void MacScreenCapture::shareableContent(Content completion) {
+  const auto complete = calledOnce(std::move(completion));
   const auto answer = ^(SCShareableContent* _Nullable shareable, NSError* _Nullable error) {
     @autoreleasepool {
       if (shareable == nil) {
-        completion(std::nullopt, platformError(error).value_or(PlatformError{}));
+        complete(std::nullopt, orUnknown(platformError(error)));
       } else {
-        completion(contentOf(static_cast<SCShareableContent* _Nonnull>(shareable)), std::nullopt);
+        complete(contentOf(static_cast<SCShareableContent* _Nonnull>(shareable)), std::nullopt);
       }
     }
   };
@@ -40,7 +42,7 @@ void MacScreenCapture::shareableContent(Content completion) {
                                                onScreenWindowsOnly:YES
                                                  completionHandler:answer];
   });
-  if (refused) completion(std::nullopt, refused);
+  if (refused) complete(std::nullopt, refused);
 }
 
 std::unique_ptr<ScreenStream> MacScreenCapture::makeStream(

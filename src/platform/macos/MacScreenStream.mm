@@ -5,6 +5,7 @@
 #include "platform/macos/DispatchQueue.h"
 #include "platform/macos/NativeObject.h"
 #include "platform/macos/StreamReceiver.h"
+#include "platform/macos/calledOnce.h"
 #include "platform/macos/guarded.h"
 
 namespace vesk::mac {
@@ -32,11 +33,6 @@ SCStreamConfiguration* _Nonnull systemConfiguration(const StreamConfiguration& w
   configuration.showsCursor = wanted.showsCursor ? YES : NO;
   configuration.queueDepth = wanted.queueDepth;
   return configuration;
-}
-
-/// Only where the system says no and not why.
-PlatformError orUnknown(std::optional<PlatformError> error) {
-  return std::move(error).value_or(PlatformError{"The display cannot be captured."});
 }
 
 }  // namespace
@@ -78,9 +74,10 @@ std::optional<PlatformError> MacScreenStream::addOutput(Output output, SerialQue
 void MacScreenStream::startCapture(Completion completion) {
   if (stream_ == nil) return completion(orUnknown(refusal_));
   mayRun_ = true;
+  const auto complete = calledOnce(std::move(completion));
   // A block written inside the lambda would hold references to what the lambda holds by reference.
   const auto answer = ^(NSError* _Nullable error) {
-    completion(platformError(error));
+    complete(platformError(error));
   };
   const auto refused = guarded([&] {
     activity_ = [NSProcessInfo.processInfo
@@ -88,19 +85,20 @@ void MacScreenStream::startCapture(Completion completion) {
                           reason:@"The screen is shown to a viewer."];
     [stream_ startCaptureWithCompletionHandler:answer];
   });
-  if (refused) completion(refused);
+  if (refused) complete(refused);
 }
 
 /// The stream and what it calls live until the system has said that it is over.
 void MacScreenStream::stopCapture(Completion completion) {
   if (stream_ == nil) return completion(orUnknown(refusal_));
   mayRun_ = false;
+  const auto complete = calledOnce(std::move(completion));
   SCStream* stream = stream_;
   VeskStreamReceiver* receiver = receiver_;
   const auto callbacks = callbacks_;
   const auto answer = ^(NSError* _Nullable error) {
     callbacks->disconnect();
-    completion(platformError(error));
+    complete(platformError(error));
     (void)stream;
     (void)receiver;
   };
@@ -108,7 +106,7 @@ void MacScreenStream::stopCapture(Completion completion) {
     endActivity();
     [stream_ stopCaptureWithCompletionHandler:answer];
   });
-  if (refused) completion(refused);
+  if (refused) complete(refused);
 }
 
 void MacScreenStream::endActivity() {

@@ -1,15 +1,20 @@
 #pragma once
 
+#include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <thread>
+#include <utility>
 
 #include "platform/ScreenCapture.h"
 
 namespace vesk::mac {
 
 /// Where the window system's news of one stream goes. Once disconnected, nothing is called back any
-/// more, and what is being called back has returned, unless it is what disconnects.
-/// Thread: any. Samples never wait for whoever is being told of the end.
+/// more, and what is being called back has returned, unless it is what disconnects; a sample and
+/// the end that both disconnect at once do not wait for each other.
+///
+/// Thread: any; one sample at a time. Samples never wait for whoever is being told of the end.
 class StreamCallbacks {
  public:
   explicit StreamCallbacks(std::function<void(PlatformError)> onStopped)
@@ -23,12 +28,16 @@ class StreamCallbacks {
   void disconnect();
 
  private:
-  // Held during a call, so that a disconnection waits for it; recursive, so that the call itself
-  // may disconnect.
-  std::recursive_mutex outputMutex_;
+  class UnderWay;
+
+  std::mutex mutex_;  ///< not held while anything is called back
+  std::condition_variable changed_;
   ScreenStream::Output output_;
-  std::recursive_mutex stoppedMutex_;
   std::function<void(PlatformError)> onStopped_;
+  /// Who is being called back; nobody is the empty thread.
+  std::thread::id toldOfSample_;
+  std::thread::id toldOfEnd_;
+  int disconnecting_ = 0;  ///< how many of these two disconnect and wait
 };
 
 }  // namespace vesk::mac

@@ -24,6 +24,11 @@ std::optional<PlatformError> guarded(Action action) {
   return std::nullopt;
 }
 
+/// Only where the system says no and not why.
+inline PlatformError orUnknown(std::optional<PlatformError> error) {
+  return std::move(error).value_or(PlatformError{"The display cannot be captured."});
+}
+
 /// Nothing for nil, which is a success.
 inline std::optional<PlatformError> platformError(NSError* _Nullable error) {
   if (error == nil) return std::nullopt;

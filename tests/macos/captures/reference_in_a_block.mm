@@ -1,4 +1,4 @@
-// refused: a block that captures a reference
+// refused: a block that captures a reference or a pointer
 #import <Foundation/Foundation.h>
 
 #include <functional>

@@ -1,4 +1,4 @@
-// refused: a lambda that is kept and captures this or a reference
+// refused: a lambda that is kept and captures this, a reference or a pointer
 #include <memory>
 
 #include "platform/macos/DispatchQueue.h"

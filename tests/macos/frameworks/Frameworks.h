@@ -97,7 +97,7 @@ struct System {
   int recordRequests = 0;
   bool trusted = false;
   std::vector<bool> trustPrompts;
-  std::set<CGKeyCode> heldKeys;
+  std::map<CGEventSourceStateID, std::set<CGKeyCode>> heldKeys;
 
   CMTime now{};
 

@@ -5,6 +5,8 @@
 @end
 
 @implementation Delegate
+- (void)applicationWillTerminate:(NSNotification*)notification {
+}
 #ifndef MISTAKE
 - (void)applicationDidFinishLaunching:(NSNotification*)notification {
 }

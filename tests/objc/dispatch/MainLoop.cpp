@@ -36,19 +36,19 @@ void MainLoop::async(Work task) {
 
 void MainLoop::after(std::chrono::nanoseconds delay, Work task) {
   const std::lock_guard lock(mutex_);
-  delayed_.emplace(now() + delay, std::move(task));
+  delayed_.emplace(nowUnlocked() + delay, std::move(task));
   changed_.notify_all();
 }
 
-void MainLoop::perform(Work block) {
+void MainLoop::perform(Work block, Mode mode) {
   const std::lock_guard lock(mutex_);
-  blocks_.push_back(std::move(block));
+  blocks_.emplace_back(mode, std::move(block));
   changed_.notify_all();
 }
 
-int MainLoop::addTimer(std::chrono::nanoseconds delay, Work handler) {
+int MainLoop::addTimer(std::chrono::nanoseconds delay, Work handler, Mode mode) {
   const std::lock_guard lock(mutex_);
-  timers_.emplace(now() + delay, std::pair(++timerCount_, std::move(handler)));
+  timers_.emplace(nowUnlocked() + delay, Timer{++timerCount_, mode, std::move(handler)});
   changed_.notify_all();
   return timerCount_;
 }
@@ -57,9 +57,9 @@ void MainLoop::removeTimer(int timer) {
   Work dropped;
   const std::lock_guard lock(mutex_);
   const auto entry =
-      std::ranges::find(timers_, timer, [](const auto& each) { return each.second.first; });
+      std::ranges::find(timers_, timer, [](const auto& each) { return each.second.number; });
   if (entry == timers_.end()) return;
-  dropped = std::move(entry->second.second);
+  dropped = std::move(entry->second.handler);
   timers_.erase(entry);
 }
 
@@ -79,6 +79,11 @@ void MainLoop::advance(std::chrono::nanoseconds time) {
   const std::lock_guard lock(mutex_);
   advanced_ += time;
   changed_.notify_all();
+}
+
+MainLoop::Time MainLoop::now() {
+  const std::lock_guard lock(mutex_);
+  return nowUnlocked();
 }
 
 std::size_t MainLoop::waiting() {
@@ -114,19 +119,29 @@ MainLoop::Work MainLoop::taskOfTheQueue(Work task) {
   };
 }
 
-/// What is due, or nothing. Under the lock.
-MainLoop::Work MainLoop::takeNext() {
-  if (!blocks_.empty()) {
-    Work block = std::move(blocks_.front());
-    blocks_.pop_front();
+/// These, and what they return, under the lock.
+std::deque<std::pair<MainLoop::Mode, MainLoop::Work>>::iterator MainLoop::nextBlock(Mode least) {
+  return std::ranges::find_if(blocks_, [&](const auto& each) { return each.first >= least; });
+}
+
+std::multimap<MainLoop::Time, MainLoop::Timer>::iterator MainLoop::nextTimer(Mode least) {
+  return std::ranges::find_if(timers_, [&](const auto& each) { return each.second.mode >= least; });
+}
+
+/// What is due, or nothing.
+MainLoop::Work MainLoop::takeNext(Mode least) {
+  if (const auto next = nextBlock(least); next != blocks_.end()) {
+    Work block = std::move(next->second);
+    blocks_.erase(next);
     return block;
   }
-  if (!timers_.empty() && timers_.begin()->first <= now()) {
-    Work handler = std::move(timers_.begin()->second.second);
-    timers_.erase(timers_.begin());
+  const auto timer = nextTimer(least);
+  if (timer != timers_.end() && timer->first <= nowUnlocked()) {
+    Work handler = std::move(timer->second.handler);
+    timers_.erase(timer);
     return handler;
   }
-  while (!delayed_.empty() && delayed_.begin()->first <= now()) {
+  while (!delayed_.empty() && delayed_.begin()->first <= nowUnlocked()) {
     tasks_.push_back(std::move(delayed_.begin()->second));
     delayed_.erase(delayed_.begin());
   }
@@ -137,28 +152,42 @@ MainLoop::Work MainLoop::takeNext() {
 }
 
 void MainLoop::run(const std::function<bool()>& isOver, Time deadline) {
+  run(isOver, deadline, Mode::usual);
+}
+
+void MainLoop::runForAlert(const std::function<bool()>& isOver) {
+  run(isOver, Time::max(), Mode::common);
+}
+
+void MainLoop::run(const std::function<bool()>& isOver, Time deadline, Mode least) {
   std::unique_lock lock(mutex_);
   while (!std::exchange(stopped_, false)) {
     woken_ = false;
     lock.unlock();
     if (isOver() || std::chrono::steady_clock::now() >= deadline) return;
     lock.lock();
-    if (Work next = takeNext()) {
+    if (Work next = takeNext(least)) {
       lock.unlock();
       const Pool pool;
       next();
       next = nullptr;
       lock.lock();
-      continue;
+    } else {
+      wait(lock, deadline, least);
     }
-    Time until = deadline;
-    if (!timers_.empty()) until = std::min(until, timers_.begin()->first - advanced_);
-    if (!delayed_.empty() && !drains_) until = std::min(until, delayed_.begin()->first - advanced_);
-    // No end at all is more than the wait can count.
-    until = std::min(until, std::chrono::steady_clock::now() + std::chrono::hours(1));
-    const bool mayWait = !stopped_ && !woken_ && blocks_.empty() && (drains_ || tasks_.empty());
-    if (mayWait) changed_.wait_until(lock, until);
   }
+}
+
+void MainLoop::wait(std::unique_lock<std::mutex>& lock, Time deadline, Mode least) {
+  Time until = deadline;
+  const auto timer = nextTimer(least);
+  if (timer != timers_.end()) until = std::min(until, timer->first - advanced_);
+  if (!delayed_.empty() && !drains_) until = std::min(until, delayed_.begin()->first - advanced_);
+  // No end at all is more than the wait can count.
+  until = std::min(until, std::chrono::steady_clock::now() + std::chrono::hours(1));
+  const bool mayWait =
+      !stopped_ && !woken_ && nextBlock(least) == blocks_.end() && (drains_ || tasks_.empty());
+  if (mayWait) changed_.wait_until(lock, until);
 }
 
 }  // namespace vesk::fakes

@@ -2,6 +2,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <deque>
+#include <functional>
+#include <iterator>
+#include <utility>
 
 #include "objc/dispatch/MainLoop.h"
 #include "objc/e2e/SessionWorld.h"
@@ -111,6 +115,46 @@ TEST_F(MacSessionTest, ShowsNothingThatTheStreamBeforeItBringsLate) {
   end();
 }
 
+TEST_F(MacSessionTest, GoesOnWhenTheStreamBeforeItEndsLate) {
+  begin();
+  SCStream* const before = stream();
+  server_.holdsAnswersBack = true;
+  world_.tell(stop);
+  ASSERT_TRUE(runUntil([this] { return desk_.shown.empty(); }));
+  // The stop alone waits for its answer.
+  server_.holdsAnswersBack = false;
+  world_.tell(start);
+  EXPECT_EQ(world_.heard(), starting);
+  EXPECT_EQ(world_.heard(), started);
+  server_.end(before, "The display was unplugged.");
+  server_.settle();
+  world_.tell(start);
+  EXPECT_EQ(world_.heard(), R"({"height":1080,"op":"started","width":1920})");
+  EXPECT_EQ(desk_.shown.size(), 2U);
+  server_.answer();
+  end();
+}
+
+/// How long an encoder takes is its own affair, and whom its pictures were for the person's.
+TEST_F(MacSessionTest, ShowsNothingThatTheEncoderBeforeItBringsLate) {
+  encoder_.answers = fakes::Answers::late;
+  begin();
+  std::deque<std::function<void()>> late;
+  ASSERT_TRUE(runUntil([&] {
+    const std::lock_guard lock(encoder_.mutex);
+    std::ranges::move(std::exchange(encoder_.waiting, {}), std::back_inserter(late));
+    return late.size() == 5;
+  }));
+  end();
+  encoder_.answers = fakes::Answers::atOnce;
+  begin();
+  EXPECT_EQ(world_.units(), keyFrame);
+  late.front()();
+  for (int i = 0; i < 10; ++i) EXPECT_EQ(world_.units(), std::vector{plainSlice});
+  late.clear();
+  end();
+}
+
 TEST_F(MacSessionTest, ChangesTheNameInTheStrip) {
   begin();
   world_.tell(R"({"op":"viewer","name":"Zoë"})");
@@ -129,6 +173,23 @@ TEST_F(MacSessionTest, TellsWhyItDoesNotStart) {
   EXPECT_EQ(world_.heard(), R"({"message":"The Mac could not share its screen: no","op":"fault"})");
   server_.refusesStart.reset();
   begin();
+  end();
+}
+
+TEST_F(MacSessionTest, IsToldOnceOfAStartThatTheSystemTookAndThrewAt) {
+  server_.holdsAnswersBack = true;
+  server_.throwsAfterwards = "thrown";
+  world_.tell(start);
+  EXPECT_EQ(world_.heard(), starting);
+  EXPECT_EQ(world_.heard(),
+            R"({"message":"The Mac could not share its screen: thrown","op":"fault"})");
+  server_.throwsAfterwards.reset();
+  server_.answer();
+  // The answer, and a stream that it might start.
+  for (int i = 0; i < 2; ++i) server_.settle();
+  EXPECT_TRUE(server_.running().empty());
+  begin();
+  EXPECT_EQ(world_.units(), keyFrame);
   end();
 }
 

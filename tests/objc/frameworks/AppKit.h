@@ -20,6 +20,7 @@ struct ScreenOnDesk {
 
 struct Desk {
   std::vector<ScreenOnDesk> screens;
+  std::size_t mainScreen = 0;  ///< the one where the person works
   int activations = 0;
   bool abortThrows = true;      ///< how `abortModal` ends a loop: by an exception, or by a return
   bool alertThrows = false;     ///< running an alert fails
@@ -53,6 +54,9 @@ void respond(NSModalResponse response);
 
 inline constexpr unsigned short returnKey = 0x24;
 inline constexpr unsigned short escapeKey = 0x35;
+
+/// The session ends, or somebody asks the application to: it is told, and no loop runs any more.
+void quit();
 
 /// What the process asks to be run, one after the other, while alerts are up and otherwise.
 void soon(std::function<void()> action);

@@ -170,7 +170,7 @@ __kindof NSApplication* NSApp = nil;
   [NSNotificationCenter.defaultCenter post:NSWindowDidBecomeKeyNotification object:window_];
   [window_ setOcclusionState:NSWindowOcclusionStateVisible];
   if (const auto onAlert = desk().onAlert) onAlert(self);
-  MainLoop::only().run([&] { return modal.response.has_value(); });
+  MainLoop::only().runForAlert([&] { return modal.response.has_value(); });
   return modal.response.value_or(NSModalResponseAbort);
 }
 @end
@@ -222,6 +222,11 @@ void click(std::size_t button, double secondsFromNow) {
 }
 
 void respond(NSModalResponse response) { answer(response); }
+
+void quit() {
+  [[NSApp delegate] applicationWillTerminate:[NSNotification new]];
+  MainLoop::only().stop();
+}
 
 void soon(std::function<void()> action) { MainLoop::only().perform(std::move(action)); }
 

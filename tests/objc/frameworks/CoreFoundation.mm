@@ -132,8 +132,10 @@ const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
 
 CFRunLoopRef CFRunLoopGetMain() { return reinterpret_cast<CFRunLoopRef>(&mainLoop); }
 
-void CFRunLoopPerformBlock(CFRunLoopRef, CFTypeRef, void (^block)()) {
-  MainLoop::only().perform([block] { block(); });
+void CFRunLoopPerformBlock(CFRunLoopRef, CFTypeRef mode, void (^block)()) {
+  const bool isCommon = vesk::fakes::isEqual((__bridge id)mode, NSRunLoopCommonModes);
+  MainLoop::only().perform([block] { block(); },
+                           isCommon ? MainLoop::Mode::common : MainLoop::Mode::usual);
 }
 
 /// A loop finds out by itself that there is a block; the system's may sleep on.

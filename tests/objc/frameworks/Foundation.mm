@@ -115,7 +115,7 @@ std::atomic<int> activities = 0;
   return only;
 }
 - (NSTimeInterval)systemUptime {
-  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  const auto now = MainLoop::only().now().time_since_epoch();
   return std::chrono::duration<double>(now).count();
 }
 - (id<NSObject>)beginActivityWithOptions:(NSActivityOptions)options reason:(NSString*)reason {
@@ -153,15 +153,17 @@ NSRunLoopMode const NSRunLoopCommonModes = @"kCFRunLoopCommonModes";
   return timer;
 }
 /// The loop holds it until it has fired.
-- (void)begin {
+- (void)begin:(MainLoop::Mode)mode {
   const std::chrono::duration<double> seconds(interval_);
   NSTimer* const held = self;
-  number_ = MainLoop::only().addTimer(std::chrono::duration_cast<std::chrono::nanoseconds>(seconds),
-                                      [held] {
-                                        void (^const block)(NSTimer*) = held->block_;
-                                        held->block_ = nil;
-                                        if (block != nil) block(held);
-                                      });
+  number_ = MainLoop::only().addTimer(
+      std::chrono::duration_cast<std::chrono::nanoseconds>(seconds),
+      [held] {
+        void (^const block)(NSTimer*) = held->block_;
+        held->block_ = nil;
+        if (block != nil) block(held);
+      },
+      mode);
 }
 - (void)invalidate {
   block_ = nil;
@@ -175,6 +177,7 @@ NSRunLoopMode const NSRunLoopCommonModes = @"kCFRunLoopCommonModes";
   return only;
 }
 - (void)addTimer:(NSTimer*)timer forMode:(NSRunLoopMode)mode {
-  [timer begin];
+  const bool isCommon = vesk::fakes::isEqual(mode, NSRunLoopCommonModes);
+  [timer begin:isCommon ? MainLoop::Mode::common : MainLoop::Mode::usual];
 }
 @end

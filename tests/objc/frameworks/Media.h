@@ -40,9 +40,13 @@ enum class Answers {
 /// The system's encoder. Thread: any; what it does is set before a session is made.
 struct Encoder {
   std::mutex mutex;
-  OSStatus status = 0;  ///< of making a session
+  OSStatus status = 0;       ///< of making a session
+  OSStatus frameStatus = 0;  ///< of taking a frame
+  OSStatus outcome = 0;      ///< of a frame that was taken
+  bool losesFrames = false;  ///< its output is empty
   Answers answers = Answers::atOnce;
   int sessions = 0;
+  int ended = 0;  ///< sessions that were told to
   int frames = 0;
   std::map<std::string, long> properties;  ///< as last set, by name
   std::deque<std::function<void()>> waiting;

@@ -39,6 +39,6 @@ Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options) {
   return AXIsProcessTrusted();
 }
 
-bool CGEventSourceKeyState(CGEventSourceStateID, CGKeyCode key) {
-  return mac::system().heldKeys.contains(key);
+bool CGEventSourceKeyState(CGEventSourceStateID state, CGKeyCode key) {
+  return mac::system().heldKeys[state].contains(key);
 }

@@ -50,6 +50,12 @@ class WindowServer {
   std::optional<std::string> refusesContent;  ///< the error's text
   std::optional<std::string> refusesStart;
   std::optional<std::string> throws;  ///< the reason of what every call throws
+  /// The same, by calls that ask for an answer, and once they have taken the question; unless
+  /// answers are held back, it has been answered by then.
+  std::optional<std::string> throwsAfterwards;
+  /// What the last question for the content was about.
+  std::optional<bool> excludesDesktopWindows;
+  std::optional<bool> onScreenWindowsOnly;
   bool refusesOutput = false;
   bool answersNothing = false;  ///< neither content nor error
   bool holdsAnswersBack = false;

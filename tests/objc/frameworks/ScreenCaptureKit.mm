@@ -15,6 +15,13 @@ void throwIfAsked() {
     @throw [NSException exceptionOf:text(*reason)];
 }
 
+void throwAfterwardsIfAsked() {
+  auto& server = WindowServer::only();
+  if (!server.throwsAfterwards) return;
+  server.settle();
+  @throw [NSException exceptionOf:text(*server.throwsAfterwards)];
+}
+
 NSError* errorOf(const std::optional<std::string>& description) {
   return description ? [NSError errorOf:text(*description)] : nil;
 }
@@ -82,12 +89,15 @@ std::vector<__weak SCStream*>& streams() {
                                  completionHandler:
                                      (void (^)(SCShareableContent*, NSError*))handler {
   throwIfAsked();
+  WindowServer::only().excludesDesktopWindows = excludeDesktopWindows;
+  WindowServer::only().onScreenWindowsOnly = onScreenOnly;
   WindowServer::only().later([handler] {
     const WindowServer& server = WindowServer::only();
     NSError* const error = errorOf(server.refusesContent);
     const bool isEmpty = error != nil || server.answersNothing;
     handler(isEmpty ? nil : [SCShareableContent new], error);
   });
+  throwAfterwardsIfAsked();
 }
 @end
 
@@ -160,6 +170,7 @@ std::vector<__weak SCStream*>& streams() {
     held->runs_ = error == nil;
     handler(error);
   });
+  throwAfterwardsIfAsked();
 }
 - (void)stopCaptureWithCompletionHandler:(void (^)(NSError*))handler {
   throwIfAsked();
@@ -169,6 +180,7 @@ std::vector<__weak SCStream*>& streams() {
     NSError* const error = held->runs_.exchange(false) ? nil : [NSError errorOf:@"does not run"];
     handler(error);
   });
+  throwAfterwardsIfAsked();
 }
 @end
 
@@ -186,7 +198,8 @@ void WindowServer::reset() {
   settle();
   displays = {SharedDisplay{}};
   applications.clear();
-  refusesContent = refusesStart = throws = std::nullopt;
+  refusesContent = refusesStart = throws = throwsAfterwards = std::nullopt;
+  excludesDesktopWindows = onScreenWindowsOnly = std::nullopt;
   refusesOutput = answersNothing = holdsAnswersBack = false;
   stops = 0;
   streams().clear();

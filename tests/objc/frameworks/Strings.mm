@@ -123,6 +123,10 @@ bool isSpace(char16_t unit) {
   return [self units].size();
 }
 
+- (unichar)characterAtIndex:(NSUInteger)index {
+  return [self units].at(index);
+}
+
 - (const char*)UTF8String {
   __autoreleasing VeskBytes* const holder = [VeskBytes new];
   holder->bytes_ = utf8Of([self units]);
@@ -141,11 +145,21 @@ bool isSpace(char16_t unit) {
   return [NSString stringWithUnits:[self units].substr(0, to)];
 }
 
-/// Knows of surrogates; the system also of what is written with several characters.
+/// Knows of surrogates, accents on their own and variation selectors; the system of much more.
 - (NSRange)rangeOfComposedCharacterSequenceAtIndex:(NSUInteger)index {
   const auto units = [self units];
-  if (isLow(units.at(index)) && index > 0 && isHigh(units[index - 1])) return {index - 1, 2};
-  return {index, isHigh(units[index]) ? 2UL : 1UL};
+  const auto startOf = [&](NSUInteger i) {
+    return i > 0 && isLow(units.at(i)) && isHigh(units[i - 1]) ? i - 1 : i;
+  };
+  const auto isAccent = [&](NSUInteger i) {
+    return (units[i] >= 0x300 && units[i] <= 0x36f) || units[i] == 0xdb40;
+  };
+  NSUInteger begin = startOf(index);
+  while (begin > 0 && isAccent(begin)) begin = startOf(begin - 1);
+  NSUInteger end = begin;
+  do end += isHigh(units[end]) ? 2UL : 1UL;
+  while (end < units.size() && isAccent(end));
+  return {begin, end - begin};
 }
 
 - (NSArray<NSString*>*)componentsSeparatedByCharactersInSet:(NSCharacterSet*)separators {

@@ -67,9 +67,11 @@ void Encoder::answerLate() {
 
 void Encoder::reset() {
   const std::lock_guard lock(mutex);
-  status = 0;
+  status = frameStatus = outcome = 0;
+  losesFrames = false;
   answers = Answers::atOnce;
   sessions = 0;
+  ended = 0;
   frames = 0;
   properties.clear();
   waiting.clear();
@@ -119,18 +121,21 @@ OSStatus VTCompressionSessionEncodeFrameWithOutputHandler(VTCompressionSessionRe
                                                           VTCompressionOutputHandler handler) {
   VeskCompressionSession* const session = sessionOf(given);
   if (session->ended_ || image == nullptr) return invalidSession;
+  const std::lock_guard lock(encoder().mutex);
+  if (encoder().frameStatus != 0) return encoder().frameStatus;
   const bool isFirst = !std::exchange(session->hadKeyFrame_, true);
   const bool isKey = isFirst || isForced(properties);
   // The encoder holds the image until the frame has come out.
   const auto held = vesk::mac::Retained<CVImageBufferRef>::share(image);
-  auto output = [handler, isKey, held] { handler(0, 0, vesk::fakes::madeFrame(isKey).get()); };
-  const std::lock_guard lock(encoder().mutex);
+  auto output = [handler, isKey, held, outcome = encoder().outcome, empty = encoder().losesFrames] {
+    handler(outcome, 0, empty ? nullptr : vesk::fakes::madeFrame(isKey).get());
+  };
   ++encoder().frames;
   if (encoder().answers == Answers::atOnce) {
     session->worker_->async(std::move(output));
   } else if (encoder().answers == Answers::late) {
-    const auto worker = session->worker_;
-    encoder().waiting.push_back([worker, output] { worker->sync(output); });
+    // What is on its way through the encoder keeps it.
+    encoder().waiting.push_back([session, output] { session->worker_->sync(output); });
   }
   return 0;
 }
@@ -144,4 +149,6 @@ OSStatus VTCompressionSessionCompleteFrames(VTCompressionSessionRef session, CMT
 
 void VTCompressionSessionInvalidate(VTCompressionSessionRef session) {
   sessionOf(session)->ended_ = true;
+  const std::lock_guard lock(encoder().mutex);
+  ++encoder().ended;
 }

@@ -31,7 +31,8 @@ const NSFontWeight NSFontWeightSemibold = 0.3;
   return all;
 }
 + (NSScreen*)mainScreen {
-  return NSScreen.screens.firstObject;
+  const auto& all = desk().screens;
+  return all.empty() ? nil : [NSScreen made:all.at(desk().mainScreen)];
 }
 - (NSRect)frame {
   return screen_.frame;

@@ -66,11 +66,14 @@ bool ObjcFixture::runUntil(const std::function<bool()>& condition,
                            std::chrono::milliseconds limit) {
   auto& loop = fakes::MainLoop::only();
   const auto end = std::chrono::steady_clock::now() + limit;
-  while (!condition() && std::chrono::steady_clock::now() < end) {
+  // What has held once counts, whatever has become of it since.
+  bool held = false;
+  const auto holds = [&] { return held = held || condition(); };
+  while (!holds() && std::chrono::steady_clock::now() < end) {
     constexpr std::chrono::milliseconds look(2);
-    loop.run(condition, std::chrono::steady_clock::now() + look);
+    loop.run(holds, std::chrono::steady_clock::now() + look);
   }
-  return condition();
+  return held;
 }
 
 }  // namespace vesk::testing

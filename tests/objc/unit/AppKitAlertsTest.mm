@@ -96,13 +96,16 @@ TEST_F(AppKitAlertsTest, IsAnsweredByAKeyThatComesLateEnough) {
 }
 
 TEST_F(AppKitAlertsTest, IsNotAnsweredByAKeyThatWasHeldBefore) {
-  system_.heldKeys = {returnKey};
-  EXPECT_EQ(run([](NSAlert*) { keyDown(returnKey, later); }), ModalResponse::abort);
-  EXPECT_EQ(run([](NSAlert*) {
-              keyUp(returnKey, later);
-              keyDown(returnKey, later + 0.1);
-            }),
-            allow);
+  for (const auto state :
+       {kCGEventSourceStateHIDSystemState, kCGEventSourceStateCombinedSessionState}) {
+    system_.heldKeys = {{state, {returnKey}}};
+    EXPECT_EQ(run([](NSAlert*) { keyDown(returnKey, later); }), ModalResponse::abort);
+    EXPECT_EQ(run([](NSAlert*) {
+                keyUp(returnKey, later);
+                keyDown(returnKey, later + 0.1);
+              }),
+              allow);
+  }
 }
 
 TEST_F(AppKitAlertsTest, IsNotAnsweredByWhatRepeats) {
@@ -115,17 +118,24 @@ TEST_F(AppKitAlertsTest, IsNotAnsweredByWhatRepeats) {
             ModalResponse::abort);
 }
 
-TEST_F(AppKitAlertsTest, IsNotAnsweredOutOfSightOrAfterAMove) {
+TEST_F(AppKitAlertsTest, IsNotAnsweredRightAfterAMoveOrAnotherSize) {
+  const auto standing = [](NSNotificationName happens) {
+    return [happens](NSAlert* alert) {
+      fakes::MainLoop::only().advance(1s);
+      [NSNotificationCenter.defaultCenter post:happens object:alert.window];
+      click(0, soon);
+    };
+  };
+  EXPECT_EQ(run(standing(@"nothing")), allow);
+  EXPECT_EQ(run(standing(NSWindowDidMoveNotification)), ModalResponse::abort);
+  EXPECT_EQ(run(standing(NSWindowDidResizeNotification)), ModalResponse::abort);
+}
+
+TEST_F(AppKitAlertsTest, IsNotAnsweredOutOfSight) {
   EXPECT_EQ(run([](NSAlert* alert) {
               [alert.window setOcclusionState:0];
               click(0, later);
               keyDown(returnKey, later);
-            }),
-            ModalResponse::abort);
-  EXPECT_EQ(run([](NSAlert* alert) {
-              [NSNotificationCenter.defaultCenter post:NSWindowDidMoveNotification
-                                                object:alert.window];
-              click(0, soon);
             }),
             ModalResponse::abort);
 }

@@ -8,6 +8,7 @@
 #include "objc/dispatch/MainLoop.h"
 #include "objc/frameworks/AppKit.h"
 #include "objc/support/ObjcFixture.h"
+#include "support/Patience.h"
 
 namespace vesk::mac {
 namespace {
@@ -53,6 +54,9 @@ TEST_F(AppKitApplicationTest, TellsItsDelegateOfTheBeginningAndOfSignals) {
 TEST_F(AppKitApplicationTest, TellsOfASignalWithinAnAlertThatATaskHasPutUp) {
   int answers = 0;
   fakes::desk().onAlert = [](NSAlert*) { std::raise(SIGINT); };
+  // Where the alert's loop leaves the signal alone.
+  fakes::MainLoop::only().addTimer(std::chrono::milliseconds(testing::patience()),
+                                   [] { fakes::respond(NSModalResponseAbort); });
   fakes::MainLoop::only().async([&] {
     [[NSAlert new] runModal];
     ++answers;
@@ -62,6 +66,17 @@ TEST_F(AppKitApplicationTest, TellsOfASignalWithinAnAlertThatATaskHasPutUp) {
   application_.run();
   EXPECT_EQ(delegate_.ends, 1);
   EXPECT_EQ(answers, 1);
+}
+
+/// At a logout, or where somebody asks for its end, the system sends no signal.
+TEST_F(AppKitApplicationTest, IsToldWhenTheSystemEndsIt) {
+  delegate_.atLaunch = [] { fakes::soon(fakes::quit); };
+  application_.run();
+  EXPECT_EQ(delegate_.ends, 1);
+  EXPECT_EQ(delegate_.endedOn, std::this_thread::get_id());
+  // The process has not ended, so what listens for signals is still there.
+  std::raise(SIGTERM);
+  EXPECT_TRUE(runUntil([this] { return delegate_.ends == 2; }));
 }
 
 }  // namespace

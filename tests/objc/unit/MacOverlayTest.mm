@@ -140,6 +140,8 @@ TEST_F(MacOverlayTest, KnowsTheScreensByNumberAndPlace) {
   EXPECT_EQ(overlays_.screens(), (std::vector<Screen>{{7, {{0, 0}, 1440, 900}},
                                                       {std::nullopt, {{1440, 0}, 1920, 1080}}}));
   EXPECT_EQ(overlays_.mainScreen(), (Screen{7, {{0, 0}, 1440, 900}}));
+  desk_.mainScreen = 1;
+  EXPECT_EQ(overlays_.mainScreen(), (Screen{std::nullopt, {{1440, 0}, 1920, 1080}}));
 }
 
 TEST_F(MacOverlayTest, KnowsNoScreenWhereThereIsNone) {

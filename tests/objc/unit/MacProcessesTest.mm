@@ -31,6 +31,14 @@ TEST_F(MacProcessesTest, FindsTheApplicationsOfABundle) {
   EXPECT_TRUE(processes_.runningApplications("com.vesk.other").empty());
 }
 
+/// An application that has ended still has an object, and minus one for its process.
+TEST_F(MacProcessesTest, EndsNothingThatIsNoProcess) {
+  desk_.applications = {-1, 0};
+  EXPECT_FALSE(processes_.forceTerminate(-1));
+  EXPECT_FALSE(processes_.forceTerminate(0));
+  EXPECT_TRUE(desk_.ended.empty());
+}
+
 TEST_F(MacProcessesTest, EndsOneProcessAndSaysWhetherItCould) {
   desk_.applications = {300};
   EXPECT_TRUE(processes_.forceTerminate(300));

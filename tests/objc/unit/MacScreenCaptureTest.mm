@@ -51,6 +51,12 @@ TEST_F(MacScreenCaptureTest, TellsOfDisplaysAndApplications) {
   EXPECT_FALSE(answer->error);
 }
 
+TEST_F(MacScreenCaptureTest, AsksForWhatIsOnTheScreenDesktopIncluded) {
+  ask();
+  EXPECT_EQ(server_.excludesDesktopWindows, false);
+  EXPECT_EQ(server_.onScreenWindowsOnly, true);
+}
+
 TEST_F(MacScreenCaptureTest, GivesTheSystemsObjectsAlong) {
   const auto answer = ask();
   const auto display = answer->content->displays.at(0).native;
@@ -65,12 +71,29 @@ TEST_F(MacScreenCaptureTest, TellsWhyThereIsNoContent) {
   EXPECT_EQ(ask()->error, PlatformError{"the person has said no"});
   server_.refusesContent.reset();
   server_.answersNothing = true;
-  EXPECT_EQ(ask()->error, PlatformError{});
+  EXPECT_EQ(ask()->error, PlatformError{"The display cannot be captured."});
 }
 
 TEST_F(MacScreenCaptureTest, TellsOfAnExceptionAsOfAnError) {
   server_.throws = "no window server";
   EXPECT_EQ(ask()->error, PlatformError{"no window server"});
+}
+
+TEST_F(MacScreenCaptureTest, AnswersOnceWhereAnExceptionFollows) {
+  server_.throwsAfterwards = "thrown";
+  for (const bool isAnsweredFirst : {false, true}) {
+    server_.holdsAnswersBack = !isAnsweredFirst;
+    int answers = 0;
+    std::optional<PlatformError> why;
+    MacScreenCapture().shareableContent([&](auto, auto error) {
+      ++answers;
+      why = std::move(error);
+    });
+    server_.answer();
+    server_.settle();
+    EXPECT_EQ(answers, 1);
+    EXPECT_EQ(why.has_value(), !isAnsweredFirst);
+  }
 }
 
 TEST_F(MacScreenCaptureTest, MayBeAnsweredLate) {

@@ -122,6 +122,8 @@ TEST_F(MacScreenStreamTest, HandsImagesAndTheirStatusOn) {
   EXPECT_EQ(samples_[1].status, 1);
   EXPECT_EQ(samples_[2].status, std::nullopt);
   EXPECT_FALSE(samples_[3].valid);
+  EXPECT_EQ(samples_[3].image, nullptr);
+  EXPECT_EQ(samples_[3].status, std::nullopt);
 }
 
 TEST_F(MacScreenStreamTest, KeepsAnImageForAsLongAsSomebodyHoldsIt) {
@@ -245,6 +247,25 @@ TEST_F(MacScreenStreamTest, IsNoStreamForADisplayThatTheCoreMadeUp) {
   stream_->stopCapture(note(stopped_));
   EXPECT_EQ(started_, Answers{PlatformError{"The display cannot be captured."}});
   EXPECT_EQ(stopped_, started_);
+}
+
+TEST_F(MacScreenStreamTest, AnswersOnceWhereAnExceptionFollows) {
+  const Answers thrown{PlatformError{"thrown"}};
+  for (const bool isAnsweredFirst : {false, true}) {
+    server_.throwsAfterwards.reset();
+    ASSERT_EQ(make(), std::nullopt);
+    server_.throwsAfterwards = "thrown";
+    for (auto* const answers : {&started_, &stopped_}) {
+      answers->clear();
+      server_.holdsAnswersBack = !isAnsweredFirst;
+      answers == &started_ ? stream_->startCapture(note(*answers))
+                           : stream_->stopCapture(note(*answers));
+      server_.answer();
+      server_.settle();
+      EXPECT_EQ(*answers, isAnsweredFirst ? none_ : thrown);
+    }
+  }
+  server_.throwsAfterwards.reset();
 }
 
 TEST_F(MacScreenStreamTest, TellsOfExceptionsAsOfErrors) {

@@ -81,6 +81,55 @@ TEST_F(VideoToolboxAnswersTest, DropsFramesAboveFiveAndMakesUpForALostKeyFrame) 
   EXPECT_EQ(keys(), "-kppppk");
 }
 
+TEST_F(VideoToolboxAnswersTest, WaitsForNoFrameThatTheEncoderHasRefused) {
+  make(fakes::Answers::late);
+  encode();
+  encoder_.answerLate();
+  encoder_.frameStatus = -12902;
+  for (int i = 0; i < 10; ++i) EXPECT_EQ(encode(i == 0), -12902);
+  encoder_.frameStatus = 0;
+  encode();
+  encode();
+  encoder_.answerLate();
+  EXPECT_EQ(keys(), "kkp") << "the refused key frame is made up for";
+}
+
+TEST_F(VideoToolboxAnswersTest, MakesUpForAKeyFrameThatComesOutEmptyOrWrong) {
+  make(fakes::Answers::late);
+  const auto next = [this](bool forceKeyFrame) {
+    encode(forceKeyFrame);
+    encoder_.answerLate();
+  };
+  next(true);
+  encoder_.losesFrames = true;
+  next(true);
+  next(false);
+  encoder_.losesFrames = false;
+  next(false);
+  next(false);
+  EXPECT_EQ(keys(), "k--kp");
+  encoder_.outcome = -12909;
+  next(true);
+  encoder_.outcome = 0;
+  next(false);
+  next(false);
+  EXPECT_EQ(keys(), "k--kpkkp");
+}
+
+TEST_F(VideoToolboxAnswersTest, EndsTheSystemsSessionOnce) {
+  make(fakes::Answers::atOnce);
+  const auto ended = [this] {
+    const std::lock_guard lock(encoder_.mutex);
+    return encoder_.ended;
+  };
+  EXPECT_EQ(ended(), 0);
+  session_->invalidate();
+  EXPECT_TRUE(testing::waitUntil([&] { return ended() == 1; }));
+  session_->invalidate();
+  session_.reset();
+  EXPECT_EQ(ended(), 1);
+}
+
 TEST_F(VideoToolboxAnswersTest, HoldsImagesUntilTheirFramesAreOut) {
   make(fakes::Answers::late);
   encode();

@@ -241,6 +241,40 @@ TEST_F(CapturerPacingTest, ShowsNothingOfTheSessionBefore) {
   EXPECT_EQ(frames().size(), 1U);
 }
 
+/// A stream ends in the background, and may meet its own end on the way.
+TEST_F(CapturerPacingTest, TellsOfNoFaultOfAStreamThatItHasStopped) {
+  start();
+  const auto before = stream();
+  capturer->stop();
+  start();
+  before->onStopped({"The display was unplugged."});
+  EXPECT_TRUE(faults.empty()) << "the session that runs has no fault";
+}
+
+TEST_F(CapturerPacingTest, DeliversNothingOnceItHasStopped) {
+  start();
+  deliverImage();
+  queues.advance(34ms);
+  ASSERT_EQ(frames().size(), 1U);
+  capturer->stop();
+  answer();
+  EXPECT_TRUE(units.empty()) << "an encoder that was late";
+}
+
+TEST_F(CapturerPacingTest, DeliversNothingOfASessionThatAnotherStartHasReplaced) {
+  start();
+  deliverImage();
+  queues.advance(34ms);
+  ASSERT_EQ(frames().size(), 1U);
+  const auto late = frames().front().handler;
+  start();
+  capturer->stop();
+  late(0,
+       EncodedSample{Bytes{std::byte{0}, std::byte{0}, std::byte{0}, std::byte{1}, std::byte{0x41}},
+                     true, std::nullopt});
+  EXPECT_TRUE(units.empty());
+}
+
 TEST_F(CapturerPacingTest, EndsAStreamThatWasAskedForBeforeAStop) {
   screen.beforeContent = [&] { capturer->stop(); };
   start();

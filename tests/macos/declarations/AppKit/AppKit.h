@@ -36,6 +36,7 @@ DECLARED const NSFontWeight NSFontWeightSemibold SINCE(10.11);
 
 @protocol NSApplicationDelegate <NSObject>
 - (void)applicationDidFinishLaunching:(NSNotification *)notification;
+- (void)applicationWillTerminate:(NSNotification *)notification;
 @end
 @interface NSResponder : NSObject
 @end

@@ -28,6 +28,7 @@ DECLARED NSRunLoopMode const NSRunLoopCommonModes SINCE(10.5);
 @property (class, readonly, copy) NSCharacterSet *whitespaceAndNewlineCharacterSet;
 @end
 @class NSArray<ObjectType>;
+typedef unsigned short unichar;
 @interface NSString : NSObject <NSCopying>
 @property (readonly) NSUInteger length;
 @property (nullable, readonly) const char *UTF8String __attribute__((objc_returns_inner_pointer));
@@ -35,6 +36,7 @@ DECLARED NSRunLoopMode const NSRunLoopCommonModes SINCE(10.5);
 - (NSString *)stringByAppendingString:(NSString *)text;
 - (NSString *)substringFromIndex:(NSUInteger)from;
 - (NSString *)substringToIndex:(NSUInteger)to;
+- (unichar)characterAtIndex:(NSUInteger)index;
 - (NSRange)rangeOfComposedCharacterSequenceAtIndex:(NSUInteger)index;
 - (NSArray<NSString *> *)componentsSeparatedByCharactersInSet:(NSCharacterSet *)separators;
 @end

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <future>
 #include <string>
 #include <thread>
@@ -51,6 +52,35 @@ TEST_F(StreamCallbacksTest, MayBeDisconnectedFromWithinACall) {
   EXPECT_EQ(samples_, 1);
 }
 
+/// A sample and the stream's end come on two threads, and both may be what disconnects.
+TEST(StreamCallbacksDeathTest, MayBeDisconnectedFromWithinBothCallsAtOnce) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto disconnectFromBoth = [] {
+    std::promise<void> ends;
+    std::promise<void> delivers;
+    StreamCallbacks* both = nullptr;
+    StreamCallbacks callbacks([&](const PlatformError&) {
+      ends.set_value();
+      delivers.get_future().wait();
+      both->disconnect();
+    });
+    both = &callbacks;
+    callbacks.setOutput([&](const StreamSample&, StreamOutputType) {
+      ends.get_future().wait();
+      delivers.set_value();
+      both->disconnect();
+    });
+    const auto end = std::async(std::launch::async, [&] { callbacks.stopped({"unplugged"}); });
+    const auto sample =
+        std::async(std::launch::async, [&] { callbacks.deliver({}, StreamOutputType::screen); });
+    constexpr std::chrono::seconds limit(5);
+    const bool returned = end.wait_for(limit) == std::future_status::ready &&
+                          sample.wait_for(limit) == std::future_status::ready;
+    std::_Exit(returned ? 0 : 1);
+  };
+  EXPECT_EXIT(disconnectFromBoth(), testing::ExitedWithCode(0), "");
+}
+
 TEST_F(StreamCallbacksTest, WaitsForACallThatIsUnderWay) {
   std::promise<void> entered;
   bool returned = false;
@@ -63,6 +93,41 @@ TEST_F(StreamCallbacksTest, WaitsForACallThatIsUnderWay) {
   entered.get_future().wait();
   callbacks_.disconnect();
   EXPECT_TRUE(returned);
+}
+
+TEST_F(StreamCallbacksTest, WaitsForACallThatHasDisconnectedAndGoesOn) {
+  std::promise<void> disconnected;
+  std::promise<void> mayReturn;
+  callbacks_.setOutput([&](const StreamSample&, StreamOutputType) {
+    callbacks_.disconnect();
+    disconnected.set_value();
+    mayReturn.get_future().wait();
+  });
+  const auto call = std::async(std::launch::async, [this] { deliver(); });
+  disconnected.get_future().wait();
+  const auto other = std::async(std::launch::async, [this] { callbacks_.disconnect(); });
+  EXPECT_EQ(other.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+  mayReturn.set_value();
+  other.wait();
+  call.wait();
+}
+
+TEST(StreamCallbacksEndTest, IsWaitedForByASampleThatDisconnects) {
+  std::promise<void> told;
+  std::promise<void> mayReturn;
+  StreamCallbacks callbacks([&](const PlatformError&) {
+    told.set_value();
+    mayReturn.get_future().wait();
+  });
+  callbacks.setOutput([&](const StreamSample&, StreamOutputType) { callbacks.disconnect(); });
+  const auto end = std::async(std::launch::async, [&] { callbacks.stopped({"unplugged"}); });
+  told.get_future().wait();
+  const auto sample =
+      std::async(std::launch::async, [&] { callbacks.deliver({}, StreamOutputType::screen); });
+  EXPECT_EQ(sample.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+  mayReturn.set_value();
+  sample.wait();
+  end.wait();
 }
 
 TEST(StreamCallbacksEndTest, DeliversSamplesWhileTheEndIsBeingTold) {
