@@ -93,20 +93,41 @@ std::vector<std::uint8_t> lumaOf(const Pixels& pixels) {
 
 class LeftOutVideoTest : public ::testing::TestWithParam<Kind> {
  protected:
-  /// The pointer is in the picture, and not on the other desktop's.
-  static constexpr double enough = 34;
+  static constexpr std::uint32_t windowColour = 0x40c040;
+  static constexpr std::uint32_t barColour = 0x202020;
+  /// The pointer is in the picture, and not on the other desktop's. A bar that is missing costs
+  /// more than is left.
+  static constexpr double enough = 36;
 
-  /// A compositor may be late on the other desktop, too.
-  void expectTheSame(Video& video, const std::string& step) {
-    double likeness = 0;
-    waitUntil(
-        [&] {
-          likeness = video.likeness(lumaOf(twins.reference()), enough);
-          return likeness >= enough;
-        },
-        20'000);
-    EXPECT_GE(likeness, enough) << step;
-    if (likeness >= enough) return;
+  bool isOnOther(int x, int y, std::uint32_t colour) {
+    return twins.reference()[static_cast<std::size_t>(y * TwinDesktops::width + x)] == colour;
+  }
+  bool looksAlike(Video& video) {
+    return video.likeness(lumaOf(twins.reference()), enough) >= enough;
+  }
+
+  /// Until the other desktop shows it, for before that both may look as they did.
+  bool moves(Video& video, int window, const picture::PixelRect& frame) {
+    twins.move(window, frame);
+    return waitUntil([&] {
+      return isOnOther(frame.x + frame.width - 5, frame.y + 5, windowColour) && looksAlike(video);
+    });
+  }
+  /// At times Mutter does not show what is drawn just behind a move, on either desktop, until it is
+  /// drawn once more.
+  bool draws(Video& video, int window, const picture::PixelRect& frame,
+             const picture::PixelRect& bar) {
+    return waitUntil([&] {
+      twins.draw(window, bar, barColour);
+      return waitUntil(
+          [&] {
+            return isOnOther(frame.x + bar.x + 5, frame.y + bar.y + 5, barColour) &&
+                   looksAlike(video);
+          },
+          3'000);
+    });
+  }
+  void keepPictures(Video& video, const std::string& step) {
     keepPicture(video.picture(), step);
     keepPicture(twins.reference(), step + "-expected");
     keepPicture(twins.captured(), step + "-screen");
@@ -116,17 +137,19 @@ class LeftOutVideoTest : public ::testing::TestWithParam<Kind> {
 };
 
 TEST_P(LeftOutVideoTest, ReachesTheViewerWithoutOwnWindows) {
-  const int moving = twins.open({150, 150, 250, 200}, {0x40c040});
+  picture::PixelRect frame{150, 150, 250, 200};
+  const int moving = twins.open(frame, {windowColour});
   twins.draw(moving, {20, 20, 50, 150}, 0xf08020);
   Video video(twins.ownWindows());
   twins.openAllOwn();
-  expectTheSame(video, "open");
-  for (int i = 0; i < 6; ++i) {
+  EXPECT_TRUE(waitUntil([&] { return looksAlike(video); }));
+  for (int i = 0; i < 6 && !HasFailure(); ++i) {
     // One thing at a time: Mutter may draw what was drawn in a window that is moving where it was.
-    twins.move(moving, {150 + i * 50, 150 - i * 25, 250, 200});
-    expectTheSame(video, "moved " + std::to_string(i));
-    twins.draw(moving, {100, 10 + i * 20, 120, 15}, 0x202020);
-    expectTheSame(video, "drawn " + std::to_string(i));
+    EXPECT_TRUE(moves(video, moving, frame)) << "moved " << i;
+    EXPECT_TRUE(draws(video, moving, frame, {100, 10 + i * 20, 120, 15})) << "drawn " << i;
+    if (HasFailure()) keepPictures(video, std::to_string(i));
+    frame.x += 50;
+    frame.y -= 25;
   }
   EXPECT_EQ(video.failures(), 0);
 }

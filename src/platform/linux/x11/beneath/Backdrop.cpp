@@ -33,8 +33,8 @@ void Backdrop::follow(const WindowStack& stack) {
 void Backdrop::paint(const Patches& patches, const Patches& before, const Seen& seen) {
   const auto bare = bareParts(patches);
   for (const auto& patch : patches) {
-    const std::uint32_t colour = composited_ ? bareColour(connection_, patch->area(), bare) : 0;
-    background_.paint(patch->background(), patch->area(), painter_, colour);
+    background_.paint(patch->background(), patch->area(), painter_,
+                      colourFor(patch->area(), bare, seen));
     if (replaced_) continue;
     for (const auto& other : before) patch->inheritBackground(*other);
     for (const auto& piece : inSight(patch->area(), seen)) {
@@ -50,6 +50,15 @@ std::vector<PixelRect> Backdrop::bareParts(const Patches& patches) const {
   for (const auto& window : windows_) bare = without(bare, window.frame);
   for (const auto& patch : patches) bare = without(bare, patch->area());
   return bare;
+}
+
+/// What stands for a background that nobody has seen. While own windows may be shown anywhere, the
+/// picture knows it, which is without them.
+std::uint32_t Backdrop::colourFor(const PixelRect& part, const std::vector<PixelRect>& bare,
+                                  const Seen& seen) const {
+  if (!composited_) return 0;
+  if (!bare.empty()) return bareColour(connection_, part, bare);
+  return bareColour(seen.picture, area_, part, inSight(area_, seen));
 }
 
 /// The pieces of a part where the picture shows no window.

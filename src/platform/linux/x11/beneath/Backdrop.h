@@ -41,6 +41,8 @@ class Backdrop {
 
  private:
   std::vector<PixelRect> bareParts(const Patches& patches) const;
+  std::uint32_t colourFor(const PixelRect& part, const std::vector<PixelRect>& bare,
+                          const Seen& seen) const;
   std::vector<PixelRect> inSight(const PixelRect& part, const Seen& seen) const;
 
   RootBackground background_;

@@ -13,6 +13,8 @@ constexpr std::int32_t shadowReach = 40;
 /// Longer than a compositor takes to let a window fade away.
 constexpr std::chrono::milliseconds longestFading{500};
 
+std::int64_t pixelsOf(const PixelRect& rect) { return std::int64_t{rect.width} * rect.height; }
+
 }  // namespace
 
 std::vector<PixelRect> CoveredParts::update(const std::vector<StackedWindow>& windows,
@@ -40,7 +42,7 @@ void CoveredParts::handle(const xcb_generic_event_t& event, Time now) {
   auto moved = *found;
   moved.frame = {notice.x, notice.y, notice.width + 2 * notice.border_width,
                  notice.height + 2 * notice.border_width};
-  leave(partOf(moved), now);
+  if (moved.frame != found->frame) leave(partOf(moved), now);
 }
 
 CoveredParts::Time CoveredParts::overdueAt() const {
@@ -54,13 +56,15 @@ PixelRect CoveredParts::partOf(const StackedWindow& window) const {
   return intersection(padded(window.frame, shadowed ? shadowReach : 0), area_);
 }
 
-/// A window that moves leaves one growing trace, not many.
+/// A window that moves leaves one growing trace, not many; the edges of a border stay apart.
 void CoveredParts::leave(const PixelRect& part, Time now) {
   Left trace{part, now + longestFading};
   std::erase_if(left_, [&](const Left& left) {
-    const bool meets = !intersection(left.part, trace.part).isEmpty();
-    if (meets) trace.part = around(left.part, trace.part);
-    return meets;
+    const auto both = around(left.part, trace.part);
+    const bool goesOn = !intersection(left.part, trace.part).isEmpty() &&
+                        pixelsOf(both) <= 2 * (pixelsOf(left.part) + pixelsOf(trace.part));
+    if (goesOn) trace.part = both;
+    return goesOn;
   });
   left_.push_back(trace);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 namespace vesk::x11::beneath {
 
@@ -23,26 +24,44 @@ Place nearestIn(const PixelRect& piece, const Place& to) {
           std::clamp(to.y, piece.y, piece.bottom() - 1)};
 }
 
+/// Nothing where there are no pieces.
+std::optional<Place> nearestTo(const PixelRect& part, const std::vector<PixelRect>& bare) {
+  if (bare.empty()) return std::nullopt;
+  const Place middle{part.x + part.width / 2, part.y + part.height / 2};
+  const auto distance = [&](const PixelRect& piece) {
+    return squareOfDistance(nearestIn(piece, middle), middle);
+  };
+  return nearestIn(*std::ranges::min_element(bare, {}, distance), middle);
+}
+
 }  // namespace
 
 std::uint32_t bareColour(const server::Connection& connection, const PixelRect& part,
                          const std::vector<PixelRect>& bare) {
   std::uint32_t colour = 0;
-  if (bare.empty()) return colour;
-  const Place middle{part.x + part.width / 2, part.y + part.height / 2};
-  const auto distance = [&](const PixelRect& piece) {
-    return squareOfDistance(nearestIn(piece, middle), middle);
-  };
-  const Place place = nearestIn(*std::ranges::min_element(bare, {}, distance), middle);
+  const auto place = nearestTo(part, bare);
+  if (!place) return colour;
   const server::ReplyPtr<xcb_get_image_reply_t> image(
       xcb_get_image_reply(connection.get(),
                           xcb_get_image(connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP,
-                                        connection.root(), static_cast<std::int16_t>(place.x),
-                                        static_cast<std::int16_t>(place.y), 1, 1, ~0U),
+                                        connection.root(), static_cast<std::int16_t>(place->x),
+                                        static_cast<std::int16_t>(place->y), 1, 1, ~0U),
                           nullptr));
   if (image != nullptr && xcb_get_image_data_length(image.get()) >= 4) {
     std::memcpy(&colour, xcb_get_image_data(image.get()), sizeof colour);
   }
+  return colour;
+}
+
+std::uint32_t bareColour(const server::SharedPixels& picture, const PixelRect& area,
+                         const PixelRect& part, const std::vector<PixelRect>& bare) {
+  std::uint32_t colour = 0;
+  const auto place = nearestTo(part, bare);
+  if (!place) return colour;
+  const auto row = static_cast<std::size_t>(place->y - area.y);
+  const auto pixel =
+      row * static_cast<std::size_t>(area.width) + static_cast<std::size_t>(place->x - area.x);
+  std::memcpy(&colour, picture.data() + pixel * sizeof colour, sizeof colour);
   return colour;
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "platform/linux/x11/server/Connection.h"
+#include "platform/linux/x11/server/SharedPixels.h"
 #include "platform/linux/x11/server/rectangles.h"
 
 namespace vesk::x11::beneath {
@@ -13,5 +14,9 @@ namespace vesk::x11::beneath {
 /// there are no pieces, or the server is gone. Thread: the connection's. Waits for the server.
 std::uint32_t bareColour(const server::Connection& connection, const PixelRect& part,
                          const std::vector<PixelRect>& bare);
+
+/// The same of a picture that was taken of `area` of the root window. Any thread.
+std::uint32_t bareColour(const server::SharedPixels& picture, const PixelRect& area,
+                         const PixelRect& part, const std::vector<PixelRect>& bare);
 
 }  // namespace vesk::x11::beneath

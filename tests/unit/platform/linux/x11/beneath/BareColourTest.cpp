@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "support/Patience.h"
 #include "support/XPainter.h"
 #include "support/XServer.h"
@@ -34,6 +36,21 @@ TEST(BareColourTest, IsThatOfTheNearestPlaceWhereNothingLies) {
   EXPECT_EQ(near({105, 150, 20, 20}, {left, right}), 0x405060U);
   EXPECT_EQ(near({40, 40, 20, 20}, {left, right}), 0x405060U) << "within a piece";
   EXPECT_EQ(bareColour(connection, left, {}), 0U) << "no such place";
+}
+
+TEST(BareColourTest, IsThatOfAPicture) {
+  const XServer server("320x240x24");
+  const DisplayVariable display(server.display());
+  const server::Connection connection;
+  const PixelRect monitor{100, 50, 20, 10};
+  server::SharedPixels picture(connection, 20 * 10 * 4);
+  ASSERT_TRUE(picture);
+  for (std::uint32_t i = 0; i < 20 * 10; ++i) std::memcpy(picture.data() + i * 4, &i, sizeof i);
+  const PixelRect part{108, 54, 4, 4};
+  const std::vector<PixelRect> bare{{100, 50, 5, 10}, {114, 50, 6, 10}};
+  EXPECT_EQ(bareColour(picture, monitor, part, bare), 20U * 6 + 14);
+  EXPECT_EQ(bareColour(picture, monitor, part, {bare.front()}), 20U * 6 + 4);
+  EXPECT_EQ(bareColour(picture, monitor, part, {}), 0U) << "no such place";
 }
 
 }  // namespace

@@ -115,6 +115,19 @@ TEST_F(CoveredPartsTest, FollowAWindowThroughEveryPlaceAsOneTrace) {
   EXPECT_EQ(pixels, 200 * 20);
 }
 
+TEST_F(CoveredPartsTest, LeaveNoTraceOfAWindowThatIsOnlyRaised) {
+  composited({window(strip, {200, 0, 100, 20})});
+  passThrough(strip, {200, 0, 100, 20});
+  EXPECT_EQ(covered.overdueAt(), CoveredParts::Time::max());
+}
+
+TEST_F(CoveredPartsTest, AreLeftByABorderWithoutWhatItSurrounds) {
+  auto left = window(other, {100, 10, 10, 990});
+  left.own = true;
+  const auto border = composited({window(strip, {100, 0, 1000, 10}), left});
+  EXPECT_EQ(composited({}), border);
+}
+
 TEST_F(CoveredPartsTest, DoNotFollowOtherWindows) {
   composited({window(other, {200, 200, 50, 50})});
   passThrough(other, {300, 300, 50, 50});
