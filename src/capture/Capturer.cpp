@@ -123,9 +123,16 @@ void Capturer::makeEncoder(std::int64_t bitrateKbps) {
   configure(*made.session, bitrateKbps);
   made.session->prepareToEncodeFrames();
   queue_->sync([&] {
-    session_ = std::move(made.session);
+    replaceSession(std::move(made.session));
     forceKeyframe_ = true;
   });
+}
+
+/// What the one before still has on its way, nobody waits for any more.
+void Capturer::replaceSession(std::unique_ptr<CompressionSession> session) {
+  if (current_ != nullptr) *current_ = false;
+  current_ = std::make_shared<std::atomic<bool>>(session != nullptr);
+  session_ = std::move(session);
 }
 
 /// The order matters to encoders that derive one setting from another; a refusal does not.
@@ -153,8 +160,8 @@ void Capturer::startTicker() {
 std::shared_ptr<ScreenStream> Capturer::makeStream(const ContentFilter& filter,
                                                    std::uint64_t generation) {
   std::shared_ptr<ScreenStream> stream = parts_.screenCapture.makeStream(
-      filter, configuration(), [weak = weak_from_this()](const PlatformError& error) {
-        if (const auto self = weak.lock()) self->streamStopped(error);
+      filter, configuration(), [weak = weak_from_this(), generation](const PlatformError& error) {
+        if (const auto self = weak.lock()) self->streamStopped(error, generation);
       });
   throwIfError(stream->addOutput(
       [weak = weak_from_this(), generation](const StreamSample& sample, StreamOutputType type) {
@@ -210,10 +217,10 @@ void Capturer::encode(const ImageBufferRef& image, HostTime pts) {
   const Ticks duration = frameDuration(seconds, fps_);
   lastPts_ = pts;
   session_->encodeFrame(image, pts, forceKeyFrame,
-                        [weak = weak_from_this(), duration](
+                        [weak = weak_from_this(), duration, current = current_](
                             Status status, const std::optional<EncodedSample>& sample) {
                           const auto self = weak.lock();
-                          if (self != nullptr && status == 0 && sample)
+                          if (self != nullptr && *current && status == 0 && sample)
                             self->deliver(*sample, duration);
                         });
 }
@@ -223,7 +230,9 @@ void Capturer::deliver(const EncodedSample& sample, Ticks duration) const {
   if (accessUnit && onAccessUnit) onAccessUnit(*accessUnit, duration);
 }
 
-void Capturer::streamStopped(const PlatformError& error) const {
+/// The end of a stream that was stopped anyhow is not that of the session that runs by now.
+void Capturer::streamStopped(const PlatformError& error, std::uint64_t generation) const {
+  if (generation != generation_) return;
   Log::info("Capture stopped: " + error.localizedDescription);
   if (onFault) onFault("The Mac stopped sharing its screen: " + error.localizedDescription);
 }
@@ -257,7 +266,7 @@ void Capturer::stop() {
       session_->completeFrames();
       session_->invalidate();
     }
-    session_ = nullptr;
+    replaceSession(nullptr);
     lastImage_ = nullptr;
     lastPts_ = std::nullopt;
   });

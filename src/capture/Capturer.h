@@ -30,7 +30,8 @@ namespace vesk {
 /// Fails: a start by its completion; a stream that the system ends by `onFault`; a frame that
 /// cannot be encoded silently, as a missing access unit.
 /// Calls back: access units in encoding order on the session's own thread, none after `stop` has
-/// returned; `onFault` on a thread of the stream's own. A callback must not wait for `stop`.
+/// returned, also where an encoder was late; `onFault` on a thread of the stream's own, for a
+/// stream that was not stopped before. A callback must not wait for `stop`.
 class Capturer : public std::enable_shared_from_this<Capturer> {
  public:
   /// What it is made of; all outlive it.
@@ -96,10 +97,11 @@ class Capturer : public std::enable_shared_from_this<Capturer> {
   std::shared_ptr<ScreenStream> makeStream(const ContentFilter& filter, std::uint64_t generation);
 
   void receive(const StreamSample& sample, StreamOutputType type, std::uint64_t generation);
-  void streamStopped(const PlatformError& error) const;
+  void streamStopped(const PlatformError& error, std::uint64_t generation) const;
   void tick();
   void encode(const ImageBufferRef& image, HostTime pts);
   void deliver(const EncodedSample& sample, Ticks duration) const;
+  void replaceSession(std::unique_ptr<CompressionSession> session);
 
   Parts parts_;
 
@@ -108,6 +110,8 @@ class Capturer : public std::enable_shared_from_this<Capturer> {
 
   // On the capture queue only.
   std::unique_ptr<CompressionSession> session_;
+  /// Whether what that session puts out is still for the viewer; its frames know it by this.
+  std::shared_ptr<std::atomic<bool>> current_;
   ImageBufferRef lastImage_;
   std::optional<HostTime> lastPts_;
   std::unique_ptr<Timer> ticker_;

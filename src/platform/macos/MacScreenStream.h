@@ -30,7 +30,6 @@ class MacScreenStream final : public ScreenStream {
   void endActivity();
 
   std::shared_ptr<StreamCallbacks> callbacks_;
-  /// Held here too: whether a stream holds what it calls is not documented.
   VeskStreamReceiver* receiver_;
   SCStream* stream_ = nil;  ///< nil where the system would not make one
   std::optional<PlatformError> refusal_;

@@ -1,5 +1,7 @@
 #include "platform/macos/MacScreenStream.h"
 
+#import <objc/runtime.h>
+
 #include <utility>
 
 #include "platform/macos/DispatchQueue.h"
@@ -35,6 +37,9 @@ SCStreamConfiguration* _Nonnull systemConfiguration(const StreamConfiguration& w
   return configuration;
 }
 
+/// Its address alone counts.
+const char receiverKey[] = "receiver";
+
 }  // namespace
 
 MacScreenStream::MacScreenStream(const ContentFilter& filter,
@@ -48,6 +53,8 @@ MacScreenStream::MacScreenStream(const ContentFilter& filter,
     stream_ = [[SCStream alloc] initWithFilter:static_cast<SCContentFilter* _Nonnull>(systems)
                                  configuration:systemConfiguration(configuration)
                                       delegate:receiver_];
+    // Whether a stream holds what it calls is not documented, nor how long it lives.
+    objc_setAssociatedObject(stream_, receiverKey, receiver_, OBJC_ASSOCIATION_RETAIN);
   });
 }
 
@@ -74,6 +81,7 @@ std::optional<PlatformError> MacScreenStream::addOutput(Output output, SerialQue
 void MacScreenStream::startCapture(Completion completion) {
   if (stream_ == nil) return completion(orUnknown(refusal_));
   mayRun_ = true;
+  endActivity();
   const auto complete = calledOnce(std::move(completion));
   // A block written inside the lambda would hold references to what the lambda holds by reference.
   const auto answer = ^(NSError* _Nullable error) {
@@ -94,13 +102,11 @@ void MacScreenStream::stopCapture(Completion completion) {
   mayRun_ = false;
   const auto complete = calledOnce(std::move(completion));
   SCStream* stream = stream_;
-  VeskStreamReceiver* receiver = receiver_;
   const auto callbacks = callbacks_;
   const auto answer = ^(NSError* _Nullable error) {
     callbacks->disconnect();
     complete(platformError(error));
     (void)stream;
-    (void)receiver;
   };
   const auto refused = guarded([&] {
     endActivity();

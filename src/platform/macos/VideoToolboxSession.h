@@ -3,6 +3,7 @@
 #include <VideoToolbox/VideoToolbox.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 
 #include "platform/Compression.h"
@@ -15,12 +16,17 @@ namespace vesk::mac {
 /// up, perhaps by a handler whose reader has stopped reading.
 ///
 /// A handler knows nothing of the session or its queue, so completing the frames from the queue
-/// that submits them cannot lock up.
+/// that submits them cannot lock up. An encoder that hangs is not waited for without end: what it
+/// puts out later, nobody hears of.
 class VideoToolboxSession final : public CompressionSession {
  public:
   static constexpr int mostPending = 5;
 
-  /// For a frame that is not one of this platform's, and for a session that has ended.
+  /// Many times what five frames take.
+  static constexpr std::chrono::seconds longestCompletion{1};
+
+  /// For a frame that is not one of this platform's, for a session that has ended, and for frames
+  /// that were not completed in time.
   static constexpr Status refused = -1;
 
   explicit VideoToolboxSession(Retained<VTCompressionSessionRef> session);
@@ -37,11 +43,12 @@ class VideoToolboxSession final : public CompressionSession {
   struct State {
     std::atomic<int> pending = 0;
     std::atomic<bool> keyFrameLost = false;
+    std::atomic<bool> over = false;  ///< the session has ended
   };
 
   Retained<VTCompressionSessionRef> session_;
   std::shared_ptr<State> state_ = std::make_shared<State>();
-  std::atomic<bool> valid_ = true;
+  bool hangs_ = false;
 };
 
 }  // namespace vesk::mac

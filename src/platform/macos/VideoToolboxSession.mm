@@ -1,11 +1,15 @@
 #include "platform/macos/VideoToolboxSession.h"
 
+#include <dispatch/dispatch.h>
+
+#include <future>
 #include <utility>
 
 #include "platform/macos/MediaTime.h"
 #include "platform/macos/PixelBufferImage.h"
 #include "platform/macos/dictionaryOf.h"
 #include "platform/macos/encodedSampleOf.h"
+#include "platform/macos/runTask.h"
 
 namespace vesk::mac {
 namespace {
@@ -66,7 +70,7 @@ Status VideoToolboxSession::prepareToEncodeFrames() {
 Status VideoToolboxSession::encodeFrame(ImageBufferRef image, HostTime presentationTime,
                                         bool forceKeyFrame, OutputHandler handler) {
   const auto* const pixels = dynamic_cast<const PixelBufferImage*>(image.get());
-  if (!valid_ || pixels == nullptr) return refused;
+  if (state_->over || pixels == nullptr) return refused;
   if (state_->pending >= mostPending) {
     // The viewer asked for it, and must not wait for the next one that comes by itself.
     if (forceKeyFrame) state_->keyFrameLost = true;
@@ -83,7 +87,7 @@ Status VideoToolboxSession::encodeFrame(ImageBufferRef image, HostTime presentat
       ^(OSStatus outcome, VTEncodeInfoFlags, CMSampleBufferRef _Nullable sample) {
         @autoreleasepool {
           if (key && (outcome != 0 || sample == nullptr)) state->keyFrameLost = true;
-          handler(outcome, encodedSampleOf(sample));
+          if (!state->over) handler(outcome, encodedSampleOf(sample));
         }
         --state->pending;
       });
@@ -95,14 +99,26 @@ Status VideoToolboxSession::encodeFrame(ImageBufferRef image, HostTime presentat
 }
 
 Status VideoToolboxSession::completeFrames() {
-  return VTCompressionSessionCompleteFrames(session_.get(), kCMTimeInvalid);
+  if (hangs_) return refused;
+  const auto session = session_;
+  const auto outcome = std::make_shared<std::promise<OSStatus>>();
+  auto completion = outcome->get_future();
+  const auto complete = [session, outcome] {
+    outcome->set_value(VTCompressionSessionCompleteFrames(session.get(), kCMTimeInvalid));
+  };
+  dispatch_async_f(dispatch_queue_create("com.vesk.screen.completion", DISPATCH_QUEUE_SERIAL),
+                   givenAway(complete), runTask);
+  hangs_ = completion.wait_for(longestCompletion) != std::future_status::ready;
+  return hangs_ ? refused : completion.get();
 }
 
-/// The encoder's end drops what it has not put out yet, at a time of its own.
+/// The encoder's end drops what it has not put out yet, at a time of its own. One that hangs ends
+/// with whoever still waits for it.
 void VideoToolboxSession::invalidate() {
-  if (!valid_.exchange(false)) return;
+  if (state_->over) return;
   completeFrames();
-  VTCompressionSessionInvalidate(session_.get());
+  state_->over = true;
+  if (!hangs_) VTCompressionSessionInvalidate(session_.get());
 }
 
 }  // namespace vesk::mac

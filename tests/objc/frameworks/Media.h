@@ -4,6 +4,7 @@
 
 #include <deque>
 #include <functional>
+#include <future>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -50,6 +51,8 @@ struct Encoder {
   int frames = 0;
   std::map<std::string, long> properties;  ///< as last set, by name
   std::deque<std::function<void()>> waiting;
+  /// Where it hangs, what completes the frames returns after this.
+  std::shared_future<void> completes;
 
   /// What was held back comes out, on the encoder's thread, before this returns.
   void answerLate();

@@ -75,6 +75,7 @@ void Encoder::reset() {
   frames = 0;
   properties.clear();
   waiting.clear();
+  completes = {};
 }
 
 }  // namespace vesk::fakes
@@ -140,8 +141,13 @@ OSStatus VTCompressionSessionEncodeFrameWithOutputHandler(VTCompressionSessionRe
   return 0;
 }
 
-/// An encoder that hangs is not waited for: how long the system's would is not known.
 OSStatus VTCompressionSessionCompleteFrames(VTCompressionSessionRef session, CMTime) {
+  std::shared_future<void> completes;
+  {
+    const std::lock_guard lock(encoder().mutex);
+    completes = encoder().completes;
+  }
+  if (completes.valid()) completes.wait();
   encoder().answerLate();
   sessionOf(session)->worker_->sync([] {});
   return 0;

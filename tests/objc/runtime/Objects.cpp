@@ -6,6 +6,7 @@
 #include <new>
 #include <set>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "objc/runtime/Runtime.h"
@@ -24,6 +25,7 @@ struct Books {
   std::mutex mutex;
   std::map<std::string, long> alive;
   std::unordered_map<Object*, std::set<Object**>> weak;
+  std::unordered_map<Object*, std::map<const void*, Object*>> associated;
 };
 
 Books& books() {
@@ -69,6 +71,17 @@ void forgetWeak(Object* object) {
   books().weak.erase(entry);
 }
 
+/// What an object was made to hold ends behind it.
+void releaseAssociated(Object* object) {
+  std::map<const void*, Object*> held;
+  {
+    const std::lock_guard lock(books().mutex);
+    auto entry = books().associated.extract(object);
+    if (!entry.empty()) held = std::move(entry.mapped());
+  }
+  for (const auto& each : held) release(each.second);
+}
+
 void dealloc(Object* object) {
   static Selector selector{nullptr, nullptr};
   for (Class* of = object->isa; of != nullptr; of = of->above) {
@@ -111,6 +124,7 @@ void destroyObject(Object* object) {
     const auto step = reinterpret_cast<Step>(implementationOf(of, ".cxx_destruct"));
     if (step != nullptr) step(object, nullptr);
   }
+  releaseAssociated(object);
   note(object->isa, -1);
   std::free(&headerOf(object));
 }
@@ -173,6 +187,17 @@ Object* objc_unsafeClaimAutoreleasedReturnValue(Object* object) { return object;
 
 void* objc_autoreleasePoolPush() { return reinterpret_cast<void*>(pools.waiting.size()); }
 void objc_autoreleasePoolPop(void* pool) { pools.popTo(reinterpret_cast<std::size_t>(pool)); }
+
+/// Of the policies, the one that retains.
+void objc_setAssociatedObject(Object* object, const void* key, Object* value, std::uintptr_t) {
+  retain(value);
+  Object* before = nullptr;
+  {
+    const std::lock_guard lock(books().mutex);
+    before = std::exchange(books().associated[object][key], value);
+  }
+  release(before);
+}
 
 void objc_storeStrong(Object** place, Object* object) {
   Object* const before = *place;

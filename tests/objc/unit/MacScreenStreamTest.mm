@@ -227,6 +227,25 @@ TEST_F(MacScreenStreamTest, KeepsTheProgramAwakeFromStartToEnd) {
   EXPECT_EQ(fakes::activities, 0);
 }
 
+TEST_F(MacScreenStreamTest, KeepsTheProgramAwakeOnceHoweverOftenItIsStarted) {
+  start();
+  stream_->startCapture(note(started_));
+  EXPECT_EQ(fakes::activities, 1);
+}
+
+TEST_F(MacScreenStreamTest, HoldsWhatAStreamCallsThatWouldNotStop) {
+  start();
+  SCStream* const stream = systems();
+  server_.throws = "no";
+  stream_.reset();
+  server_.throws.reset();
+  fakes::WindowServer::deliver(stream, {});
+  EXPECT_EQ(samples(), 0U);
+  server_.end(stream, "unplugged");
+  settle();
+  EXPECT_TRUE(ends_.empty());
+}
+
 TEST_F(MacScreenStreamTest, TellsWhyItDoesNotStart) {
   server_.refusesStart = "no permission";
   ASSERT_EQ(make(), std::nullopt);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <mutex>
 #include <vector>
 
@@ -164,6 +165,22 @@ TEST_F(VideoToolboxAnswersTest, GoesOnWhereTheEncoderHangs) {
   EXPECT_EQ(keys(), std::string(15, '-'));
   session_->invalidate();
   session_.reset();
+}
+
+TEST_F(VideoToolboxAnswersTest, EndsWhereTheEncoderNeverCompletesItsFrames) {
+  const long before = objc::aliveOf("VeskCompressionSession");
+  std::promise<void> moves;
+  encoder_.completes = moves.get_future().share();
+  make(fakes::Answers::late);
+  encode();
+  EXPECT_NE(session_->completeFrames(), 0);
+  session_->invalidate();
+  session_.reset();
+  drainPool();
+  moves.set_value();
+  EXPECT_TRUE(
+      testing::waitUntil([before] { return objc::aliveOf("VeskCompressionSession") == before; }));
+  EXPECT_EQ(keys(), "") << "nobody waits for it any more";
 }
 
 TEST_F(VideoToolboxAnswersTest, LeavesNothingInThePoolsOfTheEncodersThread) {
