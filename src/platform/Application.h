@@ -10,8 +10,9 @@ class ApplicationDelegate {
   /// Once, when the application's loop has begun to run.
   virtual void applicationDidFinishLaunching() = 0;
 
-  /// When a signal (SIGTERM, SIGINT, SIGHUP), also inside a modal loop, or the session's own end has
-  /// asked for the end of the process. It does not outlive the call; who asks again changes nothing.
+  /// When a signal (SIGTERM, SIGINT, SIGHUP), also inside a modal loop, or the session's own end
+  /// has asked for the end of the process. It does not outlive the call; who asks again changes
+  /// nothing.
   virtual void applicationWillTerminate() = 0;
 };
 
