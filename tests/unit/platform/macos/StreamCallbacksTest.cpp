@@ -78,7 +78,7 @@ TEST(StreamCallbacksDeathTest, MayBeDisconnectedFromWithinBothCallsAtOnce) {
                           sample.wait_for(limit) == std::future_status::ready;
     std::_Exit(returned ? 0 : 1);
   };
-  EXPECT_EXIT(disconnectFromBoth(), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(disconnectFromBoth(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(StreamCallbacksTest, WaitsForACallThatIsUnderWay) {
