@@ -17,7 +17,8 @@ class FileHandle {
   /// Makes an empty file at `path` if there is none. A failure shows when the file is opened.
   static void createIfMissing(const std::filesystem::path& path);
 
-  /// The file at `path`, positioned at its start, or nothing when it cannot be opened.
+  /// The file at `path`, positioned at its start, or nothing when it cannot be opened. Waits for
+  /// nobody, whatever lies there.
   static std::optional<FileHandle> forWriting(const std::filesystem::path& path);
 
   /// The size in bytes, or nothing when it cannot be learnt.

@@ -22,7 +22,8 @@ void FileHandle::createIfMissing(const std::filesystem::path& path) {
 }
 
 std::optional<FileHandle> FileHandle::forWriting(const std::filesystem::path& path) {
-  Descriptor opened(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+  // A pipe in the file's place, of which nobody reads, holds up neither this nor what is written.
+  Descriptor opened(::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK));
   if (!opened) return std::nullopt;
   return FileHandle(std::move(opened));
 }

@@ -1,7 +1,9 @@
 #include "link/LogFile.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <iterator>
@@ -84,6 +86,19 @@ TEST_F(LogFileTest, WritesToStandardErrorWhenTheFolderIsMissing) {
   const std::string error = ::testing::internal::GetCapturedStderr();
   EXPECT_TRUE(std::regex_match(error, lineOfHello)) << error;
   EXPECT_FALSE(std::filesystem::exists(folder_.path() / "missing"));
+}
+
+TEST_F(LogFileTest, WaitsForNobodyWhoShouldReadAPipeInItsPlace) {
+  ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
+  ::testing::internal::CaptureStderr();
+  LogFile(path_).info("hello");
+  const auto said = ::testing::internal::GetCapturedStderr();
+  EXPECT_TRUE(std::regex_match(said, lineOfHello)) << said;
+  const int reader = ::open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  ASSERT_GE(reader, 0);
+  const LogFile log(path_);
+  for (int i = 0; i < 100; ++i) log.info(std::string(10'000, 'y'));
+  ::close(reader);
 }
 
 TEST_F(LogFileTest, WritesToStandardErrorWhenTheFileCannotBeOpened) {
