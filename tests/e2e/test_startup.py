@@ -98,7 +98,9 @@ class Greeting(harness.Case):
         self.assertEqual(agent.next_message(), {
             "op": "hello", "user": USER, "uid": os.getuid(),
             "screenRecording": True, "accessibility": True})
+        # In whichever order: one is the link's own thread's.
         self.wait_for_log("Connected to the Vesk agent.")
+        self.wait_for_log(f"Vesk Remote started for {USER}.")
         self.assertEqual(sorted(self.log()), ["Connected to the Vesk agent.",
                                               f"Vesk Remote started for {USER}."])
 
