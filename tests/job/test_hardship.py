@@ -88,6 +88,53 @@ class Hardship(World):
         self.assertEqual(self.lines("log-folder"), [
             f"vesk-remote: no room in {self.log_path.parent}: what the program logs is lost"])
 
+    def make_folder(self):
+        self.log_path.parent.mkdir(parents=True)
+        for path in (self.log_path.parent, self.log_path.parent.parent):
+            os.chown(path, self.person.uid, self.person.uid)
+
+    def make_pipe(self, path):
+        os.mkfifo(path)
+        os.chown(path, self.person.uid, self.person.uid)
+
+    def test_a_log_that_is_a_pipe_which_nobody_reads(self):
+        self.make_folder()
+        self.make_pipe(self.log_path)
+        self.greet_and_run()
+
+    def test_a_pipe_where_room_is_tried(self):
+        self.make_folder()
+        self.make_pipe(self.log_path.parent / ".room")
+        self.greet_and_run()
+
+    def test_a_file_of_the_persons_where_room_is_tried(self):
+        self.make_folder()
+        precious = self.person.home / "precious"
+        precious.write_text("precious")
+        os.chown(precious, self.person.uid, self.person.uid)
+        (self.log_path.parent / ".room").symlink_to(precious)
+        self.greet_and_run()
+        self.assertEqual(precious.read_text(), "precious")
+
+    def test_a_disk_with_room_in_the_log_and_for_no_other_file(self):
+        self.mount_home("-t", "tmpfs", "-o", "size=640k,nr_inodes=4,mode=0700,uid=61001",
+                        "vesk-test")
+        self.make_folder()
+        self.log_path.write_text("")
+        os.chown(self.log_path, self.person.uid, self.person.uid)
+        self.assertRaises(OSError, (self.person.home / "also").touch)
+        self.greet_and_run()
+        self.assertIn("Vesk Remote started for anna.", self.log())
+        self.assertEqual(self.lines("log-folder"), [])
+
+    def test_a_folder_of_somebody_elses_that_the_log_is_written_to(self):
+        self.make_folder()
+        os.chown(self.log_path.parent, 0, 0)
+        self.log_path.parent.chmod(0o777)
+        self.greet_and_run()
+        self.assertIn("Vesk Remote started for anna.", self.log())
+        self.assertNotIn("whose lines come here", "\n".join(self.lines("log-folder")))
+
     def test_a_program_that_is_missing_is_waited_for(self):
         away = world.PROGRAM + ".away"
         os.rename(world.PROGRAM, away)

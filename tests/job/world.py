@@ -213,10 +213,11 @@ class World(unittest.TestCase):
 
     journal = None  # the machine's one
     server_options = ()
+    person_is = ("anna", 61001)
 
     def setUp(self):
         self.journal.forget()
-        self.person = Person("anna", 61001)
+        self.person = Person(*self.person_is)
         self.person.move_in()
         self.addCleanup(self.person.move_out)
         self.addCleanup(self.expect_nobody)
