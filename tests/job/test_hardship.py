@@ -1,6 +1,7 @@
 """The job where something that it counts on is missing: it says so in one line, and goes on."""
 
 import os
+import pathlib
 import re
 import subprocess
 
@@ -8,6 +9,8 @@ import world  # first: it knows where the harness lies
 import harness
 from harness import wait_until
 from world import UNIT, World
+
+BLOCK = 4096  # what a file takes at a time
 
 
 class Hardship(World):
@@ -30,14 +33,14 @@ class Hardship(World):
         with open(self.person.home / "full", "wb", buffering=0) as file:
             try:
                 while True:
-                    file.write(bytes(4096))
+                    file.write(bytes(BLOCK))
             except OSError:
                 pass
 
-    def expect_no_folder(self, reason):
+    def expect_no_log(self, what, reason):
         """One line says why, and what the program logs reaches the journal."""
         self.assertRegex("\n".join(self.lines("log-folder")),
-                         rf"\Avesk-remote: no folder for the log, whose lines come here: .*: {reason}\Z")
+                         rf"\Avesk-remote: no {what} for the log, whose lines come here: .*: {reason}\Z")
         wait_until(lambda: "Vesk Remote started for anna." in self.lines("vesk-remote"),
                    "the log's lines reach the journal")
 
@@ -66,7 +69,7 @@ class Hardship(World):
     def test_a_home_that_is_read_only(self):
         self.mount_home("-t", "tmpfs", "-o", "ro,mode=0755", "vesk-test")
         self.greet_and_run()
-        self.expect_no_folder("Read-only file system")
+        self.expect_no_log("folder", "Read-only file system")
 
     def test_a_disk_that_is_full(self):
         self.mount_home("-t", "tmpfs", "-o", "size=64k,nr_inodes=3,mode=0700,uid=61001",
@@ -74,19 +77,88 @@ class Hardship(World):
         self.fill()
         (self.person.home / "also").touch()
         self.greet_and_run()
-        self.expect_no_folder("No space left on device")
+        self.expect_no_log("folder", "No space left on device")
 
     def test_a_disk_that_is_full_though_the_log_is_there(self):
         self.mount_home("-t", "tmpfs", "-o", "size=64k,mode=0700,uid=61001", "vesk-test")
-        self.log_path.parent.mkdir(parents=True)
-        self.log_path.write_text("")
-        for path in (self.log_path, self.log_path.parent, self.log_path.parent.parent):
-            os.chown(path, self.person.uid, self.person.uid)
+        self.make_log("x" * BLOCK)
         self.fill()
         self.greet_and_run()
-        self.assertEqual(self.log_path.read_bytes(), b"")
+        self.assertEqual(self.log_path.read_text(), "x" * BLOCK)
         self.assertEqual(self.lines("log-folder"), [
             f"vesk-remote: no room in {self.log_path.parent}: what the program logs is lost"])
+
+    def make_folder(self):
+        self.log_path.parent.mkdir(parents=True)
+        for path in (self.log_path.parent, self.log_path.parent.parent):
+            os.chown(path, self.person.uid, self.person.uid)
+
+    def make_log(self, text):
+        self.make_folder()
+        self.log_path.write_text(text)
+        os.chown(self.log_path, self.person.uid, self.person.uid)
+
+    def expect_a_log(self):
+        """It is written to, and nobody has said that it is not."""
+        self.assertIn("Vesk Remote started for anna.", self.log())
+        self.assertEqual(self.lines("log-folder"), [])
+
+    def test_a_log_that_is_a_pipe_which_nobody_reads(self):
+        self.make_folder()
+        os.mkfifo(self.log_path)
+        os.chown(self.log_path, self.person.uid, self.person.uid)
+        self.greet_and_run()
+        self.expect_no_log("file", "No such device or address")
+
+    def test_a_disk_with_room_in_the_log_and_for_no_other_file(self):
+        self.mount_home("-t", "tmpfs", "-o", "size=640k,nr_inodes=4,mode=0700,uid=61001",
+                        "vesk-test")
+        self.make_log("")
+        self.assertRaises(OSError, (self.person.home / "also").touch)
+        self.greet_and_run()
+        self.expect_a_log()
+
+    def test_a_disk_with_no_room_but_what_the_program_gives_back(self):
+        self.mount_home("-t", "tmpfs", "-o", "size=6m,mode=0700,uid=61001", "vesk-test")
+        self.make_log("x" * (5_000_000 // BLOCK + 1) * BLOCK)
+        self.fill()
+        self.greet_and_run()
+        self.expect_a_log()
+
+    def test_a_folder_of_somebody_elses_that_the_log_is_written_to(self):
+        self.make_folder()
+        os.chown(self.log_path.parent, 0, 0)
+        self.log_path.parent.chmod(0o777)
+        self.greet_and_run()
+        self.expect_a_log()
+
+    def test_a_log_of_somebody_elses(self):
+        self.make_log("")
+        os.chown(self.log_path, 0, 0)
+        self.log_path.chmod(0o644)
+        self.greet_and_run()
+        self.expect_no_log("file", "Permission denied")
+
+    def test_a_log_that_leads_nowhere(self):
+        self.make_folder()
+        self.log_path.symlink_to(self.person.home / "nowhere")
+        self.greet_and_run()
+        self.expect_no_log("file", "File exists")
+        self.assertFalse((self.person.home / "nowhere").exists())
+
+    def test_a_manager_that_knows_of_no_home(self):
+        self.change_job("UnsetEnvironment=HOME")
+        self.greet_and_run()
+        self.expect_a_log()
+
+    def test_a_home_that_does_not_answer(self):
+        tool = pathlib.Path("/usr/bin/install")
+        with world.missing(str(tool)):
+            tool.write_text("#!/bin/sh\nexec sleep 1000\n")
+            tool.chmod(0o755)
+            self.greet_and_run()
+        self.assertEqual(self.lines("log-folder"), [
+            f"vesk-remote: no answer within 5 seconds from {self.log_path.parent}"])
 
     def test_a_program_that_is_missing_is_waited_for(self):
         away = world.PROGRAM + ".away"

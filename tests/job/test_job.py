@@ -132,13 +132,34 @@ class Job(JobWorld):
                                  "-uid", str(self.person.uid)], capture_output=True, text=True)
         self.assertEqual((shared.returncode, shared.stdout), (0, ""), shared.stderr)
 
-    def test_a_log_folder_that_others_may_read_is_theirs_no_more(self):
+    def make(self, folder):
+        folder.mkdir(mode=0o755)
+        os.chown(folder, self.person.uid, self.person.uid)
+
+    def make_log(self):
+        self.log_path.write_text("a line of yesterday's\n")
+        os.chown(self.log_path, self.person.uid, self.person.uid)
+        self.log_path.chmod(0o644)
+
+    def test_a_log_that_others_may_read_is_theirs_no_more(self):
         folder = self.log_path.parent
         for path in (folder.parent, folder):
-            path.mkdir(mode=0o755)
-            os.chown(path, self.person.uid, self.person.uid)
+            self.make(path)
+        self.make_log()
         self.greet()
-        self.assertEqual(stat.S_IMODE(folder.stat().st_mode), 0o700)
+        self.assertEqual([stat.S_IMODE(path.stat().st_mode) for path in (folder, self.log_path)],
+                         [0o700, 0o600])
+        self.assertEqual(self.log()[0], "line of yesterday's")
+
+    def test_what_a_link_leads_to_keeps_its_mode(self):
+        folder = self.person.home / "elsewhere"
+        for path in (folder, self.log_path.parent.parent):
+            self.make(path)
+        self.log_path.parent.symlink_to(folder)
+        self.greet()
+        self.assertIn("Vesk Remote started for anna.", self.log())
+        self.assertEqual(stat.S_IMODE(folder.stat().st_mode), 0o755)
+        self.assertEqual(stat.S_IMODE(self.log_path.stat().st_mode), 0o600)
 
 
 class JobWithoutPermission(JobWorld):

@@ -14,7 +14,7 @@ FILE = pathlib.Path("/usr/lib/systemd/user") / UNIT
 # What the unit's file may say to be understood by every systemd from version 247 on.
 KNOWN_TO_247 = {
     "Description", "Documentation", "PartOf", "After", "ConditionEnvironment",
-    "StartLimitIntervalSec", "Type", "Environment", "ExecStartPre", "ExecStart", "Restart",
+    "ConditionUser", "StartLimitIntervalSec", "Type", "Environment", "ExecStartPre", "ExecStart", "Restart",
     "RestartSec", "TimeoutStopSec", "UMask", "LimitCORE", "NoNewPrivileges",
     "RestrictAddressFamilies", "RestrictNamespaces", "RestrictRealtime", "RestrictSUIDSGID",
     "LockPersonality", "MemoryDenyWriteExecute", "SystemCallArchitectures", "SystemCallFilter",
@@ -32,12 +32,8 @@ class Sandbox(World):
 
     def probe(self):
         """What the system answers to something else than the program, under the same job."""
-        changes = self.person.runtime / "systemd/user" / f"{UNIT}.d" / "probe.conf"
-        changes.parent.mkdir(parents=True)
-        changes.write_text("[Service]\nRestart=no\nExecStart=\n"
-                           f"Environment=OTHER={self.manager.pid}\n"
-                           f"ExecStart=/usr/bin/python3 -B {self.script} {self.answers}\n",
-                           encoding="utf-8")
+        self.change_job("Restart=no", "ExecStart=", f"Environment=OTHER={self.manager.pid}",
+                        f"ExecStart=/usr/bin/python3 -B {self.script} {self.answers}")
         self.begin_session()
         wait_until(self.answers.exists, "the probe has its answers")
         return json.loads(self.answers.read_text(encoding="utf-8"))
@@ -71,14 +67,16 @@ class Sandbox(World):
             "NoNewPrivileges", "RestrictAddressFamilies", "RestrictRealtime", "RestrictSUIDSGID",
             "LockPersonality", "MemoryDenyWriteExecute", "SystemCallArchitectures", "PrivateTmp",
             "PrivateIPC", "PrivateUsers", "RestrictNamespaces", "UMask", "LimitCORE", "Restart",
-            "RestartUSec", "StartLimitIntervalUSec")}
+            "RestartUSec", "StartLimitIntervalUSec", "TimeoutStopUSec")}
         self.assertEqual(said, {
             "NoNewPrivileges": "yes", "RestrictAddressFamilies": "AF_UNIX",
             "RestrictRealtime": "yes", "RestrictSUIDSGID": "yes", "LockPersonality": "yes",
             "MemoryDenyWriteExecute": "yes", "SystemCallArchitectures": "native",
             "PrivateTmp": "no", "PrivateIPC": "no", "PrivateUsers": "no",
             "RestrictNamespaces": "yes", "UMask": "0077", "LimitCORE": "0", "Restart": "always",
-            "RestartUSec": "1s", "StartLimitIntervalUSec": "0"})
+            "RestartUSec": "1s", "StartLimitIntervalUSec": "0",
+            "TimeoutStopUSec": "5s"})
+        self.assertIn("graphical-session.target", self.manager.show("After").split())
         calls = self.manager.show("SystemCallFilter").split()
         self.assertTrue({"read", "sendmsg", "shmat", "kill"} <= set(calls))
         self.assertFalse({"mount", "ptrace", "setuid", "bpf", "reboot", "chroot"} & set(calls))

@@ -9,8 +9,9 @@ import struct
 import world  # first: it knows where the harness lies
 import harness
 from harness import JOB, wait_until
-from world import ADAPTER, UNIT, Person, World
+from world import ADAPTER, UNIT, Person, World, missing
 
+SYSTEMCTL = "/usr/bin/systemctl"
 ENTRY = pathlib.Path("/etc/xdg/autostart") / f"{JOB}.desktop"
 
 
@@ -40,7 +41,7 @@ class Adapter(World):
     def test_knows_its_way_from_a_bare_shell(self):
         self.begin_session()
         self.manager("stop", UNIT)
-        self.expect_success(self.kickstart(self.target, XDG_RUNTIME_DIR=None))
+        self.expect_success(self.kickstart(self.target, XDG_RUNTIME_DIR=None, PATH=""))
         wait_until(lambda: self.manager.state() == "active", "the job runs")
 
     def test_does_nothing_else_and_says_so_in_one_line(self):
@@ -63,6 +64,7 @@ class Adapter(World):
                          f"Usage: launchctl kickstart {self.target}\n")
 
     def test_says_that_the_manager_knows_of_no_display(self):
+        self.manager("set-environment", "ONE=DISPLAY=:0", "TWO=a\nDISPLAY=:0", "THREE=a\\nDISPLAY=:0")
         self.expect_one_line(self.kickstart(self.target), 1, "launchctl: the job is not started: "
                              "its manager knows of no display")
 
@@ -71,12 +73,9 @@ class Adapter(World):
                              "launchctl: the job does not start: Failed to connect to bus: .+")
 
     def test_says_that_there_is_no_systemd(self):
-        tools = self.person.runtime / "tools"
-        tools.mkdir()
-        for tool in ("id", "head", "grep"):
-            (tools / tool).symlink_to(f"/usr/bin/{tool}")
-        self.expect_one_line(self.kickstart(self.target, PATH=str(tools)), 1,
-                             "launchctl: no systemd here, which runs the job: nothing is started")
+        with missing(SYSTEMCTL):
+            self.expect_one_line(self.kickstart(self.target), 1, "launchctl: no systemd here, which runs the "
+                                 "job: nothing is started")
 
     def test_another_user_starts_a_job_of_their_own_alone(self):
         agent = self.listen()
@@ -132,6 +131,24 @@ class Autostart(World):
         self.assertEqual((self.manager.program(), self.manager("show-environment")),
                          (program, known))
 
+    def test_leaves_the_job_to_the_session_that_it_serves(self):
+        self.expect_success(self.start_entry(DISPLAY=self.server.display))
+        self.agent.connect()
+        program = self.manager.program()
+        known = self.manager("show-environment")
+        self.expect_success(self.start_entry(DISPLAY=":65000"))
+        self.assertEqual((self.manager.program(), self.manager("show-environment")),
+                         (program, known))
+
+    def test_takes_the_job_from_a_session_that_it_does_not_serve(self):
+        # Which shows when it ends: it lasts for a moment each time.
+        self.change_job("ExecStart=", "ExecStart=/usr/bin/sleep 1", "RestartSec=50ms")
+        self.manager("set-environment", "DISPLAY=:65000")
+        self.manager("start", UNIT)
+        self.expect_success(self.start_entry(DISPLAY=self.server.display))
+        self.assertIn(f"DISPLAY={self.server.display}",
+                      self.manager("show-environment").splitlines())
+
     def test_takes_nothing_from_an_earlier_session(self):
         self.manager("set-environment", "DISPLAY=:65000", "XAUTHORITY=/run/gone")
         self.expect_success(self.start_entry(DISPLAY=self.server.display))
@@ -145,9 +162,10 @@ class Autostart(World):
         display = self.server.display
         self.expect_one_line(self.start_entry(), 1,
                              "vesk-remote: no display here, so the job is not started")
-        self.expect_one_line(
-            self.start_entry(DISPLAY=display, PATH="/nonexistent"), 1,
-            "vesk-remote: no systemd here, which runs the job: nothing is started")
+        with missing(SYSTEMCTL):
+            self.expect_one_line(
+                self.start_entry(DISPLAY=display), 1,
+                "vesk-remote: no systemd here, which runs the job: nothing is started")
         self.expect_one_line(
             self.start_entry(DISPLAY=display, XDG_RUNTIME_DIR="/run/user/0"), 1,
             "vesk-remote: the job, which systemd runs, does not start: Failed to .+")

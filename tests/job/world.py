@@ -74,6 +74,16 @@ def dpkg(*arguments):
         raise AssertionError(f"dpkg {arguments[0]}: {done.stdout}{done.stderr}")
 
 
+@contextlib.contextmanager
+def missing(path):
+    """A file of the system's that is not there for a while."""
+    os.rename(path, path + ".away")
+    try:
+        yield
+    finally:
+        os.rename(path + ".away", path)
+
+
 def written():
     """What was written to this machine's folders so far."""
     return {str(path.relative_to(UPPER)) for path in UPPER.rglob("*")}
@@ -213,10 +223,11 @@ class World(unittest.TestCase):
 
     journal = None  # the machine's one
     server_options = ()
+    person_is = ("anna", 61001)
 
     def setUp(self):
         self.journal.forget()
-        self.person = Person("anna", 61001)
+        self.person = Person(*self.person_is)
         self.person.move_in()
         self.addCleanup(self.person.move_out)
         self.addCleanup(self.expect_nobody)
@@ -242,6 +253,13 @@ class World(unittest.TestCase):
         self.addCleanup(agent.end)
         harness.SOCKET.chmod(0o666)
         return agent
+
+    def change_job(self, *lines):
+        """The job has these lines as well, or instead."""
+        changes = self.person.runtime / "systemd/user" / f"{UNIT}.d" / "change.conf"
+        changes.parent.mkdir(parents=True)
+        changes.write_text("\n".join(("[Service]", *lines, "")), encoding="utf-8")
+        self.manager("daemon-reload")
 
     def begin_session(self, **variables):
         """What a desktop does that has systemd start its session."""

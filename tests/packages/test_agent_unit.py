@@ -56,6 +56,7 @@ class AgentUnit(unittest.TestCase):
         return program
 
     def test_listens_obeys_and_has_no_rights_that_it_does_not_need(self):
+        pathlib.Path("/home/somebody").touch()
         self.systemctl("start", "vesk-agent.service")
         program = self.connect()
         COMMANDS.write_text("start Ada\n")
@@ -71,6 +72,7 @@ class AgentUnit(unittest.TestCase):
         rights = {name: status[name].strip() for name in ("CapEff", "CapBnd", "NoNewPrivs", "Seccomp")}
         self.assertEqual(rights, {"CapEff": "0" * 16, "CapBnd": "0" * 16, "NoNewPrivs": "1", "Seccomp": "2"})
         self.assertNotEqual(os.readlink(process / "ns/net"), os.readlink("/proc/self/ns/net"))
+        self.assertEqual(os.listdir(process / "root/home"), [])
 
         self.systemctl("stop", "vesk-agent.service", "vesk-agent.socket")
         self.assertFalse(SOCKET.exists())

@@ -4,6 +4,7 @@ behind is what that layer has."""
 import os
 import pathlib
 import re
+import shutil
 import socket
 import subprocess
 import unittest
@@ -15,6 +16,8 @@ ADAPTER = "/usr/libexec/vesk-remote/launchctl"
 TOOL = pathlib.Path("/bin/launchctl")
 WANTED = pathlib.Path(f"/etc/systemd/user/graphical-session.target.wants/{LABEL}.service")
 CALLS = pathlib.Path("/run/calls")
+# Where it is, no manager answers.
+SILENCE = pathlib.Path("/run/silence")
 USERS = pathlib.Path("/run/user")
 # The package manager's own: what it knows, what it has done, and caches that it has others keep.
 OWN = re.compile(r"/var/(lib/dpkg|log|cache|backups)/|/usr/share/icons/hicolor/icon-theme.cache"
@@ -26,6 +29,8 @@ def listen_in():
     tool = pathlib.Path("/run/tools/systemctl")
     tool.parent.mkdir()
     tool.write_text(f'#!/bin/sh\necho "$(id -u) $XDG_RUNTIME_DIR $*" >>{CALLS}\n'
+                    f'echo "from $(stat -c %u /proc/$PPID) $(readlink /proc/$$/fd/0) $ROOTS" >>{CALLS}.of-$(id -u)\n'
+                    f'[ ! -e {SILENCE} ] || exit 1\n'
                     'case $* in *--root=/*) exec /usr/bin/systemctl "$@" ;; esac\n')
     tool.chmod(0o755)
     os.environ["PATH"] = f"{tool.parent}:{os.environ['PATH']}"
@@ -107,6 +112,61 @@ class Installing(unittest.TestCase):
         self.assertEqual(self.calls("--user"), [f"{user} /run/user/{user} --user try-restart {job}" for user in (0, 1)])
         dpkg("--remove", "vesk-remote")
         self.assertEqual(self.calls("--user"), [f"{user} /run/user/{user} --user stop {job}" for user in (0, 1)])
+
+    def test_hands_nothing_of_roots_to_what_runs_as_somebody_who_is_logged_in(self):
+        # Who it runs as may look into it, stop it, and write to its terminal.
+        self.log_in(1)
+        seen = pathlib.Path(f"{CALLS}.of-1")
+        seen.write_text("")
+        seen.chmod(0o666)
+        os.environ["ROOTS"] = "secret"
+        self.addCleanup(os.environ.pop, "ROOTS")
+        self.install()
+        dpkg("--remove", "vesk-remote")
+        self.assertEqual(set(seen.read_text().splitlines()), {"from 0 /dev/null "})
+
+    def test_starts_the_job_anew_beside_the_tool_of_another(self):
+        TOOL.write_text("#!/bin/sh\nexit 0\n")
+        self.addCleanup(TOOL.unlink)
+        self.log_in(0)
+        self.install()
+        dpkg("--remove", "vesk-remote")
+        self.calls("--user")
+        self.install()
+        self.assertEqual(self.calls("--user")[-1:], [f"0 /run/user/0 --user start {LABEL}.service"])
+
+    def test_leaves_what_was_stopped_alone_though_the_tool_has_gone(self):
+        self.log_in(0)
+        self.install()
+        TOOL.unlink()
+        self.calls("--user")
+        self.install()
+        self.assertEqual(self.calls("--user"), [f"0 /run/user/0 --user try-restart {LABEL}.service"])
+
+    def test_goes_where_no_manager_answers(self):
+        self.install()
+        SILENCE.touch()
+        self.addCleanup(SILENCE.unlink)
+        dpkg("--purge", *NAMES)
+        self.assertEqual(self.left(), [])
+
+    def test_goes_though_files_of_it_are_gone_already(self):
+        self.install()
+        shutil.rmtree("/usr/libexec/vesk-remote")
+        self.addCleanup(self.install)  # so that whatever is left of it can be purged
+        dpkg("--purge", *NAMES)
+
+    def test_is_whole_again_after_a_removal_that_failed(self):
+        self.log_in(0)
+        self.install()
+        script = pathlib.Path("/var/lib/dpkg/info/vesk-remote.prerm")
+        text = script.read_text()
+        script.write_text(text + "exit 1\n")
+        self.addCleanup(script.write_text, text)
+        with self.assertRaises(subprocess.CalledProcessError):
+            dpkg("--remove", "vesk-remote")
+        self.assertTrue(os.path.lexists(TOOL))
+        self.assertEqual(self.calls("--user")[-1:], [f"0 /run/user/0 --user start {LABEL}.service"])
 
     def test_never_starts_the_agent_and_stops_it_when_it_is_removed(self):
         self.install()

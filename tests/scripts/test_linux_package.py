@@ -7,6 +7,7 @@ import shutil
 import subprocess
 import tempfile
 import unittest
+import unittest.mock
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 CONTROL = """Source: thing
@@ -107,6 +108,37 @@ class PackageOnLinux(unittest.TestCase):
         subprocess.run(["git", "-C", self.root, "add", "src"], check=True)
         (self.root / "src/old.cpp").unlink()
         self.assertEqual(self.package()[0], 0)
+
+    def test_builds_files_that_nobody_may_write_to(self):
+        for file in self.root.rglob("*"):
+            if file.is_file():
+                file.chmod(file.stat().st_mode & ~0o222)
+        self.package()
+        self.assertEqual([file for file in self.built_files() if not (self.built / file).stat().st_mode & 0o200], [])
+
+    def test_builds_with_its_own_options_whatever_the_person_builds_with(self):
+        self.tool(self.tools / "dpkg-buildpackage", f'env >"{self.log}"; : >../vesk-thing_1.2.0.deb')
+        own = {"CXXFLAGS": "-march=native", "LDFLAGS": "-s", "CXX": "other-c++", "DEB_BUILD_OPTIONS": "noopt"}
+        with unittest.mock.patch.dict(os.environ, own):
+            self.package()
+        known = dict(line.split("=", 1) for line in self.log.read_text().splitlines() if "=" in line)
+        self.assertEqual({name for name, value in own.items() if known.get(name) == value}, set())
+
+    def test_tells_apart_two_that_build_at_once(self):
+        made = self.root / "build/packages/vesk-thing_1.2.0.deb"
+        second = f': >"{self.log}.first"; "{self.root}/scripts/package" 2>"{self.log}"'
+        self.tool(self.tools / "dpkg-buildpackage", f'[ -e "{self.log}.first" ] || {{ {second}; }}\n'
+                  ': >../vesk-thing_1.2.0.deb')
+        status, _, said = self.package()
+        # Either waits, refuses or builds elsewhere; nobody pulls the folder from under another.
+        self.assertEqual((status, said), (0, ""))
+        self.assertTrue(made.exists())
+
+    def test_says_in_one_line_that_there_is_no_room(self):
+        self.tool(self.tools / "tar", "cat >/dev/null; for f in a b; do echo $f: No space left >&2; done; exit 2")
+        status, _, said = self.package()
+        self.assertEqual(status, 1)
+        self.assertRegex(said, r"\Apackage: .+\n\Z")
 
     def test_leaves_the_packages_of_others_alone(self):
         self.write("out/other_1.deb", "")
