@@ -40,8 +40,10 @@ def layered():
             if path.is_symlink() or not path.is_dir()}
 
 
-def dpkg(*arguments):
-    return subprocess.run(["dpkg", "--no-triggers", *arguments], check=True, text=True, capture_output=True)
+def dpkg(*arguments, through=(), **options):
+    """Runs dpkg, by way of another command if it is to find itself in other circumstances."""
+    return subprocess.run([*through, "dpkg", "--no-triggers", *arguments], check=True, text=True, capture_output=True,
+                          **options)
 
 
 def install(*names):

@@ -118,27 +118,35 @@ class PackageOnLinux(unittest.TestCase):
 
     def test_builds_with_its_own_options_whatever_the_person_builds_with(self):
         self.tool(self.tools / "dpkg-buildpackage", f'env >"{self.log}"; : >../vesk-thing_1.2.0.deb')
-        own = {"CXXFLAGS": "-march=native", "LDFLAGS": "-s", "CXX": "other-c++", "DEB_BUILD_OPTIONS": "noopt"}
+        own = {"CXXFLAGS": "-march=native", "CFLAGS": "-O0", "CPPFLAGS": "-DOTHER", "LDFLAGS": "-s", "CC": "other-cc",
+               "CXX": "other-c++", "MAKEFLAGS": "-i", "DEB_BUILD_OPTIONS": "noopt", "CMAKE_GENERATOR": "Other",
+               "DEB_CXXFLAGS_APPEND": "-Ofast", "HOME": str(self.root)}
         with unittest.mock.patch.dict(os.environ, own):
             self.package()
         known = dict(line.split("=", 1) for line in self.log.read_text().splitlines() if "=" in line)
         self.assertEqual({name for name, value in own.items() if known.get(name) == value}, set())
 
-    def test_tells_apart_two_that_build_at_once(self):
+    def test_builds_once_at_a_time(self):
         made = self.root / "build/packages/vesk-thing_1.2.0.deb"
         second = f': >"{self.log}.first"; "{self.root}/scripts/package" 2>"{self.log}"'
         self.tool(self.tools / "dpkg-buildpackage", f'[ -e "{self.log}.first" ] || {{ {second}; }}\n'
                   ': >../vesk-thing_1.2.0.deb')
         status, _, said = self.package()
-        # Either waits, refuses or builds elsewhere; nobody pulls the folder from under another.
         self.assertEqual((status, said), (0, ""))
         self.assertTrue(made.exists())
+        self.assertEqual(self.log.read_text(), f"package: packages are being made in {made.parent} already\n")
 
     def test_says_in_one_line_that_there_is_no_room(self):
         self.tool(self.tools / "tar", "cat >/dev/null; for f in a b; do echo $f: No space left >&2; done; exit 2")
         status, _, said = self.package()
         self.assertEqual(status, 1)
-        self.assertRegex(said, r"\Apackage: .+\n\Z")
+        self.assertRegex(said, r"\Apackage: .+: No space left\n\Z")
+        self.assertFalse((self.root / "build/packages/work").exists())
+
+    def test_says_in_one_line_that_there_is_no_room_for_the_build(self):
+        self.tool(self.tools / "dpkg-buildpackage", "echo 'as: error: a.o: No space left on device'; exit 2")
+        self.assertEqual(self.package(), (1, "", "package: the build failed: no space left in "
+                                          f"{self.root}/build/packages\n"))
 
     def test_leaves_the_packages_of_others_alone(self):
         self.write("out/other_1.deb", "")
