@@ -59,6 +59,8 @@ def install():
         install_packages()
         return
     subprocess.run(["cmake", "--install", harness.BUILD], check=True, stdout=subprocess.DEVNULL)
+    if not pathlib.Path("/usr/lib/systemd/user/com.vesk.tovarin.screen.service").exists():
+        raise SystemExit(f"{harness.BUILD} installs elsewhere than in /usr: configure it anew")
     subprocess.run(["systemctl", "--global", "enable", UNIT], check=True, capture_output=True)
     os.symlink("/usr/libexec/vesk-remote/launchctl", ADAPTER)
 
