@@ -9,7 +9,8 @@ import sys
 import world  # first: it knows where the harness lies
 import harness
 from harness import wait_until
-from world import NAMES, PROGRAM, UNIT, World, dpkg, install_packages, written
+from layers import FILES, NAMES, dpkg
+from world import PROGRAM, UNIT, World, install_packages, written
 
 # The package manager's own: what it knows and has done, and caches that it has others keep.
 OWN = re.compile(r"var/(lib/dpkg|log|cache|backups)\b|var/lib/(systemd|swcatalog)\b"
@@ -23,7 +24,7 @@ def left():
 
 def is_bare(path):
     """A folder of the machine's own that something passed through."""
-    return (world.UPPER / path).is_dir() and not (world.UPPER / path).is_symlink()
+    return (FILES / path).is_dir() and not (FILES / path).is_symlink()
 
 
 def newer(folder):

@@ -17,12 +17,14 @@ import sys
 import threading
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "e2e"))
+for folder in ("e2e", "support"):
+    sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / folder))
 
 os.environ.setdefault("VESK_BUILD", "/usr")  # packages need no build beside them
 
 import harness
 from harness import JOB, wait_until
+from layers import FILES, NAMES, dpkg, lay_over
 from raw_sessions import SHIFT_DOWN, Agent
 from xclient import XClient
 
@@ -30,26 +32,14 @@ UNIT = JOB + ".service"
 PROGRAM = "/usr/bin/vesk-remote"
 ADAPTER = "/bin/launchctl"
 PACKAGES = os.environ.get("VESK_PACKAGES")
-NAMES = ("vesk-remote", "vesk-agent")
-OWN_FOLDERS = ("usr", "etc", "var")
-UPPER = pathlib.Path("/run/upper")
 HOMES = pathlib.Path("/run/homes")
 
 
 def isolate():
     """Gives this process, which run_delegated started, its own of whatever is written to."""
-    subprocess.run(["mount", "-t", "tmpfs", "vesk-test", "/run"], check=True)
-    for folder in OWN_FOLDERS:
-        upper, work = UPPER / folder, pathlib.Path("/run/work") / folder
-        upper.mkdir(parents=True)
-        work.mkdir(parents=True)
-        subprocess.run(["mount", "-t", "overlay", "vesk-test", "-o",
-                        f"lowerdir=/{folder},upperdir={upper},workdir={work}", "/" + folder],
-                       check=True)
+    lay_over("usr", "etc", "var")
     subprocess.run(["mount", "-t", "cgroup2", "vesk-test", "/sys/fs/cgroup"], check=True)
-    pathlib.Path("/run/systemd/system").mkdir(parents=True)  # what says that systemd is there
     HOMES.mkdir()
-    dpkg("--purge", *NAMES)  # this machine may have them
 
 
 def install():
@@ -70,12 +60,6 @@ def install_packages():
     dpkg("--install", *files)
 
 
-def dpkg(*arguments):
-    done = subprocess.run(["dpkg", "--no-triggers", *arguments], capture_output=True, text=True)
-    if done.returncode:
-        raise AssertionError(f"dpkg {arguments[0]}: {done.stdout}{done.stderr}")
-
-
 @contextlib.contextmanager
 def missing(path):
     """A file of the system's that is not there for a while."""
@@ -88,7 +72,7 @@ def missing(path):
 
 def written():
     """What was written to this machine's folders so far."""
-    return {str(path.relative_to(UPPER)) for path in UPPER.rglob("*")}
+    return {str(path.relative_to(FILES)) for path in FILES.rglob("*")}
 
 
 class Journal:

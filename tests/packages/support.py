@@ -4,12 +4,16 @@ import functools
 import os
 import pathlib
 import subprocess
+import sys
 import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tests/support"))
+
+from layers import NAMES
+
 PACKAGES = pathlib.Path(os.environ.get("VESK_PACKAGES", ROOT / "build/packages"))
 LABEL = "com.vesk.tovarin.screen"
-NAMES = ("vesk-remote", "vesk-agent")
 PROGRAMS = {"vesk-remote": "usr/bin/vesk-remote", "vesk-agent": "usr/bin/vesk-agent"}
 
 _folder = tempfile.TemporaryDirectory(prefix="vesk-packages-")
