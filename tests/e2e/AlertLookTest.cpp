@@ -36,7 +36,7 @@ TEST_P(FramedAlertTest, WantsNoButtonsToMinimiseOrMaximiseIt) {
   EXPECT_EQ(program_.line(), "denied");
 }
 
-class AlertSizeTest : public ::testing::TestWithParam<std::pair<const char*, double>> {
+class AlertSizeTest : public ::testing::TestWithParam<Scale> {
  protected:
   /// How many pixels of that column, in the lowest part of the alert, are not the background's.
   long heightOfButton(const Place& alert, int fromTheRight, double scale) {
@@ -50,20 +50,16 @@ class AlertSizeTest : public ::testing::TestWithParam<std::pair<const char*, dou
   PresenceDesktop desktop_{Kind::openbox, "1280x800x24"};
 };
 
-INSTANTIATE_TEST_SUITE_P(At, AlertSizeTest,
-                         ::testing::Values(std::pair{"1", 1.0}, std::pair{"1.5", 1.5},
-                                           std::pair{"2", 2.0}));
+INSTANTIATE_TEST_SUITE_P(At, AlertSizeTest, everyScale);
 
 TEST_P(AlertSizeTest, HasButtonsThatAreHighEnoughToBeHit) {
-  const auto [factor, scale] = GetParam();
-  auto environment = desktop_.environment();
-  environment.push_back("QT_SCALE_FACTOR=" + std::string(factor));
-  PresenceWindow program(environment);
+  const double scale = GetParam().second;
+  PresenceWindow program(environmentAt(GetParam(), desktop_));
   program.send("ask Ada");
   const Place place = placeOf(desktop_, desktop_.alert());
   // Beside the letters of Allow, and of Don't Allow.
   for (const int fromTheRight : {190, 110}) {
-    EXPECT_TRUE(waitUntil([&, scale = scale] {
+    EXPECT_TRUE(waitUntil([&] {
       return heightOfButton(place, fromTheRight, scale) >= static_cast<long>(32 * scale);
     })) << heightOfButton(place, fromTheRight, scale);
   }

@@ -200,21 +200,17 @@ TEST_F(OnOpenboxTest, KeepsItsShapeUnderANameOfAnyKind) {
   EXPECT_GE(heightFor("\u202eAda\u202c \u2066x"), usual);
 }
 
-class ScaledAlertTest : public ::testing::TestWithParam<std::pair<const char*, double>> {
+class ScaledAlertTest : public ::testing::TestWithParam<Scale> {
  protected:
   PresenceDesktop desktop_{Kind::openbox};
 };
 
-INSTANTIATE_TEST_SUITE_P(At, ScaledAlertTest,
-                         ::testing::Values(std::pair{"1", 1.0}, std::pair{"1.5", 1.5},
-                                           std::pair{"2", 2.0}));
+INSTANTIATE_TEST_SUITE_P(At, ScaledAlertTest, everyScale);
 
 TEST_P(ScaledAlertTest, IsAsLargeAsTheDesktopsScale) {
-  const auto [factor, scale] = GetParam();
-  auto environment = desktop_.environment();
-  environment.push_back("QT_SCALE_FACTOR=" + std::string(factor));
+  const double scale = GetParam().second;
   AlertObserver observer(desktop_.server().display());
-  PresenceWindow program(environment);
+  PresenceWindow program(environmentAt(GetParam(), desktop_));
   program.send("ask Ada");
   const xcb_window_t alert = desktop_.alert();
   observer.standsSince(alert, 0, 2000);

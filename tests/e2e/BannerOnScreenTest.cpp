@@ -189,20 +189,16 @@ TEST_F(OnOpenboxTest, KeepsANameOfAnyKindInsideTheStrip) {
   }
 }
 
-class ScaledBannerTest : public ::testing::TestWithParam<std::pair<const char*, double>> {
+class ScaledBannerTest : public ::testing::TestWithParam<Scale> {
  protected:
   PresenceDesktop desktop_{Kind::openbox};
 };
 
-INSTANTIATE_TEST_SUITE_P(At, ScaledBannerTest,
-                         ::testing::Values(std::pair{"1", 1.0}, std::pair{"1.5", 1.5},
-                                           std::pair{"2", 2.0}));
+INSTANTIATE_TEST_SUITE_P(At, ScaledBannerTest, everyScale);
 
 TEST_P(ScaledBannerTest, DrawsInPoints) {
-  const auto [factor, scale] = GetParam();
-  auto environment = desktop_.environment();
-  environment.push_back("QT_SCALE_FACTOR=" + std::string(factor));
-  PresenceWindow program(environment);
+  const double scale = GetParam().second;
+  PresenceWindow program(environmentAt(GetParam(), desktop_));
   desktop_.makeWindow(0, 0, 1280, 800, backdrop, true);
   ASSERT_EQ(program.ask("show 100 100 8 Ada"), "shown");
   const int height = static_cast<int>(26 * scale);

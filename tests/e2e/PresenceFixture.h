@@ -5,6 +5,8 @@
 #include <array>
 #include <chrono>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "e2e/AlertObserver.h"
 #include "e2e/PresenceDesktop.h"
@@ -29,6 +31,17 @@ constexpr std::uint32_t redOverBackdrop = 0xb22026;  // four fifths of it
 
 inline std::string nameOfDesktop(const ::testing::TestParamInfo<Kind>& info) {
   return nameOf(info.param);
+}
+
+/// A desktop's scale, as Qt is told of it and as a number.
+using Scale = std::pair<const char*, double>;
+inline const auto everyScale =
+    ::testing::Values(Scale{"1", 1.0}, Scale{"1.5", 1.5}, Scale{"2", 2.0});
+
+inline std::vector<std::string> environmentAt(const Scale& scale, const PresenceDesktop& desktop) {
+  auto environment = desktop.environment();
+  environment.push_back("QT_SCALE_FACTOR=" + std::string(scale.first));
+  return environment;
 }
 
 struct Place {

@@ -27,6 +27,12 @@ class MacSessionTest : public SessionTestBase {
     const std::lock_guard lock(fakes::mac::postedMutex);
     return system_.posted.size();
   }
+  /// The session ends, and the system has yet to say that its stream has.
+  void stopUnanswered() {
+    server_.holdsAnswersBack = true;
+    world_.tell(stop);
+    ASSERT_TRUE(runUntil([this] { return desk_.shown.empty(); }));
+  }
 };
 
 TEST_F(MacSessionTest, GreetsWithWhatWasGranted) {
@@ -97,9 +103,7 @@ TEST_F(MacSessionTest, TellsOfADisplayThatGoesAwayAndStartsAgain) {
 TEST_F(MacSessionTest, ShowsNothingThatTheStreamBeforeItBringsLate) {
   begin();
   SCStream* const before = stream();
-  server_.holdsAnswersBack = true;
-  world_.tell(stop);
-  ASSERT_TRUE(runUntil([this] { return desk_.shown.empty(); }));
+  stopUnanswered();
   fakes::WindowServer::deliver(before, {});
   server_.answer();
   world_.tell(start);
@@ -119,9 +123,7 @@ TEST_F(MacSessionTest, ShowsNothingThatTheStreamBeforeItBringsLate) {
 TEST_F(MacSessionTest, GoesOnWhenTheStreamBeforeItEndsLate) {
   begin();
   SCStream* const before = stream();
-  server_.holdsAnswersBack = true;
-  world_.tell(stop);
-  ASSERT_TRUE(runUntil([this] { return desk_.shown.empty(); }));
+  stopUnanswered();
   // The stop alone waits for its answer.
   server_.holdsAnswersBack = false;
   world_.tell(start);

@@ -112,38 +112,37 @@ TEST_F(StreamCallbacksTest, WaitsForACallThatHasDisconnectedAndGoesOn) {
   call.wait();
 }
 
-TEST(StreamCallbacksEndTest, IsWaitedForByASampleThatDisconnects) {
-  std::promise<void> told;
-  std::promise<void> mayReturn;
-  StreamCallbacks callbacks([&](const PlatformError&) {
-    told.set_value();
-    mayReturn.get_future().wait();
-  });
-  callbacks.setOutput([&](const StreamSample&, StreamOutputType) { callbacks.disconnect(); });
-  const auto end = std::async(std::launch::async, [&] { callbacks.stopped({"unplugged"}); });
-  told.get_future().wait();
+/// The end is being told, for as long as the test wishes.
+class StreamCallbacksEndTest : public ::testing::Test {
+ protected:
+  StreamCallbacksEndTest() { told_.get_future().wait(); }
+
+  std::promise<void> told_;
+  std::promise<void> mayReturn_;
+  StreamCallbacks callbacks_{[this](const PlatformError&) {
+    told_.set_value();
+    mayReturn_.get_future().wait();
+  }};
+  std::future<void> end_ =
+      std::async(std::launch::async, [this] { callbacks_.stopped({"unplugged"}); });
+};
+
+TEST_F(StreamCallbacksEndTest, IsWaitedForByASampleThatDisconnects) {
+  callbacks_.setOutput([this](const StreamSample&, StreamOutputType) { callbacks_.disconnect(); });
   const auto sample =
-      std::async(std::launch::async, [&] { callbacks.deliver({}, StreamOutputType::screen); });
+      std::async(std::launch::async, [this] { callbacks_.deliver({}, StreamOutputType::screen); });
   EXPECT_EQ(sample.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
-  mayReturn.set_value();
+  mayReturn_.set_value();
   sample.wait();
-  end.wait();
+  end_.wait();
 }
 
-TEST(StreamCallbacksEndTest, DeliversSamplesWhileTheEndIsBeingTold) {
-  std::promise<void> told;
-  std::promise<void> mayReturn;
-  StreamCallbacks callbacks([&](const PlatformError&) {
-    told.set_value();
-    mayReturn.get_future().wait();
-  });
+TEST_F(StreamCallbacksEndTest, DeliversSamplesWhileTheEndIsBeingTold) {
   int samples = 0;
-  callbacks.setOutput([&](const StreamSample&, StreamOutputType) { ++samples; });
-  auto end = std::async(std::launch::async, [&] { callbacks.stopped({"unplugged"}); });
-  told.get_future().wait();
-  callbacks.deliver({}, StreamOutputType::screen);
+  callbacks_.setOutput([&](const StreamSample&, StreamOutputType) { ++samples; });
+  callbacks_.deliver({}, StreamOutputType::screen);
   EXPECT_EQ(samples, 1);
-  mayReturn.set_value();
+  mayReturn_.set_value();
 }
 
 }  // namespace
