@@ -5,7 +5,7 @@
 namespace vesk::agent {
 
 void PageBacklog::addVideo(Bytes message, Picture picture, TimePoint now) {
-  if (flow_ == Flow::going && isBehind(message.size(), now)) dropWaitingVideo();
+  if (flow_ == Flow::going && isBehind(message.size(), now)) stop();
   // A key frame that comes while the page still has older pictures to read would be old as well by
   // the time it is read.
   const bool mayGoOn = picture == Picture::key && units_.empty();
@@ -17,6 +17,11 @@ void PageBacklog::addVideo(Bytes message, Picture picture, TimePoint now) {
   units_.push_back({now, message.size()});
   videoBytes_ += message.size();
   items_.push_back({Item::Kind::video, std::move(message)});
+}
+
+void PageBacklog::loseVideo() {
+  if (flow_ == Flow::going) stop();
+  if (flow_ == Flow::dropping) ++dropped_;
 }
 
 void PageBacklog::addMessage(Bytes message) {
@@ -63,7 +68,7 @@ bool PageBacklog::isBehind(std::size_t size, TimePoint now) const {
   return now - units_.front().came > patience || videoBytes_ + size > maxVideo;
 }
 
-void PageBacklog::dropWaitingVideo() {
+void PageBacklog::stop() {
   flow_ = Flow::dropping;
   const auto count =
       std::erase_if(items_, [](const Item& item) { return item.kind == Item::Kind::video; });

@@ -34,6 +34,9 @@ class PageBacklog {
   enum class Picture { delta, key };
   void addVideo(Bytes message, Picture picture, TimePoint now);
 
+  /// An access unit that was too much to be brought here.
+  void loseVideo();
+
   /// What is no video is never dropped. `isOverfull` tells when that has become too much to keep.
   void addMessage(Bytes message);
   void addText(const std::string& text);
@@ -64,7 +67,7 @@ class PageBacklog {
   };
 
   bool isBehind(std::size_t size, TimePoint now) const;
-  void dropWaitingVideo();
+  void stop();
   void resume();
 
   std::deque<Item> items_;

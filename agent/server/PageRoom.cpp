@@ -1,5 +1,6 @@
 #include "agent/server/PageRoom.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "agent/KeyPicture.h"
@@ -10,7 +11,10 @@
 namespace vesk::agent {
 namespace {
 
-constexpr std::size_t durationSize = 4;
+using Clock = std::chrono::steady_clock;
+
+/// The kind and the duration.
+constexpr std::size_t headSize = 5;
 
 /// A browser makes half a dozen at once.
 constexpr std::size_t maxGuests = 64;
@@ -72,6 +76,7 @@ std::optional<PageRefusal> PageRoom::sit(PageSeat& seat, const std::string& key,
   }
   if (refusal) return refusal;
   viewer_ = &seat;
+  isTaken_ = true;
   note("a viewer has come");
   tell(pageMessage::ofProgram(hasProgram_));
   if (hello_) seat.backlog().addMessage(pageMessage::ofFrame(*hello_));
@@ -83,6 +88,7 @@ std::optional<PageRefusal> PageRoom::sit(PageSeat& seat, const std::string& key,
 void PageRoom::leave(const PageSeat& seat) {
   if (viewer_ != &seat) return;
   viewer_ = nullptr;
+  isTaken_ = false;
   for (auto& frame : held_.takeReleases()) mail_.putFrame(std::move(frame));
   note("the viewer has gone");
 }
@@ -119,22 +125,25 @@ void PageRoom::programGone() {
   tell(pageMessage::ofProgram(false));
 }
 
-void PageRoom::programSent(const Frame& frame, TimePoint now) {
+void PageRoom::programSent(const Frame& frame) {
   if (isHello(frame)) hello_ = frame;
   if (viewer_ == nullptr) return;
-  if (frameKind(frame.kind) == FrameKind::video && frame.payload.size() >= durationSize) {
-    programSentVideo(frame, now);
-  } else {
-    viewer_->backlog().addMessage(pageMessage::ofFrame(frame));
-  }
-  tend(now);
-  if (viewer_ != nullptr) viewer_->wake();
+  viewer_->backlog().addMessage(pageMessage::ofFrame(frame));
+  viewer_->wake();
+  tend(Clock::now());
 }
 
-void PageRoom::programSentVideo(const Frame& frame, TimePoint now) {
-  const bool isKey = isKeyPicture(ByteView(frame.payload).subspan(durationSize));
-  viewer_->backlog().addVideo(pageMessage::ofFrame(frame),
+void PageRoom::programSentVideo(Bytes message, TimePoint now) {
+  if (viewer_ == nullptr) return;
+  const bool isKey = isKeyPicture(ByteView(message).subspan(std::min(headSize, message.size())));
+  viewer_->backlog().addVideo(std::move(message),
                               isKey ? PageBacklog::Picture::key : PageBacklog::Picture::delta, now);
+  viewer_->wake();
+  tend(now);
+}
+
+void PageRoom::programVideoLost() {
+  if (viewer_ != nullptr) viewer_->backlog().loseVideo();
 }
 
 void PageRoom::noteForPage(std::string_view text) { tell(pageMessage::ofNote(text)); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <list>
@@ -67,13 +68,19 @@ class PageRoom {
   // The program
   void programConnected();
   void programGone();
-  void programSent(const Frame& frame, TimePoint now);
+  /// Everything but video.
+  void programSent(const Frame& frame);
+  /// An access unit, as the message for the page.
+  void programSentVideo(Bytes message, TimePoint now);
+  void programVideoLost();
   void noteForPage(std::string_view text);
   void mailTaken();
 
+  /// Any thread.
+  bool hasViewer() const { return isTaken_; }
+
  private:
   void tell(const std::string& text);
-  void programSentVideo(const Frame& frame, TimePoint now);
 
   PageMail& mail_;
   Times times_;
@@ -81,6 +88,7 @@ class PageRoom {
   PageKey key_;
   std::list<std::weak_ptr<PageGuest>> guests_;
   PageSeat* viewer_ = nullptr;
+  std::atomic<bool> isTaken_ = false;
   HeldInput held_;
   bool hasProgram_ = false;
   std::optional<Frame> hello_;  ///< of the program that is connected

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "agent/server/PageConnection.h"
+#include "agent/server/PageMessage.h"
 
 namespace vesk::agent {
 namespace {
@@ -96,8 +97,24 @@ void PageServer::programGone() {
 }
 
 void PageServer::programSent(const Frame& frame) {
-  const auto now = std::chrono::steady_clock::now();
-  boost::asio::post(context_, [this, frame, now] { room_.programSent(frame, now); });
+  if (frameKind(frame.kind) == FrameKind::video) return programSentVideo(frame);
+  boost::asio::post(context_, [this, frame] { room_.programSent(frame); });
+}
+
+/// Also where the page's thread gets no time, nothing piles up on the way to it.
+void PageServer::programSentVideo(const Frame& frame) {
+  if (!room_.hasViewer()) return;
+  const std::size_t size = frame.payload.size();
+  if (onTheWay_ > 0 && onTheWay_ + size > PageBacklog::maxVideo) {
+    boost::asio::post(context_, [this] { room_.programVideoLost(); });
+    return;
+  }
+  onTheWay_ += size;
+  boost::asio::post(context_, [this, size, message = pageMessage::ofFrame(frame),
+                               now = std::chrono::steady_clock::now()]() mutable {
+    room_.programSentVideo(std::move(message), now);
+    onTheWay_ -= size;
+  });
 }
 
 void PageServer::note(std::string_view text) {

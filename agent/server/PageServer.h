@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -37,12 +38,14 @@ class PageServer : public Page {
   void accept();
   void acceptLater();
   void run();
+  void programSentVideo(const Frame& frame);
 
   PageMail mail_;
   PageRoom room_;
   boost::asio::io_context context_;
   boost::asio::ip::tcp::acceptor acceptor_;
   boost::asio::steady_timer pause_;
+  std::atomic<std::size_t> onTheWay_ = 0;  ///< bytes of video that were posted
   std::promise<void> done_;
   std::thread thread_;
 };

@@ -11,6 +11,8 @@ namespace {
 namespace websocket = boost::beast::websocket;
 using Clock = std::chrono::steady_clock;
 
+constexpr std::size_t maxAnnounced = std::size_t{16} * 1024 * 1024;
+
 /// Only the answer to the request and the farewell have to be fast. A viewer may be silent for as
 /// long as it likes: on the loopback address no connection is ever lost without notice.
 websocket::stream_base::timeout timeouts(const PageRoom::Times& times) {
@@ -37,10 +39,12 @@ void PageViewer::start() {
     pageHttp::secure(response);
   }));
   socket_.auto_fragment(false);
-  // The length is checked here, so that the refusal comes with words.
-  socket_.read_message_max(0);
+  // The length of what comes is checked here, so that the refusal comes with words. A header that
+  // announces this much is not worth waiting for.
+  socket_.read_message_max(maxAnnounced);
   socket_.control_callback([this](websocket::frame_type type, boost::beast::string_view payload) {
     if (type == websocket::frame_type::pong) onPong({payload.data(), payload.size()});
+    if (type == websocket::frame_type::close) onFarewell();
   });
   socket_.async_accept(request_,
                        [self = shared_from_this()](Error error) { self->onAccepted(error); });
@@ -103,7 +107,10 @@ void PageViewer::read() {
 }
 
 void PageViewer::onRead(Error error) {
-  if (state_ == State::leaving) return;
+  if (state_ == State::leaving) {
+    if (error) timer_.cancel();
+    return;
+  }
   if (error) {
     if (error.category() == make_error_code(websocket::error::closed).category() &&
         error != websocket::error::closed) {
@@ -184,6 +191,14 @@ void PageViewer::onPong(std::string_view payload) {
   if (result.ec != std::errc() || state_ != State::viewer) return;
   backlog_.arrived(units);
   room_.tend(Clock::now());
+}
+
+/// The seat is free at once, for the page that is being loaded anew; its connection ends when the
+/// browser has closed its own end as well, or in a while.
+void PageViewer::onFarewell() {
+  if (state_ == State::leaving) return;
+  leave();
+  expectWithin(room_.times().farewell, &PageViewer::farewellIsLate);
 }
 
 void PageViewer::leave() {

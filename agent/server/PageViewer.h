@@ -55,6 +55,7 @@ class PageViewer : public PageGuest,
   void writeNext();
   void onWritten(Error error);
   void onPong(std::string_view payload);
+  void onFarewell();
   void leave();
 
   boost::beast::websocket::stream<boost::beast::tcp_stream> socket_;

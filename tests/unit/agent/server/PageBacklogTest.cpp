@@ -169,6 +169,19 @@ TEST_F(PageBacklogTest, HugePicturesAreDroppedEarlierButNeverTheOnlyOne) {
   EXPECT_TRUE(backlog_.takeKeyFrameWish(now_));
 }
 
+TEST_F(PageBacklogTest, WhatWasLostOnTheWayIsDroppedToo) {
+  backlog_.loseVideo();
+  begin();
+  add(Picture::delta);
+  backlog_.loseVideo();
+  add(Picture::delta);
+  EXPECT_EQ(write(), 0U);
+  EXPECT_TRUE(backlog_.takeKeyFrameWish(now_));
+  add(Picture::key);
+  EXPECT_EQ(write(), 1U);
+  EXPECT_EQ(backlog_.takeDropped(), 3U);
+}
+
 TEST_F(PageBacklogTest, IsOverfullOfWhatIsNoVideo) {
   backlog_.addMessage(Bytes(PageBacklog::maxOther));
   EXPECT_FALSE(backlog_.isOverfull());
