@@ -14,8 +14,9 @@ PageMail::PageMail() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 
 PageMail::Room PageMail::putFrame(Frame frame) {
   const std::lock_guard lock(mutex_);
+  bytes_ += frame.payload.size();
   wishes_.emplace_back(std::move(frame));
-  isFull_ = isFull_ || wishes_.size() >= maxWaiting;
+  isFull_ = isFull_ || wishes_.size() >= maxWaiting || bytes_ >= maxBytes;
   wake();
   return isFull_ ? Room::none : Room::some;
 }
@@ -31,6 +32,7 @@ PageMail::Taken PageMail::take() {
   const std::lock_guard lock(mutex_);
   eventfd_t count = 0;
   ::eventfd_read(event_.get(), &count);
+  bytes_ = 0;
   return {std::exchange(wishes_, {}), std::exchange(isFull_, false)};
 }
 

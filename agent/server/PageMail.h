@@ -17,6 +17,7 @@ namespace vesk::agent {
 class PageMail {
  public:
   static constexpr std::size_t maxWaiting = 256;
+  static constexpr std::size_t maxBytes = std::size_t{1024} * 1024;
 
   PageMail();
 
@@ -43,6 +44,7 @@ class PageMail {
   Descriptor event_;
   std::mutex mutex_;
   std::vector<PageWish> wishes_;
+  std::size_t bytes_ = 0;  ///< of the frames among them
   bool isFull_ = false;
 };
 

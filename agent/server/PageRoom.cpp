@@ -62,32 +62,34 @@ void PageRoom::welcome(const std::shared_ptr<PageGuest>& guest) {
 }
 
 void PageRoom::showAllOut() {
+  if (viewer_ != nullptr) viewer_->end();
   for (const auto& guest : std::exchange(guests_, {})) {
     if (const auto living = guest.lock()) living->end();
   }
 }
 
-std::optional<PageRefusal> PageRoom::sit(PageSeat& seat, const std::string& key,
-                                         std::string_view browser, TimePoint now) {
+std::optional<PageRefusal> PageRoom::sit(const std::shared_ptr<PageSeat>& seat,
+                                         const std::string& key, std::string_view browser,
+                                         TimePoint now) {
   auto refusal = refusalFor(key_.admit(key, browser));
   if (!refusal && viewer_ != nullptr) {
     refusal = PageRefusal{pageRefusal::occupied,
                           "Another page views this screen already. Close that one first."};
   }
   if (refusal) return refusal;
-  viewer_ = &seat;
+  viewer_ = seat;
   isTaken_ = true;
   note("a viewer has come");
   tell(pageMessage::ofProgram(hasProgram_));
-  if (hello_) seat.backlog().addMessage(pageMessage::ofFrame(*hello_));
+  if (hello_) seat->backlog().addMessage(pageMessage::ofFrame(*hello_));
   tend(now);
-  seat.wake();
+  seat->wake();
   return std::nullopt;
 }
 
 void PageRoom::leave(const PageSeat& seat) {
-  if (viewer_ != &seat) return;
-  viewer_ = nullptr;
+  if (viewer_.get() != &seat) return;
+  viewer_.reset();
   isTaken_ = false;
   for (auto& frame : held_.takeReleases()) mail_.putFrame(std::move(frame));
   note("the viewer has gone");

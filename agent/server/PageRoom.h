@@ -26,13 +26,15 @@ class PageSeat {
   /// Reading may go on.
   virtual void readOn() = 0;
   virtual void refuse(PageRefusal refusal) = 0;
+  /// The agent ends.
+  virtual void end() = 0;
 };
 
 /// What the page's connections share: who is the viewer, and what the program and the viewer say to
 /// each other.
 ///
-/// Thread: the page's. Owns: the key, the viewer's held input. The seat's owner leaves it before it
-/// is gone. Fails: never.
+/// Thread: the page's. Owns: the key, the viewer's held input, and the viewer itself until it
+/// leaves, since one that is held up has no operation that would own it. Fails: never.
 class PageRoom {
  public:
   using TimePoint = PageBacklog::TimePoint;
@@ -54,12 +56,15 @@ class PageRoom {
 
   // Anybody's connections
   void welcome(const std::shared_ptr<PageGuest>& guest);
+  /// The agent ends: nobody stays, the viewer included.
   void showAllOut();
+  /// The page's thread has ended, whoever is still here.
+  void empty() { viewer_.reset(); }
   void note(const std::string& text) { mail_.putNote("page: " + text); }
 
   // The viewer
-  std::optional<PageRefusal> sit(PageSeat& seat, const std::string& key, std::string_view browser,
-                                 TimePoint now);
+  std::optional<PageRefusal> sit(const std::shared_ptr<PageSeat>& seat, const std::string& key,
+                                 std::string_view browser, TimePoint now);
   void leave(const PageSeat& seat);
   PageMail::Room fromViewer(Frame frame);
   /// Looks after what the seat's backlog wants.
@@ -87,7 +92,7 @@ class PageRoom {
   std::uint16_t port_ = 0;
   PageKey key_;
   std::list<std::weak_ptr<PageGuest>> guests_;
-  PageSeat* viewer_ = nullptr;
+  std::shared_ptr<PageSeat> viewer_;
   std::atomic<bool> isTaken_ = false;
   HeldInput held_;
   bool hasProgram_ = false;

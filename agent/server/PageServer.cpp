@@ -37,6 +37,7 @@ PageServer::~PageServer() {
   });
   if (done_.get_future().wait_for(farewell) == std::future_status::timeout) context_.stop();
   thread_.join();
+  room_.empty();  // while there is still a context that its sockets belong to
 }
 
 void PageServer::listen(std::uint16_t port) {

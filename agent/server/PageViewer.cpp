@@ -84,13 +84,14 @@ void PageViewer::end() {
 
 void PageViewer::refuse(PageRefusal refusal) {
   if (state_ == State::opening || state_ == State::leaving) return;
+  const auto self = shared_from_this();  // the room may be its only owner
   leave();
   if (refusal.code != pageRefusal::agentEnds) room_.note("refused: " + refusal.words);
   // Closing waits for the message that is being written, and a page may never read that.
   expectWithin(room_.times().farewell, &PageViewer::farewellIsLate);
   websocket::close_reason reason(refusal.words.c_str());
   reason.code = refusal.code;
-  socket_.async_close(reason, [self = shared_from_this()](Error) { self->timer_.cancel(); });
+  socket_.async_close(reason, [self](Error) { self->timer_.cancel(); });
 }
 
 void PageViewer::readOn() {
@@ -151,7 +152,7 @@ void PageViewer::takeKey(ByteView message) {
   }
   state_ = State::viewer;
   const auto browser = pageHttp::browserOf(request_, room_.port());
-  if (auto refusal = room_.sit(*this, *key, browser, Clock::now())) {
+  if (auto refusal = room_.sit(shared_from_this(), *key, browser, Clock::now())) {
     return refuse(std::move(*refusal));
   }
   timer_.cancel();

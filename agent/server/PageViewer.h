@@ -17,7 +17,8 @@ namespace vesk::agent {
 /// One WebSocket: a stranger until its first message has brought the key, then the viewer.
 ///
 /// Thread: the page's. Owns: the socket, what is on its way to the page; its pending operations own
-/// it. Fails: it is closed, with the reason in words where the socket still takes any.
+/// it, and the room. Fails: it is closed, with the reason in words where the socket still takes
+/// any.
 class PageViewer : public PageGuest,
                    public PageSeat,
                    public std::enable_shared_from_this<PageViewer> {

@@ -115,6 +115,12 @@ class Viewer:
     def control(self, **message):
         self.send(BINARY, b"\1" + json.dumps(message).encode())
 
+    def wait_until_heard(self):
+        """Until the agent has dealt with everything that was sent."""
+        self.send(PING, b"heard")
+        while self._next_frame() != (PONG, b"heard"):
+            pass
+
     def next(self):
         """The next message, or the code and the reason of the end."""
         while True:

@@ -40,5 +40,13 @@ TEST(PageMailTest, HoldsTheViewerUpWhenNobodyTakes) {
   EXPECT_FALSE(mail.take().wasFull);
 }
 
+TEST(PageMailTest, LongFramesFillItEarlier) {
+  PageMail mail;
+  EXPECT_EQ(mail.putFrame({2, Bytes(PageMail::maxBytes - 1)}), PageMail::Room::some);
+  EXPECT_EQ(mail.putFrame({2, Bytes(1)}), PageMail::Room::none);
+  EXPECT_TRUE(mail.take().wasFull);
+  EXPECT_EQ(mail.putFrame({2, Bytes(1)}), PageMail::Room::some);
+}
+
 }  // namespace
 }  // namespace vesk::agent
