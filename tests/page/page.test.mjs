@@ -1,0 +1,318 @@
+import assert from 'node:assert/strict';
+import { mkdirSync } from 'node:fs';
+import { after, afterEach, before, beforeEach, describe, test as anyTest } from 'node:test';
+import { keys } from '../../agent/page/keys.js';
+import { Browser } from './Browser.mjs';
+import { StandInAgent } from './StandInAgent.mjs';
+import { accessUnits, pictures, psnr, record, size } from './stream.mjs';
+
+const patience = { timeout: Number(process.env.VESK_PATIENCE ?? 60000) };
+const test = (name, body) => anyTest(name, patience, body);
+const alikeEnough = 34;  // decibels: other roundings of the colours, and not another picture
+const shots = process.env.VESK_PAGE_PICTURES;
+const ctrlAltShift = 1 + 2 + 8;  // as the browser's driver counts modifiers
+
+const stream = record(45);
+const units = accessUnits(stream);
+let browser;
+let agent;
+let page;
+let address;
+
+before(() => { browser = new Browser(); });
+after(() => browser.close());
+
+beforeEach(async () => {
+  agent = new StandInAgent();
+  address = await agent.listen();
+  page = await browser.page();
+}, patience);
+
+afterEach(async () => {
+  agent.close();
+  await page.close();
+  assert.deepEqual(page.complaints.filter((text) => !text.includes('WebSocket')), []);
+});
+
+const brief = (words) => page.until(`document.querySelector('#status-words').textContent === '${words}'`);
+
+async function open() {
+  await page.open(`${address}?key=${agent.key}`);
+  await page.until("document.querySelector('#status-words')?.textContent === 'Ready'");
+}
+
+/** Up to the first picture. */
+async function watch(accessibility = true) {
+  await open();
+  await page.click('#start');
+  await agent.until(() => agent.ops().some(({ op }) => op === 'start'));
+  agent.control({ op: 'state', state: 'starting' });
+  agent.control({ op: 'started', ...size, accessibility });
+  agent.video(units[0]);
+  await page.until("!document.querySelector('#canvas').hidden");
+  await brief('Watching');
+}
+
+async function shot(name) {
+  if (!shots) return;
+  mkdirSync(shots, { recursive: true });
+  await page.picture(`${shots}/${name}.png`);
+}
+
+const kept = () => agent.inputs().filter(({ e }) => e !== 'move');
+const canvasPixels = () => page.evaluate(`(() => {
+  const canvas = document.querySelector('#canvas');
+  const { data } = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height);
+  let text = '';
+  for (let i = 0; i < data.length; i += 4) text += String.fromCharCode(data[i], data[i + 1], data[i + 2]);
+  return btoa(text);
+})()`).then((text) => Buffer.from(text, 'base64'));
+
+describe('the picture', () => {
+  test('is the stream’s, from the first to the last', async () => {
+    const expected = pictures(stream);
+    await watch();
+    assert.ok(psnr(await canvasPixels(), expected[0]) > alikeEnough);
+    for (const unit of units.slice(1)) agent.video(unit);
+    await page.until(`document.querySelector('#figure-decoded').textContent === '${units.length}'`);
+    const alike = psnr(await canvasPixels(), expected.at(-1));
+    assert.ok(alike > alikeEnough, `${alike} dB`);
+    assert.equal(await page.text('#figure-size'), `${size.width} × ${size.height}`);
+  });
+
+  test('begins at a key frame, and asks for one', async () => {
+    await open();
+    agent.video(units[1]);
+    await agent.until(() => agent.ops().some(({ op }) => op === 'keyframe'));
+    agent.video(units[0]);
+    await page.until("!document.querySelector('#canvas').hidden");
+  });
+
+  test('comes back after what no decoder understands', async () => {
+    await watch();
+    const broken = Buffer.from(units[0]);
+    broken[5] = 0xff;  // a profile that nobody has
+    agent.video(broken);
+    agent.video(units[1]);
+    await agent.until(() => agent.ops().some(({ op }) => op === 'keyframe'));
+    agent.video(units[30]);
+    await page.until("Number(document.querySelector('#figure-decoded').textContent) >= 2");
+    await brief('Watching');
+  });
+
+  test('goes with the session', async () => {
+    await watch();
+    await page.click('#stop');
+    await agent.until(() => agent.ops().some(({ op }) => op === 'stop'));
+    agent.video(units[1]);
+    await brief('Ready');
+    assert.ok(await page.evaluate("document.querySelector('#canvas').hidden"));
+  });
+
+  test('is as sharp as the screen at a whole scale', async () => {
+    await watch();
+    await page.click('#whole');
+    const at = await page.evaluate(`(() => {
+      const { left, top, width } = document.querySelector('#canvas').getBoundingClientRect();
+      return { left, top, width };
+    })()`);
+    assert.equal(at.width, size.width);
+    assert.ok(Number.isInteger(at.left) && Number.isInteger(at.top));
+  });
+});
+
+describe('the viewer’s hands', () => {
+  test('have every key', async () => {
+    await watch();
+    const modifiers = { Shift: 8, Control: 2, Alt: 1, Meta: 4 };
+    for (const code of keys.keys()) {
+      const held = modifiers[code.replace(/Left$|Right$/, '')] ?? 0;
+      await page.key('down', code, { modifiers: held });
+      await page.key('up', code);
+    }
+    await page.key('down', 'Space');  // by which Caps Lock is seen to be off
+    await page.key('up', 'Space');
+    const wanted = [];
+    for (const [code, [key, extended]] of keys) {
+      const flag = extended ? 'x' : '';
+      wanted.push(`down ${key}${flag}`);
+      if (code !== 'CapsLock') wanted.push(`up ${key}${flag}`);
+      else wanted.push(`up ${key}`);
+    }
+    wanted.push('down 32', 'up 32');
+    await agent.until(() => kept().length >= wanted.length);
+    assert.deepEqual(kept().map(({ c, e, x }) => `${e} ${c}${x ? 'x' : ''}`), wanted);
+  });
+
+  test('press, drag and turn the wheel where the pointer is', async () => {
+    await watch();
+    const at = await page.evaluate(`(() => {
+      const { left, top, width, height } = document.querySelector('#canvas').getBoundingClientRect();
+      return { left, top, width, height };
+    })()`);
+    const [x, y] = [at.left + at.width / 2, at.top + at.height / 4];
+    await page.mouse('mouseMoved', x, y);
+    await page.mouse('mousePressed', x, y, { button: 'left', buttons: 1, clickCount: 1 });
+    await page.mouse('mouseMoved', at.left - 40, y, { button: 'left', buttons: 1 });
+    await page.mouse('mouseReleased', at.left - 40, y, { button: 'left', buttons: 0 });
+    await page.mouse('mouseWheel', x, y, { deltaX: 0, deltaY: 120, modifiers: 2 });
+    await agent.until(() => agent.inputs().some(({ e }) => e === 'wheel'));
+    const told = agent.inputs().filter(({ t }) => t === 'm');
+    const down = told.find(({ e }) => e === 'down');
+    assert.ok(Math.abs(down.x - 0.5) < 0.002 && Math.abs(down.y - 0.25) < 0.002);
+    assert.equal(down.b, 0);
+    const dragged = told.slice(told.indexOf(down) + 1);
+    assert.deepEqual(dragged.map(({ e, x: to }) => [e, to > 0 ? 'inside' : to]),
+      [['move', 0], ['up', 0], ['wheel', 'inside']]);
+    assert.deepEqual([dragged[2].d, dragged[2].m], [-1, 2]);
+  });
+
+  test('let go of everything when the keyboard goes elsewhere', async () => {
+    await watch();
+    await page.key('down', 'ShiftLeft', { modifiers: 8 });
+    await page.key('down', 'KeyA', { modifiers: 8 });
+    await page.evaluate("document.querySelector('#viewer').focus()");
+    await agent.until(() => kept().length >= 4);
+    assert.deepEqual(kept().map(({ e, c, m }) => `${e} ${c} m${m}`),
+      ['down 160 m1', 'down 65 m1', 'up 65 m1', 'up 160 m0']);
+  });
+
+  test('type what an input method writes', async () => {
+    await watch();
+    await page.ask('Input.imeSetComposition', { text: 'にほ', selectionStart: 2, selectionEnd: 2 });
+    await page.ask('Input.insertText', { text: '日本語' });
+    await agent.until(() => kept().length >= 1);
+    await page.ask('Input.insertText', { text: '🧑‍🚀' });
+    await agent.until(() => kept().length >= 2);
+    assert.deepEqual(kept(), [{ t: 'u', s: '日本語' }, { t: 'u', s: '🧑‍🚀' }]);
+  });
+
+  test('type what is pasted, in pieces', async () => {
+    await watch();
+    await page.evaluate(`(() => {
+      const clipboardData = new DataTransfer();
+      clipboardData.setData('text/plain', 'Grüße, Привет, 你好 🎉\\r\\n' + 'x'.repeat(600));
+      document.querySelector('#field').dispatchEvent(
+        new ClipboardEvent('paste', { clipboardData, cancelable: true }));
+    })()`);
+    await agent.until(() => kept().length >= 2);
+    assert.ok(kept()[0].s.startsWith('Grüße, Привет, 你好 🎉\nxxx'));
+    assert.equal(kept().map(({ s }) => s).join('').length, 'Grüße, Привет, 你好 🎉\n'.length + 600);
+  });
+
+  test('have a key that leads away from the screen', async () => {
+    await watch();
+    assert.equal(await page.evaluate('document.activeElement.id'), 'field');
+    await page.key('down', 'Tab', { key: 'Tab' });
+    await page.key('up', 'Tab', { key: 'Tab' });
+    assert.equal(await page.evaluate('document.activeElement.id'), 'field');
+    await page.key('down', 'Escape', { key: 'Escape', modifiers: ctrlAltShift });
+    await page.until("document.activeElement.id === 'stop'");
+  });
+
+  test('do nothing where input is not allowed', async () => {
+    await watch();
+    await page.click('#input');
+    await agent.until(() => agent.ops().some(({ op }) => op === 'input'));
+    await page.mouse('mousePressed', 400, 300, { button: 'left', buttons: 1, clickCount: 1 });
+    await page.click('#keyframe');
+    await agent.until(() => agent.ops().some(({ op }) => op === 'keyframe'));
+    assert.deepEqual(agent.inputs(), []);
+  });
+
+  test('go to full screen by a key and back', async () => {
+    await watch();
+    for (const there of ['true', 'false']) {
+      await page.key('down', 'KeyF', { key: 'F', modifiers: ctrlAltShift });
+      await page.key('up', 'KeyF', { key: 'F' });
+      await page.until(`!!document.fullscreenElement === ${there}`);
+    }
+  });
+});
+
+describe('the bar', () => {
+  test('asks for the session that was set', async () => {
+    await open();
+    await page.evaluate(`(() => {
+      const set = (id, value, event) => {
+        const element = document.getElementById(id);
+        element.value = value;
+        element.dispatchEvent(new Event(event, { bubbles: true }));
+      };
+      set('viewer', 'Ada', 'change');
+      set('fps', '15', 'change');
+      set('bitrate', '5', 'input');
+      set('strip', '50', 'input');
+    })()`);
+    await page.click('#consent');
+    await page.click('#start');
+    await agent.until(() => agent.ops().some(({ op }) => op === 'start'));
+    assert.deepEqual(agent.ops(), [
+      { op: 'viewer', name: 'Ada' },
+      { op: 'bitrate', bitrateKbps: 1000 },
+      { op: 'start', viewer: 'Ada', consent: false, input: true, fps: 15, bitrateKbps: 1000,
+        banner: { strip: 50, border: 80, thickness: 8 } },
+    ]);
+  });
+
+  test('keeps the key out of the address, and goes on after a reload', async () => {
+    await open();
+    assert.equal(await page.evaluate('location.href'), address);
+    await page.ask('Page.reload');
+    await page.until("document.querySelector('#status-words')?.textContent === 'Ready'");
+    agent.video(units[0]);
+    await brief('Watching');
+    await agent.until(() => agent.ops().length >= 2);
+    assert.deepEqual(agent.ops(), [{ op: 'input', allowed: false }, { op: 'input', allowed: true }]);
+  });
+});
+
+describe('each state', () => {
+  const states = [
+    ['ready', 'Ready', () => {}],
+    ['asking', 'Waiting for consent', () => agent.control({ op: 'state', state: 'awaiting-consent' })],
+    ['denied', 'Not allowed', () => agent.control({ op: 'denied', message: 'No.' })],
+    ['fault', 'Stopped by a fault', () =>
+      agent.control({ op: 'fault', message: 'The Mac stopped sharing its screen: it is gone.' })],
+    ['permission', 'Not permitted', () => agent.control({ op: 'fault', code: 'screen-recording',
+      message: 'Screen Recording has not been allowed.' })],
+    ['no-program', 'No program', () => agent.text({ program: 'gone' })],
+    ['lost', 'Connection lost', () => { agent.close(); }],
+    ['second', 'Refused', () => agent.hangUp(4409, 'another viewer is there')],
+    ['wrong-key', 'Refused', () => agent.hangUp(4401, 'wrong key')],
+  ];
+  for (const [name, words, happen] of states) {
+    test(`has its words: ${name}`, async () => {
+      await open();
+      happen();
+      await brief(words);
+      await shot(name);
+    });
+  }
+
+  test('comes back by itself when the agent does', async () => {
+    await open();
+    agent.hangUp();
+    await brief('Connection lost');
+    await brief('Ready');
+  });
+
+  test('refuses another key in words', async () => {
+    await page.open(`${address}?key=other`);
+    await brief('Refused');
+    assert.match(await page.text('#card-title'), /no longer opens/);
+  });
+
+  for (const scheme of ['light', 'dark']) {
+    test(`has a ${scheme} look`, async () => {
+      await page.scheme(scheme);
+      await watch();
+      await page.evaluate(`document.querySelectorAll('.section').forEach((part) => { part.open = true; })`);
+      for (const unit of units.slice(1)) agent.video(unit);
+      await page.until(`document.querySelector('#figure-decoded').textContent === '${units.length}'`);
+      await shot(`watching-${scheme}`);
+      const ground = await page.evaluate("getComputedStyle(document.querySelector('.bar')).backgroundColor");
+      assert.equal(ground, scheme === 'light' ? 'rgb(255, 255, 255)' : 'rgb(25, 32, 42)');
+    });
+  }
+});
