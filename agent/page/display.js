@@ -3,6 +3,7 @@ import { placement } from './placement.js';
 const element = (id) => document.getElementById(id);
 const mostMessages = 200;
 const toastTime = 6000;
+const actions = { start: 'Start session', again: 'Ask again', retry: 'Try again' };
 
 /** The picture, the words about it, the figures and the messages. Shows what it is given. */
 export class Display {
@@ -52,13 +53,12 @@ export class Display {
     const button = element('card-action');
     button.hidden = !action;
     button.dataset.action = action ?? '';
-    button.textContent = action === 'retry' ? 'Try again' : 'Start session';
+    button.textContent = actions[action] ?? '';
     document.title = `${brief} – Vesk Remote`;
   }
 
-  sayOfHands(text, controlling) {
+  sayOfHands(text) {
     element('hands-words').textContent = text;
-    this.#stage.classList.toggle('controlling', controlling);
   }
 
   /** Something that the viewer should know in passing. */
@@ -102,7 +102,7 @@ export class Display {
   }
 
   #place() {
-    const room = this.#stage.getBoundingClientRect();
+    const room = { width: this.#stage.clientWidth, height: this.#stage.clientHeight };
     const at = placement(this.#canvas, room, window.devicePixelRatio, this.#whole);
     for (const name of ['left', 'top', 'width', 'height']) {
       this.#canvas.style[name] = `${at[name]}px`;

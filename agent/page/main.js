@@ -204,7 +204,7 @@ class Page {
     this.#hands.active = active;
     element('field').disabled = !active;
     this.#display.say(this.#trouble ?? words(this.#state));
-    this.#display.sayOfHands(handsWords(this.#state, allowed), active);
+    this.#display.sayOfHands(handsWords(this.#state, allowed));
     this.#controls.show(this.#state);
     this.#controls.showHands(active);
     if (begins) this.#focusScreen();
@@ -219,8 +219,8 @@ class Page {
 
   #listen() {
     element('card-action').addEventListener('click', ({ target }) => {
-      if (target.dataset.action === 'start') this.start();
-      else location.reload();
+      if (target.dataset.action === 'retry') location.reload();
+      else this.start();
     });
     element('field').addEventListener('focus', () => this.#showKeys(true));
     element('field').addEventListener('blur', () => this.#showKeys(false));

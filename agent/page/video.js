@@ -1,13 +1,13 @@
 import { describe } from './h264.js';
 
 const ticksPerSecond = 90000;
-const mostQueued = 30;             // pictures that wait for the decoder: a second of them
+const mostQueued = 60;             // pictures that wait for the decoder
 const mostFaults = 5;              // without a picture between them
 const keyFrameAgainAfter = 1000;   // milliseconds
 
 /**
  * Decodes access units and hands out pictures, in order. Begins at a key frame and asks for one by
- * itself: at first, after a fault of the decoder, and where the decoder is a second behind.
+ * itself: at first, after a fault of the decoder, and where the decoder cannot keep up.
  *
  * The owner of a picture closes it. `fails` is told when the decoder cannot go on at all.
  */

@@ -37,7 +37,7 @@ const sessionWords = {
   denied: {
     brief: 'Not allowed', tone: 'bad', title: 'You were not allowed to watch',
     text: 'The person said no, or did not answer within a minute. Agree with them, then ask again.',
-    action: 'start',
+    action: 'again',
   },
 };
 

@@ -1,5 +1,5 @@
 import assert from 'node:assert/strict';
-import { mkdirSync } from 'node:fs';
+import { mkdirSync, readFileSync } from 'node:fs';
 import { after, afterEach, before, beforeEach, describe, test as anyTest } from 'node:test';
 import { keys } from '../../agent/page/keys.js';
 import { Browser } from './Browser.mjs';
@@ -314,5 +314,46 @@ describe('each state', () => {
       const ground = await page.evaluate("getComputedStyle(document.querySelector('.bar')).backgroundColor");
       assert.equal(ground, scheme === 'light' ? 'rgb(255, 255, 255)' : 'rgb(25, 32, 42)');
     });
+  }
+});
+
+describe('everybody can use', () => {
+  const axe = readFileSync(new URL('../../build/npm/axe-core/axe.min.js', import.meta.url), 'utf8');
+
+  /** What is wrong, each with where. */
+  async function findings() {
+    await page.evaluate(`${axe}; undefined`);
+    return page.evaluate(`axe.run(document, { runOnly: ['wcag2a', 'wcag2aa', 'wcag21a', 'wcag21aa',
+      'wcag22aa', 'best-practice'] }).then(({ violations }) => violations.flatMap(({ id, nodes }) =>
+      nodes.map(({ target, any }) => id + ' ' + target + ' ' + any.map(({ message }) => message))))`);
+  }
+
+  const looks = {
+    'what is shown before a session': open,
+    'what is shown in a session': async () => {
+      await watch(false);
+      agent.text({ note: 'The connection is slow.' });
+      await page.until("!document.querySelector('#toast').hidden");
+      await page.evaluate("document.querySelectorAll('details').forEach((part) => { part.open = true; })");
+    },
+    'the card of a refusal': async () => {
+      await open();
+      agent.hangUp(4409);
+      await brief('Refused');
+    },
+    'the window for a text': async () => {
+      await watch();
+      await page.click('#send-text');
+    },
+  };
+  for (const [name, look] of Object.entries(looks)) {
+    for (const scheme of ['light', 'dark']) {
+      test(`${name}, ${scheme}`, async () => {
+        await page.scheme(scheme);
+        await look();
+        assert.deepEqual(await findings(), []);
+        await shot(`${name.replaceAll(' ', '-')}-${scheme}`);
+      });
+    }
   }
 });

@@ -197,7 +197,7 @@ describe('a session', () => {
 
   test('offers a start where one can help', () => {
     assert.equal(words(ready).action, 'start');
-    assert.equal(words(after({ op: 'denied' })).action, 'start');
+    assert.equal(words(after({ op: 'denied' })).action, 'again');
     assert.equal(words(session.refused(ready, 4409, '')).action, 'retry');
     assert.equal(words(session.refused(ready, 4401, '')).action, undefined);
     assert.equal(words(session.programIs(after({ op: 'fault' }), 'gone')).action, undefined);
