@@ -46,6 +46,7 @@ export class Controls {
 
   askForText() {
     element('text').value = '';
+    element('text-dialog').returnValue = '';
     element('text-dialog').showModal();
   }
 
@@ -121,6 +122,8 @@ export class Controls {
   #listenToDialog() {
     const dialog = element('text-dialog');
     element('text-cancel').addEventListener('click', () => dialog.close('cancel'));
-    element('text-form').addEventListener('submit', () => this.#owner.type(element('text').value));
+    dialog.addEventListener('close', () => {
+      if (dialog.returnValue === 'send') this.#owner.type(element('text').value);
+    });
   }
 }

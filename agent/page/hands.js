@@ -29,6 +29,7 @@ export class Hands {
   #field;
   #keyboard;
   #pointer;
+  #pressing = false;  // since a press on the picture, and nowhere else
   #active = false;
 
   constructor({ stage, canvas, field, owner, platform }) {
@@ -63,6 +64,7 @@ export class Hands {
 
   release() {
     if (!this.#active) return;
+    this.#pressing = false;
     this.#pointer.releaseAll();
     this.#keyboard.releaseAll();
   }
@@ -106,12 +108,17 @@ export class Hands {
 
   #point(event) {
     if (!this.#active || !event.isPrimary) return;
-    if (event.type === 'pointerdown') {
-      event.currentTarget.setPointerCapture(event.pointerId);
-      this.#field.focus({ preventScroll: true });
-    }
+    if (event.type === 'pointerdown') this.#takeHold(event);
     const mask = this.#keyboard.maskFor(event);
-    this.#pointer.at(this.#place(event), event.buttons, mask);
+    this.#pointer.at(this.#place(event), this.#pressing ? event.buttons : 0, mask);
+    if (event.buttons === 0) this.#pressing = false;
+  }
+
+  #takeHold(event) {
+    this.#field.focus({ preventScroll: true });
+    if (event.target !== this.#canvas) return;
+    this.#pressing = true;
+    event.currentTarget.setPointerCapture(event.pointerId);
   }
 
   #place({ clientX, clientY }) {

@@ -70,6 +70,7 @@ export class Page {
   complaints = [];
   #browser;
   #session;
+  #loaded = () => {};
 
   constructor(browser, session, context) {
     this.#browser = browser;
@@ -119,7 +120,11 @@ export class Page {
   }
 
   open(url) {
-    return this.ask('Page.navigate', { url });
+    return this.#load('Page.navigate', { url });
+  }
+
+  reload() {
+    return this.#load('Page.reload');
   }
 
   async picture(path) {
@@ -144,7 +149,14 @@ export class Page {
     return this.evaluate(`document.querySelector(${JSON.stringify(selector)}).textContent`);
   }
 
+  async #load(method, params) {
+    const loaded = new Promise((done) => { this.#loaded = done; });
+    await this.ask(method, params);
+    await loaded;
+  }
+
   #hear(method, params) {
+    if (method === 'Page.loadEventFired') this.#loaded();
     if (method === 'Log.entryAdded' && params.entry.level === 'error') {
       this.complaints.push(params.entry.text);
     } else if (method === 'Runtime.exceptionThrown') {

@@ -34,11 +34,11 @@ afterEach(async () => {
   assert.deepEqual(page.complaints.filter((text) => !text.includes('WebSocket')), []);
 });
 
-const brief = (words) => page.until(`document.querySelector('#status-words').textContent === '${words}'`);
+const brief = (words) => page.until(`document.querySelector('#status-words')?.textContent === '${words}'`);
 
 async function open() {
   await page.open(`${address}?key=${agent.key}`);
-  await page.until("document.querySelector('#status-words')?.textContent === 'Ready'");
+  await brief('Ready');
 }
 
 /** Up to the first picture. */
@@ -200,6 +200,46 @@ describe('the viewer’s hands', () => {
     assert.equal(kept().map(({ s }) => s).join('').length, 'Grüße, Привет, 你好 🎉\n'.length + 600);
   });
 
+  test('type what is written in the window for it, and nothing that was called off', async () => {
+    await watch();
+    const write = (text) => page.evaluate(`document.querySelector('#text').value = '${text}'`);
+    await page.click('#send-text');
+    await write('Grüße');
+    await page.click('dialog .primary');
+    await agent.until(() => kept().length >= 1);
+    await page.click('#send-text');
+    await write('no');
+    await page.ask('Input.dispatchKeyEvent', { type: 'rawKeyDown', key: 'Escape', code: 'Escape',
+      windowsVirtualKeyCode: 27 });
+    await page.until("!document.querySelector('dialog').open");
+    await page.click('#keyframe');
+    await agent.until(() => agent.ops().some(({ op }) => op === 'keyframe'));
+    assert.deepEqual(kept(), [{ t: 'u', s: 'Grüße' }]);
+  });
+
+  test('press nothing that was pressed beside the picture', async () => {
+    await watch();
+    const beside = await page.evaluate(`(() => {
+      const stage = document.querySelector('#stage').getBoundingClientRect();
+      return { x: stage.left + stage.width / 2, top: stage.top + 8, middle: stage.top + stage.height / 2 };
+    })()`);
+    const left = { button: 'left', buttons: 1 };
+    await page.mouse('mousePressed', beside.x, beside.top, { ...left, clickCount: 1 });
+    await page.mouse('mouseMoved', beside.x, beside.middle, left);
+    await page.mouse('mouseReleased', beside.x, beside.middle, { button: 'left', clickCount: 1 });
+    await page.mouse('mousePressed', beside.x, beside.middle, { ...left, clickCount: 1 });
+    await agent.until(() => kept().length >= 1);
+    assert.deepEqual(kept().map(({ e, b }) => [e, b]), [['down', 0]]);
+  });
+
+  test('let go of everything when the window loses the keyboard', async () => {
+    await watch();
+    await page.key('down', 'AltLeft', { modifiers: 1 });
+    await page.evaluate("window.dispatchEvent(new Event('blur'))");
+    await agent.until(() => kept().length >= 2);
+    assert.deepEqual(kept().map(({ e, c, m }) => `${e} ${c} m${m}`), ['down 164 m4', 'up 164 m0']);
+  });
+
   test('have a key that leads away from the screen', async () => {
     await watch();
     assert.equal(await page.evaluate('document.activeElement.id'), 'field');
@@ -258,13 +298,23 @@ describe('the bar', () => {
   test('keeps the key out of the address, and goes on after a reload', async () => {
     await open();
     assert.equal(await page.evaluate('location.href'), address);
-    await page.ask('Page.reload');
-    await page.until("document.querySelector('#status-words')?.textContent === 'Ready'");
+    await page.reload();
+    await brief('Ready');
     agent.video(units[0]);
     await brief('Watching');
     await agent.until(() => agent.ops().length >= 2);
     assert.deepEqual(agent.ops(), [{ op: 'input', allowed: false }, { op: 'input', allowed: true }]);
   });
+});
+
+test('what is written to the page between sessions is shown', async () => {
+  await open();
+  agent.text({ note: 'The disk is full.' });
+  agent.text({ dropped: 7 });
+  await page.until("document.querySelector('#toast').textContent === 'The disk is full.'");
+  await page.until("document.querySelector('#figure-dropped').textContent === '7'");
+  await page.click('#start');
+  await page.until("document.querySelector('#messages').textContent.includes('→ {\"op\":\"start\"')");
 });
 
 describe('each state', () => {
