@@ -1,13 +1,15 @@
 import { describe } from './h264.js';
 
 const ticksPerSecond = 90000;
-const mostQueued = 60;             // pictures that wait for the decoder
+// Microseconds of the stream that wait for the decoder. It takes long to begin where much is going on.
+const mostBehind = 1e6;
+const mostBehindAtFirst = 5e6;
 const mostFaults = 5;              // without a picture between them
 const keyFrameAgainAfter = 1000;   // milliseconds
 
 /**
  * Decodes access units and hands out pictures, in order. Begins at a key frame and asks for one by
- * itself: at first, after a fault of the decoder, and where the decoder cannot keep up.
+ * itself: at first, after a fault of the decoder, and where the decoder is a second behind.
  *
  * The owner of a picture closes it. `fails` is told when the decoder cannot go on at all.
  */
@@ -16,7 +18,8 @@ export class Video {
   #decoder;
   #codec;
   #clock = 0;       // of the stream, in ticks
-  #pending = 0;
+  #pending = [];    // the times of what the decoder has, in microseconds
+  #shows = false;   // the decoder has given out a picture
   #faults = 0;
   #askedAt = -Infinity;
 
@@ -34,14 +37,15 @@ export class Video {
     const { key, codec } = describe(unit);
     const timestamp = Math.round((this.#clock * 1e6) / ticksPerSecond);
     this.#clock += ticks;
-    if (this.#decoder?.decodeQueueSize > mostQueued) this.reset();
+    const most = this.#shows ? mostBehind : mostBehindAtFirst;
+    if (timestamp - this.#pending[0] > most) this.reset();
     if (key) this.#configure(codec);
     if (!this.#decoder) {
       this.#owner.dropped(1);
       this.#askForKeyFrame(arrived);
       return timestamp / 1000;
     }
-    ++this.#pending;
+    this.#pending.push(timestamp);
     this.#decoder.decode(new EncodedVideoChunk({
       type: key ? 'key' : 'delta',
       timestamp,
@@ -56,8 +60,9 @@ export class Video {
   reset() {
     if (this.#decoder && this.#decoder.state !== 'closed') this.#decoder.close();
     this.#decoder = undefined;
-    if (this.#pending > 0) this.#owner.dropped(this.#pending);
-    this.#pending = 0;
+    this.#shows = false;
+    if (this.#pending.length > 0) this.#owner.dropped(this.#pending.length);
+    this.#pending = [];
     this.#askedAt = -Infinity;
   }
 
@@ -77,7 +82,8 @@ export class Video {
 
   #output(frame) {
     this.#faults = 0;
-    --this.#pending;
+    this.#shows = true;
+    while (this.#pending[0] <= frame.timestamp) this.#pending.shift();
     this.#owner.picture(frame, { streamTime: frame.timestamp / 1000 });
   }
 

@@ -59,6 +59,16 @@ async function shot(name) {
   await page.picture(`${shots}/${name}.png`);
 }
 
+/** The rest of the stream, in parts that no decoder is a second behind with. */
+async function playOn() {
+  const part = 20;
+  for (let from = 1; from < units.length; from += part) {
+    units.slice(from, from + part).forEach((unit) => agent.video(unit));
+    const all = Math.min(from + part, units.length);
+    await page.until(`document.querySelector('#figure-decoded').textContent === '${all}'`);
+  }
+}
+
 const kept = () => agent.inputs().filter(({ e }) => e !== 'move');
 const canvasPixels = () => page.evaluate(`(() => {
   const canvas = document.querySelector('#canvas');
@@ -73,8 +83,7 @@ describe('the picture', () => {
     const expected = pictures(stream);
     await watch();
     assert.ok(psnr(await canvasPixels(), expected[0]) > alikeEnough);
-    for (const unit of units.slice(1)) agent.video(unit);
-    await page.until(`document.querySelector('#figure-decoded').textContent === '${units.length}'`);
+    await playOn();
     const alike = psnr(await canvasPixels(), expected.at(-1));
     assert.ok(alike > alikeEnough, `${alike} dB`);
     assert.equal(await page.text('#figure-size'), `${size.width} × ${size.height}`);
@@ -358,8 +367,7 @@ describe('each state', () => {
       await page.scheme(scheme);
       await watch();
       await page.evaluate(`document.querySelectorAll('.section').forEach((part) => { part.open = true; })`);
-      for (const unit of units.slice(1)) agent.video(unit);
-      await page.until(`document.querySelector('#figure-decoded').textContent === '${units.length}'`);
+      await playOn();
       await shot(`watching-${scheme}`);
       const ground = await page.evaluate("getComputedStyle(document.querySelector('.bar')).backgroundColor");
       assert.equal(ground, scheme === 'light' ? 'rgb(255, 255, 255)' : 'rgb(25, 32, 42)');
