@@ -54,6 +54,7 @@ export class Display {
     button.hidden = !action;
     button.dataset.action = action ?? '';
     button.textContent = actions[action] ?? '';
+    element('announcement').textContent = element('card').hidden ? brief : `${title}. ${text}`;
     document.title = `${brief} – Vesk Remote`;
   }
 

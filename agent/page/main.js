@@ -31,7 +31,7 @@ class Page {
     this.#hands = new Hands({ stage: element('stage'), canvas: element('canvas'),
       field: element('field'), owner: this, platform });
     if (platform === 'mac') {
-      element('platform-words').append(' Command is the Windows key there.');
+      element('platform-words').append(' Command is the Windows key there, and Option is Alt.');
     }
     this.#listen();
     this.changed();
@@ -56,7 +56,7 @@ class Page {
 
   text({ program, note, dropped }) {
     if (program) this.#programIs(program);
-    if (note) this.#display.toast(note);
+    if (note) this.#tell(note);
     if (dropped) this.#figures.lost(dropped);
   }
 
@@ -166,6 +166,11 @@ class Page {
     } catch {
       this.#controls.askForText();
     }
+  }
+
+  #tell(note) {
+    this.#display.message('heard', note);
+    this.#display.toast(note);
   }
 
   #programIs(program) {

@@ -226,6 +226,32 @@ describe('the viewer’s hands', () => {
     assert.deepEqual(kept(), [{ t: 'u', s: 'Grüße' }]);
   });
 
+  test('type by a key what was copied, where the browser lets them', async () => {
+    await watch();
+    await browser.ask('Browser.grantPermissions', { origin: address.slice(0, -1),
+      permissions: ['clipboardReadWrite', 'clipboardSanitizedWrite'], browserContextId: page.context });
+    await page.evaluate("navigator.clipboard.writeText('Ελλάδα')");
+    await page.key('down', 'KeyV', { key: 'V', modifiers: ctrlAltShift });
+    await agent.until(() => kept().length >= 1);
+    assert.deepEqual(kept(), [{ t: 'u', s: 'Ελλάδα' }]);
+  });
+
+  test('have a window for it where the browser does not', async () => {
+    await watch();
+    await page.evaluate("navigator.clipboard.readText = () => Promise.reject(new Error('no'))");
+    await page.key('down', 'KeyV', { key: 'V', modifiers: ctrlAltShift });
+    await page.until("document.querySelector('dialog').open");
+  });
+
+  test('type no more at once than the host can soon be done with', async () => {
+    await watch();
+    await page.click('#send-text');
+    await page.evaluate("document.querySelector('#text').value = 'x'.repeat(20001)");
+    await page.click('dialog .primary');
+    await page.until("document.querySelector('#toast').textContent.includes('20001')");
+    assert.deepEqual(kept(), []);
+  });
+
   test('press nothing that was pressed beside the picture', async () => {
     await watch();
     const beside = await page.evaluate(`(() => {
@@ -345,6 +371,8 @@ describe('each state', () => {
       await open();
       happen();
       await brief(words);
+      const said = await page.text('#announcement');
+      assert.equal(said, `${await page.text('#card-title')}. ${await page.text('#card-text')}`);
       await shot(name);
     });
   }
