@@ -305,7 +305,65 @@ describe('the viewer’s hands', () => {
   });
 });
 
+/** As if the browser were on another machine. */
+function on(platform, name) {
+  return page.ask('Emulation.setUserAgentOverride', { userAgent: 'Mozilla/5.0', platform,
+    userAgentMetadata: { platform: name, platformVersion: '1', architecture: '', model: '',
+      mobile: false } });
+}
+
+describe('on other machines', () => {
+  test('AltGr of Windows is right Alt, and left Control still is one', async () => {
+    await on('Win32', 'Windows');
+    await watch();
+    await page.key('down', 'ControlLeft', { key: 'Control', modifiers: 2 });
+    await agent.until(() => kept().length >= 1);
+    await page.key('up', 'ControlLeft', { key: 'Control' });
+    // Both in one go, as the one stroke that they are.
+    await page.evaluate(`for (const code of ['ControlLeft', 'AltRight']) {
+      const event = new KeyboardEvent('keydown', { code, key: code, cancelable: true,
+        ctrlKey: true, altKey: code === 'AltRight', modifierAltGraph: code === 'AltRight' });
+      document.querySelector('#field').dispatchEvent(event);
+    }`);
+    await agent.until(() => kept().length >= 3);
+    assert.deepEqual(kept().map(({ e, c, m }) => `${e} ${c} m${m}`),
+      ['down 162 m2', 'up 162 m0', 'down 165 m4']);
+  });
+
+  test('a Mac’s page says which key Command is', async () => {
+    await on('MacIntel', 'macOS');
+    await open();
+    assert.match(await page.text('#platform-words'), /Command is the Windows key/);
+  });
+
+  test('others’ pages need not', async () => {
+    await open();
+    assert.doesNotMatch(await page.text('#platform-words'), /Command/);
+  });
+});
+
 describe('the bar', () => {
+  test('can be used by keys alone', async () => {
+    const tab = { key: 'Tab', code: 'Tab', windowsVirtualKeyCode: 9 };
+    const press = async (key) => {
+      await page.ask('Input.dispatchKeyEvent', { type: 'keyDown', ...key });
+      await page.ask('Input.dispatchKeyEvent', { type: 'keyUp', ...key });
+    };
+    await open();
+    const visited = [];
+    for (let i = 0; i < 8; ++i) {
+      await press(tab);
+      visited.push(await page.evaluate('document.activeElement.id'));
+    }
+    assert.deepEqual(visited, ['start', 'full-screen', 'panel-toggle', 'card-action', 'viewer',
+      'consent', 'input', 'fps']);
+    await press(tab);
+    await press({ key: 'ArrowRight', code: 'ArrowRight', windowsVirtualKeyCode: 39 });
+    await agent.until(() => agent.ops().length >= 1);
+    assert.deepEqual(agent.ops(), [{ op: 'bitrate', bitrateKbps: 5000 }]);
+    assert.equal(await page.evaluate("document.activeElement.getAttribute('aria-valuetext')"), '5 Mbit/s');
+  });
+
   test('asks for the session that was set', async () => {
     await open();
     await page.evaluate(`(() => {
