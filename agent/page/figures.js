@@ -20,7 +20,7 @@ export class Figures {
   arrived(now, bytes, streamTime) {
     this.#bits.push([now, bytes * 8]);
     while (this.#bits[0][0] <= now - window) this.#bits.shift();
-    if (streamTime !== undefined) this.#keepOffset(now, now - streamTime);
+    this.#keepOffset(now, now - streamTime);
   }
 
   drawn(now, streamTime, size) {
@@ -76,7 +76,6 @@ export class Figures {
 }
 
 function median(values) {
-  if (values.length === 0) return undefined;
   const sorted = values.sort((a, b) => a - b);
   return sorted[Math.floor(sorted.length / 2)];
 }

@@ -35,8 +35,8 @@ describe('keys', () => {
     assert.deepEqual(told(), ['down 65 m0']);
   });
 
-  test('that were pressed elsewhere are not let go of here', () => {
-    up('KeyA');
+  test('that were pressed elsewhere are not let go of here, nor by the browser', () => {
+    assert.ok(up('KeyA'));
     assert.deepEqual(told(), []);
   });
 
@@ -142,7 +142,7 @@ describe('AltGr on Windows', () => {
   });
 
   test('a left Control by itself is one, a moment later', () => {
-    down('ControlLeft', { held: ['Control'], at: 0 });
+    assert.ok(down('ControlLeft', { held: ['Control'], at: 0 }));
     assert.equal(timers.waiting, 1);
     timers.run();
     assert.deepEqual(told(), ['down 162 m2']);
@@ -173,6 +173,19 @@ describe('AltGr on Windows', () => {
     down('ControlLeft', { held: ['Control'], at: 0 });
     assert.equal(keyboard.maskFor(keyEvent('', { held: ['Control'] })), 2);
     assert.deepEqual(told(), ['down 162 m2']);
+  });
+
+  test('with a right Control that is held has Control', () => {
+    down('ControlRight', { held: ['Control'] });
+    down('AltRight', { held: ['AltGraph', 'Control', 'Alt'] });
+    assert.deepEqual(told(), ['down 163x m2', 'down 165x m6']);
+  });
+
+  test('that waits is forgotten with all else', () => {
+    down('ControlLeft', { held: ['Control'], at: 0 });
+    keyboard.forget();
+    timers.run();
+    assert.deepEqual(told(), []);
   });
 
   test('that waits is not sent when everything is let go of', () => {
@@ -219,11 +232,12 @@ describe('on a Mac', () => {
 
 describe('Caps Lock', () => {
   test('is down at the host from one stroke to the next', () => {
-    down('CapsLock');
+    assert.ok(down('CapsLock'));
+    assert.deepEqual(told(), ['down 20 m0']);
     up('CapsLock', { held: ['CapsLock'] });
     down('KeyA', { held: ['CapsLock'] });
     up('KeyA', { held: ['CapsLock'] });
-    assert.deepEqual(told(), ['down 20 m0', 'down 65 m0', 'up 65 m0']);
+    assert.deepEqual(told(), ['down 65 m0', 'up 65 m0']);
     down('CapsLock', { held: ['CapsLock'] });
     up('CapsLock');
     assert.deepEqual(told(), ['up 20 m0']);
@@ -266,6 +280,14 @@ describe('letting go of everything', () => {
     told();
     assert.ok(down('KeyA', { held: ['Shift'], repeat: true }));
     assert.deepEqual(told(), []);
+  });
+
+  test('that is forgotten can begin anew', () => {
+    down('CapsLock');
+    keyboard.forget();
+    told();
+    down('CapsLock');
+    assert.deepEqual(told(), ['down 20 m0']);
   });
 
   test('says nothing where nobody is there any more', () => {

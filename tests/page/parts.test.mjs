@@ -52,6 +52,16 @@ describe('an access unit', () => {
     assert.deepEqual(describeUnit(unit), { key: true, codec: 'avc1.42001e' });
   });
 
+  test('with a parameter set and another slice is none to begin with', () => {
+    const unit = new Uint8Array([...set, ...start, 0x68, 0xce, ...start, 0x41, 0x9a]);
+    assert.equal(describeUnit(unit).key, false);
+  });
+
+  test('with half a parameter set is none to begin with', () => {
+    const unit = new Uint8Array([...start, 0x67, 0x42, ...start, 0x65, 0x88]);
+    assert.deepEqual(describeUnit(unit), { key: false, codec: undefined });
+  });
+
   test('without a parameter set is none to begin with', () => {
     for (const slice of [0x65, 0x41, 0x01]) {
       assert.equal(describeUnit(new Uint8Array([...start, slice, 0x9a])).key, false);
@@ -76,6 +86,12 @@ describe('a text', () => {
     assert.equal(all.join(''), families);
     assert.ok(all.every((piece) => piece.length <= 2048 && piece.length % '👨‍👩‍👧'.length === 0));
     assert.deepEqual(pieces('x'.repeat(1100)).map((piece) => piece.length), [512, 512, 76]);
+  });
+
+  test('fills a message to its last unit', () => {
+    const family = '👨‍👩‍👧';
+    assert.equal(pieces(family.repeat(2048 / family.length)).length, 1);
+    assert.deepEqual(pieces(`a${'\u0301'.repeat(2047)}`).map((piece) => piece.length), [2048]);
   });
 
   test('has no character that no message could hold', () => {
@@ -108,6 +124,23 @@ describe('the figures', () => {
     figures.arrived(1166, 1, 66);
     figures.drawn(1168, 66);
     assert.equal(figures.at(1170).delay, 102);
+  });
+
+  test('fall to nothing a second after the last picture', () => {
+    const figures = new Figures();
+    figures.arrived(0, 500, 0);
+    figures.drawn(4, 0, { width: 640, height: 360 });
+    const { framesPerSecond, kilobitsPerSecond, delay, decoded } = figures.at(1004);
+    assert.deepEqual([framesPerSecond, kilobitsPerSecond, delay, decoded], [0, 0, undefined, 1]);
+  });
+
+  test('go by the clock of each stream', () => {
+    const figures = new Figures();
+    figures.arrived(0, 1, 0);
+    figures.restart();
+    figures.arrived(5000, 1, 0);
+    figures.drawn(5003, 0, { width: 640, height: 360 });
+    assert.equal(figures.at(5003).delay, 3);
   });
 
   test('are none where nothing is shown', () => {
@@ -156,6 +189,12 @@ describe('a session', () => {
     assert.equal(running.session, 'running');
     assert.equal(running.mayControl, false);
     assert.ok(session.isUnderWay(asked) && session.isUnderWay(running));
+  });
+
+  test('is greeted with what the system allows', () => {
+    assert.equal(session.told(ready, { op: 'hello', accessibility: false }).mayControl, false);
+    assert.equal(session.told(ready, { op: 'hello', accessibility: true }).mayControl, true);
+    assert.equal(session.told(ready, { op: 'hello' }).mayControl, true);
   });
 
   test('can be asked for only where nothing is under way', () => {

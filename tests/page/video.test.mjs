@@ -156,6 +156,12 @@ describe('the video', () => {
     assert.equal(owner.lost, 0);
   });
 
+  test('needs a browser that has decoders', () => {
+    assert.ok(Video.isPossible);
+    delete globalThis.VideoDecoder;
+    assert.ok(!Video.isPossible);
+  });
+
   test('heeds no decoder that it has closed', () => {
     add(key());
     video.reset();
