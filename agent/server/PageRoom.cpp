@@ -93,11 +93,20 @@ void PageRoom::leave(const PageSeat& seat) {
   isTaken_ = false;
   for (auto& frame : held_.takeReleases()) mail_.putFrame(std::move(frame));
   note("the viewer has gone");
+  viewerHasLeft_();
+}
+
+void PageRoom::viewerIsMissed() {
+  if (viewer_ != nullptr || !session_.isWanted()) return;
+  session_.clear();
+  mail_.putFrame(controlFrame(requests::stop()));
+  note("the viewer has not come back, so its session was stopped");
 }
 
 PageMail::Room PageRoom::fromViewer(Frame frame) {
   if (!hasProgram_) return PageMail::Room::some;
   held_.sent(frame);
+  session_.sent(frame);
   return mail_.putFrame(std::move(frame));
 }
 
@@ -124,6 +133,7 @@ void PageRoom::programGone() {
   hasProgram_ = false;
   hello_.reset();
   held_.clear();
+  session_.clear();
   tell(pageMessage::ofProgram(false));
 }
 

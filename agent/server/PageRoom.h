@@ -3,10 +3,12 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <memory>
 #include <optional>
 
+#include "agent/server/AskedSession.h"
 #include "agent/server/HeldInput.h"
 #include "agent/server/PageBacklog.h"
 #include "agent/server/PageGuest.h"
@@ -39,15 +41,17 @@ class PageRoom {
  public:
   using TimePoint = PageBacklog::TimePoint;
 
-  /// How long strangers are listened to.
+  /// How long strangers are listened to, and a viewer that has left is waited for.
   struct Times {
     std::chrono::milliseconds request{std::chrono::seconds(10)};  ///< for the request's header
     std::chrono::milliseconds key{std::chrono::seconds(10)};
     std::chrono::milliseconds farewell{std::chrono::seconds(2)};  ///< for taking a last answer
+    std::chrono::milliseconds absence{std::chrono::seconds(10)};  ///< a reload takes a moment
   };
 
-  /// `mail` outlives the room.
-  PageRoom(PageMail& mail, Times times) : mail_(mail), times_(times) {}
+  /// `mail` outlives the room. `viewerHasLeft` is called when the time of its absence begins.
+  PageRoom(PageMail& mail, Times times, std::function<void()> viewerHasLeft)
+      : mail_(mail), times_(times), viewerHasLeft_(std::move(viewerHasLeft)) {}
 
   void listensAt(std::uint16_t port) { port_ = port; }
   std::uint16_t port() const { return port_; }
@@ -66,6 +70,8 @@ class PageRoom {
   std::optional<PageRefusal> sit(const std::shared_ptr<PageSeat>& seat, const std::string& key,
                                  std::string_view browser, TimePoint now);
   void leave(const PageSeat& seat);
+  /// The time of its absence is over: unless it is back, the session that it asked for ends.
+  void viewerIsMissed();
   PageMail::Room fromViewer(Frame frame);
   /// Looks after what the seat's backlog wants.
   void tend(TimePoint now);
@@ -89,12 +95,14 @@ class PageRoom {
 
   PageMail& mail_;
   Times times_;
+  std::function<void()> viewerHasLeft_;
   std::uint16_t port_ = 0;
   PageKey key_;
   std::list<std::weak_ptr<PageGuest>> guests_;
   std::shared_ptr<PageSeat> viewer_;
   std::atomic<bool> isTaken_ = false;
   HeldInput held_;
+  AskedSession session_;
   bool hasProgram_ = false;
   std::optional<Frame> hello_;  ///< of the program that is connected
 };

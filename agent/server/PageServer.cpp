@@ -22,7 +22,10 @@ constexpr std::chrono::seconds farewell{1};
 }  // namespace
 
 PageServer::PageServer(std::uint16_t port, PageRoom::Times times)
-    : room_(mail_, times), acceptor_(context_), pause_(context_) {
+    : room_(mail_, times, [this] { awaitViewer(); }),
+      acceptor_(context_),
+      pause_(context_),
+      absence_(context_) {
   listen(port);
   accept();
   thread_ = std::thread([this] { run(); });
@@ -34,6 +37,7 @@ PageServer::~PageServer() {
     acceptor_.close(ignored);
     pause_.cancel();
     room_.showAllOut();
+    absence_.cancel();
   });
   if (done_.get_future().wait_for(farewell) == std::future_status::timeout) context_.stop();
   thread_.join();
@@ -74,6 +78,15 @@ void PageServer::acceptLater() {
   pause_.expires_after(pause);
   pause_.async_wait([this](const boost::system::error_code&) {
     if (acceptor_.is_open()) accept();
+  });
+}
+
+/// One that left earlier is not waited for any more.
+void PageServer::awaitViewer() {
+  if (!acceptor_.is_open()) return;
+  absence_.expires_after(room_.times().absence);
+  absence_.async_wait([this](const boost::system::error_code& error) {
+    if (!error) room_.viewerIsMissed();
   });
 }
 

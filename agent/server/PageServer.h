@@ -37,6 +37,7 @@ class PageServer : public Page {
   void listen(std::uint16_t port);
   void accept();
   void acceptLater();
+  void awaitViewer();
   void run();
   void programSentVideo(const Frame& frame);
 
@@ -45,6 +46,7 @@ class PageServer : public Page {
   boost::asio::io_context context_;
   boost::asio::ip::tcp::acceptor acceptor_;
   boost::asio::steady_timer pause_;
+  boost::asio::steady_timer absence_;
   std::atomic<std::size_t> onTheWay_ = 0;  ///< bytes of video that were posted
   std::promise<void> done_;
   std::thread thread_;

@@ -154,6 +154,33 @@ TEST_F(PageServerTest, AViewerHasThePrograms) {
   EXPECT_EQ(nextFrame(), R"({"c":65,"e":"up","t":"k","x":false})");
 }
 
+TEST_F(PageServerTest, StopsTheSessionOfAViewerThatDoesNotComeBack) {
+  serve({.absence = 20ms});
+  server_->programConnected();
+  auto socket = knock();
+  socket.write(boost::asio::buffer(keyMessage()));
+  EXPECT_EQ(next(socket), R"({"program":"connected"})");
+  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+  socket.binary(true);
+  socket.write(boost::asio::buffer(std::string("\1{\"op\":\"start\"}")));
+  EXPECT_EQ(nextFrame(), R"({"op":"start"})");
+  socket.next_layer().close();
+  EXPECT_EQ(nextFrame(), R"({"op":"stop"})");
+}
+
+TEST_F(PageServerTest, StopsNobodyElsesSession) {
+  serve({.absence = 0ms});
+  server_->programConnected();
+  for (int i = 0; i < 2; ++i) {
+    auto socket = knock();
+    socket.write(boost::asio::buffer(keyMessage()));
+    EXPECT_EQ(next(socket), R"({"program":"connected"})");
+    EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+    boost::system::error_code ignored;
+    socket.close(websocket::close_code::normal, ignored);
+  }
+}
+
 TEST_F(PageServerTest, ItsEndIsToldToTheViewer) {
   serve();
   auto socket = knock();
