@@ -58,10 +58,12 @@ export class Keyboard {
     if (event.code === 'CapsLock' && this.#platform === 'mac') this.#setCapsLock(false);
     const key = this.#held.get(event.code);
     if (key) {
+      // Some browsers say of a modifier's release that it is down.
+      const own = modifierBit(event.code);
       this.#held.delete(event.code);
-      this.#takeOver(event, ~0);
+      this.#takeOver(event, ~own);
       this.#tell(key, 'up');
-      this.#align(event, 0);
+      this.#align(event, 0, ~own);
     }
     return key !== undefined || virtualKey(event.code, event.key) !== undefined;
   }
@@ -141,10 +143,11 @@ export class Keyboard {
     this.#tell(key, 'down');
   }
 
-  /** Modifiers as the event has them, but for those whose own key it is about. */
-  #align(event, own) {
+  /** Modifiers as the event has them, but for those whose own key it is about: `own` are not let go of,
+   * and only `others` are taken to be down where no press of theirs was seen. */
+  #align(event, own, others = ~own) {
     const said = this.#saidBy(event);
-    this.#takeOver(event, ~own);
+    this.#takeOver(event, others);
     for (const [code, key] of [...this.#held]) {
       const bit = modifierBit(code);
       if (!bit || bit & said || bit & own) continue;

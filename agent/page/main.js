@@ -106,7 +106,7 @@ class Page {
   start() {
     this.#trouble = Video.isPossible ? undefined : noDecoder;
     this.#endPicture();
-    this.#takesVideo = true;
+    this.#takesVideo = false;  // the last of a session before may still be on its way
     this.#become(session.requested(this.#state));
     this.#request(this.#controls.startRequest);
   }

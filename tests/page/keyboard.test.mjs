@@ -196,6 +196,15 @@ describe('AltGr on Windows', () => {
   });
 });
 
+test('a release that says of its own modifier that it is down lets go of it', () => {
+  for (const [code, held, key] of [['MetaLeft', 'Meta', '91x'], ['AltRight', 'AltGraph', '165x']]) {
+    down(code, { held: [held] });
+    up(code, { held: [held] });
+    assert.deepEqual(told(), [`down ${key} m${held === 'Meta' ? 8 : 4}`, `up ${key} m0`]);
+    assert.equal(keyboard.mask, 0);
+  }
+});
+
 test('elsewhere left Control waits for nothing', () => {
   down('ControlLeft', { held: ['Control'] });
   assert.deepEqual(told(), ['down 162 m2']);
