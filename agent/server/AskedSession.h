@@ -4,8 +4,8 @@
 
 namespace vesk::agent {
 
-/// Whether the viewer has asked for a session and not for its end, so that nobody's screen is shown to
-/// a page that was closed.
+/// Whether the viewer has asked for a session and not for its end, so that nobody's screen is shown
+/// to a page that was closed.
 ///
 /// Thread: one.
 class AskedSession {
