@@ -2,8 +2,10 @@
 
 #include <array>
 #include <functional>
+#include <limits>
 #include <string_view>
 
+#include "agent/CommandWords.h"
 #include "agent/ExitStatus.h"
 #include "platform/UnixSocket.h"
 
@@ -25,6 +27,8 @@ connection and the video go to standard error.
   --record FILE             write the video to FILE as a raw H.264 stream
   --record-durations FILE   write a line per access unit to FILE: its duration in
                             ticks of 90 kHz, its size in bytes, key or delta
+  --page[=PORT]             serve a viewer's page to browsers of this machine, at
+                            PORT or at a free one, and print its address
   --once                    end when the first connection has ended
   --quit-at-end             end when standard input has ended and every command
                             is carried out
@@ -101,6 +105,24 @@ constexpr auto settings = std::to_array<Setting>({
     {"--record-durations", applyDurations},
 });
 
+/// The port in "--page" or "--page=PORT"; nothing when the argument is neither.
+std::optional<Refused> applyPage(Options& options, std::string_view argument) {
+  constexpr std::string_view name = "--page";
+  if (!argument.starts_with(name)) return std::nullopt;
+  argument.remove_prefix(name.size());
+  if (argument.empty()) {
+    options.pagePort = 0;
+    return Refused();
+  }
+  if (argument.front() != '=') return std::nullopt;
+  const auto port = words::integer(argument.substr(1));
+  if (!port || *port < 0 || *port > std::numeric_limits<std::uint16_t>::max()) {
+    return Refused("--page takes a port from 0 to 65535");
+  }
+  options.pagePort = static_cast<std::uint16_t>(*port);
+  return Refused();
+}
+
 bool applyFlag(Options& options, std::string_view name) {
   for (const auto& flag : flags) {
     if (flag.name != name) continue;
@@ -129,6 +151,10 @@ std::variant<Options, OptionsAnswer> parseOptions(std::span<const char* const> a
     }
     if (name == "--version") return OptionsAnswer{0, "vesk-agent " VESK_VERSION "\n", ""};
     if (applyFlag(options, name)) continue;
+    if (const auto taken = applyPage(options, name)) {
+      if (*taken) return refusal(**taken);
+      continue;
+    }
 
     const Setting* setting = findSetting(name);
     if (setting == nullptr) return refusal("unknown argument '" + std::string(name) + "'");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -23,6 +24,7 @@ struct Options {
   Life life = Life::untilSignal;
   AtEndOfInput atEndOfInput = AtEndOfInput::goOn;
   OnProtocolError onProtocolError = OnProtocolError::count;
+  std::optional<std::uint16_t> pagePort;  ///< 0 for a free one; none without a page
   Console::Notes notes = Console::Notes::shown;
 };
 

@@ -28,12 +28,14 @@ Session::Session(const Options& options, Console& console, int input)
       input_(input),
       listener_(options.socketPath),
       recorder_(options.recordFile, options.durationsFile),
+      page_(options.pagePort ? openPage(*options.pagePort) : nullptr),
       script_(*this) {
   for (const auto& command : options.commands) script_.append(command);
 }
 
 int Session::run() {
   console_.note("listening at " + options_.socketPath);
+  if (page_) console_.error("page: " + page_->address());
   while (!status_) {
     runScript(Clock::now());
     if (!status_) waitForEvents(Clock::now());
@@ -64,13 +66,14 @@ void Session::runScript(TimePoint now) {
 void Session::waitForEvents(TimePoint now) {
   const bool reads = connection_ && connection_->wantsToRead();
   const bool writes = connection_ && connection_->wantsToWrite();
-  enum { signal, program, listener, input };
-  std::array<pollfd, 4> entries{
+  enum { signal, program, listener, input, page };
+  std::array<pollfd, 5> entries{
       entry(signals_.descriptor(), POLLIN),
       entry(connection_ ? connection_->descriptor() : none,
             (reads ? POLLIN : 0) | (writes ? POLLOUT : 0)),
       entry(connection_ ? none : listener_.descriptor(), POLLIN),
       entry(takesLines() ? input_ : none, POLLIN),
+      entry(takesWishes() ? page_->descriptor() : none, POLLIN),
   };
   if (::poll(entries.data(), entries.size(), timeout(now)) < 0) {
     if (errno == EINTR) return;
@@ -87,6 +90,7 @@ void Session::waitForEvents(TimePoint now) {
   if ((entries[program].revents & (POLLIN | POLLHUP | POLLERR)) != 0) readProgram();
   if (entries[listener].revents != 0) acceptProgram();
   if (entries[input].revents != 0) readInput();
+  if (entries[page].revents != 0) takeWishes();
   if (video_.due() && Clock::now() >= *video_.due()) noteVideo();
 }
 
@@ -108,6 +112,7 @@ void Session::acceptProgram() {
   connection_ = std::make_unique<Connection>(std::move(socket));
   hasServed_ = true;
   console_.note("connected");
+  if (page_) page_->programConnected();
 }
 
 void Session::readProgram() {
@@ -129,6 +134,7 @@ void Session::readProgram() {
 }
 
 void Session::handleFrame(const Frame& frame) {
+  if (page_) page_->programSent(frame);
   const auto checked = checkFrame(frame);
   if (const auto* message = std::get_if<ControlMessage>(&checked)) {
     console_.message(message->text);
@@ -149,6 +155,7 @@ void Session::handleVideo(const AccessUnit& unit) {
 void Session::protocolError(const std::string& text) {
   ++protocolErrors_;
   console_.error("protocol error: " + text);
+  if (page_) page_->note("The program sent what it may not: " + text);
   if (options_.onProtocolError == Options::OnProtocolError::end) {
     status_ = exitStatus::protocolError;
   }
@@ -156,6 +163,7 @@ void Session::protocolError(const std::string& text) {
 
 void Session::loseProgram(const std::string& reason) {
   connection_.reset();
+  if (page_) page_->programGone();
   noteVideo();
   console_.note(reason);
   if (options_.life == Options::Life::firstConnection && !status_) status_ = exitStatus::success;
@@ -188,6 +196,18 @@ void Session::takeLines() {
 
 void Session::noteVideo() {
   if (const auto note = video_.take()) console_.note(*note);
+}
+
+/// A page whose program does not read is held up, too.
+bool Session::takesWishes() const { return page_ && !(connection_ && connection_->wantsToWrite()); }
+
+void Session::takeWishes() {
+  for (const auto& wish : page_->takeWishes()) {
+    const auto* frame = std::get_if<Frame>(&wish);
+    if (frame != nullptr && connection_)
+      connection_->send(frameOfKind(frame->kind, frame->payload));
+    if (const auto* note = std::get_if<PageNote>(&wish)) console_.note(note->text);
+  }
 }
 
 void Session::send(ByteView bytes) { connection_->send(bytes); }

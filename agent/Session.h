@@ -9,6 +9,7 @@
 #include "agent/LineSplitter.h"
 #include "agent/Listener.h"
 #include "agent/Options.h"
+#include "agent/Page.h"
 #include "agent/Recorder.h"
 #include "agent/Script.h"
 #include "agent/VideoNotes.h"
@@ -46,6 +47,8 @@ class Session : private ScriptActions {
   void readInput();
   void takeLines();
   void noteVideo();
+  bool takesWishes() const;
+  void takeWishes();
 
   // ScriptActions
   bool isConnected() const override { return connection_ != nullptr; }
@@ -63,6 +66,7 @@ class Session : private ScriptActions {
   SignalPipe signals_;
   Listener listener_;
   Recorder recorder_;  ///< made last: an agent that cannot listen empties nobody's recording
+  std::unique_ptr<Page> page_;  ///< null without one
   std::unique_ptr<Connection> connection_;
   Script script_;
   LineSplitter lines_;

@@ -3,6 +3,7 @@ find_package(nlohmann_json 3.11 REQUIRED)
 find_package(Threads REQUIRED)
 
 if(NOT APPLE)
+  find_package(Boost 1.74 REQUIRED)
   find_package(PkgConfig REQUIRED)
   find_package(Qt6 6.4 REQUIRED COMPONENTS DBus Widgets)
   pkg_check_modules(XCB REQUIRED IMPORTED_TARGET

@@ -32,6 +32,11 @@ _x11.XSelectInput.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_long]
 _x11.XFlush.argtypes = [ctypes.c_void_p]
 _x11.XPending.argtypes = [ctypes.c_void_p]
 _x11.XNextEvent.argtypes = [ctypes.c_void_p, ctypes.c_void_p]
+_x11.XMapRaised.argtypes = [ctypes.c_void_p, ctypes.c_ulong]
+_x11.XSetInputFocus.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_int, ctypes.c_ulong]
+_x11.XSetWindowBackground.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_ulong]
+_x11.XClearWindow.argtypes = [ctypes.c_void_p, ctypes.c_ulong]
+_x11.XSync.argtypes = [ctypes.c_void_p, ctypes.c_int]
 
 # A window may be gone before it is asked about: the answer tells, and the error need not.
 _ignore = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)(lambda *_: 0)
@@ -39,16 +44,19 @@ _x11.XSetErrorHandler(_ignore)
 
 _MAP_STATE, _IS_VIEWABLE = 23, 2  # the field's place among the integers of XWindowAttributes
 _KEY_PRESS = 2
+_EVENTS = {2: "press", 3: "release", 4: "button press", 5: "button release"}
+_INPUT_EVENTS = 1 | 1 << 1 | 1 << 2 | 1 << 3
 _CLIENT_MESSAGE, _TO_WINDOW_MANAGER = 33, 1 << 20 | 1 << 19
+_LOCK_MASK = 2
 _BUTTONS = {1: 0x100, 2: 0x200, 3: 0x400}
 
 
-class _MotionEvent(ctypes.Structure):
+class _InputEvent(ctypes.Structure):
     _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
                 ("display", ctypes.c_void_p), ("window", ctypes.c_ulong), ("root", ctypes.c_ulong),
                 ("subwindow", ctypes.c_ulong), ("time", ctypes.c_ulong), ("x", ctypes.c_int),
                 ("y", ctypes.c_int), ("x_root", ctypes.c_int), ("y_root", ctypes.c_int),
-                ("rest", ctypes.c_long * 16)]
+                ("state", ctypes.c_uint), ("detail", ctypes.c_uint), ("rest", ctypes.c_long * 16)]
 
 
 class _ClientMessage(ctypes.Structure):
@@ -102,13 +110,19 @@ class XClient:
 
     def pointer(self):
         """The pointer's place and the buttons that are down."""
+        place, mask = self._query_pointer()
+        return place, {button for button, bit in _BUTTONS.items() if mask & bit}
+
+    def is_caps_locked(self):
+        return bool(self._query_pointer()[1] & _LOCK_MASK)
+
+    def _query_pointer(self):
         window, child = ctypes.c_ulong(), ctypes.c_ulong()
         x, y, inner_x, inner_y = (ctypes.c_int() for _ in range(4))
         mask = ctypes.c_uint()
         _x11.XQueryPointer(self._display, self._root, *(ctypes.byref(value) for value in (
             window, child, x, y, inner_x, inner_y, mask)))
-        held = {button for button, bit in _BUTTONS.items() if mask.value & bit}
-        return (x.value, y.value), held
+        return (x.value, y.value), mask.value
 
     def in_sight(self):
         """How many windows are mapped on the root."""
@@ -138,7 +152,7 @@ class XClient:
 
     def keys_heard(self):
         """How many keys have come since this was last asked."""
-        event, count = _MotionEvent(), 0
+        event, count = _InputEvent(), 0
         while _x11.XPending(self._display):
             _x11.XNextEvent(self._display, ctypes.byref(event))
             count += event.type == _KEY_PRESS
@@ -146,7 +160,7 @@ class XClient:
 
     def next_motion(self):
         """Waits for the next one. Its place on the screen."""
-        event = _MotionEvent()
+        event = _InputEvent()
         _x11.XNextEvent(self._display, ctypes.byref(event))
         return event.x_root, event.y_root
 
@@ -157,3 +171,39 @@ class XClient:
         colour = _x11.XGetPixel(image, 0, 0) & 0xffffff
         _x11.XDestroyImage(image)
         return colour
+
+
+class XWindow:
+    """A window of one colour, without a window manager's help, that keeps the input it gets."""
+
+    def __init__(self, client, x, y, width, height):
+        self._display = client._display
+        self._window = _x11.XCreateSimpleWindow(self._display, client._root, x, y, width, height,
+                                                0, 0, 0)
+        _x11.XSelectInput(self._display, self._window, _INPUT_EVENTS)
+        _x11.XMapRaised(self._display, self._window)
+        self._sync()
+
+    def take_keys(self):
+        """Has the keyboard from now on."""
+        to_parent, now = 2, 0
+        _x11.XSetInputFocus(self._display, self._window, to_parent, now)
+        self._sync()
+
+    def paint(self, colour):
+        """0xrrggbb; when it comes back, the server has painted."""
+        _x11.XSetWindowBackground(self._display, self._window, colour)
+        _x11.XClearWindow(self._display, self._window)
+        self._sync()
+
+    def input(self):
+        """What has come since this was last asked: press or release, of which key or button."""
+        event, heard = _InputEvent(), []
+        while _x11.XPending(self._display):
+            _x11.XNextEvent(self._display, ctypes.byref(event))
+            if event.type in _EVENTS:
+                heard.append((_EVENTS[event.type], event.detail))
+        return heard
+
+    def _sync(self):
+        _x11.XSync(self._display, 0)

@@ -29,6 +29,19 @@ TEST(OptionsTest, ListenWhereTheProgramLooksByDefault) {
   EXPECT_EQ(defaults.atEndOfInput, Options::AtEndOfInput::goOn);
   EXPECT_EQ(defaults.onProtocolError, Options::OnProtocolError::count);
   EXPECT_EQ(defaults.notes, Console::Notes::shown);
+  EXPECT_EQ(defaults.pagePort, std::nullopt);
+}
+
+TEST(OptionsTest, TakeThePageWithAndWithoutAPort) {
+  EXPECT_EQ(options({"--page"}).pagePort, 0);
+  EXPECT_EQ(options({"--page=0"}).pagePort, 0);
+  EXPECT_EQ(options({"--page=65535"}).pagePort, 65535);
+  for (const auto* argument : {"--page=", "--page=65536", "--page=-1", "--page=x"}) {
+    EXPECT_EQ(answer({argument}).error,
+              "vesk-agent: --page takes a port from 0 to 65535; see vesk-agent --help.\n");
+  }
+  EXPECT_EQ(answer({"--pages"}).error,
+            "vesk-agent: unknown argument '--pages'; see vesk-agent --help.\n");
 }
 
 TEST(OptionsTest, TakeEverySetting) {

@@ -1,0 +1,217 @@
+#include "agent/server/PageServer.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <boost/asio/connect.hpp>
+#include <boost/asio/read.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/websocket/stream.hpp>
+
+#include "agent/Command.h"
+
+namespace vesk::agent {
+namespace {
+
+using namespace std::chrono_literals;
+using boost::asio::ip::tcp;
+namespace websocket = boost::beast::websocket;
+
+/// A server and whoever comes to it, who waits for as long as it takes.
+class PageServerTest : public ::testing::Test {
+ protected:
+  void serve(PageRoom::Times times = {}) {
+    server_.emplace(0, times);
+    const std::string address = server_->address();
+    const auto colon = address.find(':', 5);
+    port_ = address.substr(colon + 1, address.find('/', colon) - colon - 1);
+    key_ = address.substr(address.find('=') + 1);
+  }
+
+  tcp::socket connect() {
+    tcp::socket socket(context_);
+    const auto number = static_cast<std::uint16_t>(std::stoi(port_));
+    socket.connect({boost::asio::ip::address_v4::loopback(), number});
+    return socket;
+  }
+
+  /// Everything that comes before the connection ends.
+  static std::string rest(tcp::socket& socket) {
+    std::string text;
+    boost::system::error_code error;
+    boost::asio::read(socket, boost::asio::dynamic_buffer(text), error);
+    return text;
+  }
+
+  websocket::stream<tcp::socket> knock() {
+    websocket::stream<tcp::socket> socket(connect());
+    socket.set_option(websocket::stream_base::decorator([this](websocket::request_type& request) {
+      request.set("Origin", "http://127.0.0.1:" + port_);
+      request.set("Sec-WebSocket-Protocol", "vesk-viewer.1");
+      request.set("Cookie", "vesk-page-" + port_ + "=" + std::string(43, 'b'));
+    }));
+    socket.handshake("127.0.0.1:" + port_, "/viewer");
+    return socket;
+  }
+
+  /// Reads up to the close frame.
+  static websocket::close_reason reason(websocket::stream<tcp::socket>& socket) {
+    boost::beast::flat_buffer buffer;
+    boost::system::error_code error;
+    while (!error) socket.read(buffer, error);
+    EXPECT_EQ(error, websocket::error::closed);
+    return socket.reason();
+  }
+
+  static std::string next(websocket::stream<tcp::socket>& socket) {
+    boost::beast::flat_buffer buffer;
+    socket.read(buffer);
+    const auto data = buffer.data();
+    return {static_cast<const char*>(data.data()), data.size()};
+  }
+
+  PageWish nextWish() {
+    while (wishes_.empty()) {
+      pollfd entry{server_->descriptor(), POLLIN, 0};
+      ::poll(&entry, 1, -1);
+      for (auto& wish : server_->takeWishes()) {
+        if (std::holds_alternative<Frame>(wish)) wishes_.push_back(std::move(wish));
+      }
+    }
+    PageWish first = std::move(wishes_.front());
+    wishes_.erase(wishes_.begin());
+    return first;
+  }
+
+  std::string nextFrame() {
+    const auto frame = std::get<Frame>(nextWish());
+    return {reinterpret_cast<const char*>(frame.payload.data()), frame.payload.size()};
+  }
+
+  std::string keyMessage() const { return R"({"key":")" + key_ + R"("})"; }
+
+  boost::asio::io_context context_;
+  std::optional<PageServer> server_;
+  std::string port_;
+  std::string key_;
+  std::vector<PageWish> wishes_;
+};
+
+TEST_F(PageServerTest, TellsThatAPortIsTaken) {
+  serve();
+  try {
+    PageServer other(static_cast<std::uint16_t>(std::stoi(port_)));
+    FAIL();
+  } catch (const std::runtime_error& error) {
+    EXPECT_EQ(std::string(error.what()),
+              "cannot serve the page at port " + port_ + ": Address already in use");
+  }
+}
+
+TEST_F(PageServerTest, ARequestThatDoesNotComeToItsEndIsCutOff) {
+  serve({.request = 20ms});
+  auto socket = connect();
+  boost::asio::write(socket, boost::asio::buffer(std::string("GET / HTTP/1.1\r\nHost: 127.")));
+  EXPECT_EQ(rest(socket), "");
+}
+
+TEST_F(PageServerTest, AKeyThatDoesNotComeIsToldSo) {
+  serve({.key = 20ms});
+  auto socket = knock();
+  const auto why = reason(socket);
+  EXPECT_EQ(why.code, pageRefusal::wrongKey);
+  EXPECT_EQ(why.reason, "The page has not given its key in time. Reload it.");
+}
+
+TEST_F(PageServerTest, AStrangerThatDoesNotTakeItsFarewellIsCutOff) {
+  serve({.key = 20ms, .farewell = 20ms});
+  auto socket = knock();
+  // Its close frame is read, and not answered.
+  EXPECT_FALSE(rest(socket.next_layer()).empty());
+}
+
+TEST_F(PageServerTest, AViewerHasThePrograms) {
+  serve();
+  server_->programConnected();
+  const std::string hello = R"({"op":"hello"})";
+  const auto bytes = bytesOf(hello);
+  server_->programSent({1, Bytes(bytes.begin(), bytes.end())});
+  auto socket = knock();
+  socket.write(boost::asio::buffer(keyMessage()));
+  EXPECT_EQ(next(socket), R"({"program":"connected"})");
+  EXPECT_EQ(next(socket), "\1" + hello);
+  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+
+  socket.binary(true);
+  socket.write(boost::asio::buffer(std::string("\2{\"t\":\"k\",\"c\":65,\"e\":\"down\"}")));
+  EXPECT_EQ(nextFrame(), R"({"t":"k","c":65,"e":"down"})");
+  server_->note("a note");
+  EXPECT_EQ(next(socket), R"({"note":"a note"})");
+
+  // What it held is let go of when it is gone.
+  socket.next_layer().close();
+  EXPECT_EQ(nextFrame(), R"({"c":65,"e":"up","t":"k","x":false})");
+}
+
+TEST_F(PageServerTest, StopsTheSessionOfAViewerThatDoesNotComeBack) {
+  serve({.absence = 20ms});
+  server_->programConnected();
+  auto socket = knock();
+  socket.write(boost::asio::buffer(keyMessage()));
+  EXPECT_EQ(next(socket), R"({"program":"connected"})");
+  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+  socket.binary(true);
+  socket.write(boost::asio::buffer(std::string("\1{\"op\":\"start\"}")));
+  EXPECT_EQ(nextFrame(), R"({"op":"start"})");
+  socket.next_layer().close();
+  EXPECT_EQ(nextFrame(), R"({"op":"stop"})");
+}
+
+TEST_F(PageServerTest, StopsNobodyElsesSession) {
+  serve({.absence = 0ms});
+  server_->programConnected();
+  for (int i = 0; i < 2; ++i) {
+    auto socket = knock();
+    socket.write(boost::asio::buffer(keyMessage()));
+    EXPECT_EQ(next(socket), R"({"program":"connected"})");
+    EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+    boost::system::error_code ignored;
+    socket.close(websocket::close_code::normal, ignored);
+  }
+}
+
+TEST_F(PageServerTest, ItsEndIsToldToTheViewer) {
+  serve();
+  auto socket = knock();
+  socket.write(boost::asio::buffer(keyMessage()));
+  EXPECT_EQ(next(socket), R"({"program":"gone"})");
+  std::thread end([this] { server_.reset(); });
+  const auto why = reason(socket);
+  end.join();
+  EXPECT_EQ(why.code, pageRefusal::agentEnds);
+  EXPECT_EQ(why.reason, "The agent has ended.");
+}
+
+TEST_F(PageServerTest, ItsEndWaitsForNobodyForLong) {
+  serve();
+  server_->programConnected();
+  const auto silent = connect();
+  auto stranger = knock();
+  auto stuck = knock();
+  stuck.write(boost::asio::buffer(keyMessage()));
+  EXPECT_EQ(next(stuck), R"({"program":"connected"})");
+  // More than the system takes, so that the viewer is in the middle of a message.
+  Bytes picture(std::size_t{32} * 1024 * 1024, std::byte{1});
+  constexpr std::size_t durationSize = 4;
+  for (std::size_t i = 0; i < durationSize - 1; ++i) picture[durationSize + i] = std::byte{0};
+  picture[2 * durationSize] = std::byte{5};
+  picture[2 * durationSize - 1] = std::byte{1};
+  server_->programSent({3, picture});
+  const auto begin = std::chrono::steady_clock::now();
+  server_.reset();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);
+}
+
+}  // namespace
+}  // namespace vesk::agent
