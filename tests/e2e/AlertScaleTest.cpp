@@ -1,0 +1,102 @@
+#include <xcb/xcb.h>
+
+#include <algorithm>
+
+#include "e2e/PresenceFixture.h"
+
+namespace vesk::testing {
+namespace {
+
+/// A desktop's settings as programs read them from the X server, with nothing but the resolution of
+/// text, which is the scale of everything on desktops that tell no other.
+class ScaleSettings {
+ public:
+  ScaleSettings(PresenceDesktop& desktop, double scale) : desktop_(desktop) {
+    window_ = desktop_.makeWindow(0, 0, 1, 1, 0, true);
+    set(scale);
+    xcb_set_selection_owner(desktop_.connection(), window_, desktop_.atomOf("_XSETTINGS_S0"),
+                            XCB_CURRENT_TIME);
+    desktop_.focus();  // an answer: it has been done
+  }
+
+  void set(double scale) {
+    constexpr int unscaled = 96 * 1024;
+    std::string bytes(4, '\0');  // the least significant byte comes first
+    addNumber(bytes, ++serial_);
+    addNumber(bytes, 1);
+    const std::string name = "Xft/DPI";
+    bytes += {'\0', '\0', static_cast<char>(name.size()), '\0'};
+    bytes += name + '\0';
+    addNumber(bytes, serial_);
+    addNumber(bytes, static_cast<std::uint32_t>(unscaled * scale));
+    const xcb_atom_t settings = desktop_.atomOf("_XSETTINGS_SETTINGS");
+    xcb_change_property(desktop_.connection(), XCB_PROP_MODE_REPLACE, window_, settings, settings,
+                        8, static_cast<std::uint32_t>(bytes.size()), bytes.data());
+    desktop_.focus();
+  }
+
+ private:
+  static void addNumber(std::string& bytes, std::uint32_t number) {
+    for (const unsigned shift : {0U, 8U, 16U, 24U}) {
+      bytes += static_cast<char>(number >> shift & 255U);
+    }
+  }
+
+  PresenceDesktop& desktop_;
+  xcb_window_t window_ = XCB_NONE;
+  std::uint32_t serial_ = 0;
+};
+
+constexpr double widthInPoints = 504;
+
+class AlertScaleTest : public ::testing::TestWithParam<Kind> {
+ protected:
+  PresenceDesktop desktop_{GetParam()};
+  AlertObserver observer_{desktop_.server().display()};
+};
+
+INSTANTIATE_TEST_SUITE_P(On, AlertScaleTest,
+                         ::testing::Values(Kind::openbox, Kind::xfwm4, Kind::mutter),
+                         nameOfDesktop);
+
+TEST_P(AlertScaleTest, TakesAClickForWhatIsSeenWhenTheScaleHasChangedMeanwhile) {
+  ScaleSettings settings(desktop_, 2);
+  PresenceWindow program({desktop_.server().environment(), "XDG_CURRENT_DESKTOP=GNOME",
+                          "GTK_THEME=Adwaita", "DBUS_SESSION_BUS_ADDRESS=unix:path=/dev/null"});
+  program.send("ask Ada");
+  const xcb_window_t alert = desktop_.alert();
+  EXPECT_EQ(program.ask("focus"), "focused");
+  ASSERT_NEAR(placeOf(desktop_, alert).width, 2 * widthInPoints, 2);
+
+  settings.set(1.75);
+  // Each answer is one more turn of the program's loop.
+  for (int turn = 0; turn < 20; ++turn) EXPECT_EQ(program.ask("focus"), "focused");
+  observer_.waitUntilActsCount(alert);
+  const Place at = placeOf(desktop_, alert);
+  const double scale = at.width / widthInPoints;
+  // In the upper right part of "Don't Allow", which is the left one here.
+  desktop_.click(at.x + at.width - static_cast<int>(129 * scale),
+                 at.y + at.height - static_cast<int>(46 * scale));
+  EXPECT_EQ(program.line(), "denied");
+}
+
+class AlertOnSmallScreenTest : public ::testing::TestWithParam<Scale> {};
+
+INSTANTIATE_TEST_SUITE_P(At, AlertOnSmallScreenTest, everyScale);
+
+TEST_P(AlertOnSmallScreenTest, IsInSightAsAWhole) {
+  PresenceDesktop desktop(Kind::openbox, "640x480x24");
+  PresenceWindow program(environmentAt(GetParam(), desktop));
+  program.send("ask Ada");
+  const xcb_window_t alert = desktop.alert();
+  EXPECT_EQ(program.ask("focus"), "focused");
+  const Place at = placeOf(desktop, alert);
+  EXPECT_GE(std::min(at.x, at.y), 0);
+  EXPECT_LE(at.x + at.width, 640);
+  EXPECT_LE(at.y + at.height, 480);
+  desktop.tellWindow(alert, "WM_DELETE_WINDOW");
+  EXPECT_EQ(program.line(), "denied");
+}
+
+}  // namespace
+}  // namespace vesk::testing
