@@ -100,9 +100,29 @@ void AlertDialog::addButton(const QString& title) {
   buttonBox_->addButton(button,
                         first ? QDialogButtonBox::AcceptRole : QDialogButtonBox::RejectRole);
   const int result = firstButton + static_cast<int>(buttons_.size());
-  connect(button, &QPushButton::clicked, this, [this, result] { done(result); });
+  connect(button, &QPushButton::clicked, this, [this, result] { choose(result); });
   button->setDefault(first);
   buttons_.push_back(button);
+}
+
+/// What has not been seen is not answered, and that it will be gone in a moment is seen by nobody.
+void AlertDialog::reject() {
+  if (!outdated_) QDialog::reject();
+}
+
+void AlertDialog::choose(int result) {
+  if (devicePixelRatioF() != scale_) becomeOutdated();
+  if (!outdated_) done(result);
+}
+
+void AlertDialog::becomeOutdated() {
+  if (outdated_) return;
+  outdated_ = true;
+  // In the middle of the change the window must stay. It may be closed by the end of it.
+  const auto end = [this] {
+    if (isVisible()) done(outdated);
+  };
+  QMetaObject::invokeMethod(this, end, Qt::QueuedConnection);
 }
 
 void AlertDialog::layOut() {
@@ -134,6 +154,8 @@ void AlertDialog::showEvent(QShowEvent* event) {
   windowHandle()->installEventFilter(this);
   markDefaultButton();
   untilInSight_.start();
+  scale_ = devicePixelRatioF();
+  look_ = std::make_unique<LookWatch>(*this, [this] { becomeOutdated(); });
   QAccessibleEvent alert(this, QAccessible::Alert);
   QAccessible::updateAccessibility(&alert);
 }

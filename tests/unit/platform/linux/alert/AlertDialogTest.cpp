@@ -6,7 +6,9 @@
 #include <QFontMetrics>
 #include <QLabel>
 #include <QPushButton>
+#include <QTimer>
 #include <algorithm>
+#include <functional>
 
 #include "support/TestApplication.h"
 
@@ -78,6 +80,44 @@ TEST_F(AlertDialogTest, HasTheFirstButtonForItsDefault) {
   for (const auto* const button : buttons) {
     EXPECT_EQ(button->isDefault(), button->text() == "Allow && more");
   }
+}
+
+/// What is drawn in another way may be in another place: no press is taken for it any more.
+TEST_F(AlertDialogTest, TakesNoAnswerOnceItsLookHasChanged) {
+  struct Change {
+    const char* name;
+    std::function<void()> make;
+  };
+  const Change changes[] = {
+      {"font", [] { QApplication::setFont(QFont("Serif", 30)); }},
+      {"style", [] { QApplication::setStyle("Windows"); }},
+      {"colours", [] { QApplication::setPalette(QPalette(Qt::darkGray, Qt::black)); }},
+      {"direction", [] { QApplication::setLayoutDirection(Qt::RightToLeft); }},
+  };
+  for (const auto& change : changes) {
+    SCOPED_TRACE(change.name);
+    AlertDialog dialog;
+    dialog.addButton("Allow");
+    QTimer::singleShot(0, &dialog, [&] {
+      change.make();
+      // Qt tells of some changes at once, of others later.
+      for (const auto type : {QEvent::ApplicationFontChange, QEvent::ApplicationPaletteChange}) {
+        QCoreApplication::sendPostedEvents(nullptr, type);
+      }
+      dialog.findChildren<QPushButton*>().constFirst()->click();
+      dialog.reject();
+      EXPECT_TRUE(dialog.isVisible());
+    });
+    EXPECT_EQ(dialog.exec(), AlertDialog::outdated);
+  }
+}
+
+TEST_F(AlertDialogTest, KeepsTheAnswerThatEndsItWhileItIsOutdated) {
+  QTimer::singleShot(0, &dialog_, [this] {
+    QApplication::setLayoutDirection(Qt::RightToLeft);
+    dialog_.done(-1001);
+  });
+  EXPECT_EQ(dialog_.exec(), -1001);
 }
 
 }  // namespace
