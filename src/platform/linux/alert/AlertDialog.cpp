@@ -144,7 +144,8 @@ void AlertDialog::layOut() {
 /// The focus takes the default along, so one look tells what Return does.
 void AlertDialog::markDefaultButton() {
   for (auto* const button : buttons_) {
-    button->setPalette(button->isDefault() ? defaultButtonPalette(palette()) : palette());
+    button->setPalette(button->isDefault() ? defaultButtonPalette(palette())
+                                           : buttonPalette(palette()));
   }
 }
 
