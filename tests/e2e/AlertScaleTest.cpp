@@ -127,22 +127,37 @@ TEST_P(AlertScaleTest, TakesNoClickUntilItHasStoodAtTheNewScale) {
   EXPECT_EQ(program.line(), "allowed");
 }
 
-class AlertOnSmallScreenTest : public ::testing::TestWithParam<Scale> {};
+struct SmallScreen {
+  int width, height;
+  const char* scale;
+};
 
-INSTANTIATE_TEST_SUITE_P(At, AlertOnSmallScreenTest, everyScale);
+class AlertOnSmallScreenTest : public ::testing::TestWithParam<SmallScreen> {};
+
+INSTANTIATE_TEST_SUITE_P(At, AlertOnSmallScreenTest,
+                         ::testing::Values(SmallScreen{320, 240, "1"}, SmallScreen{640, 480, "1"},
+                                           SmallScreen{640, 480, "1.5"}, SmallScreen{640, 480, "2"},
+                                           SmallScreen{800, 600, "2"},
+                                           SmallScreen{1280, 800, "3"}));
 
 TEST_P(AlertOnSmallScreenTest, IsInSightAsAWhole) {
-  PresenceDesktop desktop(Kind::openbox, "640x480x24");
-  PresenceWindow program(environmentAt(GetParam(), desktop));
-  program.send("ask Ada");
-  const xcb_window_t alert = desktop.alert();
-  EXPECT_EQ(program.ask("focus"), "focused");
-  const Place at = placeOf(desktop, alert);
-  EXPECT_GE(std::min(at.x, at.y), 0);
-  EXPECT_LE(at.x + at.width, 640);
-  EXPECT_LE(at.y + at.height, 480);
-  desktop.tellWindow(alert, "WM_DELETE_WINDOW");
-  EXPECT_EQ(program.line(), "denied");
+  const auto [width, height, scale] = GetParam();
+  PresenceDesktop desktop(Kind::openbox,
+                          std::to_string(width) + "x" + std::to_string(height) + "x24");
+  auto environment = desktop.environment();
+  environment.push_back("QT_SCALE_FACTOR=" + std::string(scale));
+  PresenceWindow program(environment);
+  for (const auto& name : {std::string("Ada"), std::string(3000, 'W')}) {
+    program.send("ask " + name);
+    const xcb_window_t alert = desktop.alert();
+    EXPECT_EQ(program.ask("focus"), "focused");
+    const Place at = placeOf(desktop, alert);
+    EXPECT_GE(std::min(at.x, at.y), 0);
+    EXPECT_LE(at.x + at.width, width);
+    EXPECT_LE(at.y + at.height, height);
+    desktop.tellWindow(alert, "WM_DELETE_WINDOW");
+    EXPECT_EQ(program.line(), "denied");
+  }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <QFontMetrics>
 #include <QGridLayout>
 #include <QLabel>
+#include <QScreen>
 #include <QWindow>
 #include <algorithm>
 #include <chrono>
@@ -21,13 +22,35 @@ namespace vesk::alert {
 namespace {
 
 constexpr int iconSize = 64;
+constexpr int margin = 20;
 
-/// Lines stay as easy to read in a large font, as long as the window stays a dialog.
+/// What a window with a frame may take of any monitor: on which one it comes up is the window
+/// manager's to say.
+QSize room() {
+  constexpr QSize frame(8, 40);
+  QSize least(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+  for (const auto* const screen : QGuiApplication::screens()) {
+    least = least.boundedTo(screen->availableSize());
+  }
+  return least - frame;
+}
+
+int roomForTextBesideIcon() { return room().width() - iconSize - 3 * margin; }
+
+/// Where there is too little room beside it, the text takes the icon's.
+bool hasRoomForIcon() {
+  constexpr int readable = 240;
+  return roomForTextBesideIcon() >= readable;
+}
+
+/// Lines stay as easy to read in a large font, as long as the window stays a dialog in sight.
 int textWidth(const QFont& font) {
   constexpr int usual = 380;
   constexpr int widest = 640;
   constexpr int lettersOfALine = 45;
-  return std::clamp(lettersOfALine * QFontMetrics(font).averageCharWidth(), usual, widest);
+  const int wanted =
+      std::clamp(lettersOfALine * QFontMetrics(font).averageCharWidth(), usual, widest);
+  return std::min(wanted, hasRoomForIcon() ? roomForTextBesideIcon() : room().width() - 2 * margin);
 }
 
 /// A label never reads its text as markup, and reads from left to right as its sentences do.
@@ -105,6 +128,10 @@ void AlertDialog::addButton(const QString& title) {
   buttons_.push_back(button);
 }
 
+void AlertDialog::fitOnScreen() {
+  informative_->setVisible(sizeHint().height() <= room().height());
+}
+
 /// What has not been seen is not answered, and that it will be gone in a moment is seen by nobody.
 void AlertDialog::reject() {
   if (!outdated_) QDialog::reject();
@@ -128,10 +155,10 @@ void AlertDialog::becomeOutdated() {
 void AlertDialog::layOut() {
   auto* const icon = new QLabel(this);
   icon->setPixmap(windowIcon().pixmap(QSize(iconSize, iconSize), devicePixelRatio()));
+  icon->setVisible(hasRoomForIcon());
   auto* const grid = new QGridLayout(this);
-  constexpr int margin = 20;
   grid->setContentsMargins(margin, margin, margin, margin);
-  grid->setHorizontalSpacing(margin);
+  grid->setHorizontalSpacing(hasRoomForIcon() ? margin : 0);
   grid->setVerticalSpacing(margin / 2);
   grid->addWidget(icon, 0, 0, 2, 1, Qt::AlignTop);
   grid->addWidget(message_, 0, 1);

@@ -36,6 +36,9 @@ class AlertDialog final : public QDialog {
   void setInformativeText(const QString& text);
   void addButton(const QString& title);
 
+  /// Leaves the explanation out where it would push the buttons out of sight.
+  void fitOnScreen();
+
   /// Called each time the window comes into sight.
   std::function<void()> onExposed;
 

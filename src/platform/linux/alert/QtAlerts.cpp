@@ -73,6 +73,7 @@ class QtAlerts::QtAlert final : public Alert {
     dialog->setMessageText(message_);
     dialog->setInformativeText(informative_);
     for (const auto& title : buttons_) dialog->addButton(title);
+    dialog->fitOnScreen();
     dialog->setWindowFlag(Qt::WindowStaysOnTopHint, staysOnTop_);
     return dialog;
   }

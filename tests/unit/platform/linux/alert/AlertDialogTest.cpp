@@ -72,6 +72,22 @@ TEST_F(AlertDialogTest, IsWiderInALargeFontButStaysADialog) {
   EXPECT_EQ(widthAt(60), 640);
 }
 
+TEST_F(AlertDialogTest, LeavesTheExplanationOutWhereItWouldPushTheButtonsOutOfSight) {
+  const auto explainsAt = [](int points) {
+    QApplication::setFont(QFont("Sans", points));
+    AlertDialog dialog;
+    dialog.setMessageText("Ada would like to view your screen");
+    dialog.setInformativeText(QString("You can say no. ").repeated(10));
+    dialog.addButton("Allow");
+    dialog.fitOnScreen();
+    const auto labels = dialog.findChildren<QLabel*>();
+    EXPECT_FALSE(labels.constFirst()->isHidden()) << points;
+    return !labels.at(1)->isHidden();
+  };
+  EXPECT_TRUE(explainsAt(10));
+  EXPECT_FALSE(explainsAt(90));
+}
+
 TEST_F(AlertDialogTest, HasTheFirstButtonForItsDefault) {
   dialog_.addButton("Allow & more");
   dialog_.addButton("Don't Allow");
