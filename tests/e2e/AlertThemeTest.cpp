@@ -190,6 +190,18 @@ TEST_F(AlertAppearanceTest, FollowsWhatThePersonChoosesMeanwhile) {
   EXPECT_NE(defaultButton_, fillFor(QColor::fromRgbF(0.9F, 0.4F, 0)));
 }
 
+TEST_F(AlertAppearanceTest, FollowsNothingThatCannotHaveBeenChosen) {
+  PresenceWindow program = start({bus_.environment()});
+  expectReadable(program, 0xefefef);
+  const auto usual = defaultButton_;
+  for (const auto* const accent : {"nan 0 0", "0 inf 0", "0 0 1.5"}) {
+    SCOPED_TRACE(accent);
+    choose("s1 " + std::string(accent));
+    expectReadable(program, 0xefefef);
+    EXPECT_EQ(defaultButton_, usual);
+  }
+}
+
 TEST_F(AlertAppearanceTest, FollowsItInGnomesStyle) {
   PresenceWindow program =
       start({bus_.environment(), "XDG_CURRENT_DESKTOP=GNOME", "GTK_THEME=Adwaita"});

@@ -53,6 +53,16 @@ int textWidth(const QFont& font) {
   return std::min(wanted, hasRoomForIcon() ? roomForTextBesideIcon() : room().width() - 2 * margin);
 }
 
+/// A desktop gives its fonts in points or in pixels.
+void enlarge(QFont& font) {
+  constexpr double larger = 1.15;
+  if (font.pointSizeF() > 0) {
+    font.setPointSizeF(font.pointSizeF() * larger);
+  } else {
+    font.setPixelSize(qRound(font.pixelSize() * larger));
+  }
+}
+
 /// A label never reads its text as markup, and reads from left to right as its sentences do.
 QLabel* makeLabel(QWidget* parent) {
   auto* const label = new QLabel(parent);
@@ -87,7 +97,7 @@ AlertDialog::AlertDialog()
   setAttribute(Qt::WA_KeyboardFocusChange);
   QFont bold = message_->font();
   bold.setBold(true);
-  bold.setPointSizeF(bold.pointSizeF() * 1.15);
+  enlarge(bold);
   message_->setFont(bold);
   connect(qApp, &QApplication::focusChanged, this, [this] { markDefaultButton(); });
   untilInSight_.setInterval(std::chrono::seconds(1));

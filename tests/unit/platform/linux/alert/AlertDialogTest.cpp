@@ -40,6 +40,22 @@ TEST_F(AlertDialogTest, SaysItsMessageInBoldAndLargerThanTheRest) {
   EXPECT_NEAR(message->font().pointSizeF(), 1.15 * informative->font().pointSizeF(), 0.01);
 }
 
+TEST_F(AlertDialogTest, SaysItsMessageLargerInAFontThatIsGivenInPixels) {
+  QFont font = QApplication::font();
+  font.setPixelSize(20);
+  QApplication::setFont(font);
+  const AlertDialog dialog;
+  EXPECT_EQ(dialog.findChildren<QLabel*>().constFirst()->font().pixelSize(), 23);
+}
+
+TEST_F(AlertDialogTest, ReadsFromLeftToRightWhateverTheDesktopDoes) {
+  QApplication::setLayoutDirection(Qt::RightToLeft);
+  const AlertDialog dialog;
+  const auto labels = dialog.findChildren<QLabel*>();
+  EXPECT_EQ(labels.at(0)->layoutDirection(), Qt::LeftToRight);
+  EXPECT_EQ(labels.at(1)->layoutDirection(), Qt::LeftToRight);
+}
+
 TEST_F(AlertDialogTest, SaysTheQuestionInTwoLinesAtMostWhateverTheName) {
   const QString question = " would like to view your screen";
   for (const QString& name :
