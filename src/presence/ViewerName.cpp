@@ -40,13 +40,22 @@ Character firstCharacter(std::string_view text) {
   return {first.value, text.substr(0, first.length)};
 }
 
-/// Whether a person sees anything of it: ink, or a box in the place of a missing letter.
+/// Whether a person sees anything of it: ink, or a box in the place of a missing letter. A mark
+/// needs something to stand on.
 bool isSeen(char32_t character) {
   constexpr char32_t emptyBraillePattern = 0x2800;
+  constexpr char32_t placeOfAnObject = 0xfffc;
   return !isIn(controls, character) && character != emptyBraillePattern &&
-         !isIn(characterTables::whiteSpace, character) &&
+         character != placeOfAnObject && !isIn(characterTables::whiteSpace, character) &&
          !isIn(characterTables::defaultIgnorable, character) &&
          !isIn(characterTables::format, character);
+}
+
+/// Whether a mark is seen after it: it takes room, if only as a space.
+bool carriesMarks(char32_t character) {
+  return !isIn(characterTables::extend, character) &&
+         (isSeen(character) || isIn(controls, character) ||
+          isIn(characterTables::whiteSpace, character));
 }
 
 /// Malformed text, where characters have no ends, is cut by bytes.
@@ -71,11 +80,13 @@ struct Line {
 
 Line lineOf(std::string_view name) {
   Line line;
+  bool afterRoom = false;
   while (!name.empty()) {
     const auto [value, bytes] = firstCharacter(name);
     name.remove_prefix(bytes.size());
     if (isIn(directionMarks, value)) continue;
-    line.seen = line.seen || isSeen(value);
+    afterRoom = afterRoom || carriesMarks(value);
+    line.seen = line.seen || (afterRoom && isSeen(value));
     line.rightToLeft = line.rightToLeft || isIn(rightToLeft, value);
     line.text += isIn(controls, value) ? std::string_view(" ") : bytes;
   }

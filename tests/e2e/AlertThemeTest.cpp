@@ -10,6 +10,7 @@
 #include "e2e/PresenceFixture.h"
 #include "platform/linux/alert/AlertColours.h"
 #include "support/TemporaryFolder.h"
+#include "support/UnixListener.h"
 
 namespace vesk::testing {
 namespace {
@@ -30,6 +31,14 @@ double contrastIn(const std::vector<std::uint32_t>& pixels) {
     if (isBackground) least = std::min(least, contrastTo(text->first)(each));
   }
   return least;
+}
+
+/// How many pixels can be read well on the one at the rectangle's corner. A shadow around letters
+/// in the background's colour has but a few.
+long readablePixels(const std::vector<std::uint32_t>& pixels) {
+  return std::ranges::count_if(pixels, [&](std::uint32_t each) {
+    return alert::contrast(QColor(each), QColor(pixels.front())) >= 4.5;
+  });
 }
 
 /// How far from the alert's right edge the buttons' texts begin.
@@ -129,6 +138,17 @@ TEST_F(AlertThemeTest, IsReadableInAStyleThatThePersonHasChosen) {
                  0xefefef, inGnomesOrder);
 }
 
+/// A bus that was stopped takes connections and says nothing.
+TEST_F(AlertThemeTest, StartsAndAsksThoughTheMessageBusIsSilent) {
+  const TemporaryFolder folder;
+  const UnixListener silent(folder.path() / "bus");
+  PresenceWindow program =
+      start({"DBUS_SESSION_BUS_ADDRESS=unix:path=" + (folder.path() / "bus").string()});
+  program.send("ask Ada");
+  desktop_.tellWindow(desktop_.alert(), "WM_DELETE_WINDOW");
+  EXPECT_EQ(program.line(), "denied");
+}
+
 /// The settings portal that programs of any kind ask, on a bus of its own.
 class AlertAppearanceTest : public AlertThemeTest {
  protected:
@@ -170,6 +190,18 @@ TEST_F(AlertAppearanceTest, FollowsWhatThePersonChoosesMeanwhile) {
   EXPECT_NE(defaultButton_, fillFor(QColor::fromRgbF(0.9F, 0.4F, 0)));
 }
 
+TEST_F(AlertAppearanceTest, FollowsNothingThatCannotHaveBeenChosen) {
+  PresenceWindow program = start({bus_.environment()});
+  expectReadable(program, 0xefefef);
+  const auto usual = defaultButton_;
+  for (const auto* const accent : {"nan 0 0", "0 inf 0", "0 0 1.5"}) {
+    SCOPED_TRACE(accent);
+    choose("s1 " + std::string(accent));
+    expectReadable(program, 0xefefef);
+    EXPECT_EQ(defaultButton_, usual);
+  }
+}
+
 TEST_F(AlertAppearanceTest, FollowsItInGnomesStyle) {
   PresenceWindow program =
       start({bus_.environment(), "XDG_CURRENT_DESKTOP=GNOME", "GTK_THEME=Adwaita"});
@@ -178,6 +210,24 @@ TEST_F(AlertAppearanceTest, FollowsItInGnomesStyle) {
   EXPECT_EQ(defaultButton_, fillFor(QColor::fromRgbF(0.9F, 0.4F, 0)));
   choose("0");
   expectReadable(program, 0xf6f5f4, inGnomesOrder);
+}
+
+TEST_F(AlertAppearanceTest, IsReadableInDarkColoursInAStyleThatThePersonHasChosen) {
+  choose("1");
+  const std::pair<std::string, std::uint32_t> styles[] = {{"Fusion", 0x353535},
+                                                          {"Adwaita-Dark", 0x353535},
+                                                          {"Adwaita", 0x353535},
+                                                          {"HighContrast", 0x303030}};
+  for (const auto& [style, background] : styles) {
+    SCOPED_TRACE(style);
+    PresenceWindow program = start({bus_.environment(), "QT_STYLE_OVERRIDE=" + style});
+    program.send("ask Ada");
+    const Place at = placeOf(desktop_, desktop_.alert());
+    ASSERT_TRUE(desktop_.waitForPixel(at.x + 10, at.y + 10, background))
+        << std::hex << desktop_.pixel(at.x + 10, at.y + 10);
+    const auto dontAllow = desktop_.pixels(at.x + at.width - 104, at.y + at.height - 39, 72, 14);
+    EXPECT_GE(readablePixels(dontAllow), 40);
+  }
 }
 
 /// It has stopped, or is busy: the person is asked all the same.

@@ -42,6 +42,15 @@ TEST_P(ComposedBannerTest, HasAWholeBorderWithoutTheStrip) {
   EXPECT_TRUE(waitForColour({360, 8, 240, 18}, backdrop));
 }
 
+/// However faint the strip is, the border has no hole.
+TEST_P(ComposedBannerTest, HasAWholeBorderBeneathAFainterStrip) {
+  coverTheScreen();
+  ASSERT_EQ(program_.ask("show 1 100 40 Ada"), "shown");
+  EXPECT_TRUE(waitForColour({300, 0, 60, 26}, red));
+  EXPECT_TRUE(waitForColour({366, 0, 74, 20}, red));
+  EXPECT_TRUE(waitForColour({366, 26, 74, 14}, red));
+}
+
 /// What can only be there or not there is in its full colour where it is there.
 TEST_F(OnOpenboxTest, HasNoRimAroundTheStripsCornersWithoutACompositor) {
   PresenceWindow program(desktop_.environment());
@@ -53,6 +62,18 @@ TEST_F(OnOpenboxTest, HasNoRimAroundTheStripsCornersWithoutACompositor) {
     EXPECT_EQ(std::ranges::count(corner, red) + std::ranges::count(corner, backdrop),
               std::ssize(corner));
     EXPECT_GT(std::ranges::count(corner, backdrop), 4);
+  }
+}
+
+/// What no compositor blends has no hole either, which would be black.
+TEST_F(OnOpenboxTest, HasAWholeBorderBehindTheStripsCornersWithoutACompositor) {
+  PresenceWindow program(desktop_.environment());
+  desktop_.makeWindow(0, 0, 1280, 800, backdrop, true);
+  ASSERT_EQ(program.ask("show 100 100 40 Ada"), "shown");
+  ASSERT_TRUE(desktop_.waitForPixel(340, 35, red));
+  for (const int left : {360, 912}) {
+    const auto corner = desktop_.pixels(left, 18, 8, 8);
+    EXPECT_EQ(std::ranges::count(corner, red), std::ssize(corner));
   }
 }
 

@@ -1,5 +1,6 @@
 """A desktop's settings portal that tells of one choice of colours: what the file says that it is
-given, "SCHEME" or "SCHEME RED GREEN BLUE", at the moment that it is asked.
+given, "SCHEME" or "SCHEME RED GREEN BLUE", at the moment that it is asked. A scheme that begins
+with "s" is told as a text.
 
 Once it can be asked, there is a second file, of the first one's name with ".ready".
 """
@@ -20,7 +21,9 @@ GROUP = "org.freedesktop.appearance"
 
 def settings(choice):
     scheme, *accent = choice.read_text().split()
-    values = {"color-scheme": GLib.Variant("u", int(scheme))}
+    is_text = scheme.startswith("s")
+    told = GLib.Variant("s", scheme[1:]) if is_text else GLib.Variant("u", int(scheme))
+    values = {"color-scheme": told}
     if accent:
         values["accent-color"] = GLib.Variant("(ddd)", tuple(map(float, accent)))
     return values

@@ -7,6 +7,7 @@
 #include "platform/linux/alert/QtAlerts.h"
 #include "platform/linux/boundHeap.h"
 #include "platform/linux/loop/QtApplication.h"
+#include "platform/linux/loop/SilentBus.h"
 #include "platform/linux/loop/ThreadQueues.h"
 #include "platform/linux/picture/X264Compression.h"
 #include "platform/linux/x11/XDesktop.h"
@@ -17,6 +18,7 @@ namespace vesk {
 
 Platform makePlatform() {
   boundHeap();
+  loop::leaveSilentBus();
   // Qt, getting no thread, would only complain and be deaf ever after. This throws.
   std::thread([] {}).join();
   Platform platform;

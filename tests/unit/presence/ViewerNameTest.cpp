@@ -13,17 +13,33 @@ TEST(ViewerNameTest, IsShownAsItIs) {
 }
 
 TEST(ViewerNameTest, IsTheSupportsWhereNothingCanBeSeen) {
-  for (const std::string name :
-       {"", " ", "\n", "\t\u00a0\u2003\u3000", "\u202e", "\u200b", "\u200d\ufeff\u2060", "\u00ad",
-        "\u115f\u1160\u3164\uffa0", "\ufff9\ufffa\ufffb", "\u2800", "\U000e0041", "\ufe0f",
-        "\u180e", "\U0001d173"}) {
+  for (const std::string name : {"",
+                                 " ",
+                                 "\n",
+                                 "\t\u00a0\u2003\u3000",
+                                 "\u202e",
+                                 "\u200b",
+                                 "\u200d\ufeff\u2060",
+                                 "\u00ad",
+                                 "\u115f\u1160\u3164\uffa0",
+                                 "\ufff9\ufffa\ufffb",
+                                 "\u2800",
+                                 "\U000e0041",
+                                 "\ufe0f",
+                                 "\u180e",
+                                 "\U0001d173",
+                                 "\ufffc",
+                                 "\u0301",
+                                 "\u0301\u0301\u0323",
+                                 "\u200b\u0301",
+                                 "\u202e\u20e3"}) {
     EXPECT_EQ(viewerNameForDisplay(name), "Vesk support") << name;
   }
 }
 
 TEST(ViewerNameTest, IsTheViewersWhereAnythingCanBeSeen) {
   for (const std::string name :
-       {".", "\u200b.", " \u0301", "\U000f0000", "\u200dA\u200d", "\ufffd"}) {
+       {".", "\u200b.", " \u0301", "\ufffc.", "\u0301A", "\U000f0000", "\u200dA\u200d", "\ufffd"}) {
     EXPECT_EQ(viewerNameForDisplay(name), name);
   }
 }

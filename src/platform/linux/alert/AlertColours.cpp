@@ -26,6 +26,18 @@ bool isDark(const QPalette& palette) {
          luminance(palette.color(QPalette::WindowText));
 }
 
+QPalette buttonPalette(const QPalette& palette) {
+  constexpr double wanted = 4.5;
+  QPalette readable = palette;
+  for (const auto group : {QPalette::Active, QPalette::Inactive}) {
+    const QColor button = palette.color(group, QPalette::Button);
+    if (contrast(button, palette.color(group, QPalette::ButtonText)) >= wanted) continue;
+    const bool onDark = contrast(button, Qt::white) > contrast(button, Qt::black);
+    readable.setColor(group, QPalette::ButtonText, onDark ? Qt::white : Qt::black);
+  }
+  return readable;
+}
+
 QPalette defaultButtonPalette(const QPalette& palette) {
   // The accessibility guidelines' 4.5, and what rounding may take.
   constexpr double wanted = 4.55;

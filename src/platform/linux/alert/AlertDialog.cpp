@@ -6,6 +6,7 @@
 #include <QFontMetrics>
 #include <QGridLayout>
 #include <QLabel>
+#include <QScreen>
 #include <QWindow>
 #include <algorithm>
 #include <chrono>
@@ -21,13 +22,45 @@ namespace vesk::alert {
 namespace {
 
 constexpr int iconSize = 64;
+constexpr int margin = 20;
 
-/// Lines stay as easy to read in a large font, as long as the window stays a dialog.
+/// What a window with a frame may take of any monitor: on which one it comes up is the window
+/// manager's to say.
+QSize room() {
+  constexpr QSize frame(8, 40);
+  QSize least(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+  for (const auto* const screen : QGuiApplication::screens()) {
+    least = least.boundedTo(screen->availableSize());
+  }
+  return least - frame;
+}
+
+int roomForTextBesideIcon() { return room().width() - iconSize - 3 * margin; }
+
+/// Where there is too little room beside it, the text takes the icon's.
+bool hasRoomForIcon() {
+  constexpr int readable = 240;
+  return roomForTextBesideIcon() >= readable;
+}
+
+/// Lines stay as easy to read in a large font, as long as the window stays a dialog in sight.
 int textWidth(const QFont& font) {
   constexpr int usual = 380;
   constexpr int widest = 640;
   constexpr int lettersOfALine = 45;
-  return std::clamp(lettersOfALine * QFontMetrics(font).averageCharWidth(), usual, widest);
+  const int wanted =
+      std::clamp(lettersOfALine * QFontMetrics(font).averageCharWidth(), usual, widest);
+  return std::min(wanted, hasRoomForIcon() ? roomForTextBesideIcon() : room().width() - 2 * margin);
+}
+
+/// A desktop gives its fonts in points or in pixels.
+void enlarge(QFont& font) {
+  constexpr double larger = 1.15;
+  if (font.pointSizeF() > 0) {
+    font.setPointSizeF(font.pointSizeF() * larger);
+  } else {
+    font.setPixelSize(qRound(font.pixelSize() * larger));
+  }
 }
 
 /// A label never reads its text as markup, and reads from left to right as its sentences do.
@@ -64,7 +97,7 @@ AlertDialog::AlertDialog()
   setAttribute(Qt::WA_KeyboardFocusChange);
   QFont bold = message_->font();
   bold.setBold(true);
-  bold.setPointSizeF(bold.pointSizeF() * 1.15);
+  enlarge(bold);
   message_->setFont(bold);
   connect(qApp, &QApplication::focusChanged, this, [this] { markDefaultButton(); });
   untilInSight_.setInterval(std::chrono::seconds(1));
@@ -100,18 +133,42 @@ void AlertDialog::addButton(const QString& title) {
   buttonBox_->addButton(button,
                         first ? QDialogButtonBox::AcceptRole : QDialogButtonBox::RejectRole);
   const int result = firstButton + static_cast<int>(buttons_.size());
-  connect(button, &QPushButton::clicked, this, [this, result] { done(result); });
+  connect(button, &QPushButton::clicked, this, [this, result] { choose(result); });
   button->setDefault(first);
   buttons_.push_back(button);
+}
+
+void AlertDialog::fitOnScreen() {
+  informative_->setVisible(sizeHint().height() <= room().height());
+}
+
+/// What has not been seen is not answered, and that it will be gone in a moment is seen by nobody.
+void AlertDialog::reject() {
+  if (!outdated_) QDialog::reject();
+}
+
+void AlertDialog::choose(int result) {
+  if (devicePixelRatioF() != scale_) becomeOutdated();
+  if (!outdated_) done(result);
+}
+
+void AlertDialog::becomeOutdated() {
+  if (outdated_) return;
+  outdated_ = true;
+  // In the middle of the change the window must stay. It may be closed by the end of it.
+  const auto end = [this] {
+    if (isVisible()) done(outdated);
+  };
+  QMetaObject::invokeMethod(this, end, Qt::QueuedConnection);
 }
 
 void AlertDialog::layOut() {
   auto* const icon = new QLabel(this);
   icon->setPixmap(windowIcon().pixmap(QSize(iconSize, iconSize), devicePixelRatio()));
+  icon->setVisible(hasRoomForIcon());
   auto* const grid = new QGridLayout(this);
-  constexpr int margin = 20;
   grid->setContentsMargins(margin, margin, margin, margin);
-  grid->setHorizontalSpacing(margin);
+  grid->setHorizontalSpacing(hasRoomForIcon() ? margin : 0);
   grid->setVerticalSpacing(margin / 2);
   grid->addWidget(icon, 0, 0, 2, 1, Qt::AlignTop);
   grid->addWidget(message_, 0, 1);
@@ -124,7 +181,8 @@ void AlertDialog::layOut() {
 /// The focus takes the default along, so one look tells what Return does.
 void AlertDialog::markDefaultButton() {
   for (auto* const button : buttons_) {
-    button->setPalette(button->isDefault() ? defaultButtonPalette(palette()) : palette());
+    button->setPalette(button->isDefault() ? defaultButtonPalette(palette())
+                                           : buttonPalette(palette()));
   }
 }
 
@@ -134,6 +192,8 @@ void AlertDialog::showEvent(QShowEvent* event) {
   windowHandle()->installEventFilter(this);
   markDefaultButton();
   untilInSight_.start();
+  scale_ = devicePixelRatioF();
+  look_ = std::make_unique<LookWatch>(*this, [this] { becomeOutdated(); });
   QAccessibleEvent alert(this, QAccessible::Alert);
   QAccessible::updateAccessibility(&alert);
 }

@@ -3,7 +3,10 @@
 #include <QDialog>
 #include <QTimer>
 #include <functional>
+#include <memory>
 #include <vector>
+
+#include "platform/linux/alert/LookWatch.h"
 
 class QDialogButtonBox;
 class QLabel;
@@ -14,11 +17,15 @@ namespace vesk::alert {
 /// The window of an alert: an icon, a message in bold over an explanation, and buttons in the order
 /// of the desktop's own dialogs.
 ///
-/// Thread: main. Its result is the number of the button that was chosen, from `firstButton` on, or
-/// zero when it was closed in another way.
+/// What it shows is what answers it: once the desktop's look or scale has changed under it, nothing
+/// does any more, and it ends for another one to be shown in its place.
+///
+/// Thread: main. Its result is the number of the button that was chosen, from `firstButton` on,
+/// `outdated`, or zero when it was closed in another way.
 class AlertDialog final : public QDialog {
  public:
   static constexpr int firstButton = 1000;
+  static constexpr int outdated = 999;
 
   AlertDialog();
   ~AlertDialog() override;
@@ -29,12 +36,17 @@ class AlertDialog final : public QDialog {
   void setInformativeText(const QString& text);
   void addButton(const QString& title);
 
+  /// Leaves the explanation out where it would push the buttons out of sight.
+  void fitOnScreen();
+
   /// Called each time the window comes into sight.
   std::function<void()> onExposed;
 
   /// Called when the window should be in sight and is not: every second until it first is, and when
   /// it was minimised. No list of windows shows it, so the person could not bring it back.
   std::function<void()> onMissing;
+
+  void reject() override;
 
  protected:
   void showEvent(QShowEvent* event) override;
@@ -44,12 +56,17 @@ class AlertDialog final : public QDialog {
  private:
   void layOut();
   void markDefaultButton();
+  void choose(int result);
+  void becomeOutdated();
 
   QLabel* message_;
   QLabel* informative_;
   QDialogButtonBox* buttonBox_;
   std::vector<QPushButton*> buttons_;
   QTimer untilInSight_;
+  std::unique_ptr<LookWatch> look_;
+  qreal scale_ = 0;  ///< at which it was shown
+  bool outdated_ = false;
 };
 
 }  // namespace vesk::alert

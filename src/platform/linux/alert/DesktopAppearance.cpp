@@ -53,7 +53,8 @@ DesktopAppearance desktopAppearance() {
   if (!hasMessageBus()) return {};
   constexpr unsigned dark = 1;
   const auto settings = readSettings("org.freedesktop.appearance");
-  return {settings.value("color-scheme").toUInt() == dark,
+  const QVariant scheme = settings.value("color-scheme");
+  return {scheme.typeId() == QMetaType::UInt && scheme.toUInt() == dark,
           colourOf(settings.value("accent-color"))};
 }
 

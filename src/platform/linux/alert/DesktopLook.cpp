@@ -4,8 +4,10 @@
 #include <QPalette>
 #include <QString>
 #include <QStyle>
+#include <QStyleFactory>
 
 #include "platform/linux/alert/AlertColours.h"
+#include "platform/linux/alert/DarkStyle.h"
 #include "platform/linux/alert/DesktopAppearance.h"
 
 namespace vesk::alert {
@@ -44,10 +46,16 @@ void followDesktopLook() {
   QApplication::setPalette(QPalette());
   if (QApplication::style()->name() != usualStyle) QApplication::setStyle(usualStyle);
 
-  const bool dark = wanted.prefersDark || isDark(QApplication::palette());
-  if (wantsGnomesStyle()) QApplication::setStyle(dark ? "Adwaita-Dark" : "Adwaita");
+  const QString light = wantsGnomesStyle() ? "Adwaita" : QApplication::style()->name();
+  const bool wantsDark = wanted.prefersDark || isDark(QApplication::palette());
+  const auto dark = wantsDark ? darkStyle(light, QStyleFactory::keys()) : std::nullopt;
+  const QString style = dark.value_or(light);
+  if (QApplication::style()->name().compare(style, Qt::CaseInsensitive) != 0) {
+    QApplication::setStyle(style);
+  }
   QPalette palette = QApplication::palette();
   if (dark && !isDark(palette)) palette = darkPalette();
+  if (!dark && isDark(palette)) palette = QApplication::style()->standardPalette();
   if (wanted.accent) palette.setColor(QPalette::Highlight, *wanted.accent);
   keepColoursWithoutFocus(palette);
   QApplication::setPalette(palette);

@@ -2,7 +2,9 @@
 
 #include <QCoreApplication>
 #include <QTimer>
+#include <memory>
 #include <utility>
+#include <vector>
 
 #include "platform/Fatal.h"
 #include "platform/linux/alert/AlertColours.h"
@@ -34,49 +36,73 @@ class QtModalTimer final : public ModalTimer {
 class QtAlerts::QtAlert final : public Alert {
  public:
   explicit QtAlert(QtAlerts& alerts) : alerts_(alerts) {}
-  ~QtAlert() override { alerts_.ownWindows_.remove(window_); }
 
-  void setMessageText(const std::string& text) override {
-    dialog_.setMessageText(QString::fromStdString(text));
-  }
+  void setMessageText(const std::string& text) override { message_ = QString::fromStdString(text); }
   void setInformativeText(const std::string& text) override {
-    dialog_.setInformativeText(QString::fromStdString(text));
+    informative_ = QString::fromStdString(text);
   }
   void addButton(const std::string& title) override {
-    dialog_.addButton(QString::fromStdString(title));
+    buttons_.push_back(QString::fromStdString(title));
   }
   void setLevel(WindowLevel) override {
     // Every level of the Mac's that an alert can have is above all usual windows.
-    dialog_.setWindowFlag(Qt::WindowStaysOnTopHint);
+    staysOnTop_ = true;
   }
 
   ModalResponse runModal() override {
     // Before there is anything that the viewer's hands could answer.
     alerts_.inputGate_.close();
-    window_ = static_cast<xcb_window_t>(dialog_.winId());
-    alerts_.ownWindows_.add(window_);
-    x11::overlay::keepOnEveryWorkspace(window_);
-    if (isDark(dialog_.palette())) x11::overlay::wishDarkFrame(window_);
-    dialog_.onExposed = [this] { comeToTheFront(); };
-    dialog_.onMissing = [this] { x11::overlay::mapAgain(window_); };
-    const x11::overlay::AlertInput input(dialog_);
-    alerts_.modal_.push_back(&dialog_);
-    const int result = dialog_.exec();
+    int result = ask();
+    while (result == AlertDialog::outdated) result = ask();
     alerts_.inputGate_.open();
-    alerts_.modal_.pop_back();
     return result == 0 ? ModalResponse::alertSecondButtonReturn
                        : static_cast<ModalResponse>(result);
   }
 
  private:
+  /// In a window that is new to the person's eyes and hands.
+  int ask() {
+    followDesktopLook();
+    const int result = run(*makeDialog());
+    alerts_.ownWindows_.remove(window_);
+    return result;
+  }
+
+  std::unique_ptr<AlertDialog> makeDialog() const {
+    auto dialog = std::make_unique<AlertDialog>();
+    dialog->setMessageText(message_);
+    dialog->setInformativeText(informative_);
+    for (const auto& title : buttons_) dialog->addButton(title);
+    dialog->fitOnScreen();
+    dialog->setWindowFlag(Qt::WindowStaysOnTopHint, staysOnTop_);
+    return dialog;
+  }
+
+  int run(AlertDialog& dialog) {
+    window_ = static_cast<xcb_window_t>(dialog.winId());
+    alerts_.ownWindows_.add(window_);
+    x11::overlay::keepOnEveryWorkspace(window_);
+    if (isDark(dialog.palette())) x11::overlay::wishDarkFrame(window_);
+    dialog.onExposed = [&] { comeToTheFront(dialog); };
+    dialog.onMissing = [this] { x11::overlay::mapAgain(window_); };
+    const x11::overlay::AlertInput input(dialog);
+    alerts_.modal_.push_back(&dialog);
+    const int result = dialog.exec();
+    alerts_.modal_.pop_back();
+    return result;
+  }
+
   /// Only once: a person who turns to another window meanwhile is not called back.
-  void comeToTheFront() {
-    dialog_.onExposed = nullptr;
+  void comeToTheFront(AlertDialog& dialog) const {
+    dialog.onExposed = nullptr;
     if (alerts_.active_) x11::overlay::bringToTheFront(window_);
   }
 
   QtAlerts& alerts_;
-  AlertDialog dialog_;
+  QString message_;
+  QString informative_;
+  std::vector<QString> buttons_;
+  bool staysOnTop_ = false;
   xcb_window_t window_ = XCB_NONE;
 };
 
@@ -86,10 +112,7 @@ void QtAlerts::activateIgnoringOtherApps() {
   active_ = true;
 }
 
-std::unique_ptr<Alert> QtAlerts::makeAlert() {
-  followDesktopLook();
-  return std::make_unique<QtAlert>(*this);
-}
+std::unique_ptr<Alert> QtAlerts::makeAlert() { return std::make_unique<QtAlert>(*this); }
 
 void QtAlerts::abortModal() {
   if (!modal_.empty()) modal_.back()->done(static_cast<int>(ModalResponse::abort));

@@ -48,9 +48,10 @@ QImage edgePicture(const PixelRect& edge, const Colour& colour, const std::vecto
   QPainter painter(&image);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-  for (const auto& [frame, radius] : tabs) {
-    const QRectF area(frame.x - edge.x, frame.y - edge.y, frame.width, frame.height);
-    painter.fillPath(tabPath(area, radius), Qt::black);
+  for (const auto& tab : tabs) {
+    const QRectF area(tab.frame.x - edge.x, tab.frame.y - edge.y, tab.frame.width,
+                      tab.frame.height);
+    painter.fillPath(tabPath(area, tab.radius), Qt::black);
   }
   return image;
 }

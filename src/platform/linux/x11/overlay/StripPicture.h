@@ -13,6 +13,7 @@ namespace vesk::x11::overlay {
 struct Tab {
   PixelRect frame;
   double radius = 0;
+  double alpha = 1;
 };
 
 /// One edge of a border, with room for the tabs that lie over it: what is translucent would come

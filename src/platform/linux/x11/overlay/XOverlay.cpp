@@ -51,14 +51,16 @@ std::vector<xcb_window_t> XOverlay::windows() const {
 
 std::optional<Tab> XOverlay::tab() const {
   if (!appearance_.background) return std::nullopt;
-  return Tab{frame_, cornerRadius()};
+  return Tab{frame_, cornerRadius(), appearance_.background->alpha};
 }
 
 void XOverlay::paintBorder() {
   if (edges_.empty()) return;
   const Colour colour = asBlended(appearance_.border->colour);
   const auto rects = borderEdges(frame_, borderThickness());
-  const auto above = stack_->tabsAbove(*this);
+  auto above = stack_->tabsAbove(*this);
+  // In the room for a fainter one there would be less to see than beside it.
+  std::erase_if(above, [&](const Tab& tab) { return tab.alpha < colour.alpha; });
   for (std::size_t i = 0; i < edges_.size(); ++i) {
     const bool isCovered = std::ranges::any_of(
         above, [&](const Tab& tab) { return !intersection(tab.frame, rects[i]).isEmpty(); });

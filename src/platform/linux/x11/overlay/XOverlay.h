@@ -34,7 +34,7 @@ class XOverlay final : public Overlay {
   /// The shape of what it shows of its background; nothing without one.
   std::optional<Tab> tab() const;
 
-  /// Leaves room in its border for the overlays that have come above it.
+  /// Leaves room in its border for the overlays that have come above it, unless they are fainter.
   void paintBorder();
 
   /// Makes everything look as it has to with, or without, a compositor.

@@ -22,6 +22,25 @@ TEST(IsDarkTest, GoesByWhatTextStandsOn) {
   EXPECT_FALSE(isDark(palette));
 }
 
+TEST(ButtonPaletteTest, HasATextThatCanBeReadWhateverTheThemeSays) {
+  for (const char* const button : {"#ffffff", "#353535", "#777777", "#000000"}) {
+    QPalette palette;
+    palette.setColor(QPalette::Button, QColor(button));
+    palette.setColor(QPalette::ButtonText, QColor(button));
+    const QPalette readable = buttonPalette(palette);
+    EXPECT_GE(contrast(readable.color(QPalette::Button), readable.color(QPalette::ButtonText)), 4.5)
+        << button;
+    EXPECT_EQ(readable.color(QPalette::Button), QColor(button));
+  }
+}
+
+TEST(ButtonPaletteTest, LeavesWhatCanBeReadAsItIs) {
+  QPalette palette;
+  palette.setColor(QPalette::Button, QColor("#f0f0f0"));
+  palette.setColor(QPalette::ButtonText, QColor("#102030"));
+  EXPECT_EQ(buttonPalette(palette).color(QPalette::ButtonText), QColor("#102030"));
+}
+
 TEST(DefaultButtonPaletteTest, CanBeReadWhateverTheDesktopsAccentIs) {
   for (const char* const accent : {"#308cc6", "#ffff00", "#ffffff", "#000000", "#e95420"}) {
     QPalette palette;

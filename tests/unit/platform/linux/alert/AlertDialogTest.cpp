@@ -6,7 +6,9 @@
 #include <QFontMetrics>
 #include <QLabel>
 #include <QPushButton>
+#include <QTimer>
 #include <algorithm>
+#include <functional>
 
 #include "support/TestApplication.h"
 
@@ -36,6 +38,22 @@ TEST_F(AlertDialogTest, SaysItsMessageInBoldAndLargerThanTheRest) {
   EXPECT_TRUE(message->font().bold());
   EXPECT_FALSE(informative->font().bold());
   EXPECT_NEAR(message->font().pointSizeF(), 1.15 * informative->font().pointSizeF(), 0.01);
+}
+
+TEST_F(AlertDialogTest, SaysItsMessageLargerInAFontThatIsGivenInPixels) {
+  QFont font = QApplication::font();
+  font.setPixelSize(20);
+  QApplication::setFont(font);
+  const AlertDialog dialog;
+  EXPECT_EQ(dialog.findChildren<QLabel*>().constFirst()->font().pixelSize(), 23);
+}
+
+TEST_F(AlertDialogTest, ReadsFromLeftToRightWhateverTheDesktopDoes) {
+  QApplication::setLayoutDirection(Qt::RightToLeft);
+  const AlertDialog dialog;
+  const auto labels = dialog.findChildren<QLabel*>();
+  EXPECT_EQ(labels.at(0)->layoutDirection(), Qt::LeftToRight);
+  EXPECT_EQ(labels.at(1)->layoutDirection(), Qt::LeftToRight);
 }
 
 TEST_F(AlertDialogTest, SaysTheQuestionInTwoLinesAtMostWhateverTheName) {
@@ -70,6 +88,22 @@ TEST_F(AlertDialogTest, IsWiderInALargeFontButStaysADialog) {
   EXPECT_EQ(widthAt(60), 640);
 }
 
+TEST_F(AlertDialogTest, LeavesTheExplanationOutWhereItWouldPushTheButtonsOutOfSight) {
+  const auto explainsAt = [](int points) {
+    QApplication::setFont(QFont("Sans", points));
+    AlertDialog dialog;
+    dialog.setMessageText("Ada would like to view your screen");
+    dialog.setInformativeText(QString("You can say no. ").repeated(10));
+    dialog.addButton("Allow");
+    dialog.fitOnScreen();
+    const auto labels = dialog.findChildren<QLabel*>();
+    EXPECT_FALSE(labels.constFirst()->isHidden()) << points;
+    return !labels.at(1)->isHidden();
+  };
+  EXPECT_TRUE(explainsAt(10));
+  EXPECT_FALSE(explainsAt(90));
+}
+
 TEST_F(AlertDialogTest, HasTheFirstButtonForItsDefault) {
   dialog_.addButton("Allow & more");
   dialog_.addButton("Don't Allow");
@@ -78,6 +112,44 @@ TEST_F(AlertDialogTest, HasTheFirstButtonForItsDefault) {
   for (const auto* const button : buttons) {
     EXPECT_EQ(button->isDefault(), button->text() == "Allow && more");
   }
+}
+
+/// What is drawn in another way may be in another place: no press is taken for it any more.
+TEST_F(AlertDialogTest, TakesNoAnswerOnceItsLookHasChanged) {
+  struct Change {
+    const char* name;
+    std::function<void()> make;
+  };
+  const Change changes[] = {
+      {"font", [] { QApplication::setFont(QFont("Serif", 30)); }},
+      {"style", [] { QApplication::setStyle("Windows"); }},
+      {"colours", [] { QApplication::setPalette(QPalette(Qt::darkGray, Qt::black)); }},
+      {"direction", [] { QApplication::setLayoutDirection(Qt::RightToLeft); }},
+  };
+  for (const auto& change : changes) {
+    SCOPED_TRACE(change.name);
+    AlertDialog dialog;
+    dialog.addButton("Allow");
+    QTimer::singleShot(0, &dialog, [&] {
+      change.make();
+      // Qt tells of some changes at once, of others later.
+      for (const auto type : {QEvent::ApplicationFontChange, QEvent::ApplicationPaletteChange}) {
+        QCoreApplication::sendPostedEvents(nullptr, type);
+      }
+      dialog.findChildren<QPushButton*>().constFirst()->click();
+      dialog.reject();
+      EXPECT_TRUE(dialog.isVisible());
+    });
+    EXPECT_EQ(dialog.exec(), AlertDialog::outdated);
+  }
+}
+
+TEST_F(AlertDialogTest, KeepsTheAnswerThatEndsItWhileItIsOutdated) {
+  QTimer::singleShot(0, &dialog_, [this] {
+    QApplication::setLayoutDirection(Qt::RightToLeft);
+    dialog_.done(-1001);
+  });
+  EXPECT_EQ(dialog_.exec(), -1001);
 }
 
 }  // namespace

@@ -39,6 +39,16 @@ class ElidedParagraphTest : public ::testing::Test {
   QFont font_;
 };
 
+/// Lines to spare are no use to a word that is wider than any.
+TEST_F(ElidedParagraphTest, TakesNoLineThatIsTooWide) {
+  const QString word(20, 'W');
+  const QString text = word + " would like to view your screen until the session ends";
+  const int narrow = QFontMetrics(font_).horizontalAdvance(word) / 2;
+  const QString shown = elidedParagraph(text, font_, narrow, 20);
+  EXPECT_FALSE(shown.contains(word)) << shown.toStdString();
+  EXPECT_TRUE(shown.endsWith("until the session ends")) << shown.toStdString();
+}
+
 TEST_F(ElidedParagraphTest, LeavesWhatFitsAlone) {
   EXPECT_EQ(elided("Ada  Lovelace\nwould like"), "Ada Lovelace would like");
 }
