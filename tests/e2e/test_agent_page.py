@@ -114,6 +114,13 @@ class PageTest(PageCase):
         self.assertEqual(second_tab.end(), (4409, "Another page views this screen already. Close "
                                                   "that one first."))
 
+        # A page of another port of this address can set a cookie of the same name, for a longer path.
+        name, _, token = cookie.partition("=")
+        self.assertEqual(len(token), 43)
+        crowded = self.knock(cookie=f"{name}={'B' * 43}; {cookie}")
+        crowded.say(key=self.address.key)
+        self.assertEqual(crowded.end()[0], 4409)
+
         # A reload: the seat is free when the agent has heard of the end.
         viewer.send(CLOSE, struct.pack(">H", 1001))
         while b"the viewer has gone" not in self.agent.notes.next():

@@ -36,6 +36,24 @@ class PageLimitsTest(PageCase):
             self.assertEqual(program.receive_frame(), (2, payload[1:]))
         thread.join(DEADLINE)
 
+    def test_a_viewer_that_leaves_a_stuck_program_leaves_its_seat(self):
+        self.program()
+        cookie = self.address.cookie()
+        viewer = self.viewer(cookie)
+        self.assertEqual(viewer.next(), {"program": "connected"})
+        viewer.socket.settimeout(1)
+        with self.assertRaises(TimeoutError):
+            while True:
+                viewer.send(BINARY, b'\2{"t":"u","s":"' + b"x" * 50_000 + b'"}')
+        viewer.close()
+
+        # The one that comes back is let in, within the time that a reload may take.
+        limit = time.monotonic() + DEADLINE
+        while isinstance(first := self.viewer(cookie).next(), tuple):
+            self.assertLess(time.monotonic(), limit, first)
+            time.sleep(0.1)  # between two tries
+        self.assertEqual(first, {"program": "connected"})
+
     def test_a_page_that_stops_holds_nothing_up(self):
         stop = float(os.environ.get("VESK_PAGE_STOPS", 2))
         program, viewer = self.watching()

@@ -160,6 +160,18 @@ describe('the viewer’s hands', () => {
     await page.until("document.activeElement.id === 'stop'");
   });
 
+  test('point at nothing before there is a picture', async () => {
+    await open();
+    await page.click('#start');
+    agent.control({ op: 'started', width: 640, height: 360, accessibility: true });
+    await brief('Watching');
+    await page.mouse('mouseMoved', 400, 300);
+    await page.mouse('mouseMoved', 420, 300);
+    await page.click('#keyframe');
+    await agent.until(() => agent.ops().some(({ op }) => op === 'keyframe'));
+    assert.deepEqual(agent.inputs(), []);
+  });
+
   test('do nothing where input is not allowed', async () => {
     await watch();
     await page.click('#input');

@@ -38,6 +38,20 @@ describe('the picture', () => {
     await brief('Watching');
   });
 
+  test('that comes back after faults without end has its words back', async () => {
+    await watch();
+    const broken = Buffer.from(units[0]);
+    broken[5] = 0xff;  // a profile that nobody has
+    for (let i = 1; i <= 5; ++i) {
+      agent.video(broken);
+      await page.until(`Number(document.querySelector('#figure-dropped').textContent) >= ${i}`);
+    }
+    await brief('No picture');
+    agent.video(units[0]);
+    await page.until("!document.querySelector('#canvas').hidden");
+    await brief('Watching');
+  });
+
   test('goes with the session', async () => {
     await watch();
     await page.click('#stop');
@@ -151,6 +165,15 @@ describe('each state', () => {
       await shot(name);
     });
   }
+
+  test('has room for a word of any length', async () => {
+    await open();
+    agent.control({ op: 'fault', message: '/a/path/without/end'.repeat(50) });
+    await brief('Stopped by a fault');
+    const [button, card] = await page.evaluate(`['#card-action', '#card'].map((name) =>
+      document.querySelector(name).getBoundingClientRect().right)`);
+    assert.ok(button < card, `${button} beyond ${card}`);
+  });
 
   test('comes back by itself when the agent does', async () => {
     await open();

@@ -100,6 +100,19 @@ describe('the mask', () => {
     assert.deepEqual(told(), ['up 164 m0', 'down 65 m0']);
   });
 
+  test('of a modifier that was pressed elsewhere goes with its release', () => {
+    keyboard.maskFor(keyEvent('', { held: ['Alt'] }));
+    up('AltLeft');
+    assert.equal(keyboard.mask, 0);
+    assert.ok(told().some((message) => message.endsWith('m0')), 'the host is told');
+  });
+
+  test('of a modifier that was pressed elsewhere goes with all else', () => {
+    keyboard.maskFor(keyEvent('', { held: ['Shift'] }));
+    keyboard.releaseAll();
+    assert.ok(told().some((message) => message.endsWith('m0')), 'the host is told');
+  });
+
   test('is told by the pointer too', () => {
     down('ControlLeft', { held: ['Control'] });
     assert.equal(keyboard.maskFor(keyEvent('', { held: ['Control', 'Shift'] })), 3);

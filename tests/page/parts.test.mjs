@@ -94,6 +94,10 @@ describe('a text', () => {
     assert.deepEqual(pieces(`a${'\u0301'.repeat(2047)}`).map((piece) => piece.length), [2048]);
   });
 
+  test('has no half of a character, which no message could hold', () => {
+    assert.ok(pieces('a\ud800b').every((piece) => piece.isWellFormed()));
+  });
+
   test('has no character that no message could hold', () => {
     assert.deepEqual(pieces(`a${'\u0301'.repeat(3000)}b`), ['b']);
   });

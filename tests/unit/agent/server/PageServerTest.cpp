@@ -168,6 +168,52 @@ TEST_F(PageServerTest, StopsTheSessionOfAViewerThatDoesNotComeBack) {
   EXPECT_EQ(nextFrame(), R"({"op":"stop"})");
 }
 
+TEST_F(PageServerTest, StopsNoSessionThatThePersonRefused) {
+  serve({.absence = 0ms});
+  server_->programConnected();
+  auto socket = knock();
+  socket.write(boost::asio::buffer(keyMessage()));
+  EXPECT_EQ(next(socket), R"({"program":"connected"})");
+  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+  socket.binary(true);
+  socket.write(boost::asio::buffer(std::string("\1{\"op\":\"start\"}")));
+  EXPECT_EQ(nextFrame(), R"({"op":"start"})");
+  const std::string denied = R"({"op":"denied"})";
+  const auto bytes = bytesOf(denied);
+  server_->programSent({1, Bytes(bytes.begin(), bytes.end())});
+  EXPECT_EQ(next(socket), "\1" + denied);
+  boost::system::error_code ignored;
+  socket.close(websocket::close_code::normal, ignored);
+
+  auto other = knock();
+  other.write(boost::asio::buffer(keyMessage()));
+  EXPECT_EQ(next(other), R"({"program":"connected"})");
+  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+}
+
+TEST_F(PageServerTest, TellsAnotherProgramNothingOfWhatTheLastOneHeard) {
+  serve({.absence = 0ms});
+  server_->programConnected();
+  auto socket = knock();
+  socket.write(boost::asio::buffer(keyMessage()));
+  EXPECT_EQ(next(socket), R"({"program":"connected"})");
+  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+  socket.binary(true);
+  socket.write(boost::asio::buffer(std::string("\2{\"t\":\"k\",\"c\":65,\"e\":\"down\"}")));
+  EXPECT_EQ(nextFrame(), R"({"t":"k","c":65,"e":"down"})");
+  server_->programGone();
+  server_->programConnected();
+  EXPECT_EQ(next(socket), R"({"program":"gone"})");
+  EXPECT_EQ(next(socket), R"({"program":"connected"})");
+  boost::system::error_code ignored;
+  socket.close(websocket::close_code::normal, ignored);
+
+  auto other = knock();
+  other.write(boost::asio::buffer(keyMessage()));
+  EXPECT_EQ(next(other), R"({"program":"connected"})");
+  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+}
+
 TEST_F(PageServerTest, StopsNobodyElsesSession) {
   serve({.absence = 0ms});
   server_->programConnected();
