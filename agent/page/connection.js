@@ -55,7 +55,7 @@ export class Connection {
 
   #take(data) {
     this.#retry = firstRetry;
-    if (typeof data === 'string') return this.#owner.text(JSON.parse(data));
+    if (typeof data === 'string') return this.#owner.text(JSON.parse(data) ?? {});
     const frame = decode(data);
     if (frame?.kind === controlKind) this.#owner.control(frame.message, frame.text);
     else if (frame) this.#owner.video(frame, data.byteLength);

@@ -14,11 +14,14 @@ const percents = { strip: '%', border: '%', thickness: ' points' };
  */
 export class Controls {
   #owner;
+  #storage;
   settings;
 
-  constructor(owner) {
+  /** storage: what the tab remembers. */
+  constructor(owner, storage) {
     this.#owner = owner;
-    this.settings = load(sessionStorage);
+    this.#storage = storage;
+    this.settings = load(storage);
     this.#showSettings();
     this.#listenToSettings();
     this.#listenToButtons();
@@ -44,6 +47,12 @@ export class Controls {
     element('send-text').disabled = !active;
   }
 
+  /** The viewer watches what another one began, and has allowed nothing. */
+  withdrawInput() {
+    element('input').checked = false;
+    this.#set('input', false);
+  }
+
   askForText() {
     element('text').value = '';
     element('text-dialog').returnValue = '';
@@ -52,7 +61,7 @@ export class Controls {
 
   #set(name, value) {
     this.settings[name] = value;
-    save(sessionStorage, this.settings);
+    save(this.#storage, this.settings);
     this.#owner.changed();
   }
 

@@ -16,6 +16,7 @@ export class Display {
 
   constructor() {
     new ResizeObserver(() => this.#place()).observe(this.#stage);
+    this.#watchPixelRatio();
   }
 
   set whole(whole) {
@@ -34,6 +35,10 @@ export class Display {
     this.#context.drawImage(frame, 0, 0);
     if (this.#canvas.hidden) this.#showPicture(true);
     return { width, height };
+  }
+
+  get hasPicture() {
+    return !this.#canvas.hidden;
   }
 
   clear() {
@@ -100,6 +105,14 @@ export class Display {
     this.#canvas.hidden = !shown;
     this.#stage.classList.toggle('watching', shown);
     element('card').hidden = shown;
+  }
+
+  /** Another monitor may have another one, without the page's size in its own units changing. */
+  #watchPixelRatio() {
+    matchMedia(`(resolution: ${window.devicePixelRatio}dppx)`).addEventListener('change', () => {
+      this.#place();
+      this.#watchPixelRatio();
+    }, { once: true });
   }
 
   #place() {

@@ -5,9 +5,12 @@ export const videoKind = 3;
 
 const durationBytes = 4;
 
+/** Half a character, which a name may hold, is in no message that the agent takes. */
+const whole = (name, value) => (typeof value === 'string' ? value.toWellFormed() : value);
+
 /** A message as a frame. */
 export function encode(kind, message) {
-  const text = new TextEncoder().encode(JSON.stringify(message));
+  const text = new TextEncoder().encode(JSON.stringify(message, whole));
   const frame = new Uint8Array(1 + text.length);
   frame[0] = kind;
   frame.set(text, 1);

@@ -3,6 +3,8 @@ import { alt, control, meta, modifierBit, shift, virtualKey } from './keys.js';
 // Two key presses of one stroke of AltGr are no further apart (milliseconds).
 const altGrGap = 15;
 const capsLock = 0x14;
+// By which the host is told that a modifier is up that nobody pressed here.
+const modifierKeys = ['ShiftLeft', 'ControlLeft', 'AltLeft', 'MetaLeft'];
 
 /**
  * What the viewer's keys say to the host: takes key events, sends input messages.
@@ -64,6 +66,8 @@ export class Keyboard {
       this.#takeOver(event, ~own);
       this.#tell(key, 'up');
       this.#align(event, 0, ~own);
+    } else {
+      this.#giveBack(modifierBit(event.code));
     }
     return key !== undefined || virtualKey(event.code, event.key) !== undefined;
   }
@@ -78,7 +82,7 @@ export class Keyboard {
   /** Lets go of all keys, the modifiers last. */
   releaseAll() {
     this.#callOff();
-    this.#adopted = 0;
+    this.#giveBack(~0);
     const order = [...this.#held].sort(([a], [b]) => modifierBit(a) - modifierBit(b));
     for (const [code, key] of order) {
       this.#held.delete(code);
@@ -156,6 +160,16 @@ export class Keyboard {
     }
     if (event.code === 'CapsLock' || !event.getModifierState) return;
     if (event.type !== 'keyup') this.#setCapsLock(event.getModifierState('CapsLock'));
+  }
+
+  /** Modifiers that were pressed elsewhere are up. */
+  #giveBack(which) {
+    for (const code of modifierKeys) {
+      const bit = modifierBit(code);
+      if (!(this.#adopted & which & bit)) continue;
+      this.#adopted &= ~bit;
+      this.#tell(virtualKey(code), 'up');
+    }
   }
 
   #takeOver(event, which) {

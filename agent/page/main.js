@@ -4,11 +4,12 @@ import { Display } from './display.js';
 import { Figures } from './figures.js';
 import { Hands, platformOf } from './hands.js';
 import * as session from './session.js';
-import { takeKey } from './settings.js';
+import { tabStorage, takeKey } from './settings.js';
 import { Video } from './video.js';
 import { decoderFails, handsWords, noDecoder, words } from './words.js';
 
 const figuresEvery = 500;
+const begunPlace = 'vesk-begun';  // that a session of this tab runs, which a reload goes on with
 const element = (id) => document.getElementById(id);
 
 /** Puts the parts together: what one of them tells goes to the others. */
@@ -16,6 +17,8 @@ class Page {
   #state = session.beginning;
   #trouble = Video.isPossible ? undefined : noDecoder;  // of the browser's
   #takesVideo = true;
+  #knowsSession = false;  // the one that runs is this page's, or was taken up by it
+  #storage = tabStorage(window);
   #display = new Display();
   #figures = new Figures();
   #video = new Video(this);
@@ -24,9 +27,9 @@ class Page {
   #hands;
 
   constructor() {
-    const key = takeKey(location, history, sessionStorage);
+    const key = takeKey(location, history, this.#storage);
     this.#connection = new Connection(`ws://${location.host}/viewer`, key, this);
-    this.#controls = new Controls(this);
+    this.#controls = new Controls(this, this.#storage);
     const platform = platformOf(navigator);
     this.#hands = new Hands({ stage: element('stage'), canvas: element('canvas'),
       field: element('field'), owner: this, platform });
@@ -64,8 +67,8 @@ class Page {
     if (text === '') return this.#request(message);
     this.#display.message('heard', text);
     if (message.op === 'started' || message.op === 'state') this.#takesVideo = true;
+    if (message.op === 'fault' || message.op === 'denied') this.#endSession();
     this.#become(session.told(this.#state, message));
-    if (message.op === 'fault' || message.op === 'denied') this.#endPicture();
   }
 
   video(frame, bytes) {
@@ -79,10 +82,12 @@ class Page {
 
   picture(frame, { streamTime }) {
     if (this.#takesVideo) {
+      const isFirst = !this.#display.hasPicture;
       const size = this.#display.draw(frame);
       this.#figures.drawn(performance.now(), streamTime, size);
-      if (this.#state.session === 'none') this.#takeUp();
+      this.#trouble = undefined;
       this.#become(session.watched(this.#state));
+      if (isFirst) this.#show();
     }
     frame.close();
   }
@@ -107,6 +112,8 @@ class Page {
     this.#trouble = Video.isPossible ? undefined : noDecoder;
     this.#endPicture();
     this.#takesVideo = false;  // the last of a session before may still be on its way
+    this.#knowsSession = true;
+    this.#storage.setItem(begunPlace, 'yes');
     this.#become(session.requested(this.#state));
     this.#request(this.#controls.startRequest);
   }
@@ -114,7 +121,7 @@ class Page {
   stop() {
     this.#hands.active = false;
     this.#request({ op: 'stop' });
-    this.#endPicture();
+    this.#endSession();
     this.#takesVideo = false;  // the last of it may still be on its way
     this.#become(session.stopped(this.#state));
   }
@@ -174,19 +181,30 @@ class Page {
   }
 
   #programIs(program) {
-    if (program === 'gone') this.#endPicture();
+    if (program === 'gone') this.#endSession();
     this.#become(session.programIs(this.#state, program));
   }
 
-  /** A session that ran before this page was there: what was held then is let go of. */
+  /**
+   * A session that this page has not asked for: what was held in it is let go of. Input is allowed as
+   * the viewer chose in this tab before a reload, and not where somebody else began the session.
+   */
   #takeUp() {
+    this.#knowsSession = true;
     this.#request({ op: 'input', allowed: false });
-    if (this.#controls.settings.input) this.#request({ op: 'input', allowed: true });
+    if (!this.#storage.getItem(begunPlace)) this.#controls.withdrawInput();
+    else if (this.#controls.settings.input) this.#request({ op: 'input', allowed: true });
   }
 
   #request(message) {
     this.#display.message('sent', JSON.stringify(message));
     this.#connection.control(message);
+  }
+
+  #endSession() {
+    this.#knowsSession = false;
+    this.#storage.removeItem(begunPlace);
+    this.#endPicture();
   }
 
   #endPicture() {
@@ -199,12 +217,14 @@ class Page {
   #become(state) {
     if (state === this.#state) return;
     this.#state = state;
+    if (state.session === 'running' && !this.#knowsSession) this.#takeUp();
     this.#show();
   }
 
   #show() {
     const allowed = this.#controls.settings.input;
-    const active = this.#state.session === 'running' && allowed && this.#state.mayControl;
+    const active = this.#state.session === 'running' && allowed && this.#state.mayControl &&
+      !this.#trouble && this.#display.hasPicture;
     const begins = active && !this.#hands.active;
     this.#hands.active = active;
     element('field').disabled = !active;

@@ -58,7 +58,7 @@ export function told(state, { op, ...members }) {
         mayControl: members.accessibility ?? state.mayControl };
     case 'denied':
     case 'fault':
-      return { ...state, session: op, message: String(members.message ?? ''), code: members.code };
+      return { ...state, session: op, message: typeof members.message === 'string' ? members.message : '', code: members.code };
     default:
       return state;
   }

@@ -10,6 +10,20 @@ export const defaults = Object.freeze({
   thickness: 8, whole: false,
 });
 
+/** What the tab remembers; where a browser allows none of it, for as long as the page is there. */
+export function tabStorage(window) {
+  try {
+    return window.sessionStorage;
+  } catch {
+    const items = new Map();
+    return {
+      getItem: (name) => items.get(name) ?? null,
+      setItem: (name, value) => items.set(name, value),
+      removeItem: (name) => items.delete(name),
+    };
+  }
+}
+
 export function load(storage) {
   try {
     const stored = JSON.parse(storage.getItem(place)) ?? {};

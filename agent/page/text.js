@@ -10,7 +10,7 @@ export function pieces(text) {
   const all = [];
   let piece = '';
   let characters = 0;
-  const segments = new Intl.Segmenter().segment(text.replace(/\r\n?/g, '\n'));
+  const segments = new Intl.Segmenter().segment(text.toWellFormed().replace(/\r\n?/g, '\n'));
   for (const { segment } of segments) {
     if (segment.length > mostUnits) continue;
     if (characters === mostCharacters || piece.length + segment.length > mostUnits) {

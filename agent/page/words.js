@@ -5,8 +5,8 @@ const refusals = {
   4400: ['Something unexpected was sent',
     'The agent could not understand this page and has hung up. Load the page again.'],
   4401: ['This address no longer opens the session',
-    'Its key is wrong, or another browser has used it. Take the address that vesk-agent has printed ' +
-    'last.'],
+    'Its key is wrong, another browser has used it, or this one keeps no cookies. Take the address that ' +
+    'vesk-agent has printed last.'],
   4409: ['Somebody is watching already',
     'One viewer at a time. Close the other window, then try again here.'],
 };

@@ -2,7 +2,7 @@ import assert from 'node:assert/strict';
 import { describe } from 'node:test';
 import { keys } from '../../agent/page/keys.js';
 import {
-  address, agent, browser, ctrlAltShift, kept, open, page, test, watch,
+  address, agent, brief, browser, ctrlAltShift, kept, open, page, test, watch,
 } from './pageInBrowser.mjs';
 
 describe('the viewer’s hands', () => {

@@ -122,12 +122,33 @@ describe('the bar', () => {
   test('keeps the key out of the address, and goes on after a reload', async () => {
     await open();
     assert.equal(await page.evaluate('location.href'), address);
+    await watch();
+    const before = agent.ops().length;
     await page.reload();
     await brief('Ready');
+    agent.control({ op: 'started', ...size, accessibility: true });
+    agent.video(units[0]);
+    await page.until("!document.querySelector('#field').disabled");
+    assert.deepEqual(agent.ops().slice(before),
+      [{ op: 'input', allowed: false }, { op: 'input', allowed: true }]);
+  });
+
+  test('allows nothing in a session that it has not begun', async () => {
+    await open();
     agent.video(units[0]);
     await brief('Watching');
+    await agent.until(() => agent.ops().length >= 1);
+    assert.deepEqual(agent.ops(), [{ op: 'input', allowed: false }]);
+    assert.equal(await page.evaluate("document.querySelector('#input').checked"), false);
+    await page.click('#input');
     await agent.until(() => agent.ops().length >= 2);
-    assert.deepEqual(agent.ops(), [{ op: 'input', allowed: false }, { op: 'input', allowed: true }]);
+    assert.deepEqual(agent.ops()[1], { op: 'input', allowed: true });
+  });
+
+  test('works where the browser remembers nothing', async () => {
+    await page.ask('Page.addScriptToEvaluateOnNewDocument', { source:
+      "Object.defineProperty(window, 'sessionStorage', { get() { throw new Error('no'); } })" });
+    await watch();
   });
 });
 
