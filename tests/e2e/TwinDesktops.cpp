@@ -12,6 +12,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "platform/linux/x11/beneath/shownWindow.h"
 #include "platform/linux/x11/overlay/OverlayShapes.h"
 #include "platform/linux/x11/server/Properties.h"
 #include "platform/linux/x11/server/Randr.h"
@@ -299,6 +300,10 @@ void TwinDesktops::moveOwn(xcb_window_t window, int x, int y) {
 }
 
 void TwinDesktops::closeOwn(xcb_window_t window) {
+  using x11::beneath::OwnWindows;
+  if (const auto shown = x11::beneath::shownWindow(captured_.connection(), window)) {
+    ownWindows_.leave(*shown, OwnWindows::Time::clock::now());
+  }
   xcb_destroy_window(captured_.connection(), window);
   xcb_flush(captured_.connection());
   ownWindows_.remove(window);

@@ -105,6 +105,11 @@ void AlertDialog::addButton(const QString& title) {
   buttons_.push_back(button);
 }
 
+void AlertDialog::done(int result) {
+  if (onClosing) onClosing();
+  QDialog::done(result);
+}
+
 void AlertDialog::layOut() {
   auto* const icon = new QLabel(this);
   icon->setPixmap(windowIcon().pixmap(QSize(iconSize, iconSize), devicePixelRatio()));

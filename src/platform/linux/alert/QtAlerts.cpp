@@ -8,6 +8,7 @@
 #include "platform/linux/alert/AlertColours.h"
 #include "platform/linux/alert/AlertDialog.h"
 #include "platform/linux/alert/DesktopLook.h"
+#include "platform/linux/x11/beneath/shownWindow.h"
 #include "platform/linux/x11/overlay/AlertInput.h"
 #include "platform/linux/x11/overlay/AlertWindow.h"
 
@@ -59,6 +60,7 @@ class QtAlerts::QtAlert final : public Alert {
     if (isDark(dialog_.palette())) x11::overlay::wishDarkFrame(window_);
     dialog_.onExposed = [this] { comeToTheFront(); };
     dialog_.onMissing = [this] { x11::overlay::mapAgain(window_); };
+    dialog_.onClosing = [this] { noteLeaving(); };
     const x11::overlay::AlertInput input(dialog_);
     alerts_.modal_.push_back(&dialog_);
     const int result = dialog_.exec();
@@ -73,6 +75,16 @@ class QtAlerts::QtAlert final : public Alert {
   void comeToTheFront() {
     dialog_.onExposed = nullptr;
     if (alerts_.active_) x11::overlay::bringToTheFront(window_);
+  }
+
+  /// The viewer looks as soon as the person has allowed it, and a compositor may show the window
+  /// yet.
+  void noteLeaving() {
+    auto* const connection = x11::overlay::qtConnection();
+    if (connection == nullptr) return;
+    if (const auto shown = x11::beneath::shownWindow(connection, window_)) {
+      alerts_.ownWindows_.leave(*shown, x11::beneath::OwnWindows::Time::clock::now());
+    }
   }
 
   QtAlerts& alerts_;

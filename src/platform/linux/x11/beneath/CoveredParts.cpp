@@ -10,9 +10,6 @@ namespace {
 /// How far the shadow of a framed window reaches that a compositor draws.
 constexpr std::int32_t shadowReach = 40;
 
-/// Longer than a compositor takes to let a window fade away.
-constexpr std::chrono::milliseconds longestFading{500};
-
 std::int64_t pixelsOf(const PixelRect& rect) { return std::int64_t{rect.width} * rect.height; }
 
 }  // namespace
@@ -22,6 +19,9 @@ std::vector<PixelRect> CoveredParts::update(const std::vector<StackedWindow>& wi
   composited_ = composited;
   own_.clear();
   std::ranges::copy_if(windows, std::back_inserter(own_), &StackedWindow::own);
+  for (const auto& each : std::exchange(leftBefore_, {})) {
+    if (composited_) leave(partOf(each.window), each.at);
+  }
   std::erase_if(left_, [&](const Left& left) { return left.until <= now; });
   const auto before = std::exchange(covered_, {});
   for (const auto& window : own_) covered_.push_back(partOf(window));
@@ -57,13 +57,14 @@ PixelRect CoveredParts::partOf(const StackedWindow& window) const {
 }
 
 /// A window that moves leaves one growing trace, not many; the edges of a border stay apart.
-void CoveredParts::leave(const PixelRect& part, Time now) {
-  Left trace{part, now + longestFading};
+void CoveredParts::leave(const PixelRect& part, Time at) {
+  if (part.isEmpty()) return;
+  Left trace{part, at + longestFading};
   std::erase_if(left_, [&](const Left& left) {
     const auto both = around(left.part, trace.part);
     const bool goesOn = !intersection(left.part, trace.part).isEmpty() &&
                         pixelsOf(both) <= 2 * (pixelsOf(left.part) + pixelsOf(trace.part));
-    if (goesOn) trace.part = both;
+    if (goesOn) trace = {both, std::max(left.until, trace.until)};
     return goesOn;
   });
   left_.push_back(trace);

@@ -3,8 +3,10 @@
 #include <xcb/xcb.h>
 
 #include <chrono>
+#include <utility>
 #include <vector>
 
+#include "platform/linux/x11/beneath/OwnWindows.h"
 #include "platform/linux/x11/beneath/StackedWindow.h"
 #include "platform/linux/x11/server/rectangles.h"
 
@@ -18,7 +20,9 @@ class CoveredParts {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  explicit CoveredParts(const PixelRect& area) : area_(area) {}
+  /// `left` are those that have just left the screen when nobody took in anything yet.
+  explicit CoveredParts(const PixelRect& area, std::vector<OwnWindows::Left> left = {})
+      : area_(area), leftBefore_(std::move(left)) {}
 
   /// Takes in the windows as they have been read, and whether a compositor shows them. The parts
   /// from now on, each pixel once.
@@ -42,9 +46,10 @@ class CoveredParts {
   };
 
   PixelRect partOf(const StackedWindow& window) const;
-  void leave(const PixelRect& part, Time now);
+  void leave(const PixelRect& part, Time at);
 
   PixelRect area_;
+  std::vector<OwnWindows::Left> leftBefore_;
   bool composited_ = false;
   std::vector<StackedWindow> own_;
   std::vector<PixelRect> covered_;  ///< by them now

@@ -12,7 +12,7 @@ Underneath::Underneath(const server::Connection& connection, const OwnWindows& o
     : connection_(connection),
       area_(area),
       stack_(connection, ownWindows),
-      covered_(area),
+      covered_(area, ownWindows.justLeft(OwnWindows::Time::clock::now())),
       backdrop_(connection, area),
       formats_(pictureFormats(connection)),
       beneath_(connection, formats_),

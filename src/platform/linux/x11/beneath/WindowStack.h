@@ -56,8 +56,7 @@ class WindowStack {
   bool tellsOfManager(const xcb_generic_event_t& event) const;
   std::optional<xcb_window_t> changedWindow(const xcb_generic_event_t& event) const;
   std::vector<xcb_window_t> childrenOfRoot() const;
-  std::vector<xcb_window_t> framesOf(const std::vector<xcb_window_t>& windows,
-                                     const std::vector<xcb_window_t>& children) const;
+  std::vector<StackedWindow> ownAmong(const std::vector<xcb_window_t>& children) const;
 
   const server::Connection& connection_;
   const OwnWindows& ownWindows_;
