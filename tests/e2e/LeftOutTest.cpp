@@ -211,6 +211,21 @@ TEST_P(LeftOutTest, KeepsNoTraceOfAWindowThatMovedJustBefore) {
   }
 }
 
+TEST_P(LeftOutTest, KeepsNoTraceOfAWindowThatClosedJustBefore) {
+  twins.capture();
+  for (int i = 0; i < 2 && !HasFailure(); ++i) {
+    const int window = twins.open({210, 2, 300, 300}, {.colour = 0x40c040});
+    expectTheSame("before " + std::to_string(i));
+    twins.isQuiet(300);
+    twins.close(window);
+    twins.isQuiet(0);
+    const auto strip = twins.openOwn({200, 0, 400, 26});
+    expectTheSame("beneath " + std::to_string(i));
+    twins.closeOwn(strip);
+    expectTheSame("after " + std::to_string(i));
+  }
+}
+
 /// The person has just allowed the viewer to look.
 TEST_P(LeftOutTest, LeavesOutAnAlertThatClosedJustBefore) {
   const auto alert = twins.openOwn({250, 200, 300, 150}, true);

@@ -1,5 +1,6 @@
 #include "platform/linux/x11/beneath/Backdrop.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/linux/x11/beneath/bareColour.h"
@@ -13,6 +14,11 @@ RootBackground::Painter painterOf(const WindowStack& stack) {
                               : RootBackground::Painter::server;
 }
 
+std::vector<PixelRect> outside(std::vector<PixelRect> rects, const std::vector<PixelRect>& cuts) {
+  for (const auto& cut : cuts) rects = without(rects, cut);
+  return rects;
+}
+
 }  // namespace
 
 bool Backdrop::handle(const xcb_generic_event_t& event) {
@@ -21,13 +27,24 @@ bool Backdrop::handle(const xcb_generic_event_t& event) {
   return true;
 }
 
-void Backdrop::follow(const WindowStack& stack) {
+void Backdrop::follow(const WindowStack& stack, Traces::Time now) {
   windowsBefore_ = std::exchange(windows_, stack.windows());
   painter_ = painterOf(stack);
   // Who draws the windows draws the background too.
   const bool redrawn = std::exchange(composited_, stack.isComposited()) != stack.isComposited();
   const bool shown = painter_ != RootBackground::Painter::itsOwn;
   replaced_ = (replaced_ && shown) || redrawn;
+  if (composited_) noteTraces(now);
+}
+
+/// A compositor may still show a window where it stands no more.
+void Backdrop::noteTraces(Traces::Time now) {
+  for (const auto& before : windowsBefore_) {
+    const bool stays = std::ranges::any_of(windows_, [&](const StackedWindow& window) {
+      return window.id == before.id && window.shown == before.shown;
+    });
+    if (!before.own && !stays) traces_.leave(intersection(before.shown, area_), now);
+  }
 }
 
 void Backdrop::paint(const Patches& patches, const Patches& before, const Seen& seen) {
@@ -44,12 +61,12 @@ void Backdrop::paint(const Patches& patches, const Patches& before, const Seen& 
   replaced_ = false;
 }
 
-/// Of the monitor, where neither windows lie nor what own ones may still be shown in.
+/// Of the monitor, where neither windows lie nor any may still be shown.
 std::vector<PixelRect> Backdrop::bareParts(const Patches& patches) const {
   std::vector<PixelRect> bare{area_};
   for (const auto& window : windows_) bare = without(bare, window.frame);
   for (const auto& patch : patches) bare = without(bare, patch->area());
-  return bare;
+  return outside(bare, traces_.parts());
 }
 
 /// What stands for a background that nobody has seen. While own windows may be shown anywhere, the
@@ -63,7 +80,7 @@ std::uint32_t Backdrop::colourFor(const PixelRect& part, const std::vector<Pixel
 
 /// The pieces of a part where the picture shows no window.
 std::vector<PixelRect> Backdrop::inSight(const PixelRect& part, const Seen& seen) const {
-  auto pieces = without({part}, seen.unsure);
+  auto pieces = outside(without({part}, seen.unsure), traces_.parts());
   for (const auto& window : windowsBefore_) {
     if (!window.own) pieces = without(pieces, window.shown);
   }

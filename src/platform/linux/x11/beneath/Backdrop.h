@@ -4,6 +4,7 @@
 
 #include "platform/linux/x11/beneath/Patches.h"
 #include "platform/linux/x11/beneath/RootBackground.h"
+#include "platform/linux/x11/beneath/Traces.h"
 #include "platform/linux/x11/beneath/WindowStack.h"
 
 namespace vesk::x11::beneath {
@@ -33,13 +34,21 @@ class Backdrop {
   bool isReplaced() const { return replaced_; }
 
   /// Takes in the windows as they have been read, once each time.
-  void follow(const WindowStack& stack);
+  void follow(const WindowStack& stack, Traces::Time now);
+
+  /// Takes in that the picture shows the screen as it was then.
+  void confirm(Traces::Time when) { traces_.forgetUntil(when); }
+
+  /// When a picture may next show more of it, though nothing is drawn; in the far future where all
+  /// windows have stood still for long enough.
+  Traces::Time overdueAt() const { return traces_.overdueAt(); }
 
   /// Paints it beneath patches, which take the place of those `before`. Where no window has hidden
   /// the root window, what was seen shows best what is there. Waits for the server.
   void paint(const Patches& patches, const Patches& before, const Seen& seen);
 
  private:
+  void noteTraces(Traces::Time now);
   std::vector<PixelRect> bareParts(const Patches& patches) const;
   std::uint32_t colourFor(const PixelRect& part, const std::vector<PixelRect>& bare,
                           const Seen& seen) const;
@@ -53,6 +62,7 @@ class Backdrop {
   bool replaced_ = false;
   std::vector<StackedWindow> windows_;
   std::vector<StackedWindow> windowsBefore_;  ///< when the picture was taken
+  Traces traces_;                             ///< of other windows, that it may show
 };
 
 }  // namespace vesk::x11::beneath

@@ -1,5 +1,7 @@
 #include "platform/linux/x11/beneath/OwnWindows.h"
 
+#include "platform/linux/x11/beneath/Traces.h"
+
 namespace vesk::x11::beneath {
 
 void OwnWindows::add(xcb_window_t window) {

@@ -10,9 +10,6 @@
 
 namespace vesk::x11::beneath {
 
-/// Longer than a compositor takes to let a window fade away.
-constexpr std::chrono::milliseconds longestFading{500};
-
 /// The windows that this program has put on the screen, so that the picture can be taken without
 /// them, and for a moment those that have left it: a compositor may still show them to whoever
 /// begins to look only then. Thread: any.

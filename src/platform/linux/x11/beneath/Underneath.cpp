@@ -48,9 +48,9 @@ bool Underneath::isOverdue() const { return covered_.isOverdue(CoveredParts::Tim
 std::vector<PixelRect> Underneath::readStack(const Seen& seen) {
   disturbance_ = Disturbance::none;
   stack_.read();
-  backdrop_.follow(stack_);
-  const auto parts =
-      covered_.update(stack_.windows(), stack_.isComposited(), CoveredParts::Time::clock::now());
+  const auto now = Traces::Time::clock::now();
+  backdrop_.follow(stack_, now);
+  const auto parts = covered_.update(stack_.windows(), stack_.isComposited(), now);
   std::vector<PixelRect> changed;
   if (parts != parts_ || backdrop_.isReplaced()) changed = rebuild(parts, seen);
   const bool chosenAnew = beneath_.choose(stack_, parts_);

@@ -2,6 +2,7 @@
 
 #include <xcb/xfixes.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "platform/linux/x11/beneath/FramesBeneath.h"
 #include "platform/linux/x11/beneath/Patches.h"
 #include "platform/linux/x11/beneath/PictureFormats.h"
+#include "platform/linux/x11/beneath/Traces.h"
 #include "platform/linux/x11/beneath/WindowStack.h"
 #include "platform/linux/x11/beneath/WindowsBeneath.h"
 
@@ -49,8 +51,12 @@ class Underneath {
   /// Whether what own windows have left is to be looked at. Nothing else tells of that moment.
   bool isOverdue() const;
 
-  /// When that will be so next; in the far future where nothing is left.
-  CoveredParts::Time overdueAt() const { return covered_.overdueAt(); }
+  /// Takes in that the picture shows the screen as it was then.
+  void confirm(Traces::Time when) { backdrop_.confirm(when); }
+
+  /// When that will be so next, or a picture in which nothing has changed is worth to be confirmed;
+  /// in the far future where nothing is left.
+  Traces::Time overdueAt() const { return std::min(covered_.overdueAt(), backdrop_.overdueAt()); }
 
   /// Whether something was drawn in the windows beneath the own ones.
   bool isDamaged() const { return damage_.isWaiting(); }

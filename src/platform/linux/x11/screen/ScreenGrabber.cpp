@@ -82,6 +82,7 @@ ScreenGrabber::Time ScreenGrabber::nextLook() const {
 }
 
 void ScreenGrabber::pollEvents() {
+  const auto now = Time::clock::now();
   while (auto* raw = xcb_poll_for_event(connection_.get())) {
     const server::ReplyPtr<xcb_generic_event_t> event(raw);
     if (damage_->handle(*event)) news_.drawn = true;
@@ -89,7 +90,9 @@ void ScreenGrabber::pollEvents() {
     if (pointer_) pointer_->handle(*event);
     if (underneath_ != nullptr && underneath_->handle(*event)) news_.drawn = true;
   }
-  if (underneath_ != nullptr && underneath_->isOverdue()) news_.drawn = true;
+  if (underneath_ == nullptr) return;
+  if (!mayHaveChanged()) underneath_->confirm(now);
+  if (underneath_->isOverdue()) news_.drawn = true;
 }
 
 std::optional<std::vector<PixelRect>> ScreenGrabber::grab() {
@@ -112,11 +115,13 @@ std::optional<std::vector<PixelRect>> ScreenGrabber::grab() {
 /// nothing when they cannot be had.
 std::optional<beneath::Disturbance> ScreenGrabber::update() {
   for (int attempts = 0; attempts < mostAttempts; ++attempts) {
+    const auto now = Time::clock::now();
     if (!takePicture()) return std::nullopt;
     // The answers have brought along what has happened until then.
     pollEvents();
     if (underneath_ == nullptr || !underneath_->isStale()) {
       pixels_->confirm();
+      if (underneath_ != nullptr) underneath_->confirm(now);
       return beneath::Disturbance::none;
     }
   }
