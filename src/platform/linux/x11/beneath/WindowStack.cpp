@@ -53,6 +53,7 @@ std::optional<xcb_window_t> WindowStack::handle(const xcb_generic_event_t& event
   if (!window || *window == connection_.root() || isOurs(*window)) return std::nullopt;
   stale_ = true;
   replaced_.insert(*window);
+  if ((event.response_type & 0x7f) == XCB_DESTROY_NOTIFY) destroyed_.insert(*window);
   return window;
 }
 
@@ -144,7 +145,9 @@ std::vector<xcb_window_t> WindowStack::childrenOfRoot() const {
 /// frame outlives the alert by a moment, and any own window its place in the registry.
 std::vector<StackedWindow> WindowStack::ownAmong(const std::vector<xcb_window_t>& children) const {
   std::vector<StackedWindow> own;
-  std::ranges::copy_if(windows_, std::back_inserter(own), &StackedWindow::own);
+  std::ranges::copy_if(windows_, std::back_inserter(own), [&](const StackedWindow& window) {
+    return window.own && !destroyed_.contains(window.id);
+  });
   for (const auto& left : ownWindows_.justLeft(OwnWindows::Time::clock::now())) {
     own.push_back(left.window);
   }

@@ -1,6 +1,8 @@
 #include "platform/linux/x11/beneath/WindowStack.h"
 
 #include <algorithm>
+#include <cstring>
+#include <set>
 
 #include "platform/linux/x11/beneath/shownWindow.h"
 #include "support/StackFixture.h"
@@ -48,6 +50,21 @@ TEST_F(WindowStackTest, KnowsAFrameWhoseWindowHasJustLeft) {
   ASSERT_NE(frame, late.windows().end());
   EXPECT_TRUE(frame->own);
   EXPECT_TRUE(frame->framed);
+}
+
+TEST_F(WindowStackTest, TakesNoOtherWindowOfItsNumberForAnOwnOne) {
+  own.remove(strip.id());
+  ASSERT_TRUE(windowOf(strip).own);
+  xcb_destroy_notify_event_t notice{};
+  notice.response_type = XCB_DESTROY_NOTIFY;
+  notice.window = strip.id();
+  xcb_generic_event_t event{};
+  std::memcpy(&event, &notice, sizeof notice);
+  stack.handle(event);
+  stack.read();
+  EXPECT_FALSE(windowOf(strip).own);
+  EXPECT_EQ(stack.takeDestroyed(), std::set{strip.id()});
+  EXPECT_TRUE(stack.takeDestroyed().empty());
 }
 
 TEST_F(WindowStackTest, IsToldHowTheScreenShowsAWindow) {
