@@ -48,34 +48,55 @@ void Backdrop::noteTraces(Traces::Time now) {
 }
 
 void Backdrop::paint(const Patches& patches, const Patches& before, const Seen& seen) {
-  const auto bare = bareParts(patches);
+  covered_.clear();
+  for (const auto& patch : patches) covered_.push_back(patch->area());
+  const auto bare = bareParts();
+  std::vector<PixelRect> unknown;
   for (const auto& patch : patches) {
-    background_.paint(patch->background(), patch->area(), painter_,
-                      colourFor(patch->area(), bare, seen));
-    if (replaced_) continue;
-    for (const auto& other : before) patch->inheritBackground(*other);
-    for (const auto& piece : inSight(patch->area(), seen)) {
-      patch->rememberBackground(piece, seen.picture, area_);
-    }
+    const auto colour = colourFor(patch->area(), bare, seen);
+    const bool known =
+        background_.paint(patch->background(), patch->area(), painter_, colour.value_or(0));
+    const auto left = replaced_ ? std::vector{patch->area()} : keep(*patch, before, seen);
+    if (!known && !colour) unknown.insert(unknown.end(), left.begin(), left.end());
   }
+  unknown_ = std::move(unknown);
   replaced_ = false;
 }
 
+/// Paints what was beneath a patch, and what was in sight there. What is left, neither was.
+std::vector<PixelRect> Backdrop::keep(Patch& patch, const Patches& before, const Seen& seen) const {
+  std::vector<PixelRect> left{patch.area()};
+  for (const auto& other : before) {
+    const auto common = intersection(patch.area(), other->area());
+    for (const auto& piece : outside({common}, unknown_)) {
+      patch.inheritBackground(piece, *other);
+      left = without(left, piece);
+    }
+  }
+  for (const auto& piece : outside(inSight(patch.area(), seen), unknown_)) {
+    patch.rememberBackground(piece, seen.picture, area_);
+    left = without(left, piece);
+  }
+  return left;
+}
+
 /// Of the monitor, where neither windows lie nor any may still be shown.
-std::vector<PixelRect> Backdrop::bareParts(const Patches& patches) const {
+std::vector<PixelRect> Backdrop::bareParts() const {
   std::vector<PixelRect> bare{area_};
   for (const auto& window : windows_) bare = without(bare, window.frame);
-  for (const auto& patch : patches) bare = without(bare, patch->area());
-  return outside(bare, traces_.parts());
+  return outside(outside(bare, covered_), traces_.parts());
 }
 
 /// What stands for a background that nobody has seen. While own windows may be shown anywhere, the
-/// picture knows it, which is without them.
-std::uint32_t Backdrop::colourFor(const PixelRect& part, const std::vector<PixelRect>& bare,
-                                  const Seen& seen) const {
+/// picture knows it, which is without them. Nothing where no background at all is in sight.
+std::optional<std::uint32_t> Backdrop::colourFor(const PixelRect& part,
+                                                 const std::vector<PixelRect>& bare,
+                                                 const Seen& seen) const {
   if (!composited_) return 0;
   if (!bare.empty()) return bareColour(connection_, part, bare);
-  return bareColour(seen.picture, area_, part, inSight(area_, seen));
+  const auto pieces = outside(inSight(area_, seen), unknown_);
+  if (pieces.empty()) return std::nullopt;
+  return bareColour(seen.picture, area_, part, pieces);
 }
 
 /// The pieces of a part where the picture shows no window.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "platform/linux/x11/beneath/Patches.h"
@@ -43,15 +45,19 @@ class Backdrop {
   /// windows have stood still for long enough.
   Traces::Time overdueAt() const { return traces_.overdueAt(); }
 
+  /// Whether nothing was known of it beneath some patch, and there is something to go by now.
+  bool isInSightAtLast() const { return !unknown_.empty() && !bareParts().empty(); }
+
   /// Paints it beneath patches, which take the place of those `before`. Where no window has hidden
   /// the root window, what was seen shows best what is there. Waits for the server.
   void paint(const Patches& patches, const Patches& before, const Seen& seen);
 
  private:
   void noteTraces(Traces::Time now);
-  std::vector<PixelRect> bareParts(const Patches& patches) const;
-  std::uint32_t colourFor(const PixelRect& part, const std::vector<PixelRect>& bare,
-                          const Seen& seen) const;
+  std::vector<PixelRect> keep(Patch& patch, const Patches& before, const Seen& seen) const;
+  std::vector<PixelRect> bareParts() const;
+  std::optional<std::uint32_t> colourFor(const PixelRect& part, const std::vector<PixelRect>& bare,
+                                         const Seen& seen) const;
   std::vector<PixelRect> inSight(const PixelRect& part, const Seen& seen) const;
 
   RootBackground background_;
@@ -62,6 +68,8 @@ class Backdrop {
   bool replaced_ = false;
   std::vector<StackedWindow> windows_;
   std::vector<StackedWindow> windowsBefore_;  ///< when the picture was taken
+  std::vector<PixelRect> covered_;            ///< by the patches
+  std::vector<PixelRect> unknown_;            ///< beneath them, of no colour that was in sight
   Traces traces_;                             ///< of other windows, that it may show
 };
 

@@ -43,7 +43,9 @@ void Underneath::noteDisturbance(Disturbance disturbance) {
   disturbance_ = std::max(disturbance_, disturbance);
 }
 
-bool Underneath::isOverdue() const { return covered_.isOverdue(CoveredParts::Time::clock::now()); }
+bool Underneath::isOverdue() const {
+  return covered_.isOverdue(Traces::Time::clock::now()) || backdrop_.isInSightAtLast();
+}
 
 std::vector<PixelRect> Underneath::readStack(const Seen& seen) {
   disturbance_ = Disturbance::none;
@@ -52,7 +54,8 @@ std::vector<PixelRect> Underneath::readStack(const Seen& seen) {
   backdrop_.follow(stack_, now);
   const auto parts = covered_.update(stack_.windows(), stack_.isComposited(), now);
   std::vector<PixelRect> changed;
-  if (parts != parts_ || backdrop_.isReplaced()) changed = rebuild(parts, seen);
+  if (parts != parts_ || backdrop_.isReplaced() || backdrop_.isInSightAtLast())
+    changed = rebuild(parts, seen);
   const bool chosenAnew = beneath_.choose(stack_, parts_);
   if (frames_.look(stack_.windows(), parts_) || chosenAnew) {
     patches_->markStale();

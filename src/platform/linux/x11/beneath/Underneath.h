@@ -48,7 +48,8 @@ class Underneath {
   /// read.
   bool isStale() const { return stack_.isStale() || backdrop_.isReplaced() || isOverdue(); }
 
-  /// Whether what own windows have left is to be looked at. Nothing else tells of that moment.
+  /// Whether what own windows have left is to be looked at, or a background is in sight of which
+  /// nothing was known. Nothing else tells of that moment.
   bool isOverdue() const;
 
   /// Takes in that the picture shows the screen as it was then.
