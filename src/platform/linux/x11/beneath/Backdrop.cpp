@@ -29,6 +29,7 @@ bool Backdrop::handle(const xcb_generic_event_t& event) {
 
 void Backdrop::follow(const WindowStack& stack, Traces::Time now) {
   windowsBefore_ = std::exchange(windows_, stack.windows());
+  windowsAreNew_ = true;
   painter_ = painterOf(stack);
   // Who draws the windows draws the background too.
   const bool redrawn = std::exchange(composited_, stack.isComposited()) != stack.isComposited();
@@ -45,6 +46,18 @@ void Backdrop::noteTraces(Traces::Time now) {
     });
     if (!before.own && !stays) traces_.leave(intersection(before.shown, area_), now);
   }
+}
+
+/// A compositor shows the root window's background as it likes. Where a window has gone, the
+/// picture knows nothing of what was there before.
+void Backdrop::noteDrawn(const std::vector<PixelRect>& drawn, const Seen& seen) {
+  if (drawn.empty() || std::exchange(windowsAreNew_, false)) return;
+  if (painter_ != RootBackground::Painter::server || covered_.empty()) return;
+  cleared_.note(without(bareParts(), seen.unsure), drawn, seen.picture.data());
+}
+
+void Backdrop::look(const server::SharedPixels& picture) {
+  replaced_ = cleared_.isSeenIn(picture.data()) || replaced_;
 }
 
 void Backdrop::paint(const Patches& patches, const Patches& before, const Seen& seen) {

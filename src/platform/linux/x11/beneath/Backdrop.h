@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/linux/x11/beneath/ClearedRoot.h"
 #include "platform/linux/x11/beneath/Patches.h"
 #include "platform/linux/x11/beneath/RootBackground.h"
 #include "platform/linux/x11/beneath/Traces.h"
@@ -25,7 +26,7 @@ class Backdrop {
  public:
   /// `area` is the monitor's in the root window.
   Backdrop(const server::Connection& connection, const PixelRect& area)
-      : background_(connection), connection_(connection), area_(area) {}
+      : background_(connection), connection_(connection), area_(area), cleared_(area) {}
 
   void watch() { background_.watch(); }
 
@@ -45,6 +46,12 @@ class Backdrop {
   /// windows have stood still for long enough.
   Traces::Time overdueAt() const { return traces_.overdueAt(); }
 
+  /// Takes in what was drawn in sight, and before it is in the picture.
+  void noteDrawn(const std::vector<PixelRect>& drawn, const Seen& seen);
+
+  /// Takes in that it is.
+  void look(const server::SharedPixels& picture);
+
   /// Whether nothing was known of it beneath some patch, and there is something to go by now.
   bool isInSightAtLast() const { return !unknown_.empty() && !bareParts().empty(); }
 
@@ -63,10 +70,12 @@ class Backdrop {
   RootBackground background_;
   const server::Connection& connection_;
   PixelRect area_;
+  ClearedRoot cleared_;
   RootBackground::Painter painter_ = RootBackground::Painter::server;
   bool composited_ = false;
   bool replaced_ = false;
   std::vector<StackedWindow> windows_;
+  bool windowsAreNew_ = false;                ///< nothing was drawn since
   std::vector<StackedWindow> windowsBefore_;  ///< when the picture was taken
   std::vector<PixelRect> covered_;            ///< by the patches
   std::vector<PixelRect> unknown_;            ///< beneath them, of no colour that was in sight

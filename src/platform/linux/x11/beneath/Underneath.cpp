@@ -78,7 +78,9 @@ void Underneath::cutOut(xcb_xfixes_region_t region) const {
   if (!patches_->isEmpty()) damage_.cutOut(region);
 }
 
-std::vector<PixelRect> Underneath::takeDamage(const std::vector<PixelRect>& drawn) {
+std::vector<PixelRect> Underneath::takeDamage(const std::vector<PixelRect>& drawn,
+                                              const Seen& seen) {
+  backdrop_.noteDrawn(drawn, seen);
   auto rects = damage_.take();
   const auto ofFrames = frames_.takeDamage(drawn);
   rects.insert(rects.end(), ofFrames.begin(), ofFrames.end());

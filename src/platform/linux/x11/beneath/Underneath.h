@@ -73,8 +73,11 @@ class Underneath {
   void cutOut(xcb_xfixes_region_t region) const;
 
   /// What was drawn beneath the own windows since this was asked last, given what was `drawn` in
-  /// sight, in the root window.
-  std::vector<PixelRect> takeDamage(const std::vector<PixelRect>& drawn);
+  /// sight, in the root window, and is not in the picture yet.
+  std::vector<PixelRect> takeDamage(const std::vector<PixelRect>& drawn, const Seen& seen);
+
+  /// Takes in that it is. The picture may then be stale.
+  void look(const server::SharedPixels& picture) { backdrop_.look(picture); }
 
   /// Asks the server for the pixels that have changed; `collect` waits until they have come.
   void request() { patches_->request(beneath_.bottomToTop(), stack_.isComposited()); }

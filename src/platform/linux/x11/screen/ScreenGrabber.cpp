@@ -136,6 +136,7 @@ bool ScreenGrabber::takePicture() {
   untold_.insert(untold_.end(), changed.begin(), changed.end());
   if (underneath_ != nullptr) {
     complete = underneath_->collect() && complete;
+    underneath_->look(pixels_->memory());
     for (const auto& rows : wholeRows(changed)) {
       underneath_->copyRows(monitor_.y + rows.first, monitor_.y + rows.end, pixels_->memory());
     }
@@ -160,9 +161,10 @@ std::vector<PixelRect> ScreenGrabber::request() {
 /// rule.
 std::vector<PixelRect> ScreenGrabber::requestBeneath() {
   std::vector<PixelRect> changed;
+  const beneath::Seen seen{pixels_->memory(), pixels_->unsure()};
   pollEvents();
   if (underneath_->isStale()) {
-    changed = underneath_->readStack({pixels_->memory(), pixels_->unsure()});
+    changed = underneath_->readStack(seen);
   }
   for (auto& rect : changed) rect = inMonitor(rect, monitor_);
   const auto damaged = damage_->take(underneath_.get());
@@ -171,7 +173,7 @@ std::vector<PixelRect> ScreenGrabber::requestBeneath() {
   pollEvents();
   auto drawn = changed;
   for (auto& rect : drawn) rect = moved(rect, monitor_.x, monitor_.y);
-  const auto beneath = underneath_->takeDamage(drawn);
+  const auto beneath = underneath_->takeDamage(drawn, seen);
   pixels_->request(changed);
   underneath_->request();
   for (const auto& rect : beneath) changed.push_back(inMonitor(rect, monitor_));
