@@ -179,6 +179,79 @@ TEST_P(LeftOutTest, ShowsTheWallpaperBeneath) {
   expectTheSame("replaced");
 }
 
+TEST_P(LeftOutTest, FollowsAWindowThatAnotherOfItsNumberReplaces) {
+  const int window = twins.open(beneathTheAlert, {0x40c040});
+  twins.capture();
+  twins.openAllOwn();
+  expectTheSame("open");
+  twins.replace(window, beneathTheAlert, 0x4040c0);
+  expectTheSame("replaced");
+  twins.draw(window, {10, 10, 40, 30}, 0xf0f0f0);
+  expectTheSame("drawn");
+  twins.cutOff(window, {0, 0, 60, 60});
+  expectTheSame("cut");
+}
+
+/// A compositor shows it where it was for a moment longer than it is there.
+TEST_P(LeftOutTest, KeepsNoTraceOfAWindowThatMovedJustBefore) {
+  constexpr PixelRect left{210, 2, 200, 300};
+  constexpr PixelRect right{410, 2, 200, 300};
+  const int window = twins.open(left, {0x40c040});
+  twins.capture();
+  for (int i = 0; i < 4 && !HasFailure(); ++i) {
+    twins.move(window, left);
+    expectTheSame("before " + std::to_string(i));
+    twins.isQuiet(300);
+    twins.move(window, right);
+    twins.isQuiet(0);
+    const auto strip = twins.openOwn({200, 0, 400, 26});
+    expectTheSame("beneath " + std::to_string(i));
+    twins.closeOwn(strip);
+    expectTheSame("after " + std::to_string(i));
+  }
+}
+
+TEST_P(LeftOutTest, KeepsNoTraceOfAWindowThatClosedJustBefore) {
+  twins.capture();
+  for (int i = 0; i < 2 && !HasFailure(); ++i) {
+    const int window = twins.open({210, 2, 300, 300}, {.colour = 0x40c040});
+    expectTheSame("before " + std::to_string(i));
+    twins.isQuiet(300);
+    twins.close(window);
+    twins.isQuiet(0);
+    const auto strip = twins.openOwn({200, 0, 400, 26});
+    expectTheSame("beneath " + std::to_string(i));
+    twins.closeOwn(strip);
+    expectTheSame("after " + std::to_string(i));
+  }
+}
+
+/// The person has just allowed the viewer to look.
+TEST_P(LeftOutTest, LeavesOutAnAlertThatClosedJustBefore) {
+  const auto alert = twins.openOwn({250, 200, 300, 150}, true);
+  ASSERT_TRUE(waitUntil(
+      [&] { return std::ranges::count(twins.captured(), TwinDesktops::ownColour) == 300 * 150; }));
+  twins.closeOwn(alert);
+  twins.capture();
+  const auto strip = twins.openOwn({100, 240, 400, 26});
+  expectTheSame("beneath the strip");
+  twins.closeOwn(strip);
+  expectTheSame("after");
+}
+
+/// It paints everything grey where the root window names no wallpaper.
+TEST(LeftOutWithPicomTest, ShowsABackgroundThatNobodyHadSeen) {
+  TwinDesktops twins(Kind::openboxPicom);
+  const int window = twins.open({0, 0, TwinDesktops::width, TwinDesktops::height}, {0x40c040});
+  twins.capture();
+  const auto strip = twins.openOwn({200, 0, 400, 26});
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "hidden";
+  twins.close(window);
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "in sight beside the strip";
+  twins.moveOwn(strip, 210, 10);
+  EXPECT_TRUE(twins.settledDifference().isNone()) << "moved";
+}
+
 std::string name(const ::testing::TestParamInfo<Kind>& info) { return nameOf(info.param); }
 
 INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutTest, ::testing::ValuesIn(everyDesktop), name);
@@ -198,6 +271,15 @@ TEST_P(LeftOutWithoutCompositorTest, ShowsTheRootWindowBeneath) {
   twins.close(window);
   EXPECT_TRUE(twins.settledDifference().isNone()) << "a background that no one ever saw";
   EXPECT_EQ(twins.ownPixelsSeen(), 0);
+}
+
+TEST_P(LeftOutWithoutCompositorTest, ShowsAnotherColourOfTheRootWindow) {
+  twins.open(acrossTheAlert, {0x40c040});
+  twins.capture();
+  twins.openAllOwn();
+  EXPECT_TRUE(twins.settledDifference().isNone());
+  twins.setRootColour(0xc08040);
+  EXPECT_TRUE(twins.settledDifference().isNone());
 }
 
 TEST_P(LeftOutWithoutCompositorTest, LetsGoOfWhatItComposedWith) {

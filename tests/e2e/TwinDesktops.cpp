@@ -12,6 +12,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "platform/linux/x11/beneath/shownWindow.h"
 #include "platform/linux/x11/overlay/OverlayShapes.h"
 #include "platform/linux/x11/server/Properties.h"
 #include "platform/linux/x11/server/Randr.h"
@@ -46,10 +47,9 @@ xcb_visualid_t alphaVisual(xcb_connection_t* c) {
 }
 
 /// In the order of the mask's bits: background, border, override-redirect, colour map.
-xcb_window_t makeWindow(xcb_connection_t* c, const picture::PixelRect& frame,
+xcb_window_t makeWindow(xcb_connection_t* c, xcb_window_t window, const picture::PixelRect& frame,
                         const TwinDesktops::Look& look) {
   const auto* const screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
-  const xcb_window_t window = xcb_generate_id(c);
   xcb_colormap_t colormap = screen->default_colormap;
   if (look.alpha) {
     colormap = xcb_generate_id(c);
@@ -81,7 +81,7 @@ xcb_window_t makeWindow(xcb_connection_t* c, const picture::PixelRect& frame,
 bool isComposed(xcb_connection_t* c) {
   const ReplyPtr<xcb_composite_query_version_reply_t> version(
       xcb_composite_query_version_reply(c, xcb_composite_query_version(c, 0, 4), nullptr));
-  const xcb_window_t window = makeWindow(c, {-5, -5, 1, 1}, {});
+  const xcb_window_t window = makeWindow(c, xcb_generate_id(c), {-5, -5, 1, 1}, {});
   xcb_map_window(c, window);
   const xcb_pixmap_t pixmap = xcb_generate_id(c);
   const ReplyPtr<xcb_generic_error_t> refused(
@@ -167,7 +167,8 @@ void TwinDesktops::stopCompositor() {
 int TwinDesktops::open(const picture::PixelRect& frame, const Look& look) {
   const int number = nextWindow_++;
   onBoth([&](Side& side) {
-    const xcb_window_t window = makeWindow(side.connection(), frame, look);
+    const xcb_window_t window =
+        makeWindow(side.connection(), xcb_generate_id(side.connection()), frame, look);
     side.windows[number] = window;
     xcb_map_window(side.connection(), window);
     xcb_flush(side.connection());
@@ -210,6 +211,15 @@ void TwinDesktops::unmap(int window) {
 
 void TwinDesktops::close(int window) {
   onBoth([&](Side& side) { xcb_destroy_window(side.connection(), side.windows[window]); });
+}
+
+void TwinDesktops::replace(int window, const picture::PixelRect& frame, std::uint32_t colour) {
+  onBoth([&](Side& side) {
+    auto* const c = side.connection();
+    const xcb_window_t number = side.windows[window];
+    xcb_destroy_window(c, number);
+    xcb_map_window(c, makeWindow(c, number, frame, {colour}));
+  });
 }
 
 void TwinDesktops::cutOff(int window, const picture::PixelRect& visible) {
@@ -261,8 +271,9 @@ xcb_window_t TwinDesktops::openOwn(const picture::PixelRect& frame, bool managed
   // As the program does, so that a compositor casts no shadow of what is translucent.
   const bool translucent = !managed && captured_.composited();
   constexpr std::uint32_t opaque = 0xff000000;
-  const xcb_window_t window = makeWindow(
-      c, frame, {.colour = opaque | ownColour, .managed = managed, .alpha = translucent});
+  const xcb_window_t window =
+      makeWindow(c, xcb_generate_id(c), frame,
+                 {.colour = opaque | ownColour, .managed = managed, .alpha = translucent});
   if (managed) {
     x11::server::setAtoms(c, window, "_NET_WM_STATE",
                           {"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY"});
@@ -289,6 +300,10 @@ void TwinDesktops::moveOwn(xcb_window_t window, int x, int y) {
 }
 
 void TwinDesktops::closeOwn(xcb_window_t window) {
+  using x11::beneath::OwnWindows;
+  if (const auto shown = x11::beneath::shownWindow(captured_.connection(), window)) {
+    ownWindows_.leave(*shown, OwnWindows::Time::clock::now());
+  }
   xcb_destroy_window(captured_.connection(), window);
   xcb_flush(captured_.connection());
   ownWindows_.remove(window);

@@ -76,6 +76,9 @@ class TwinDesktops {
   void raise(int window);
   void unmap(int window);
   void close(int window);
+  /// Closes it, and opens at once another one that nobody manages, which gets its number in the
+  /// server too, as the window of a program that is started anew may.
+  void replace(int window, const picture::PixelRect& frame, std::uint32_t colour);
   void cutOff(int window, const picture::PixelRect& visible);
   void draw(int window, const picture::PixelRect& area, std::uint32_t colour);
   /// On the root window itself.

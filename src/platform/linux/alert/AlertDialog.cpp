@@ -162,6 +162,11 @@ void AlertDialog::becomeOutdated() {
   QMetaObject::invokeMethod(this, end, Qt::QueuedConnection);
 }
 
+void AlertDialog::done(int result) {
+  if (onClosing) onClosing();
+  QDialog::done(result);
+}
+
 void AlertDialog::layOut() {
   auto* const icon = new QLabel(this);
   icon->setPixmap(windowIcon().pixmap(QSize(iconSize, iconSize), devicePixelRatio()));

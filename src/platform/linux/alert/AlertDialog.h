@@ -39,8 +39,13 @@ class AlertDialog final : public QDialog {
   /// Leaves the explanation out where it would push the buttons out of sight.
   void fitOnScreen();
 
+  void done(int result) override;
+
   /// Called each time the window comes into sight.
   std::function<void()> onExposed;
+
+  /// Called before the window leaves the screen, whatever closes it.
+  std::function<void()> onClosing;
 
   /// Called when the window should be in sight and is not: every second until it first is, and when
   /// it was minimised. No list of windows shows it, so the person could not bring it back.

@@ -10,6 +10,7 @@
 #include "platform/linux/alert/AlertColours.h"
 #include "platform/linux/alert/AlertDialog.h"
 #include "platform/linux/alert/DesktopLook.h"
+#include "platform/linux/x11/beneath/shownWindow.h"
 #include "platform/linux/x11/overlay/AlertInput.h"
 #include "platform/linux/x11/overlay/AlertWindow.h"
 
@@ -85,6 +86,7 @@ class QtAlerts::QtAlert final : public Alert {
     if (isDark(dialog.palette())) x11::overlay::wishDarkFrame(window_);
     dialog.onExposed = [&] { comeToTheFront(dialog); };
     dialog.onMissing = [this] { x11::overlay::mapAgain(window_); };
+    dialog.onClosing = [this] { noteLeaving(); };
     const x11::overlay::AlertInput input(dialog);
     alerts_.modal_.push_back(&dialog);
     const int result = dialog.exec();
@@ -96,6 +98,16 @@ class QtAlerts::QtAlert final : public Alert {
   void comeToTheFront(AlertDialog& dialog) const {
     dialog.onExposed = nullptr;
     if (alerts_.active_) x11::overlay::bringToTheFront(window_);
+  }
+
+  /// The viewer looks as soon as the person has allowed it, and a compositor may show the window
+  /// yet.
+  void noteLeaving() {
+    auto* const connection = x11::overlay::qtConnection();
+    if (connection == nullptr) return;
+    if (const auto shown = x11::beneath::shownWindow(connection, window_)) {
+      alerts_.ownWindows_.leave(*shown, x11::beneath::OwnWindows::Time::clock::now());
+    }
   }
 
   QtAlerts& alerts_;

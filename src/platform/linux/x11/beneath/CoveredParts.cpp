@@ -10,11 +10,6 @@ namespace {
 /// How far the shadow of a framed window reaches that a compositor draws.
 constexpr std::int32_t shadowReach = 40;
 
-/// Longer than a compositor takes to let a window fade away.
-constexpr std::chrono::milliseconds longestFading{500};
-
-std::int64_t pixelsOf(const PixelRect& rect) { return std::int64_t{rect.width} * rect.height; }
-
 }  // namespace
 
 std::vector<PixelRect> CoveredParts::update(const std::vector<StackedWindow>& windows,
@@ -22,14 +17,18 @@ std::vector<PixelRect> CoveredParts::update(const std::vector<StackedWindow>& wi
   composited_ = composited;
   own_.clear();
   std::ranges::copy_if(windows, std::back_inserter(own_), &StackedWindow::own);
-  std::erase_if(left_, [&](const Left& left) { return left.until <= now; });
+  for (const auto& each : std::exchange(leftBefore_, {})) {
+    if (composited_) left_.leave(partOf(each.window), each.at);
+  }
+  left_.forgetUntil(now);
   const auto before = std::exchange(covered_, {});
   for (const auto& window : own_) covered_.push_back(partOf(window));
   for (const auto& part : before) {
-    if (composited_ && std::ranges::count(covered_, part) == 0) leave(part, now);
+    if (composited_ && std::ranges::count(covered_, part) == 0) left_.leave(part, now);
   }
   auto parts = covered_;
-  for (const auto& left : left_) parts.push_back(left.part);
+  const auto left = left_.parts();
+  parts.insert(parts.end(), left.begin(), left.end());
   return disjoint(parts);
 }
 
@@ -42,31 +41,13 @@ void CoveredParts::handle(const xcb_generic_event_t& event, Time now) {
   auto moved = *found;
   moved.frame = {notice.x, notice.y, notice.width + 2 * notice.border_width,
                  notice.height + 2 * notice.border_width};
-  if (moved.frame != found->frame) leave(partOf(moved), now);
-}
-
-CoveredParts::Time CoveredParts::overdueAt() const {
-  const auto first = std::ranges::min_element(left_, {}, &Left::until);
-  return first == left_.end() ? Time::max() : first->until;
+  if (moved.frame != found->frame) left_.leave(partOf(moved), now);
 }
 
 /// A compositor draws shadows around frames, which are the program's own too.
 PixelRect CoveredParts::partOf(const StackedWindow& window) const {
   const bool shadowed = window.framed && composited_;
   return intersection(padded(window.frame, shadowed ? shadowReach : 0), area_);
-}
-
-/// A window that moves leaves one growing trace, not many; the edges of a border stay apart.
-void CoveredParts::leave(const PixelRect& part, Time now) {
-  Left trace{part, now + longestFading};
-  std::erase_if(left_, [&](const Left& left) {
-    const auto both = around(left.part, trace.part);
-    const bool goesOn = !intersection(left.part, trace.part).isEmpty() &&
-                        pixelsOf(both) <= 2 * (pixelsOf(left.part) + pixelsOf(trace.part));
-    if (goesOn) trace.part = both;
-    return goesOn;
-  });
-  left_.push_back(trace);
 }
 
 }  // namespace vesk::x11::beneath

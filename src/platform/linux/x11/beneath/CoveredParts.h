@@ -2,10 +2,12 @@
 
 #include <xcb/xcb.h>
 
-#include <chrono>
+#include <utility>
 #include <vector>
 
+#include "platform/linux/x11/beneath/OwnWindows.h"
 #include "platform/linux/x11/beneath/StackedWindow.h"
+#include "platform/linux/x11/beneath/Traces.h"
 #include "platform/linux/x11/server/rectangles.h"
 
 namespace vesk::x11::beneath {
@@ -16,9 +18,11 @@ namespace vesk::x11::beneath {
 /// Thread: one at a time. Fails: never.
 class CoveredParts {
  public:
-  using Time = std::chrono::steady_clock::time_point;
+  using Time = Traces::Time;
 
-  explicit CoveredParts(const PixelRect& area) : area_(area) {}
+  /// `left` are those that have just left the screen when nobody took in anything yet.
+  explicit CoveredParts(const PixelRect& area, std::vector<OwnWindows::Left> left = {})
+      : area_(area), leftBefore_(std::move(left)) {}
 
   /// Takes in the windows as they have been read, and whether a compositor shows them. The parts
   /// from now on, each pixel once.
@@ -32,23 +36,17 @@ class CoveredParts {
   bool isOverdue(Time now) const { return overdueAt() <= now; }
 
   /// When that will be so next; in the far future where none was left.
-  Time overdueAt() const;
+  Time overdueAt() const { return left_.overdueAt(); }
 
  private:
-  /// What an own window covered, for as long as a compositor may still show it there.
-  struct Left {
-    PixelRect part;
-    Time until;
-  };
-
   PixelRect partOf(const StackedWindow& window) const;
-  void leave(const PixelRect& part, Time now);
 
   PixelRect area_;
+  std::vector<OwnWindows::Left> leftBefore_;
   bool composited_ = false;
   std::vector<StackedWindow> own_;
   std::vector<PixelRect> covered_;  ///< by them now
-  std::vector<Left> left_;
+  Traces left_;
 };
 
 }  // namespace vesk::x11::beneath

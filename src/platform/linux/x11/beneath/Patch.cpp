@@ -40,13 +40,11 @@ Patch::~Patch() {
   xcb_free_pixmap(c, background_);
 }
 
-void Patch::inheritBackground(const Patch& other) {
-  const PixelRect common = intersection(area_, other.area_);
-  if (common.isEmpty()) return;
+void Patch::inheritBackground(const PixelRect& piece, const Patch& other) {
   xcb_copy_area(connection_.get(), other.background_, background_, context_,
-                narrow(common.x - other.area_.x), narrow(common.y - other.area_.y),
-                narrow(common.x - area_.x), narrow(common.y - area_.y), size(common.width),
-                size(common.height));
+                narrow(piece.x - other.area_.x), narrow(piece.y - other.area_.y),
+                narrow(piece.x - area_.x), narrow(piece.y - area_.y), size(piece.width),
+                size(piece.height));
 }
 
 void Patch::rememberBackground(const PixelRect& piece, const server::SharedPixels& screen,

@@ -36,8 +36,8 @@ class Patch {
   /// What lies beneath all windows, to be painted by the owner.
   xcb_pixmap_t background() const { return background_; }
 
-  /// Paints over the background the part of it that another patch has.
-  void inheritBackground(const Patch& other);
+  /// Paints over the background one piece that another patch has of it.
+  void inheritBackground(const PixelRect& piece, const Patch& other);
 
   /// Paints over the background one piece of the picture of the screen, whose first pixel lies at
   /// `origin` of the root window.

@@ -23,15 +23,16 @@ bool RootBackground::isReplacedBy(const xcb_generic_event_t& event) const {
          reinterpret_cast<const xcb_property_notify_event_t&>(event).atom == property_;
 }
 
-void RootBackground::paint(xcb_pixmap_t target, const PixelRect& part, Painter painter,
+bool RootBackground::paint(xcb_pixmap_t target, const PixelRect& part, Painter painter,
                            std::uint32_t colour) {
   fill(target, part, colour);
-  if (painter == Painter::itsOwn) return;
+  if (painter == Painter::itsOwn) return false;
   if (const xcb_pixmap_t pixmap = wallpaper(); pixmap != XCB_NONE) {
     tile(target, part, pixmap);
-  } else if (painter == Painter::server) {
-    copyFromWindow(target, part);
+    return true;
   }
+  if (painter == Painter::server) copyFromWindow(target, part);
+  return painter == Painter::server;
 }
 
 /// Whoever sets a wallpaper leaves its number with the root window.

@@ -30,8 +30,8 @@ class RootBackground {
   };
 
   /// Paints that part of the root window into a pixmap of the part's size. Waits for the server.
-  /// `colour` stands for what cannot be known.
-  void paint(xcb_pixmap_t target, const PixelRect& part, Painter painter, std::uint32_t colour);
+  /// `colour` stands for what cannot be known; whether something can.
+  bool paint(xcb_pixmap_t target, const PixelRect& part, Painter painter, std::uint32_t colour);
 
  private:
   xcb_pixmap_t wallpaper() const;

@@ -12,7 +12,7 @@ Underneath::Underneath(const server::Connection& connection, const OwnWindows& o
     : connection_(connection),
       area_(area),
       stack_(connection, ownWindows),
-      covered_(area),
+      covered_(area, ownWindows.justLeft(OwnWindows::Time::clock::now())),
       backdrop_(connection, area),
       formats_(pictureFormats(connection)),
       beneath_(connection, formats_),
@@ -43,16 +43,19 @@ void Underneath::noteDisturbance(Disturbance disturbance) {
   disturbance_ = std::max(disturbance_, disturbance);
 }
 
-bool Underneath::isOverdue() const { return covered_.isOverdue(CoveredParts::Time::clock::now()); }
+bool Underneath::isOverdue() const {
+  return covered_.isOverdue(Traces::Time::clock::now()) || backdrop_.isInSightAtLast();
+}
 
 std::vector<PixelRect> Underneath::readStack(const Seen& seen) {
   disturbance_ = Disturbance::none;
   stack_.read();
-  backdrop_.follow(stack_);
-  const auto parts =
-      covered_.update(stack_.windows(), stack_.isComposited(), CoveredParts::Time::clock::now());
+  const auto now = Traces::Time::clock::now();
+  backdrop_.follow(stack_, now);
+  const auto parts = covered_.update(stack_.windows(), stack_.isComposited(), now);
   std::vector<PixelRect> changed;
-  if (parts != parts_ || backdrop_.isReplaced()) changed = rebuild(parts, seen);
+  if (parts != parts_ || backdrop_.isReplaced() || backdrop_.isInSightAtLast())
+    changed = rebuild(parts, seen);
   const bool chosenAnew = beneath_.choose(stack_, parts_);
   if (frames_.look(stack_.windows(), parts_) || chosenAnew) {
     patches_->markStale();
@@ -75,7 +78,9 @@ void Underneath::cutOut(xcb_xfixes_region_t region) const {
   if (!patches_->isEmpty()) damage_.cutOut(region);
 }
 
-std::vector<PixelRect> Underneath::takeDamage(const std::vector<PixelRect>& drawn) {
+std::vector<PixelRect> Underneath::takeDamage(const std::vector<PixelRect>& drawn,
+                                              const Seen& seen) {
+  backdrop_.noteDrawn(drawn, seen);
   auto rects = damage_.take();
   const auto ofFrames = frames_.takeDamage(drawn);
   rects.insert(rects.end(), ofFrames.begin(), ofFrames.end());

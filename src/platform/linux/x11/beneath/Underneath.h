@@ -2,6 +2,7 @@
 
 #include <xcb/xfixes.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "platform/linux/x11/beneath/FramesBeneath.h"
 #include "platform/linux/x11/beneath/Patches.h"
 #include "platform/linux/x11/beneath/PictureFormats.h"
+#include "platform/linux/x11/beneath/Traces.h"
 #include "platform/linux/x11/beneath/WindowStack.h"
 #include "platform/linux/x11/beneath/WindowsBeneath.h"
 
@@ -46,11 +48,16 @@ class Underneath {
   /// read.
   bool isStale() const { return stack_.isStale() || backdrop_.isReplaced() || isOverdue(); }
 
-  /// Whether what own windows have left is to be looked at. Nothing else tells of that moment.
+  /// Whether what own windows have left is to be looked at, or a background is in sight of which
+  /// nothing was known. Nothing else tells of that moment.
   bool isOverdue() const;
 
-  /// When that will be so next; in the far future where nothing is left.
-  CoveredParts::Time overdueAt() const { return covered_.overdueAt(); }
+  /// Takes in that the picture shows the screen as it was then.
+  void confirm(Traces::Time when) { backdrop_.confirm(when); }
+
+  /// When that will be so next, or a picture in which nothing has changed is worth to be confirmed;
+  /// in the far future where nothing is left.
+  Traces::Time overdueAt() const { return std::min(covered_.overdueAt(), backdrop_.overdueAt()); }
 
   /// Whether something was drawn in the windows beneath the own ones.
   bool isDamaged() const { return damage_.isWaiting(); }
@@ -66,8 +73,11 @@ class Underneath {
   void cutOut(xcb_xfixes_region_t region) const;
 
   /// What was drawn beneath the own windows since this was asked last, given what was `drawn` in
-  /// sight, in the root window.
-  std::vector<PixelRect> takeDamage(const std::vector<PixelRect>& drawn);
+  /// sight, in the root window, and is not in the picture yet.
+  std::vector<PixelRect> takeDamage(const std::vector<PixelRect>& drawn, const Seen& seen);
+
+  /// Takes in that it is. The picture may then be stale.
+  void look(const server::SharedPixels& picture) { backdrop_.look(picture); }
 
   /// Asks the server for the pixels that have changed; `collect` waits until they have come.
   void request() { patches_->request(beneath_.bottomToTop(), stack_.isComposited()); }

@@ -10,6 +10,7 @@
 #include <span>
 
 #include "platform/linux/x11/beneath/restackedWindow.h"
+#include "platform/linux/x11/beneath/shownWindow.h"
 #include "platform/linux/x11/server/Properties.h"
 #include "platform/linux/x11/server/compositorSelection.h"
 #include "platform/linux/x11/server/selectRootEvents.h"
@@ -52,6 +53,7 @@ std::optional<xcb_window_t> WindowStack::handle(const xcb_generic_event_t& event
   if (!window || *window == connection_.root() || isOurs(*window)) return std::nullopt;
   stale_ = true;
   replaced_.insert(*window);
+  if ((event.response_type & 0x7f) == XCB_DESTROY_NOTIFY) destroyed_.insert(*window);
   return window;
 }
 
@@ -102,8 +104,7 @@ void WindowStack::read() {
   for (const auto id : children) {
     requests.emplace_back(xcb_get_geometry(c, id), xcb_get_window_attributes(c, id));
   }
-  const auto own = ownWindows_.all();
-  const auto ownFrames = framesOf(own, children);
+  const auto ownShown = ownAmong(children);
   std::vector<StackedWindow> found;
   for (std::size_t i = 0; i < children.size(); ++i) {
     const server::ReplyPtr<xcb_get_geometry_reply_t> geometry(
@@ -116,11 +117,9 @@ void WindowStack::read() {
       continue;
     }
     auto& window = found.emplace_back(describe(children[i], *geometry, *attributes));
-    const auto before = std::ranges::find(windows_, window.id, &StackedWindow::id);
-    // An alert's frame outlives the alert by a moment, and any window its place in the registry.
-    const bool wasOwn = before != windows_.end() && before->own;
-    window.own = wasOwn || std::ranges::count(ownFrames, window.id) > 0;
-    window.framed = wasOwn ? before->framed : window.own && std::ranges::count(own, window.id) == 0;
+    const auto own = std::ranges::find(ownShown, window.id, &StackedWindow::id);
+    window.own = own != ownShown.end();
+    window.framed = window.own && own->framed;
   }
   windows_ = std::move(found);
   const server::ReplyPtr<xcb_get_selection_owner_reply_t> reply(
@@ -142,21 +141,24 @@ std::vector<xcb_window_t> WindowStack::childrenOfRoot() const {
   return others;
 }
 
-/// The alert lies in a frame that the window manager has made, perhaps in a frame of that one.
-std::vector<xcb_window_t> WindowStack::framesOf(const std::vector<xcb_window_t>& windows,
-                                                const std::vector<xcb_window_t>& children) const {
-  constexpr int deepest = 8;
-  std::vector<xcb_window_t> frames;
-  for (xcb_window_t id : windows) {
-    for (int depth = 0; depth < deepest && std::ranges::count(children, id) == 0; ++depth) {
-      const server::ReplyPtr<xcb_query_tree_reply_t> tree(
-          xcb_query_tree_reply(connection_.get(), xcb_query_tree(connection_.get(), id), nullptr));
-      if (tree == nullptr) break;
-      id = tree->parent;
-    }
-    frames.push_back(id);
+/// The alert lies in a frame that the window manager has made, perhaps in a frame of that one. The
+/// frame outlives the alert by a moment, and any own window its place in the registry.
+std::vector<StackedWindow> WindowStack::ownAmong(const std::vector<xcb_window_t>& children) const {
+  std::vector<StackedWindow> own;
+  std::ranges::copy_if(windows_, std::back_inserter(own), [&](const StackedWindow& window) {
+    return window.own && !destroyed_.contains(window.id);
+  });
+  for (const auto& left : ownWindows_.justLeft(OwnWindows::Time::clock::now())) {
+    own.push_back(left.window);
   }
-  return frames;
+  for (const auto id : ownWindows_.all()) {
+    if (std::ranges::count(children, id) > 0) {
+      own.emplace_back().id = id;
+    } else if (const auto shown = shownWindow(connection_.get(), id)) {
+      own.push_back(*shown);
+    }
+  }
+  return own;
 }
 
 }  // namespace vesk::x11::beneath

@@ -51,13 +51,16 @@ class WindowStack {
   /// The windows whose contents may lie elsewhere in the server since this was asked last.
   std::set<xcb_window_t> takeReplaced() { return std::exchange(replaced_, {}); }
 
+  /// The windows that are gone since this was asked last. The server may have given the number of
+  /// one to another window since.
+  std::set<xcb_window_t> takeDestroyed() { return std::exchange(destroyed_, {}); }
+
  private:
   bool isOurs(xcb_window_t window) const;
   bool tellsOfManager(const xcb_generic_event_t& event) const;
   std::optional<xcb_window_t> changedWindow(const xcb_generic_event_t& event) const;
   std::vector<xcb_window_t> childrenOfRoot() const;
-  std::vector<xcb_window_t> framesOf(const std::vector<xcb_window_t>& windows,
-                                     const std::vector<xcb_window_t>& children) const;
+  std::vector<StackedWindow> ownAmong(const std::vector<xcb_window_t>& children) const;
 
   const server::Connection& connection_;
   const OwnWindows& ownWindows_;
@@ -72,6 +75,7 @@ class WindowStack {
   bool composited_ = false;
   std::vector<StackedWindow> windows_;
   std::set<xcb_window_t> replaced_;
+  std::set<xcb_window_t> destroyed_;
 };
 
 }  // namespace vesk::x11::beneath

@@ -10,6 +10,8 @@ bool WindowsBeneath::choose(WindowStack& stack, const std::vector<PixelRect>& pa
   std::map<xcb_window_t, std::unique_ptr<WindowContents>> chosen;
   std::vector<WindowContents*> order;
   bool changed = false;
+  // What followed it in the server went with it, and follows no other window of its number.
+  for (const auto id : stack.takeDestroyed()) changed = contents_.erase(id) > 0 || changed;
   for (const auto& window : stack.windows()) {
     const auto format = formats_.find(window.visual);
     const auto covers = [&](const PixelRect& part) {

@@ -41,7 +41,7 @@ std::uint32_t eightBits(double part, unsigned shift) {
 
 OverlayWindow::OverlayWindow(const server::Connection& connection, beneath::OwnWindows& ownWindows,
                              const PixelRect& frame, Kind kind, std::string_view type)
-    : connection_(connection), ownWindows_(ownWindows) {
+    : connection_(connection), ownWindows_(ownWindows), frame_(frame) {
   create(frame, kind);
   auto* const c = connection_.get();
   // An empty input shape: whatever is pressed or turned over the window goes to what is beneath.
@@ -58,6 +58,11 @@ OverlayWindow::OverlayWindow(const server::Connection& connection, beneath::OwnW
 }
 
 OverlayWindow::~OverlayWindow() {
+  beneath::StackedWindow shown;
+  shown.id = window_;
+  shown.frame = frame_;
+  shown.own = true;
+  ownWindows_.leave(shown, beneath::OwnWindows::Time::clock::now());
   xcb_destroy_window(connection_.get(), window_);
   if (colormap_ != XCB_NONE) xcb_free_colormap(connection_.get(), colormap_);
   // Whoever takes the picture may look at the list meanwhile: first the window goes, then its name.

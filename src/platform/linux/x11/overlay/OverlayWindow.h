@@ -57,6 +57,7 @@ class OverlayWindow {
 
   const server::Connection& connection_;
   beneath::OwnWindows& ownWindows_;
+  PixelRect frame_;
   xcb_window_t window_ = XCB_NONE;
   xcb_colormap_t colormap_ = XCB_NONE;
   std::uint8_t depth_ = 0;

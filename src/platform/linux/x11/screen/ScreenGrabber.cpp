@@ -82,6 +82,7 @@ ScreenGrabber::Time ScreenGrabber::nextLook() const {
 }
 
 void ScreenGrabber::pollEvents() {
+  const auto now = Time::clock::now();
   while (auto* raw = xcb_poll_for_event(connection_.get())) {
     const server::ReplyPtr<xcb_generic_event_t> event(raw);
     if (damage_->handle(*event)) news_.drawn = true;
@@ -89,7 +90,9 @@ void ScreenGrabber::pollEvents() {
     if (pointer_) pointer_->handle(*event);
     if (underneath_ != nullptr && underneath_->handle(*event)) news_.drawn = true;
   }
-  if (underneath_ != nullptr && underneath_->isOverdue()) news_.drawn = true;
+  if (underneath_ == nullptr) return;
+  if (!mayHaveChanged()) underneath_->confirm(now);
+  if (underneath_->isOverdue()) news_.drawn = true;
 }
 
 std::optional<std::vector<PixelRect>> ScreenGrabber::grab() {
@@ -112,11 +115,13 @@ std::optional<std::vector<PixelRect>> ScreenGrabber::grab() {
 /// nothing when they cannot be had.
 std::optional<beneath::Disturbance> ScreenGrabber::update() {
   for (int attempts = 0; attempts < mostAttempts; ++attempts) {
+    const auto now = Time::clock::now();
     if (!takePicture()) return std::nullopt;
     // The answers have brought along what has happened until then.
     pollEvents();
     if (underneath_ == nullptr || !underneath_->isStale()) {
       pixels_->confirm();
+      if (underneath_ != nullptr) underneath_->confirm(now);
       return beneath::Disturbance::none;
     }
   }
@@ -131,6 +136,7 @@ bool ScreenGrabber::takePicture() {
   untold_.insert(untold_.end(), changed.begin(), changed.end());
   if (underneath_ != nullptr) {
     complete = underneath_->collect() && complete;
+    underneath_->look(pixels_->memory());
     for (const auto& rows : wholeRows(changed)) {
       underneath_->copyRows(monitor_.y + rows.first, monitor_.y + rows.end, pixels_->memory());
     }
@@ -155,9 +161,10 @@ std::vector<PixelRect> ScreenGrabber::request() {
 /// rule.
 std::vector<PixelRect> ScreenGrabber::requestBeneath() {
   std::vector<PixelRect> changed;
+  const beneath::Seen seen{pixels_->memory(), pixels_->unsure()};
   pollEvents();
   if (underneath_->isStale()) {
-    changed = underneath_->readStack({pixels_->memory(), pixels_->unsure()});
+    changed = underneath_->readStack(seen);
   }
   for (auto& rect : changed) rect = inMonitor(rect, monitor_);
   const auto damaged = damage_->take(underneath_.get());
@@ -166,7 +173,7 @@ std::vector<PixelRect> ScreenGrabber::requestBeneath() {
   pollEvents();
   auto drawn = changed;
   for (auto& rect : drawn) rect = moved(rect, monitor_.x, monitor_.y);
-  const auto beneath = underneath_->takeDamage(drawn);
+  const auto beneath = underneath_->takeDamage(drawn, seen);
   pixels_->request(changed);
   underneath_->request();
   for (const auto& rect : beneath) changed.push_back(inMonitor(rect, monitor_));

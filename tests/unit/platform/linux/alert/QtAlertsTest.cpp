@@ -62,5 +62,21 @@ TEST_F(QtAlertsTest, ShutsTheGateBeforeThereIsAnAlertAndUntilItIsAnswered) {
   EXPECT_EQ(events, (std::vector<std::string>{"closed", "in sight"}));
 }
 
+TEST_F(QtAlertsTest, NotesWhereAnAlertWasThatIsAnswered) {
+  const auto alert = alerts_.makeAlert();
+  alert->setMessageText("Ada would like to view your screen");
+  alert->addButton("Allow");
+  const auto timer = alerts_.startModalTimer(1ms, [&] {
+    EXPECT_TRUE(testing::waitUntil([this] { return windowsOnTheScreen() == 1; }));
+    alerts_.abortModal();
+  });
+  alert->runModal();
+  const auto left = ownWindows_.justLeft(x11::beneath::OwnWindows::Time::min());
+  ASSERT_EQ(left.size(), 1U);
+  EXPECT_EQ(std::vector{left.front().window.id}, ownWindows_.all());
+  EXPECT_GT(left.front().window.frame.width, 380);
+  EXPECT_GT(left.front().window.frame.height, 64);
+}
+
 }  // namespace
 }  // namespace vesk::alert

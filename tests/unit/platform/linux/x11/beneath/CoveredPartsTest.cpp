@@ -105,6 +105,28 @@ TEST_F(CoveredPartsTest, AreLeftAtOnceWithoutACompositor) {
   EXPECT_FALSE(covered.isOverdue(now + milliseconds(500)));
 }
 
+TEST_F(CoveredPartsTest, AreLeftByWindowsThatWentJustBefore) {
+  auto framed = window(strip, {300, 300, 100, 100});
+  framed.framed = true;
+  const std::vector<OwnWindows::Left> left{{framed, now - milliseconds(100)},
+                                           {window(strip, {0, 0, 50, 50}), now}};
+  CoveredParts late({100, 0, 1000, 1000}, left);
+  EXPECT_EQ(late.update({}, /*composited=*/true, now), (Parts{{260, 260, 180, 180}}));
+  EXPECT_EQ(late.overdueAt(), now + milliseconds(400));
+  EXPECT_EQ(late.update({}, /*composited=*/true, now + milliseconds(400)), Parts{});
+  EXPECT_EQ(late.overdueAt(), CoveredParts::Time::max())
+      << "the other was on no part of the monitor";
+  CoveredParts unseen({100, 0, 1000, 1000}, left);
+  EXPECT_EQ(unseen.update({}, /*composited=*/false, now), Parts{}) << "without a compositor";
+}
+
+TEST_F(CoveredPartsTest, AreLeftForAsLongAsTheLastOfATrace) {
+  auto first = window(strip, {200, 0, 100, 20});
+  CoveredParts late({100, 0, 1000, 1000}, {{first, now}, {first, now - milliseconds(100)}});
+  EXPECT_EQ(late.update({}, /*composited=*/true, now), (Parts{{200, 0, 100, 20}}));
+  EXPECT_EQ(late.overdueAt(), now + milliseconds(500));
+}
+
 TEST_F(CoveredPartsTest, FollowAWindowThroughEveryPlaceAsOneTrace) {
   composited({window(strip, {200, 0, 100, 20})});
   passThrough(strip, {250, 0, 100, 20});

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <optional>
 
 #include "platform/linux/x11/server/Properties.h"
 #include "support/Patience.h"
@@ -40,6 +41,18 @@ class ScreenGrabberTest : public ::testing::Test {
     return value & 0xffffff;
   }
 
+  /// Has somebody say of himself, until the test ends, that he composes the screen.
+  void compose() {
+    compositor.emplace(PixelRect{0, 0, 1, 1}, 0U);
+    auto* const c = composing.emplace().get();
+    const auto selection = server::atom(c, "_NET_WM_CM_S0");
+    xcb_set_selection_owner(c, compositor->id(), selection, XCB_CURRENT_TIME);
+    const server::ReplyPtr<xcb_get_selection_owner_reply_t> reply(
+        xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr));
+    ASSERT_NE(reply, nullptr);
+    ASSERT_EQ(reply->owner, compositor->id());
+  }
+
   /// What changed, once something has.
   static std::vector<PixelRect> next(ScreenGrabber& grabber) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
@@ -58,6 +71,8 @@ class ScreenGrabberTest : public ::testing::Test {
 
   XServer server{"320x200x24"};
   DisplayVariable variable{server.display()};
+  std::optional<PlainWindow> compositor;
+  std::optional<server::Connection> composing;
 };
 
 TEST_F(ScreenGrabberTest, BeginsWithTheWholeScreen) {
@@ -167,13 +182,32 @@ TEST_F(ScreenGrabberTest, KnowsOfNewsThatAnAnswerHasBroughtAlong) {
   EXPECT_FALSE(grabber->hasNews());
 }
 
+TEST_F(ScreenGrabberTest, FindsOutByItselfThatNoTraceOfAWindowIsLeft) {
+  compose();
+  PlainWindow other({50, 50, 100, 20}, 0xff0000);
+  const beneath::OwnWindows none;
+  other.show();
+  ScreenGrabber grabber(server::monitors(server::Connection()).at(0), false, &none);
+  ASSERT_TRUE(grabber.grab());
+  EXPECT_EQ(grabber.nextLook(), ScreenGrabber::Time::max());
+  other.hide();
+  const auto begin = ScreenGrabber::Time::clock::now();
+  EXPECT_TRUE(testing::waitUntil([&] {
+    if (grabber.readEvents()->drawn) grabber.grab();
+    return grabber.nextLook() != ScreenGrabber::Time::max();
+  }));
+  const auto over = grabber.nextLook();
+  EXPECT_GE(over, begin + std::chrono::milliseconds(500));
+  EXPECT_TRUE(testing::waitUntil([&] {
+    if (grabber.readEvents()->drawn) grabber.grab();
+    return grabber.nextLook() == ScreenGrabber::Time::max();
+  }));
+  EXPECT_GE(ScreenGrabber::Time::clock::now(), over);
+}
+
 /// A compositor lets it fade away, of which nobody tells.
 TEST_F(ScreenGrabberTest, LooksAtWhatAnOwnWindowHasLeftWhenItHasFaded) {
-  const PlainWindow compositor({0, 0, 1, 1}, 0);
-  const server::Connection its;
-  xcb_set_selection_owner(its.get(), compositor.id(), server::atom(its.get(), "_NET_WM_CM_S0"),
-                          XCB_CURRENT_TIME);
-  xcb_flush(its.get());
+  compose();
   PlainWindow own({50, 50, 100, 20}, 0xff0000);
   beneath::OwnWindows ownWindows;
   ownWindows.add(own.id());
