@@ -39,6 +39,9 @@ class Page {
   virtual void programGone() = 0;
   virtual void programSent(const Frame& frame) = 0;
 
+  /// A frame that was sent to the program, but for the page's own wishes.
+  virtual void agentSent(const Frame& frame) = 0;
+
   /// A line for the person at the page.
   virtual void note(std::string_view text) = 0;
 };

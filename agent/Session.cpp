@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "agent/ExitStatus.h"
+#include "agent/FrameAssembler.h"
 
 namespace vesk::agent {
 namespace {
@@ -210,7 +211,14 @@ void Session::takeWishes() {
   }
 }
 
-void Session::send(ByteView bytes) { connection_->send(bytes); }
+/// The page is told nothing of what is no whole frame.
+void Session::send(ByteView bytes) {
+  connection_->send(bytes);
+  if (!page_) return;
+  FrameAssembler frames;
+  frames.append(bytes);
+  while (const auto frame = frames.next()) page_->agentSent(*frame);
+}
 
 void Session::disconnect() { loseProgram("disconnected"); }
 

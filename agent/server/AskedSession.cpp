@@ -1,16 +1,20 @@
 #include "agent/server/AskedSession.h"
 
-#include "link/Message.h"
+#include "agent/server/PageMessage.h"
 
 namespace vesk::agent {
 
 void AskedSession::sent(const Frame& frame) {
-  if (frameKind(frame.kind) != FrameKind::control) return;
-  const auto message = Message::parse(frame.payload);
-  if (!message) return;
-  const auto op = message->string("op");
-  if (op == "start") isWanted_ = true;
-  if (op == "stop") isWanted_ = false;
+  const auto op = pageMessage::opOf(frame);
+  if (op != "start" && op != "stop") return;
+  isAsked_ = op == "start";
+  isRefused_ = false;
+}
+
+void AskedSession::received(const Frame& frame) {
+  const auto op = pageMessage::opOf(frame);
+  if (op == "denied" || op == "fault") isRefused_ = true;
+  if (op == "state" || op == "started") isRefused_ = false;
 }
 
 }  // namespace vesk::agent

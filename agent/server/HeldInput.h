@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
@@ -20,17 +21,23 @@ class HeldInput {
 
   void sent(const Frame& frame);
 
-  /// The input frames that let go of everything, which is forgotten with them.
+  /// The input frames that let go of everything, which is forgotten with them. They leave the
+  /// pointer where it is.
   std::vector<Frame> takeReleases();
 
   void clear() { *this = HeldInput(); }
 
  private:
+  Frame modifierRelease() const;
+
   std::set<std::pair<std::int64_t, bool>> keys_;  ///< the code, and whether it is extended
   std::set<std::int64_t> buttons_;
   bool hasModifiers_ = false;
-  double x_ = 0;
-  double y_ = 0;
+  struct Place {
+    double x = 0;
+    double y = 0;
+  };
+  std::optional<Place> pointer_;  ///< nothing until the viewer has pointed
 };
 
 }  // namespace vesk::agent

@@ -11,7 +11,8 @@ namespace {
 
 namespace http = boost::beast::http;
 
-constexpr std::size_t maxHeader = 8192;
+/// Browsers send the cookies of all ports of an address.
+constexpr std::size_t maxHeader = std::size_t{64} * 1024;
 
 /// What is read of a refused request that goes on, so that its sender gets to read the refusal.
 constexpr std::size_t maxDrained = std::size_t{256} * 1024;

@@ -6,7 +6,6 @@
 
 #include "agent/server/PageCookie.h"
 #include "agent/server/PageFiles.h"
-#include "agent/server/PageKey.h"
 #include "agent/server/PageOrigin.h"
 
 namespace vesk::agent::pageHttp {
@@ -86,8 +85,8 @@ void secure(http::fields& headers) {
   headers.set(http::field::cache_control, "no-store");
 }
 
-std::string_view browserOf(const Request& request, std::uint16_t port) {
-  return pageCookie::tokenIn(single(request, http::field::cookie), port);
+PageKey::Tokens browserOf(const Request& request, std::uint16_t port) {
+  return pageCookie::tokensIn(single(request, http::field::cookie), port);
 }
 
 }  // namespace vesk::agent::pageHttp

@@ -8,6 +8,8 @@
 #include <optional>
 #include <string_view>
 
+#include "agent/server/PageKey.h"
+
 /// What the page's server says to a request. Pure.
 namespace vesk::agent::pageHttp {
 
@@ -28,7 +30,7 @@ Response refusal(Status status, std::string_view text);
 /// another one, and from keeping it.
 void secure(boost::beast::http::fields& headers);
 
-/// The browser's token in the cookie of a request; empty without one.
-std::string_view browserOf(const Request& request, std::uint16_t port);
+/// The browser's tokens in the cookies of a request, which they point into.
+PageKey::Tokens browserOf(const Request& request, std::uint16_t port);
 
 }  // namespace vesk::agent::pageHttp

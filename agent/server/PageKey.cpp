@@ -58,11 +58,17 @@ bool isToken(std::string_view text) {
   return text.size() == tokenLength && text.find_first_not_of(alphabet) == std::string_view::npos;
 }
 
-PageKey::Admission PageKey::admit(std::string_view key, std::string_view browser) {
+PageKey::Admission PageKey::admit(std::string_view key, const Tokens& browser) {
   if (!isSame(key, text_)) return Admission::wrongKey;
-  if (!isToken(browser)) return Admission::noCookie;
-  if (browser_.empty()) browser_ = browser;
-  return isSame(browser, browser_) ? Admission::granted : Admission::otherBrowser;
+  Tokens tokens = browser;
+  std::erase_if(tokens, [](std::string_view token) { return !isToken(token); });
+  if (tokens.empty()) return Admission::noCookie;
+  if (browser_.empty()) browser_.assign(tokens.begin(), tokens.end());
+  const bool isKnown = std::any_of(tokens.begin(), tokens.end(), [this](std::string_view token) {
+    return std::any_of(browser_.begin(), browser_.end(),
+                       [token](const std::string& bound) { return isSame(token, bound); });
+  });
+  return isKnown ? Admission::granted : Admission::otherBrowser;
 }
 
 }  // namespace vesk::agent

@@ -26,6 +26,12 @@ std::optional<std::string> parseKey(ByteView message) {
   return object ? object->string("key") : std::nullopt;
 }
 
+std::optional<std::string> opOf(const Frame& frame) {
+  if (frameKind(frame.kind) != FrameKind::control) return std::nullopt;
+  const auto message = Message::parse(frame.payload);
+  return message ? message->string("op") : std::nullopt;
+}
+
 Bytes ofFrame(const Frame& frame) {
   Bytes message;
   message.reserve(1 + frame.payload.size());

@@ -26,6 +26,9 @@ std::variant<Frame, Malformed> parseFrame(ByteView message);
 /// The key in a page's first message; nothing when it is no such message.
 std::optional<std::string> parseKey(ByteView message);
 
+/// The name of a control message; nothing for what is none.
+std::optional<std::string> opOf(const Frame& frame);
+
 Bytes ofFrame(const Frame& frame);
 
 std::string ofProgram(bool isConnected);

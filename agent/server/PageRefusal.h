@@ -18,6 +18,7 @@ inline constexpr std::uint16_t malformed = 4400;
 inline constexpr std::uint16_t wrongKey = 4401;
 inline constexpr std::uint16_t tooSlow = 4408;
 inline constexpr std::uint16_t occupied = 4409;
+inline constexpr std::uint16_t stuckProgram = 4410;
 
 }  // namespace pageRefusal
 }  // namespace vesk::agent

@@ -6,7 +6,6 @@
 #include "agent/KeyPicture.h"
 #include "agent/Requests.h"
 #include "agent/server/PageMessage.h"
-#include "link/Message.h"
 
 namespace vesk::agent {
 namespace {
@@ -22,12 +21,6 @@ constexpr std::size_t maxGuests = 64;
 Frame controlFrame(const std::string& text) {
   const auto bytes = std::as_bytes(std::span(text));
   return {static_cast<std::uint8_t>(FrameKind::control), Bytes(bytes.begin(), bytes.end())};
-}
-
-bool isHello(const Frame& frame) {
-  if (frameKind(frame.kind) != FrameKind::control) return false;
-  const auto message = Message::parse(frame.payload);
-  return message && message->string("op") == "hello";
 }
 
 std::optional<PageRefusal> refusalFor(PageKey::Admission admission) {
@@ -69,7 +62,7 @@ void PageRoom::showAllOut() {
 }
 
 std::optional<PageRefusal> PageRoom::sit(const std::shared_ptr<PageSeat>& seat,
-                                         const std::string& key, std::string_view browser,
+                                         const std::string& key, const PageKey::Tokens& browser,
                                          TimePoint now) {
   auto refusal = refusalFor(key_.admit(key, browser));
   if (!refusal && viewer_ != nullptr) {
@@ -81,7 +74,9 @@ std::optional<PageRefusal> PageRoom::sit(const std::shared_ptr<PageSeat>& seat,
   isTaken_ = true;
   note("a viewer has come");
   tell(pageMessage::ofProgram(hasProgram_));
-  if (hello_) seat->backlog().addMessage(pageMessage::ofFrame(*hello_));
+  for (const auto& frame : program_.messages()) {
+    seat->backlog().addMessage(pageMessage::ofFrame(frame));
+  }
   tend(now);
   seat->wake();
   return std::nullopt;
@@ -99,7 +94,9 @@ void PageRoom::leave(const PageSeat& seat) {
 void PageRoom::viewerIsMissed() {
   if (viewer_ != nullptr || !session_.isWanted()) return;
   session_.clear();
-  mail_.putFrame(controlFrame(requests::stop()));
+  const Frame stop = controlFrame(requests::stop());
+  program_.sent(stop);
+  mail_.putFrame(stop);
   note("the viewer has not come back, so its session was stopped");
 }
 
@@ -107,6 +104,7 @@ PageMail::Room PageRoom::fromViewer(Frame frame) {
   if (!hasProgram_) return PageMail::Room::some;
   held_.sent(frame);
   session_.sent(frame);
+  program_.sent(frame);
   return mail_.putFrame(std::move(frame));
 }
 
@@ -131,14 +129,22 @@ void PageRoom::programConnected() {
 
 void PageRoom::programGone() {
   hasProgram_ = false;
-  hello_.reset();
+  program_.clear();
   held_.clear();
   session_.clear();
   tell(pageMessage::ofProgram(false));
 }
 
+/// What the agent itself starts is no viewer's session, and goes on without one.
+void PageRoom::agentSent(const Frame& frame) {
+  program_.sent(frame);
+  const auto op = pageMessage::opOf(frame);
+  if (op == "start" || op == "stop") session_.clear();
+}
+
 void PageRoom::programSent(const Frame& frame) {
-  if (isHello(frame)) hello_ = frame;
+  program_.received(frame);
+  session_.received(frame);
   if (viewer_ == nullptr) return;
   viewer_->backlog().addMessage(pageMessage::ofFrame(frame));
   viewer_->wake();

@@ -15,6 +15,7 @@
 #include "agent/server/PageKey.h"
 #include "agent/server/PageMail.h"
 #include "agent/server/PageRefusal.h"
+#include "agent/server/ProgramState.h"
 
 namespace vesk::agent {
 
@@ -41,12 +42,13 @@ class PageRoom {
  public:
   using TimePoint = PageBacklog::TimePoint;
 
-  /// How long strangers are listened to, and a viewer that has left is waited for.
+  /// How long strangers are listened to, a viewer that has left is waited for, and one is held up.
   struct Times {
     std::chrono::milliseconds request{std::chrono::seconds(10)};  ///< for the request's header
     std::chrono::milliseconds key{std::chrono::seconds(10)};
     std::chrono::milliseconds farewell{std::chrono::seconds(2)};  ///< for taking a last answer
     std::chrono::milliseconds absence{std::chrono::seconds(10)};  ///< a reload takes a moment
+    std::chrono::milliseconds stuck{std::chrono::seconds(5)};     ///< for the program to take more
   };
 
   /// `mail` outlives the room. `viewerHasLeft` is called when the time of its absence begins.
@@ -68,7 +70,7 @@ class PageRoom {
 
   // The viewer
   std::optional<PageRefusal> sit(const std::shared_ptr<PageSeat>& seat, const std::string& key,
-                                 std::string_view browser, TimePoint now);
+                                 const PageKey::Tokens& browser, TimePoint now);
   void leave(const PageSeat& seat);
   /// The time of its absence is over: unless it is back, the session that it asked for ends.
   void viewerIsMissed();
@@ -79,6 +81,8 @@ class PageRoom {
   // The program
   void programConnected();
   void programGone();
+  /// What the agent's own commands send to the program.
+  void agentSent(const Frame& frame);
   /// Everything but video.
   void programSent(const Frame& frame);
   /// An access unit, as the message for the page.
@@ -104,7 +108,7 @@ class PageRoom {
   HeldInput held_;
   AskedSession session_;
   bool hasProgram_ = false;
-  std::optional<Frame> hello_;  ///< of the program that is connected
+  ProgramState program_;
 };
 
 }  // namespace vesk::agent

@@ -131,6 +131,11 @@ void PageServer::programSentVideo(const Frame& frame) {
   });
 }
 
+void PageServer::agentSent(const Frame& frame) {
+  if (frameKind(frame.kind) != FrameKind::control) return;
+  boost::asio::post(context_, [this, frame] { room_.agentSent(frame); });
+}
+
 void PageServer::note(std::string_view text) {
   boost::asio::post(context_, [this, text = std::string(text)] { room_.noteForPage(text); });
 }

@@ -31,6 +31,7 @@ class PageServer : public Page {
   void programConnected() override;
   void programGone() override;
   void programSent(const Frame& frame) override;
+  void agentSent(const Frame& frame) override;
   void note(std::string_view text) override;
 
  private:

@@ -71,6 +71,13 @@ void PageViewer::keyIsLate() {
   }
 }
 
+/// A page whose messages are not read is not seen to leave either: it would have the seat for good.
+void PageViewer::programIsStuck() {
+  if (state_ != State::viewer || isReading_) return;
+  refuse({pageRefusal::stuckProgram,
+          "The program takes nothing any more. Try again when it goes on."});
+}
+
 void PageViewer::farewellIsLate() { boost::beast::get_lowest_layer(socket_).close(); }
 
 void PageViewer::showOut() {
@@ -95,7 +102,9 @@ void PageViewer::refuse(PageRefusal refusal) {
 }
 
 void PageViewer::readOn() {
-  if (!isReading_ && state_ == State::viewer) read();
+  if (isReading_ || state_ != State::viewer) return;
+  timer_.cancel();
+  read();
 }
 
 void PageViewer::read() {
@@ -126,7 +135,9 @@ void PageViewer::onRead(Error error) {
   const auto data = incoming_.data();
   const auto room = take(ByteView(static_cast<const std::byte*>(data.data()), data.size()));
   incoming_.clear();
-  if (state_ != State::leaving && room == PageMail::Room::some) read();
+  if (state_ == State::leaving) return;
+  if (room == PageMail::Room::some) return read();
+  expectWithin(room_.times().stuck, &PageViewer::programIsStuck);
 }
 
 PageMail::Room PageViewer::take(ByteView message) {

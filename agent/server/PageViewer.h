@@ -46,6 +46,7 @@ class PageViewer : public PageGuest,
   void onAccepted(Error error);
   void expectWithin(std::chrono::milliseconds time, void (PageViewer::*late)());
   void keyIsLate();
+  void programIsStuck();
   void farewellIsLate();
 
   void read();

@@ -25,6 +25,12 @@ class PageTest(PageCase):
         self.assertIn("HttpOnly; SameSite=Strict", headers["set-cookie"])
         self.assertIn(b"<!doctype html>", body.lower())
 
+    def test_many_cookies_of_other_ports_keep_nobody_out(self):
+        cookie = self.address.cookie()
+        foreign = "; ".join(f"other-{number}={'x' * 1000}" for number in range(50))
+        self.assertEqual(self.address.ask(Cookie=foreign)[0], 200)
+        self.assertEqual(self.viewer(f"{foreign}; {cookie}").next(), {"program": "gone"})
+
     def test_says_where_the_page_is_also_when_quiet(self):
         with tempfile.TemporaryDirectory() as folder:
             agent = Agent(AGENT, os.path.join(folder, "s"), "--page", "--quiet", quiet=True)
@@ -114,7 +120,7 @@ class PageTest(PageCase):
         self.assertEqual(second_tab.end(), (4409, "Another page views this screen already. Close "
                                                   "that one first."))
 
-        # A page of another port of this address can set a cookie of the same name, for a longer path.
+        # A page of another port of this address can set one of this name, for a longer path.
         name, _, token = cookie.partition("=")
         self.assertEqual(len(token), 43)
         crowded = self.knock(cookie=f"{name}={'B' * 43}; {cookie}")
@@ -122,9 +128,7 @@ class PageTest(PageCase):
         self.assertEqual(crowded.end()[0], 4409)
 
         # A reload: the seat is free when the agent has heard of the end.
-        viewer.send(CLOSE, struct.pack(">H", 1001))
-        while b"the viewer has gone" not in self.agent.notes.next():
-            pass
+        self.leave(viewer)
         self.assertEqual(self.viewer(cookie).next(), {"program": "gone"})
 
     def test_messages_that_no_page_may_send_end_it(self):
@@ -205,6 +209,11 @@ class PageTest(PageCase):
         self.agent.process.send_signal(signal.SIGTERM)
         self.assertEqual(viewer.end()[0], 1001)
 
+    def leave(self, viewer):
+        viewer.send(CLOSE, struct.pack(">H", 1001))
+        while b"the viewer has gone" not in self.agent.notes.next():
+            pass
+
     # The session
 
     def test_frames_go_both_ways_as_they_are(self):
@@ -235,6 +244,37 @@ class PageTest(PageCase):
         program.close()
         self.assertEqual(viewer.next(), {"program": "gone"})
 
+    def test_a_page_that_comes_late_is_told_of_the_session(self):
+        program = self.program()
+        cookie = self.address.cookie()
+        started = b'{"op":"started","width":1920,"height":1080}'
+        stop = b'{"op":"stop"}'
+
+        def told():
+            """What a page hears before the answer to its own request."""
+            viewer = self.viewer(cookie)
+            self.assert_asked_for_key_frame(program)
+            self.assertEqual(viewer.next(), {"program": "connected"})
+            self.assertEqual(viewer.next(), b"\1" + HELLO)
+            viewer.control(op="viewer")
+            self.assertEqual(json.loads(program.receive_frame()[1]), {"op": "viewer"})
+            program.send(frame(1, b'{"op":"end"}'))
+            messages = []
+            while (message := viewer.next()) != b'\1{"op":"end"}':
+                messages.append(message)
+            self.assertEqual(self.agent.output.next(), b'{"op":"end"}')
+            self.leave(viewer)
+            return messages
+
+        self.assertEqual(told(), [])
+        for last in (b'{"op":"state","state":"awaiting-consent"}', started):
+            program.send(frame(1, last))
+            self.assertEqual(self.agent.output.next(), last)
+            self.assertEqual(told(), [b"\1" + last])
+        self.agent.write(b"stop")
+        self.assertEqual(program.receive_frame(), (1, stop))
+        self.assertEqual(told(), [])
+
     def test_what_a_lost_viewer_held_is_let_go_of(self):
         program, viewer = self.watching()
         held = b'{"t":"k","c":162,"e":"down","m":2}'
@@ -242,8 +282,7 @@ class PageTest(PageCase):
         self.assertEqual(program.receive_frame(), (2, held))
         viewer.close()
         self.assertEqual(json.loads(program.receive_frame()[1]),
-                         {"t": "k", "c": 162, "e": "up", "x": False})
-        self.assertEqual(json.loads(program.receive_frame()[1])["m"], 0)
+                         {"t": "k", "c": 162, "e": "up", "x": False, "m": 0})
 
     def test_the_end_of_the_agent_is_told(self):
         _, viewer = self.watching()

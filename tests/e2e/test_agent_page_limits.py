@@ -45,7 +45,7 @@ class PageLimitsTest(PageCase):
         with self.assertRaises(TimeoutError):
             while True:
                 viewer.send(BINARY, b'\2{"t":"u","s":"' + b"x" * 50_000 + b'"}')
-        viewer.close()
+        viewer.close()  # which the agent does not read
 
         # The one that comes back is let in, within the time that a reload may take.
         limit = time.monotonic() + DEADLINE
@@ -53,6 +53,18 @@ class PageLimitsTest(PageCase):
             self.assertLess(time.monotonic(), limit, first)
             time.sleep(0.1)  # between two tries
         self.assertEqual(first, {"program": "connected"})
+
+    def test_a_viewer_that_a_stuck_program_holds_up_is_told_so(self):
+        self.program()
+        viewer = self.viewer()
+        self.assertEqual(viewer.next(), {"program": "connected"})
+        viewer.socket.settimeout(1)
+        with self.assertRaises(TimeoutError):
+            while True:
+                viewer.send(BINARY, b'\2{"t":"u","s":"' + b"x" * 50_000 + b'"}')
+        viewer.socket.settimeout(DEADLINE)
+        self.assertEqual(viewer.end(), (4410, "The program takes nothing any more. Try again when "
+                                              "it goes on."))
 
     def test_a_page_that_stops_holds_nothing_up(self):
         stop = float(os.environ.get("VESK_PAGE_STOPS", 2))

@@ -10,8 +10,14 @@ namespace {
 class AskedSessionTest : public ::testing::Test {
  protected:
   void send(std::string_view text, FrameKind kind = FrameKind::control) {
+    session_.sent(frame(text, kind));
+  }
+
+  void receive(std::string_view text) { session_.received(frame(text, FrameKind::control)); }
+
+  static Frame frame(std::string_view text, FrameKind kind) {
     const auto bytes = std::as_bytes(std::span(text));
-    session_.sent({static_cast<std::uint8_t>(kind), Bytes(bytes.begin(), bytes.end())});
+    return {static_cast<std::uint8_t>(kind), Bytes(bytes.begin(), bytes.end())};
   }
 
   AskedSession session_;
@@ -29,6 +35,32 @@ TEST_F(AskedSessionTest, IsWantedFromStartToStop) {
 TEST_F(AskedSessionTest, IsNotWantedByWhatIsNoRequest) {
   send(R"({"op":"start"})", FrameKind::input);
   send("start");
+  EXPECT_FALSE(session_.isWanted());
+}
+
+TEST_F(AskedSessionTest, IsNotWantedWhenItWasRefused) {
+  for (const auto* refusal : {R"({"op":"denied"})", R"({"op":"fault"})"}) {
+    send(R"({"op":"start"})");
+    receive(R"({"op":"state","state":"awaiting-consent"})");
+    EXPECT_TRUE(session_.isWanted());
+    receive(refusal);
+    EXPECT_FALSE(session_.isWanted()) << refusal;
+  }
+  send(R"({"op":"start"})");
+  EXPECT_TRUE(session_.isWanted());
+}
+
+TEST_F(AskedSessionTest, IsWantedAgainWhenTheRefusalWasAnEarlierRequests) {
+  send(R"({"op":"start"})");
+  send(R"({"op":"stop"})");
+  send(R"({"op":"start"})");
+  receive(R"({"op":"denied"})");
+  receive(R"({"op":"started"})");
+  EXPECT_TRUE(session_.isWanted());
+}
+
+TEST_F(AskedSessionTest, IsNotWantedByTheProgram) {
+  receive(R"({"op":"started"})");
   EXPECT_FALSE(session_.isWanted());
 }
 

@@ -52,7 +52,7 @@ TEST(PageHttpTest, ServesThePageAndItsCookie) {
 TEST(PageHttpTest, ABrowserKeepsTheCookieThatItHas) {
   Request again = request("/");
   again.set(http::field::cookie, "vesk-page-8080=" + token);
-  EXPECT_EQ(pageHttp::browserOf(again, port), token);
+  EXPECT_EQ(pageHttp::browserOf(again, port), PageKey::Tokens{token});
   EXPECT_EQ(pageHttp::answer(again, port)->count(http::field::set_cookie), 0U);
 }
 

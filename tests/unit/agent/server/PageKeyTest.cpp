@@ -36,9 +36,21 @@ TEST(PageKeyTest, TheFirstBrowserWithTheKeyHasItForGood) {
   PageKey key;
   const std::string first = randomToken();
   const std::string second = randomToken();
-  EXPECT_EQ(key.admit(key.text(), first), Admission::granted);
-  EXPECT_EQ(key.admit(key.text(), second), Admission::otherBrowser);
-  EXPECT_EQ(key.admit(key.text(), first), Admission::granted);
+  EXPECT_EQ(key.admit(key.text(), {first}), Admission::granted);
+  EXPECT_EQ(key.admit(key.text(), {second}), Admission::otherBrowser);
+  EXPECT_EQ(key.admit(key.text(), {first}), Admission::granted);
+}
+
+TEST(PageKeyTest, AnyOfTheFirstBrowsersTokensWillDo) {
+  PageKey key;
+  const std::string own = randomToken();
+  const std::string foreign = randomToken();
+  const std::string later = randomToken();
+  EXPECT_EQ(key.admit(key.text(), {foreign, own}), Admission::granted);
+  EXPECT_EQ(key.admit(key.text(), {own}), Admission::granted);
+  EXPECT_EQ(key.admit(key.text(), {later, "short", own}), Admission::granted);
+  EXPECT_EQ(key.admit(key.text(), {foreign}), Admission::granted);
+  EXPECT_EQ(key.admit(key.text(), {later}), Admission::otherBrowser);
 }
 
 TEST(PageKeyTest, AWrongKeyBindsNobody) {
@@ -46,17 +58,18 @@ TEST(PageKeyTest, AWrongKeyBindsNobody) {
   std::string wrong = key.text();
   wrong.back() = wrong.back() == 'A' ? 'E' : 'A';
   for (const auto& text : {std::string(), wrong, key.text() + "A", key.text().substr(1)}) {
-    EXPECT_EQ(key.admit(text, randomToken()), Admission::wrongKey) << text;
+    EXPECT_EQ(key.admit(text, {randomToken()}), Admission::wrongKey) << text;
   }
-  EXPECT_EQ(key.admit(key.text(), randomToken()), Admission::granted);
+  EXPECT_EQ(key.admit(key.text(), {randomToken()}), Admission::granted);
 }
 
 TEST(PageKeyTest, ABrowserWithoutACookieBindsNobody) {
   PageKey key;
-  EXPECT_EQ(key.admit(key.text(), ""), Admission::noCookie);
-  EXPECT_EQ(key.admit(key.text(), "short"), Admission::noCookie);
-  EXPECT_EQ(key.admit(key.text(), randomToken()), Admission::granted);
-  EXPECT_EQ(key.admit(key.text(), ""), Admission::noCookie);
+  EXPECT_EQ(key.admit(key.text(), {}), Admission::noCookie);
+  EXPECT_EQ(key.admit(key.text(), {""}), Admission::noCookie);
+  EXPECT_EQ(key.admit(key.text(), {"short"}), Admission::noCookie);
+  EXPECT_EQ(key.admit(key.text(), {randomToken()}), Admission::granted);
+  EXPECT_EQ(key.admit(key.text(), {""}), Admission::noCookie);
 }
 
 }  // namespace

@@ -151,7 +151,49 @@ TEST_F(PageServerTest, AViewerHasThePrograms) {
 
   // What it held is let go of when it is gone.
   socket.next_layer().close();
-  EXPECT_EQ(nextFrame(), R"({"c":65,"e":"up","t":"k","x":false})");
+  EXPECT_EQ(nextFrame(), R"({"c":65,"e":"up","m":0,"t":"k","x":false})");
+}
+
+TEST_F(PageServerTest, AViewerThatComesLateIsToldOfTheSession) {
+  serve();
+  server_->programConnected();
+  const auto control = [](std::string_view text) {
+    const auto bytes = bytesOf(text);
+    return Frame{1, Bytes(bytes.begin(), bytes.end())};
+  };
+  const auto told = [this] {
+    auto socket = knock();
+    socket.write(boost::asio::buffer(keyMessage()));
+    EXPECT_EQ(next(socket), R"({"program":"connected"})");
+    std::string text = next(socket);
+    boost::system::error_code ignored;
+    socket.close(websocket::close_code::normal, ignored);
+    return text;
+  };
+  server_->programSent(control(R"({"op":"started"})"));
+  EXPECT_EQ(told(), "\1{\"op\":\"started\"}");
+  server_->agentSent(control(R"({"op":"stop"})"));
+  server_->programSent(control(R"({"op":"hello"})"));
+  EXPECT_EQ(told(), "\1{\"op\":\"hello\"}");
+}
+
+TEST_F(PageServerTest, AViewerThatAStuckProgramHoldsUpLosesItsSeatInWords) {
+  serve({.stuck = 20ms});
+  server_->programConnected();
+  auto socket = knock();
+  socket.write(boost::asio::buffer(keyMessage()));
+  socket.binary(true);
+  for (std::size_t i = 0; i <= PageMail::maxWaiting; ++i) {
+    socket.write(boost::asio::buffer(std::string("\2{\"t\":\"k\",\"c\":65,\"e\":\"down\"}")));
+  }
+  const auto why = reason(socket);
+  EXPECT_EQ(why.code, pageRefusal::stuckProgram);
+  EXPECT_EQ(why.reason, "The program takes nothing any more. Try again when it goes on.");
+  auto other = knock();
+  other.write(boost::asio::buffer(keyMessage()));
+  EXPECT_EQ(next(other), R"({"program":"connected"})");
+  while (nextFrame() != R"({"c":65,"e":"up","m":0,"t":"k","x":false})") {
+  }
 }
 
 TEST_F(PageServerTest, StopsTheSessionOfAViewerThatDoesNotComeBack) {
@@ -166,6 +208,27 @@ TEST_F(PageServerTest, StopsTheSessionOfAViewerThatDoesNotComeBack) {
   EXPECT_EQ(nextFrame(), R"({"op":"start"})");
   socket.next_layer().close();
   EXPECT_EQ(nextFrame(), R"({"op":"stop"})");
+}
+
+TEST_F(PageServerTest, WaitsAnewForAViewerThatLeavesAgain) {
+  constexpr auto absence = 500ms;
+  serve({.absence = absence});
+  server_->programConnected();
+  std::chrono::steady_clock::time_point left;
+  for (int i = 0; i < 2; ++i) {
+    auto socket = knock();
+    socket.write(boost::asio::buffer(keyMessage()));
+    EXPECT_EQ(next(socket), R"({"program":"connected"})");
+    EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+    socket.binary(true);
+    socket.write(boost::asio::buffer(std::string("\1{\"op\":\"start\"}")));
+    EXPECT_EQ(nextFrame(), R"({"op":"start"})");
+    left = std::chrono::steady_clock::now();
+    boost::system::error_code ignored;
+    socket.close(websocket::close_code::normal, ignored);
+  }
+  EXPECT_EQ(nextFrame(), R"({"op":"stop"})");
+  EXPECT_GE(std::chrono::steady_clock::now() - left, absence);
 }
 
 TEST_F(PageServerTest, StopsNoSessionThatThePersonRefused) {
