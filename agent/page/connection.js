@@ -3,7 +3,7 @@ import { controlKind, decode, encode, inputKind } from './frames.js';
 const firstRetry = 500;   // milliseconds
 const lastRetry = 4000;
 // Codes by which the agent says that trying again changes nothing.
-const refusalCodes = new Set([4400, 4401, 4403, 4409]);
+const refusalCodes = new Set([4400, 4401, 4403, 4409, 4410]);
 
 /**
  * The WebSocket to the agent, which it opens again when it is lost, ever more slowly.

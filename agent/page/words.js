@@ -7,6 +7,8 @@ const refusals = {
   4401: ['This address no longer opens the session',
     'Its key is wrong, another browser has used it, or this one keeps no cookies. Take the address that ' +
     'vesk-agent has printed last.'],
+  4410: ['The program is stuck',
+    'It takes nothing any more. Try again when it goes on.'],
   4409: ['Somebody is watching already',
     'One viewer at a time. Close the other window, then try again here.'],
 };

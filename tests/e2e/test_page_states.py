@@ -37,6 +37,8 @@ class States(Viewing):
         self.page.wait_for("Waiting for consent")
         wait_until(self.alerts, "the person is asked")
         self.picture("asking")
+        self.browser.driver.refresh()
+        self.page.wait_for("Waiting for consent")
         self.answer("Escape")
         self.page.wait_for("Not allowed")
         self.picture("denied")

@@ -232,7 +232,7 @@ describe('a session', () => {
       after({ op: 'state', state: 'starting' }), after({ op: 'started' }), after({ op: 'denied' }),
       after({ op: 'fault', message: 'The screen is gone.' }),
       after({ op: 'fault', code: 'screen-recording', message: 'Allow it.' }),
-      ...[4400, 4401, 4403, 4409].map((code) => session.refused(ready, code, 'no'))];
+      ...[4400, 4401, 4403, 4409, 4410].map((code) => session.refused(ready, code, 'no'))];
     const titles = states.map((state) => words(state).title);
     assert.equal(new Set(titles).size, states.length);
     for (const state of states) assert.ok(words(state).brief && words(state).tone);
