@@ -211,13 +211,15 @@ void Session::takeWishes() {
   }
 }
 
-/// The page is told nothing of what is no whole frame.
+/// The page is told first, so that nobody who knows that it was sent finds the page knowing less.
+/// It is told nothing of what is no whole frame.
 void Session::send(ByteView bytes) {
+  if (page_) {
+    FrameAssembler frames;
+    frames.append(bytes);
+    while (const auto frame = frames.next()) page_->agentSent(*frame);
+  }
   connection_->send(bytes);
-  if (!page_) return;
-  FrameAssembler frames;
-  frames.append(bytes);
-  while (const auto frame = frames.next()) page_->agentSent(*frame);
 }
 
 void Session::disconnect() { loseProgram("disconnected"); }
