@@ -171,9 +171,10 @@ void PresenceDesktop::press(std::uint32_t keysym) {
   xcb_flush(connection_);
 }
 
+/// When it comes back the server has released it, so that other clients' clocks are later.
 void PresenceDesktop::release(std::uint32_t keysym) {
   xcb_test_fake_input(connection_, XCB_KEY_RELEASE, keyCode(keysym), 0, XCB_NONE, 0, 0, 0);
-  xcb_flush(connection_);
+  focus();
 }
 
 void PresenceDesktop::key(std::uint32_t keysym) {
