@@ -1,17 +1,15 @@
 #include "agent/server/HeldInput.h"
 
 #include <nlohmann/json.hpp>
-#include <string>
 
+#include "agent/server/PageMessage.h"
 #include "link/Message.h"
 
 namespace vesk::agent {
 namespace {
 
 Frame inputFrame(const nlohmann::json& message) {
-  const std::string text = message.dump();
-  const auto bytes = std::as_bytes(std::span(text));
-  return {static_cast<std::uint8_t>(FrameKind::input), Bytes(bytes.begin(), bytes.end())};
+  return pageMessage::frameOf(FrameKind::input, message.dump());
 }
 
 template <typename Value>

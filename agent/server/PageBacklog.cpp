@@ -1,5 +1,6 @@
 #include "agent/server/PageBacklog.h"
 
+#include "agent/Command.h"
 #include "agent/server/PageMessage.h"
 
 namespace vesk::agent {
@@ -30,7 +31,7 @@ void PageBacklog::addMessage(Bytes message) {
 }
 
 void PageBacklog::addText(const std::string& text) {
-  const auto bytes = std::as_bytes(std::span(text));
+  const auto bytes = bytesOf(text);
   otherBytes_ += bytes.size();
   items_.push_back({Item::Kind::text, Bytes(bytes.begin(), bytes.end())});
 }

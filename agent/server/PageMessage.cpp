@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "agent/Command.h"
 #include "link/Message.h"
 
 namespace vesk::agent::pageMessage {
@@ -30,6 +31,11 @@ std::optional<std::string> opOf(const Frame& frame) {
   if (frameKind(frame.kind) != FrameKind::control) return std::nullopt;
   const auto message = Message::parse(frame.payload);
   return message ? message->string("op") : std::nullopt;
+}
+
+Frame frameOf(FrameKind kind, std::string_view text) {
+  const auto bytes = bytesOf(text);
+  return {static_cast<std::uint8_t>(kind), Bytes(bytes.begin(), bytes.end())};
 }
 
 Bytes ofFrame(const Frame& frame) {

@@ -29,6 +29,9 @@ std::optional<std::string> parseKey(ByteView message);
 /// The name of a control message; nothing for what is none.
 std::optional<std::string> opOf(const Frame& frame);
 
+/// A frame that holds a text.
+Frame frameOf(FrameKind kind, std::string_view text);
+
 Bytes ofFrame(const Frame& frame);
 
 std::string ofProgram(bool isConnected);

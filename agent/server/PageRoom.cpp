@@ -19,8 +19,7 @@ constexpr std::size_t headSize = 5;
 constexpr std::size_t maxGuests = 64;
 
 Frame controlFrame(const std::string& text) {
-  const auto bytes = std::as_bytes(std::span(text));
-  return {static_cast<std::uint8_t>(FrameKind::control), Bytes(bytes.begin(), bytes.end())};
+  return pageMessage::frameOf(FrameKind::control, text);
 }
 
 std::optional<PageRefusal> refusalFor(PageKey::Admission admission) {

@@ -9,7 +9,7 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
-#include "agent/Command.h"
+#include "agent/server/PageMessage.h"
 
 namespace vesk::agent {
 namespace {
@@ -91,6 +91,34 @@ class PageServerTest : public ::testing::Test {
 
   std::string keyMessage() const { return R"({"key":")" + key_ + R"("})"; }
 
+  /// One that has the seat while a program is there that has said nothing.
+  websocket::stream<tcp::socket> viewer() {
+    auto socket = knock();
+    socket.write(boost::asio::buffer(keyMessage()));
+    EXPECT_EQ(next(socket), R"({"program":"connected"})");
+    EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+    socket.binary(true);
+    return socket;
+  }
+
+  /// Sends a frame, and sees it come.
+  void send(websocket::stream<tcp::socket>& socket, char kind, const std::string& text) {
+    socket.write(boost::asio::buffer(kind + text));
+    EXPECT_EQ(nextFrame(), text);
+  }
+
+  static void leave(websocket::stream<tcp::socket>& socket) {
+    boost::system::error_code ignored;
+    socket.close(websocket::close_code::normal, ignored);
+  }
+
+  static Frame control(std::string_view text) {
+    return pageMessage::frameOf(FrameKind::control, text);
+  }
+
+  static constexpr char controlKind = 1;
+  static constexpr char inputKind = 2;
+
   boost::asio::io_context context_;
   std::optional<PageServer> server_;
   std::string port_;
@@ -135,8 +163,7 @@ TEST_F(PageServerTest, AViewerHasThePrograms) {
   serve();
   server_->programConnected();
   const std::string hello = R"({"op":"hello"})";
-  const auto bytes = bytesOf(hello);
-  server_->programSent({1, Bytes(bytes.begin(), bytes.end())});
+  server_->programSent(control(hello));
   auto socket = knock();
   socket.write(boost::asio::buffer(keyMessage()));
   EXPECT_EQ(next(socket), R"({"program":"connected"})");
@@ -144,8 +171,7 @@ TEST_F(PageServerTest, AViewerHasThePrograms) {
   EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
 
   socket.binary(true);
-  socket.write(boost::asio::buffer(std::string("\2{\"t\":\"k\",\"c\":65,\"e\":\"down\"}")));
-  EXPECT_EQ(nextFrame(), R"({"t":"k","c":65,"e":"down"})");
+  send(socket, inputKind, R"({"t":"k","c":65,"e":"down"})");
   server_->note("a note");
   EXPECT_EQ(next(socket), R"({"note":"a note"})");
 
@@ -157,17 +183,12 @@ TEST_F(PageServerTest, AViewerHasThePrograms) {
 TEST_F(PageServerTest, AViewerThatComesLateIsToldOfTheSession) {
   serve();
   server_->programConnected();
-  const auto control = [](std::string_view text) {
-    const auto bytes = bytesOf(text);
-    return Frame{1, Bytes(bytes.begin(), bytes.end())};
-  };
   const auto told = [this] {
     auto socket = knock();
     socket.write(boost::asio::buffer(keyMessage()));
     EXPECT_EQ(next(socket), R"({"program":"connected"})");
     std::string text = next(socket);
-    boost::system::error_code ignored;
-    socket.close(websocket::close_code::normal, ignored);
+    leave(socket);
     return text;
   };
   server_->programSent(control(R"({"op":"started"})"));
@@ -199,13 +220,8 @@ TEST_F(PageServerTest, AViewerThatAStuckProgramHoldsUpLosesItsSeatInWords) {
 TEST_F(PageServerTest, StopsTheSessionOfAViewerThatDoesNotComeBack) {
   serve({.absence = 20ms});
   server_->programConnected();
-  auto socket = knock();
-  socket.write(boost::asio::buffer(keyMessage()));
-  EXPECT_EQ(next(socket), R"({"program":"connected"})");
-  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
-  socket.binary(true);
-  socket.write(boost::asio::buffer(std::string("\1{\"op\":\"start\"}")));
-  EXPECT_EQ(nextFrame(), R"({"op":"start"})");
+  auto socket = viewer();
+  send(socket, controlKind, R"({"op":"start"})");
   socket.next_layer().close();
   EXPECT_EQ(nextFrame(), R"({"op":"stop"})");
 }
@@ -216,16 +232,10 @@ TEST_F(PageServerTest, WaitsAnewForAViewerThatLeavesAgain) {
   server_->programConnected();
   std::chrono::steady_clock::time_point left;
   for (int i = 0; i < 2; ++i) {
-    auto socket = knock();
-    socket.write(boost::asio::buffer(keyMessage()));
-    EXPECT_EQ(next(socket), R"({"program":"connected"})");
-    EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
-    socket.binary(true);
-    socket.write(boost::asio::buffer(std::string("\1{\"op\":\"start\"}")));
-    EXPECT_EQ(nextFrame(), R"({"op":"start"})");
+    auto socket = viewer();
+    send(socket, controlKind, R"({"op":"start"})");
     left = std::chrono::steady_clock::now();
-    boost::system::error_code ignored;
-    socket.close(websocket::close_code::normal, ignored);
+    leave(socket);
   }
   EXPECT_EQ(nextFrame(), R"({"op":"stop"})");
   EXPECT_GE(std::chrono::steady_clock::now() - left, absence);
@@ -234,59 +244,36 @@ TEST_F(PageServerTest, WaitsAnewForAViewerThatLeavesAgain) {
 TEST_F(PageServerTest, StopsNoSessionThatThePersonRefused) {
   serve({.absence = 0ms});
   server_->programConnected();
-  auto socket = knock();
-  socket.write(boost::asio::buffer(keyMessage()));
-  EXPECT_EQ(next(socket), R"({"program":"connected"})");
-  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
-  socket.binary(true);
-  socket.write(boost::asio::buffer(std::string("\1{\"op\":\"start\"}")));
-  EXPECT_EQ(nextFrame(), R"({"op":"start"})");
+  auto socket = viewer();
+  send(socket, controlKind, R"({"op":"start"})");
   const std::string denied = R"({"op":"denied"})";
-  const auto bytes = bytesOf(denied);
-  server_->programSent({1, Bytes(bytes.begin(), bytes.end())});
+  server_->programSent(control(denied));
   EXPECT_EQ(next(socket), "\1" + denied);
-  boost::system::error_code ignored;
-  socket.close(websocket::close_code::normal, ignored);
+  leave(socket);
 
-  auto other = knock();
-  other.write(boost::asio::buffer(keyMessage()));
-  EXPECT_EQ(next(other), R"({"program":"connected"})");
-  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+  viewer();  // which finds nothing on its way but what it asks for itself
 }
 
 TEST_F(PageServerTest, TellsAnotherProgramNothingOfWhatTheLastOneHeard) {
   serve({.absence = 0ms});
   server_->programConnected();
-  auto socket = knock();
-  socket.write(boost::asio::buffer(keyMessage()));
-  EXPECT_EQ(next(socket), R"({"program":"connected"})");
-  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
-  socket.binary(true);
-  socket.write(boost::asio::buffer(std::string("\2{\"t\":\"k\",\"c\":65,\"e\":\"down\"}")));
-  EXPECT_EQ(nextFrame(), R"({"t":"k","c":65,"e":"down"})");
+  auto socket = viewer();
+  send(socket, inputKind, R"({"t":"k","c":65,"e":"down"})");
   server_->programGone();
   server_->programConnected();
   EXPECT_EQ(next(socket), R"({"program":"gone"})");
   EXPECT_EQ(next(socket), R"({"program":"connected"})");
-  boost::system::error_code ignored;
-  socket.close(websocket::close_code::normal, ignored);
+  leave(socket);
 
-  auto other = knock();
-  other.write(boost::asio::buffer(keyMessage()));
-  EXPECT_EQ(next(other), R"({"program":"connected"})");
-  EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
+  viewer();  // which finds nothing on its way but what it asks for itself
 }
 
 TEST_F(PageServerTest, StopsNobodyElsesSession) {
   serve({.absence = 0ms});
   server_->programConnected();
   for (int i = 0; i < 2; ++i) {
-    auto socket = knock();
-    socket.write(boost::asio::buffer(keyMessage()));
-    EXPECT_EQ(next(socket), R"({"program":"connected"})");
-    EXPECT_EQ(nextFrame(), R"({"op":"keyframe"})");
-    boost::system::error_code ignored;
-    socket.close(websocket::close_code::normal, ignored);
+    auto socket = viewer();
+    leave(socket);
   }
 }
 
