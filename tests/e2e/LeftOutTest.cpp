@@ -35,6 +35,15 @@ Tolerance toleranceOf(Kind kind) {
 
 class LeftOutTest : public ::testing::TestWithParam<Kind> {
  protected:
+  /// A strip opens and closes while a compositor may still show what was there a moment ago.
+  void expectNothingBeneathAStrip(const std::string& step) {
+    twins.isQuiet(0);
+    const auto strip = twins.openOwn({200, 0, 400, 26});
+    expectTheSame("beneath " + step);
+    twins.closeOwn(strip);
+    expectTheSame("after " + step);
+  }
+
   void expectTheSame(const std::string& step) {
     const auto limit = toleranceOf(GetParam());
     const auto left = twins.settledDifference(limit);
@@ -203,11 +212,7 @@ TEST_P(LeftOutTest, KeepsNoTraceOfAWindowThatMovedJustBefore) {
     expectTheSame("before " + std::to_string(i));
     twins.isQuiet(300);
     twins.move(window, right);
-    twins.isQuiet(0);
-    const auto strip = twins.openOwn({200, 0, 400, 26});
-    expectTheSame("beneath " + std::to_string(i));
-    twins.closeOwn(strip);
-    expectTheSame("after " + std::to_string(i));
+    expectNothingBeneathAStrip(std::to_string(i));
   }
 }
 
@@ -218,11 +223,7 @@ TEST_P(LeftOutTest, KeepsNoTraceOfAWindowThatClosedJustBefore) {
     expectTheSame("before " + std::to_string(i));
     twins.isQuiet(300);
     twins.close(window);
-    twins.isQuiet(0);
-    const auto strip = twins.openOwn({200, 0, 400, 26});
-    expectTheSame("beneath " + std::to_string(i));
-    twins.closeOwn(strip);
-    expectTheSame("after " + std::to_string(i));
+    expectNothingBeneathAStrip(std::to_string(i));
   }
 }
 
