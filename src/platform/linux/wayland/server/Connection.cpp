@@ -1,0 +1,128 @@
+#include "platform/linux/wayland/server/Connection.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <utility>
+
+namespace vesk::wayland::server {
+namespace {
+
+/// Where nobody has named a compositor, the library would take the first one that it finds.
+wl_display* connect() {
+  const char* const name = std::getenv("WAYLAND_DISPLAY");
+  const char* const socket = std::getenv("WAYLAND_SOCKET");
+  const bool isNamed = (name != nullptr && *name != '\0') || socket != nullptr;
+  return isNamed ? wl_display_connect(nullptr) : nullptr;
+}
+
+}  // namespace
+
+Connection::Connection() : display_(connect()) {
+  if (display_ == nullptr) return;
+  registry_.reset(wl_display_get_registry(get()));
+  static constexpr wl_registry_listener listener{
+      [](void* self, wl_registry*, std::uint32_t name, const char* interface,
+         std::uint32_t version) {
+        static_cast<Connection*>(self)->add({name, interface, version});
+      },
+      [](void* self, wl_registry*, std::uint32_t name) {
+        static_cast<Connection*>(self)->remove(name);
+      }};
+  wl_registry_add_listener(registry_.get(), &listener, this);
+  isKnown_ = settle(Clock::now() + patience);
+}
+
+Connection::~Connection() = default;
+
+Connection::operator bool() const {
+  return display_ != nullptr && isKnown_ && wl_display_get_error(get()) == 0;
+}
+
+void Connection::add(Global global) {
+  globals_.push_back(std::move(global));
+  const Global added = globals_.back();
+  if (onOffered) onOffered(added);
+}
+
+void Connection::remove(std::uint32_t name) {
+  const auto found = std::ranges::find(globals_, name, &Global::name);
+  if (found == globals_.end()) return;
+  const Global gone = *found;
+  globals_.erase(found);
+  if (onGone) onGone(gone);
+}
+
+bool Connection::offers(std::string_view interface, std::uint32_t version) const {
+  return std::ranges::any_of(globals_, [&](const Global& global) {
+    return global.interface == interface && global.version >= version;
+  });
+}
+
+void* Connection::bindFirst(const wl_interface& interface, std::uint32_t version) const {
+  const auto found =
+      std::ranges::find(globals_, std::string_view(interface.name), &Global::interface);
+  return found == globals_.end() ? nullptr : bindGlobal(*found, interface, version);
+}
+
+void* Connection::bindGlobal(const Global& global, const wl_interface& interface,
+                             std::uint32_t version) const {
+  return wl_registry_bind(registry_.get(), global.name, &interface,
+                          std::min(global.version, version));
+}
+
+void Connection::flush() const {
+  if (display_ != nullptr) wl_display_flush(get());
+}
+
+bool Connection::dispatch() {
+  if (display_ == nullptr) return false;
+  read(std::chrono::nanoseconds(0));
+  return wl_display_get_error(get()) == 0;
+}
+
+bool Connection::wait(const std::function<bool()>& isDone, Clock::time_point deadline) {
+  if (display_ == nullptr) return false;
+  while (!isDone()) {
+    const auto left = deadline - Clock::now();
+    if (left <= Clock::duration::zero() || !read(left)) return false;
+  }
+  return true;
+}
+
+bool Connection::settle(Clock::time_point deadline) {
+  if (display_ == nullptr) return false;
+  bool isDone = false;
+  static constexpr wl_callback_listener listener{
+      [](void* done, wl_callback*, std::uint32_t) { *static_cast<bool*>(done) = true; }};
+  const Proxy<wl_callback> callback(wl_display_sync(get()));
+  wl_callback_add_listener(callback.get(), &listener, &isDone);
+  return wait([&] { return isDone; }, deadline);
+}
+
+/// Reads and hands on what has come, or comes within that time. Whether the connection stands.
+bool Connection::read(std::chrono::nanoseconds time) const {
+  auto* const display = get();
+  while (wl_display_prepare_read(display) != 0) {
+    if (wl_display_dispatch_pending(display) < 0) return false;
+    // That may have been what was waited for.
+    time = std::chrono::nanoseconds(0);
+  }
+  // What does not fit into the socket is sent with the next call.
+  if (wl_display_flush(display) < 0 && errno != EAGAIN) {
+    wl_display_cancel_read(display);
+    return false;
+  }
+  pollfd readable{descriptor(), POLLIN, 0};
+  constexpr auto perSecond = 1'000'000'000;
+  const timespec timeout{time.count() / perSecond, time.count() % perSecond};
+  if (::ppoll(&readable, 1, &timeout, nullptr) <= 0) {
+    wl_display_cancel_read(display);
+    return true;
+  }
+  return wl_display_read_events(display) == 0 && wl_display_dispatch_pending(display) >= 0;
+}
+
+}  // namespace vesk::wayland::server
