@@ -13,7 +13,7 @@
 #include <random>
 #include <thread>
 
-#include "platform/linux/x11/overlay/OverlayShapes.h"
+#include "platform/linux/banner/OverlayShapes.h"
 #include "platform/linux/x11/screen/ScreenGrabber.h"
 #include "platform/linux/x11/server/Randr.h"
 #include "support/Again.h"

@@ -12,8 +12,8 @@
 #include <cstring>
 #include <fstream>
 
+#include "platform/linux/banner/OverlayShapes.h"
 #include "platform/linux/x11/beneath/shownWindow.h"
-#include "platform/linux/x11/overlay/OverlayShapes.h"
 #include "platform/linux/x11/server/Properties.h"
 #include "platform/linux/x11/server/Randr.h"
 #include "platform/linux/x11/server/rectangles.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "platform/linux/x11/overlay/boundedText.h"
+#include "platform/linux/banner/boundedText.h"
 
 namespace vesk::alert {
 namespace {
@@ -53,7 +53,7 @@ QString paragraph(const QString& text) {
 }
 
 QString elidedParagraph(const QString& text, const QFont& font, int width, int lines) {
-  QString whole = paragraph(x11::overlay::boundedText(text.simplified()));
+  QString whole = paragraph(banner::boundedText(text.simplified()));
   if (fits(whole, font, width, lines)) return whole;
 
   constexpr std::size_t keptAtTheEnd = 40;

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <utility>
 
-#include "platform/linux/x11/input/KeyPositions.h"
+#include "platform/linux/keys/KeyPositions.h"
 
 namespace vesk::x11::input {
 namespace {
@@ -99,7 +99,7 @@ void KeyboardLayout::indexLevel(xcb_keycode_t keycode, xkb_layout_index_t group,
 }
 
 std::optional<xcb_keycode_t> KeyboardLayout::keycodeAt(KeyCode key) const {
-  const auto position = keyPosition(key);
+  const auto position = keys::keyPosition(key);
   if (keymap_ == nullptr || position.empty()) return std::nullopt;
   const auto found = xkb_keymap_key_by_name(keymap_.get(), position.data());
   if (found == XKB_KEYCODE_INVALID || found > 255) return std::nullopt;

@@ -1,6 +1,6 @@
 #include "platform/linux/x11/input/PlacedKeys.h"
 
-#include "platform/linux/x11/input/KeyPositions.h"
+#include "platform/linux/keys/KeyPositions.h"
 
 namespace vesk::x11::input {
 
@@ -13,7 +13,7 @@ void PlacedKeys::press(const KeyboardEvent& event) {
     affected |= capsLockModifier;
     if ((*event.flags & eventFlag::alphaShift) != 0) values |= capsLockModifier;
   }
-  if (isKeypadDigit(event.keyCode)) {
+  if (keys::isKeypadDigit(event.keyCode)) {
     const XModifiers forDigit = keyboard_.layout().modifiersForDigit(*keycode);
     affected |= forDigit;
     values |= forDigit;

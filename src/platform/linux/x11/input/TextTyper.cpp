@@ -3,27 +3,10 @@
 #include <algorithm>
 #include <set>
 
+#include "platform/linux/keys/typeableCharacter.h"
 #include "platform/linux/x11/input/XTest.h"
 
 namespace vesk::x11::input {
-namespace {
-
-/// Characters that are keys rather than text. Of the other control characters no keyboard has any.
-std::optional<char32_t> typeable(char32_t character) {
-  constexpr char32_t lastControl = 0x1F;
-  constexpr char32_t firstHighControl = 0x7F;
-  constexpr char32_t lastHighControl = 0x9F;
-  if (character == U'\n') return U'\r';
-  if (character == U'\r' || character == U'\t' || character == U'\b' || character == 0x1B ||
-      character == 0x7F)
-    return character;
-  if (character <= lastControl) return std::nullopt;
-  if (character >= firstHighControl && character <= lastHighControl) return std::nullopt;
-  return character;
-}
-
-}  // namespace
-
 TextTyper::TextTyper(const server::Connection& connection, const InputGate& gate,
                      XKeyboard& keyboard, HeldRecord& record)
     : connection_(connection),
@@ -53,7 +36,7 @@ std::vector<TextTyper::Planned> TextTyper::plan(const std::u32string& characters
                                                 std::uint8_t group) const {
   std::vector<Planned> planned;
   for (const char32_t character : characters) {
-    const auto wanted = typeable(character);
+    const auto wanted = keys::typeableCharacter(character);
     if (!wanted) continue;
     planned.push_back({xkb_utf32_to_keysym(*wanted),
                        keyboard_.layout().strokeFor(*wanted, group, spares_.keycodes())});

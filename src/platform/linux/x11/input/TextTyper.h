@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "platform/InputGate.h"
+#include "platform/linux/keys/Utf16Joiner.h"
 #include "platform/linux/x11/input/HeldRecord.h"
 #include "platform/linux/x11/input/SpareKeys.h"
-#include "platform/linux/x11/input/Utf16Joiner.h"
 #include "platform/linux/x11/input/XKeyboard.h"
 #include "platform/linux/x11/server/Reader.h"
 
@@ -68,7 +68,7 @@ class TextTyper {
   Held& held_;
   SpareKeys spares_;
   server::Reader reader_;
-  Utf16Joiner joiner_;
+  keys::Utf16Joiner joiner_;
   std::uint64_t generation_ = 0;
   Time lastStroke_;
   Time read_;  ///< what was struck before was read

@@ -66,8 +66,8 @@ void OverlayStack::paintBorders() const {
   for (auto* const overlay : overlays_) overlay->paintBorder();
 }
 
-std::vector<Tab> OverlayStack::tabsAbove(const XOverlay& overlay) const {
-  std::vector<Tab> tabs;
+std::vector<banner::Tab> OverlayStack::tabsAbove(const XOverlay& overlay) const {
+  std::vector<banner::Tab> tabs;
   for (const auto* const each : overlays_) {
     if (each == &overlay) break;
     if (const auto tab = each->tab()) tabs.push_back(*tab);

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/linux/banner/StripPicture.h"
 #include "platform/linux/x11/overlay/CompositorWatch.h"
-#include "platform/linux/x11/overlay/StripPicture.h"
 #include "platform/linux/x11/server/Connection.h"
 
 namespace vesk::x11::overlay {
@@ -50,7 +50,7 @@ class OverlayStack {
   void paintBorders() const;
 
   /// The backgrounds in front of that overlay.
-  std::vector<Tab> tabsAbove(const XOverlay& overlay) const;
+  std::vector<banner::Tab> tabsAbove(const XOverlay& overlay) const;
 
  private:
   void watchWindows(std::uint32_t events) const;

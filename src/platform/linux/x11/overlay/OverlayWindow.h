@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "platform/Overlays.h"
+#include "platform/linux/banner/OverlayShapes.h"
 #include "platform/linux/x11/beneath/OwnWindows.h"
-#include "platform/linux/x11/overlay/OverlayShapes.h"
 #include "platform/linux/x11/server/Connection.h"
 
 namespace vesk::x11::overlay {

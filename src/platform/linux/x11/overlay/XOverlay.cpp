@@ -12,7 +12,7 @@ XOverlay::XOverlay(std::shared_ptr<OverlayStack> stack, beneath::OwnWindows& own
       appearance_(appearance),
       scale_(scale),
       ownWindows_(ownWindows),
-      frame_(pixelRect(appearance_.frame, scale)) {
+      frame_(banner::pixelRect(appearance_.frame, scale)) {
   if (!stack_->connection()) return;
   adapt();
 }
@@ -49,23 +49,24 @@ std::vector<xcb_window_t> XOverlay::windows() const {
   return ids;
 }
 
-std::optional<Tab> XOverlay::tab() const {
+std::optional<banner::Tab> XOverlay::tab() const {
   if (!appearance_.background) return std::nullopt;
-  return Tab{frame_, cornerRadius(), appearance_.background->alpha};
+  return banner::Tab{frame_, cornerRadius(), appearance_.background->alpha};
 }
 
 void XOverlay::paintBorder() {
   if (edges_.empty()) return;
   const Colour colour = asBlended(appearance_.border->colour);
-  const auto rects = borderEdges(frame_, borderThickness());
+  const auto rects = banner::borderEdges(frame_, borderThickness());
   auto above = stack_->tabsAbove(*this);
   // In the room for a fainter one there would be less to see than beside it.
-  std::erase_if(above, [&](const Tab& tab) { return tab.alpha < colour.alpha; });
+  std::erase_if(above, [&](const banner::Tab& tab) { return tab.alpha < colour.alpha; });
   for (std::size_t i = 0; i < edges_.size(); ++i) {
-    const bool isCovered = std::ranges::any_of(
-        above, [&](const Tab& tab) { return !intersection(tab.frame, rects[i]).isEmpty(); });
+    const bool isCovered = std::ranges::any_of(above, [&](const banner::Tab& tab) {
+      return !intersection(tab.frame, rects[i]).isEmpty();
+    });
     if (isCovered && isTranslucent(*edges_[i])) {
-      edges_[i]->show(edgePicture(rects[i], colour, above));
+      edges_[i]->show(banner::edgePicture(rects[i], colour, above));
     } else {
       edges_[i]->fill(colour);
     }
@@ -102,7 +103,7 @@ bool XOverlay::meets(const PixelRect& part) const {
   const auto meetsPart = [&](const PixelRect& rect) { return !intersection(rect, part).isEmpty(); };
   if (appearance_.background && meetsPart(frame_)) return true;
   return appearance_.border &&
-         std::ranges::any_of(borderEdges(frame_, borderThickness()), meetsPart);
+         std::ranges::any_of(banner::borderEdges(frame_, borderThickness()), meetsPart);
 }
 
 std::int32_t XOverlay::borderThickness() const {
@@ -122,7 +123,8 @@ void XOverlay::makeWindows() {
   };
   edges_.clear();
   if (appearance_.border) {
-    for (const auto& edge : borderEdges(frame_, borderThickness())) edges_.push_back(make(edge));
+    for (const auto& edge : banner::borderEdges(frame_, borderThickness()))
+      edges_.push_back(make(edge));
   }
   if (appearance_.background) background_ = make(frame_);
 }
@@ -146,18 +148,19 @@ bool XOverlay::isTranslucent(const OverlayWindow& window) const {
 void XOverlay::paintBackground() {
   // Pixels that cannot be translucent are in their full colour or not there.
   const bool smooth = isTranslucent(*background_);
-  const StripPicture picture{frame_,
-                             scale_,
-                             asBlended(*appearance_.background),
-                             smooth ? appearance_.bottomCornerRadius : 0,
-                             appearance_.label,
-                             text_};
+  const banner::StripPicture picture{frame_,
+                                     scale_,
+                                     asBlended(*appearance_.background),
+                                     smooth ? appearance_.bottomCornerRadius : 0,
+                                     appearance_.label,
+                                     text_};
   background_->show(picture.paint());
   // A window that a compositor which has stepped aside is to let through must be whole: its corners
   // stay square.
   const bool cut = !smooth && stack_->composition() != Composition::bypassed;
   const auto radius = static_cast<std::int32_t>(std::lround(cornerRadius()));
-  background_->cutTo(cut ? tabRows(frame_.width, frame_.height, radius) : std::vector<PixelRect>{});
+  background_->cutTo(cut ? banner::tabRows(frame_.width, frame_.height, radius)
+                         : std::vector<PixelRect>{});
 }
 
 }  // namespace vesk::x11::overlay

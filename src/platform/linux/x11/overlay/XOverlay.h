@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "platform/Overlays.h"
+#include "platform/linux/banner/StripPicture.h"
 #include "platform/linux/x11/overlay/OverlayStack.h"
 #include "platform/linux/x11/overlay/OverlayWindow.h"
-#include "platform/linux/x11/overlay/StripPicture.h"
 
 namespace vesk::x11::overlay {
 
@@ -32,7 +32,7 @@ class XOverlay final : public Overlay {
   std::vector<xcb_window_t> windows() const;
 
   /// The shape of what it shows of its background; nothing without one.
-  std::optional<Tab> tab() const;
+  std::optional<banner::Tab> tab() const;
 
   /// Leaves room in its border for the overlays that have come above it, unless they are fainter.
   void paintBorder();

@@ -7,49 +7,32 @@
 
 #include "platform/ScreenCapture.h"
 #include "platform/linux/picture/ImagePainter.h"
+#include "platform/linux/stream/ImageSource.h"
 #include "platform/linux/x11/screen/ScreenGrabber.h"
 
 namespace vesk::x11::screen {
 
-/// One monitor as images, and why there are none any more: it changed, it went, the server did.
-///
-/// Thread: one at a time. Owns: what grabs and paints, between `open` and `close`. Fails: by an
-/// error that ends the stream.
-class MonitorImages {
+/// One monitor of the X server as images.
+class MonitorImages final : public stream::ImageSource {
  public:
-  /// `leftOut`, which outlives the object, names the windows that images are made without.
+  /// `leftOut`, which outlives the object, names the windows that images are made without: what
+  /// lies beneath them is shown.
   MonitorImages(ShareableDisplay display, const StreamConfiguration& configuration,
                 const beneath::OwnWindows* leftOut)
       : display_(std::move(display)), configuration_(configuration), leftOut_(leftOut) {}
 
-  /// Own windows come up once this has returned. What they cover then has been seen before.
-  std::optional<PlatformError> open();
-  void close();
+  /// What own windows cover that come up once this has returned has been seen before.
+  std::optional<PlatformError> open() override;
+  void close() override;
+  int descriptor() const override { return grabber_->descriptor(); }
+  std::optional<PlatformError> follow() override;
 
-  /// Becomes readable when the server has something to tell.
-  int descriptor() const { return grabber_->descriptor(); }
-
-  /// Takes what the server has told.
-  std::optional<PlatformError> follow();
-
-  /// Whether the next image may look different from the last. Asks the server for the pointer if
-  /// that is to be looked at and nothing else is new.
-  bool mayDiffer() { return drawn_ || grabber_->cursorChanged(); }
-
-  /// Whether `follow` would find something, of which the descriptor may tell no more.
-  bool hasNews() { return grabber_->hasNews(); }
-
-  /// When the next image may look different though the server has told nothing.
-  ScreenGrabber::Time nextLook() const { return grabber_->nextLook(); }
-
-  struct Taken {
-    ImageBufferRef image;  ///< null when what was drawn is not to be seen
-    std::optional<PlatformError> error;
-  };
-  Taken take();
-
-  /// Whether what is to be seen is held back, to be taken later.
-  bool isHeldBack() const { return grabber_->isHeldBack(); }
+  /// Asks the server for the pointer if that is to be looked at and nothing else is new.
+  bool mayDiffer() override { return drawn_ || grabber_->cursorChanged(); }
+  bool hasNews() override { return grabber_->hasNews(); }
+  Time nextLook() const override { return grabber_->nextLook(); }
+  Taken take() override;
+  bool isHeldBack() const override { return grabber_->isHeldBack(); }
 
  private:
   std::optional<PlatformError> layoutError() const;

@@ -2,14 +2,24 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 
-#include "platform/linux/x11/screen/XScreenStream.h"
+#include "platform/linux/stream/ThreadedStream.h"
+#include "platform/linux/x11/screen/MonitorImages.h"
 #include "platform/linux/x11/screen/streamErrors.h"
 #include "platform/linux/x11/server/Randr.h"
 #include "platform/linux/x11/server/grants.h"
 
 namespace vesk::x11::screen {
+namespace {
+
+bool leavesOutThisProgram(const ContentFilter& filter) {
+  return std::ranges::count(filter.excludingApplications, ::getpid(),
+                            &RunningApplication::processID) > 0;
+}
+
+}  // namespace
 
 void XScreenCapture::shareableContent(Content completion) {
   if (!connection_) return completion(std::nullopt, streamError::serverGone);
@@ -27,7 +37,10 @@ void XScreenCapture::shareableContent(Content completion) {
 std::unique_ptr<ScreenStream> XScreenCapture::makeStream(
     const ContentFilter& filter, const StreamConfiguration& configuration,
     std::function<void(PlatformError)> onStopped) {
-  return std::make_unique<XScreenStream>(filter, configuration, ownWindows_, std::move(onStopped));
+  auto images = std::make_unique<MonitorImages>(
+      filter.display, configuration, leavesOutThisProgram(filter) ? &ownWindows_ : nullptr);
+  return std::make_unique<stream::ThreadedStream>(std::move(images), configuration.framesPerSecond,
+                                                  std::move(onStopped));
 }
 
 }  // namespace vesk::x11::screen

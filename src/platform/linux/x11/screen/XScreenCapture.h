@@ -8,7 +8,9 @@
 namespace vesk::x11::screen {
 
 /// The monitors of the X server as what can be shared. X has no applications, so the list of them
-/// holds this program alone. Completions run before the call returns.
+/// holds this program alone; where it is to be
+/// left out, so are its windows: what lies beneath them is shown. Completions run before the call
+/// returns.
 class XScreenCapture final : public ScreenCapture {
  public:
   /// `ownWindows` outlives this object and its streams, the connection this object.

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/screen/StreamRun.h"
+#include "platform/linux/stream/StreamRun.h"
 
 #include <gtest/gtest.h>
 
@@ -16,6 +16,7 @@
 
 #include "platform/linux/loop/ThreadQueue.h"
 #include "platform/linux/picture/Nv12Image.h"
+#include "platform/linux/x11/screen/MonitorImages.h"
 #include "platform/linux/x11/server/XDisplays.h"
 #include "support/Patience.h"
 #include "support/XMouse.h"
@@ -37,7 +38,8 @@ using testing::XServer;
 class StreamRunTest : public ::testing::Test {
  protected:
   explicit StreamRunTest(bool showsCursor = true)
-      : run(display(), configuration(showsCursor), nullptr, [](const auto&) { ADD_FAILURE(); }) {
+      : run(std::make_unique<MonitorImages>(display(), configuration(showsCursor), nullptr),
+            framesPerSecond, [](const auto&) { ADD_FAILURE(); }) {
     painter.fill(0, 0, 640, 480, 0xffffff);
     painter.showArrow();
     mouse.move(100, 100);
@@ -133,7 +135,7 @@ class StreamRunTest : public ::testing::Test {
   XPainter painter;
   XMouse mouse;
   loop::ThreadQueue queue{"test.samples"};
-  StreamRun run;
+  stream::StreamRun run;
   std::thread thread;
   std::atomic<int> threadId = 0;
   std::mutex mutex;

@@ -1,6 +1,6 @@
-#include "platform/linux/x11/overlay/boundedText.h"
+#include "platform/linux/banner/boundedText.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::banner {
 namespace {
 
 // In code units. The widest text of this program, an alert's four lines, shows some 450 letters.
@@ -18,4 +18,4 @@ QString boundedText(const QString& text) {
   return beginning + QChar(0x2026) + end;
 }
 
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::banner

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/screen/XScreenStream.h"
+#include "platform/linux/x11/screen/XScreenCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,6 @@
 #include "platform/linux/loop/ThreadQueue.h"
 #include "platform/linux/picture/Nv12Image.h"
 #include "platform/linux/picture/X264Compression.h"
-#include "platform/linux/x11/screen/XScreenCapture.h"
 #include "platform/linux/x11/server/XDisplays.h"
 #include "support/H264Decoder.h"
 #include "support/Scarcity.h"
@@ -88,9 +87,9 @@ std::size_t sharedSegments() {
   return count;
 }
 
-class XScreenStreamTest : public ::testing::Test {
+class XScreenCaptureTest : public ::testing::Test {
  protected:
-  explicit XScreenStreamTest(const std::string& screen = "640x480x24") : server(screen) {}
+  explicit XScreenCaptureTest(const std::string& screen = "640x480x24") : server(screen) {}
 
   std::unique_ptr<ScreenStream> makeStream(PixelSize size, bool cursor = false, int fps = 60) {
     StreamConfiguration configuration;
@@ -131,7 +130,7 @@ class XScreenStreamTest : public ::testing::Test {
 };
 
 /// What is drawn on the root window itself is kept nowhere once a window covers it.
-TEST_F(XScreenStreamTest, HasSeenWhatAnOwnWindowCoversThatOpensAsSoonAsItHasStarted) {
+TEST_F(XScreenCaptureTest, HasSeenWhatAnOwnWindowCoversThatOpensAsSoonAsItHasStarted) {
   XPainter painter;
   painter.fill(0, 0, 640, 480, white);
   const xcb_window_t window = xcb_generate_id(connection.get());
@@ -154,7 +153,7 @@ TEST_F(XScreenStreamTest, HasSeenWhatAnOwnWindowCoversThatOpensAsSoonAsItHasStar
   EXPECT_FALSE(stop(*stream));
 }
 
-TEST_F(XScreenStreamTest, ShowsWhatIsDrawn) {
+TEST_F(XScreenCaptureTest, ShowsWhatIsDrawn) {
   XPainter painter;
   painter.fill(0, 0, 640, 480, black);
   const auto stream = makeStream({640, 480});
@@ -168,7 +167,7 @@ TEST_F(XScreenStreamTest, ShowsWhatIsDrawn) {
   EXPECT_EQ(received.luma(304, 210), 235);
 }
 
-TEST_F(XScreenStreamTest, SaysOnceThatNothingChanges) {
+TEST_F(XScreenCaptureTest, SaysOnceThatNothingChanges) {
   const auto stream = makeStream({640, 480});
   ASSERT_EQ(start(*stream), std::nullopt);
   ASSERT_TRUE(received.waitUntil([](auto& r) { return r.idle() == 1; }));
@@ -181,7 +180,7 @@ TEST_F(XScreenStreamTest, SaysOnceThatNothingChanges) {
   EXPECT_EQ(received.images(), before + 1);
 }
 
-TEST_F(XScreenStreamTest, SendsNoMoreImagesThanItWasAskedForHoweverMuchIsDrawn) {
+TEST_F(XScreenCaptureTest, SendsNoMoreImagesThanItWasAskedForHoweverMuchIsDrawn) {
   const auto stream = makeStream({640, 480}, /*cursor=*/false, /*fps=*/5);
   ASSERT_EQ(start(*stream), std::nullopt);
   ASSERT_TRUE(received.waitUntil([](auto& r) { return r.images() > 0; }));
@@ -195,7 +194,7 @@ TEST_F(XScreenStreamTest, SendsNoMoreImagesThanItWasAskedForHoweverMuchIsDrawn) 
   EXPECT_GE(std::chrono::steady_clock::now() - begin, 500ms);
 }
 
-TEST_F(XScreenStreamTest, ShowsThePointerWhereverItMoves) {
+TEST_F(XScreenCaptureTest, ShowsThePointerWhereverItMoves) {
   XPainter painter;
   painter.fill(0, 0, 640, 480, white);
   painter.showArrow();
@@ -219,7 +218,7 @@ TEST_F(XScreenStreamTest, ShowsThePointerWhereverItMoves) {
   EXPECT_TRUE(received.waitUntil([&](auto& r) { return !darkAt(400, 300)(r); }));
 }
 
-TEST_F(XScreenStreamTest, ScalesDown) {
+TEST_F(XScreenCaptureTest, ScalesDown) {
   XPainter painter;
   painter.fill(0, 0, 640, 480, black);
   painter.fill(320, 0, 320, 480, white);
@@ -233,7 +232,7 @@ TEST_F(XScreenStreamTest, ScalesDown) {
   EXPECT_EQ(received.luma(40, 60), 16);
 }
 
-TEST_F(XScreenStreamTest, EndsWithTheServerAndSaysSo) {
+TEST_F(XScreenCaptureTest, EndsWithTheServerAndSaysSo) {
   const auto stream = makeStream({640, 480});
   ASSERT_EQ(start(*stream), std::nullopt);
   ASSERT_TRUE(received.waitUntil([](auto& r) { return r.images() > 0; }));
@@ -243,7 +242,7 @@ TEST_F(XScreenStreamTest, EndsWithTheServerAndSaysSo) {
   EXPECT_EQ(stop(*stream), std::nullopt);
 }
 
-TEST_F(XScreenStreamTest, EndsWhenTheDisplayChangesItsSizeAndBeginsAnew) {
+TEST_F(XScreenCaptureTest, EndsWhenTheDisplayChangesItsSizeAndBeginsAnew) {
   auto stream = makeStream({640, 480});
   ASSERT_EQ(start(*stream), std::nullopt);
   ASSERT_TRUE(received.waitUntil([](auto& r) { return r.images() > 0; }));
@@ -263,17 +262,20 @@ TEST_F(XScreenStreamTest, EndsWhenTheDisplayChangesItsSizeAndBeginsAnew) {
   EXPECT_TRUE(received.waitUntil([&](auto& r) { return r.images() > before; }));
 }
 
-TEST_F(XScreenStreamTest, FailsForADisplayThatIsNotThere) {
+TEST_F(XScreenCaptureTest, FailsForADisplayThatIsNotThere) {
   StreamConfiguration configuration;
   ContentFilter filter;
   filter.display.displayID = 999'999;
-  XScreenStream stream(filter, configuration, ownWindows, [](const auto&) { ADD_FAILURE(); });
-  const auto error = start(stream);
+  const auto stream =
+      XScreenCapture(ownWindows, connection).makeStream(filter, configuration, [](const auto&) {
+        ADD_FAILURE();
+      });
+  const auto error = start(*stream);
   ASSERT_TRUE(error);
   EXPECT_EQ(error->localizedDescription, "The display was turned off or unplugged.");
 }
 
-TEST_F(XScreenStreamTest, FailsWithoutAThreadAndLetsGoOfItsCompletion) {
+TEST_F(XScreenCaptureTest, FailsWithoutAThreadAndLetsGoOfItsCompletion) {
   const auto stream = makeStream({640, 480});
   const auto held = std::make_shared<int>();
   std::optional<PlatformError> error;
@@ -292,15 +294,17 @@ TEST_F(XScreenStreamTest, FailsWithoutAThreadAndLetsGoOfItsCompletion) {
   EXPECT_EQ(stop(*stream), std::nullopt);
 }
 
-TEST_F(XScreenStreamTest, FailsWithoutADescriptorInWordsThatSaySo) {
+TEST_F(XScreenCaptureTest, FailsWithoutADescriptorInWordsThatSaySo) {
   std::optional<PlatformError> madeWithout;
   std::optional<PlatformError> startedWithout;
   auto stream = makeStream({640, 480});
   {
     const testing::NoDescriptors scarcity;
     startedWithout = start(*stream);
-    XScreenStream another({}, {}, ownWindows, [](const auto&) { ADD_FAILURE(); });
-    madeWithout = start(another);
+    const auto another = XScreenCapture(ownWindows, connection).makeStream({}, {}, [](const auto&) {
+      ADD_FAILURE();
+    });
+    madeWithout = start(*another);
   }
   const PlatformError expected{"This program has too many files open."};
   EXPECT_EQ(startedWithout, expected);
@@ -309,7 +313,7 @@ TEST_F(XScreenStreamTest, FailsWithoutADescriptorInWordsThatSaySo) {
   EXPECT_EQ(start(*stream), std::nullopt);
 }
 
-TEST_F(XScreenStreamTest, IsOfferedOnlyByAServerThatGrantsIt) {
+TEST_F(XScreenCaptureTest, IsOfferedOnlyByAServerThatGrantsIt) {
   const auto contentOf = [](const server::Connection& asked) {
     std::optional<ShareableContent> content;
     const beneath::OwnWindows own;
@@ -327,7 +331,7 @@ TEST_F(XScreenStreamTest, IsOfferedOnlyByAServerThatGrantsIt) {
   }
 }
 
-TEST_F(XScreenStreamTest, LeavesNothingBehindHoweverOftenItRuns) {
+TEST_F(XScreenCaptureTest, LeavesNothingBehindHoweverOftenItRuns) {
   const auto segments = sharedSegments();
   // The server lets go of everything when it sees that a connection is gone.
   const auto waitWhile = [](const auto& condition) {
@@ -356,7 +360,7 @@ TEST_F(XScreenStreamTest, LeavesNothingBehindHoweverOftenItRuns) {
   EXPECT_EQ(testing::countProcessResources(), inProcess);
 }
 
-TEST_F(XScreenStreamTest, ReachesAViewerAsVideo) {
+TEST_F(XScreenCaptureTest, ReachesAViewerAsVideo) {
   XPainter painter;
   painter.fill(0, 0, 640, 480, black);
   WorkQueues queues;

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/screen/SampleOutlet.h"
+#include "platform/linux/stream/SampleOutlet.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 #include "fakes/ManualQueues.h"
 
-namespace vesk::x11::screen {
+namespace vesk::stream {
 namespace {
 
 class SampleOutletTest : public ::testing::Test {
@@ -76,4 +76,4 @@ TEST_F(SampleOutletTest, KeepsTheFirstWhoWaits) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen
+}  // namespace vesk::stream

@@ -1,9 +1,9 @@
-#include "platform/linux/x11/overlay/OverlayShapes.h"
+#include "platform/linux/banner/OverlayShapes.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace vesk::x11::overlay {
+namespace vesk::banner {
 namespace {
 
 std::int32_t rounded(double value) { return static_cast<std::int32_t>(std::lround(value)); }
@@ -46,4 +46,4 @@ std::vector<PixelRect> tabRows(std::int32_t width, std::int32_t height, std::int
   return rows;
 }
 
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::banner

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/input/KeyPositions.h"
+#include "platform/linux/keys/KeyPositions.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 
 #include "input/KeyMap.h"
 
-namespace vesk::x11::input {
+namespace vesk::keys {
 namespace {
 
 TEST(KeyPositionsTest, GiveEveryKeyOfTheKeyMapAPlaceOfItsOwn) {
@@ -55,4 +55,4 @@ TEST(KeypadDigitTest, IsADigitOrTheDecimalSign) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::input
+}  // namespace vesk::keys

@@ -1,8 +1,8 @@
-#include "platform/linux/x11/input/Utf16Joiner.h"
+#include "platform/linux/keys/Utf16Joiner.h"
 
 #include <gtest/gtest.h>
 
-namespace vesk::x11::input {
+namespace vesk::keys {
 namespace {
 
 TEST(Utf16JoinerTest, JoinsPairsWithinARunAndAcrossRuns) {
@@ -28,4 +28,4 @@ TEST(Utf16JoinerTest, ForgetsAHalfWhenTold) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::input
+}  // namespace vesk::keys

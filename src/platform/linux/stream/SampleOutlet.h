@@ -5,7 +5,7 @@
 #include "platform/Descriptor.h"
 #include "platform/ScreenCapture.h"
 
-namespace vesk::x11::screen {
+namespace vesk::stream {
 
 /// What a stream's thread shares with whoever stops the stream. Samples go out under the lock that
 /// stopping takes, so that none does once `stop` has returned.
@@ -49,4 +49,4 @@ class SampleOutlet {
   Completion atTheEnd_;
 };
 
-}  // namespace vesk::x11::screen
+}  // namespace vesk::stream

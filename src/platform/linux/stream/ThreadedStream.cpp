@@ -1,34 +1,20 @@
-#include "platform/linux/x11/screen/XScreenStream.h"
+#include "platform/linux/stream/ThreadedStream.h"
 
 #include <pthread.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
 #include <system_error>
 #include <utility>
 
-#include "platform/linux/x11/screen/StreamRun.h"
-#include "platform/linux/x11/screen/streamErrors.h"
+#include "platform/linux/stream/StreamRun.h"
+#include "platform/linux/stream/streamErrors.h"
 
-namespace vesk::x11::screen {
-namespace {
+namespace vesk::stream {
+ThreadedStream::ThreadedStream(std::unique_ptr<ImageSource> images, int framesPerSecond,
+                               std::function<void(PlatformError)> onStopped)
+    : run_(std::make_shared<StreamRun>(std::move(images), framesPerSecond, std::move(onStopped))) {}
 
-bool leavesOutThisProgram(const ContentFilter& filter) {
-  return std::ranges::count(filter.excludingApplications, ::getpid(),
-                            &RunningApplication::processID) > 0;
-}
-
-}  // namespace
-
-XScreenStream::XScreenStream(const ContentFilter& filter, const StreamConfiguration& configuration,
-                             const beneath::OwnWindows& ownWindows,
-                             std::function<void(PlatformError)> onStopped)
-    : run_(std::make_shared<StreamRun>(filter.display, configuration,
-                                       leavesOutThisProgram(filter) ? &ownWindows : nullptr,
-                                       std::move(onStopped))) {}
-
-XScreenStream::~XScreenStream() {
+ThreadedStream::~ThreadedStream() {
   run_->stop(nullptr);
   if (!thread_.joinable()) return;
   if (thread_.get_id() == std::this_thread::get_id()) {
@@ -38,12 +24,12 @@ XScreenStream::~XScreenStream() {
   }
 }
 
-std::optional<PlatformError> XScreenStream::addOutput(Output output, SerialQueue& queue) {
+std::optional<PlatformError> ThreadedStream::addOutput(Output output, SerialQueue& queue) {
   run_->setOutput(std::move(output), queue);
   return std::nullopt;
 }
 
-void XScreenStream::startCapture(Completion completion) {
+void ThreadedStream::startCapture(Completion completion) {
   if (thread_.joinable()) return completion(PlatformError{"The stream was started before."});
   // Signals are for the main thread; a thread starts with its maker's mask.
   sigset_t all;
@@ -63,7 +49,7 @@ void XScreenStream::startCapture(Completion completion) {
   if (refusal) completion(refusal);
 }
 
-void XScreenStream::stopCapture(Completion completion) {
+void ThreadedStream::stopCapture(Completion completion) {
   if (!thread_.joinable()) return completion(std::nullopt);
   // The completion may own this stream and is let go of on the stream's thread, perhaps before
   // `stop` has returned here.
@@ -71,4 +57,4 @@ void XScreenStream::stopCapture(Completion completion) {
   run->stop(std::move(completion));
 }
 
-}  // namespace vesk::x11::screen
+}  // namespace vesk::stream

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace vesk::x11::input {
+namespace vesk::keys {
 
 /// Makes characters of UTF-16 that comes in runs cut anywhere. Thread: one at a time. Fails: a half
 /// of a pair whose other half does not follow is dropped.
@@ -19,4 +19,4 @@ class Utf16Joiner {
   char16_t high_ = 0;
 };
 
-}  // namespace vesk::x11::input
+}  // namespace vesk::keys

@@ -1,8 +1,8 @@
-#include "platform/linux/x11/overlay/boundedText.h"
+#include "platform/linux/banner/boundedText.h"
 
 #include <gtest/gtest.h>
 
-namespace vesk::x11::overlay {
+namespace vesk::banner {
 namespace {
 
 TEST(BoundedTextTest, LeavesTextOfAUsualLengthAlone) {
@@ -22,4 +22,4 @@ TEST(BoundedTextTest, KeepsSurrogatePairsWhole) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::banner

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/overlay/StripPicture.h"
+#include "platform/linux/banner/StripPicture.h"
 
 #include <QFontMetricsF>
 #include <QGuiApplication>
@@ -6,9 +6,9 @@
 #include <QPainterPath>
 #include <QTextOption>
 
-#include "platform/linux/x11/overlay/boundedText.h"
+#include "platform/linux/banner/boundedText.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::banner {
 namespace {
 
 QColor colourOf(const Colour& colour) {
@@ -68,4 +68,4 @@ QImage StripPicture::paint() const {
   return image;
 }
 
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::banner

@@ -1,8 +1,8 @@
-#include "platform/linux/x11/input/KeyPositions.h"
+#include "platform/linux/keys/KeyPositions.h"
 
 #include <array>
 
-namespace vesk::x11::input {
+namespace vesk::keys {
 namespace {
 
 // clang-format off
@@ -40,4 +40,4 @@ bool isKeypadDigit(KeyCode key) {
   return key == decimal || (key >= zero && key <= nine);
 }
 
-}  // namespace vesk::x11::input
+}  // namespace vesk::keys

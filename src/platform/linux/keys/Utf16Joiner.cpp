@@ -1,8 +1,8 @@
-#include "platform/linux/x11/input/Utf16Joiner.h"
+#include "platform/linux/keys/Utf16Joiner.h"
 
 #include <utility>
 
-namespace vesk::x11::input {
+namespace vesk::keys {
 
 std::u32string Utf16Joiner::join(std::u16string_view run) {
   std::u32string characters;
@@ -19,4 +19,4 @@ std::u32string Utf16Joiner::join(std::u16string_view run) {
   return characters;
 }
 
-}  // namespace vesk::x11::input
+}  // namespace vesk::keys

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/overlay/StripPicture.h"
+#include "platform/linux/banner/StripPicture.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include "support/Patience.h"
 #include "support/TestApplication.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::banner {
 namespace {
 
 constexpr int width = 560;
@@ -132,4 +132,4 @@ TEST_F(StripPictureTest, IsPaintedInTimeWhateverIsPiledUp) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::banner

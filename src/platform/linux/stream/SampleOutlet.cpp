@@ -1,11 +1,11 @@
-#include "platform/linux/x11/screen/SampleOutlet.h"
+#include "platform/linux/stream/SampleOutlet.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <utility>
 
-namespace vesk::x11::screen {
+namespace vesk::stream {
 
 SampleOutlet::SampleOutlet() : stopped_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
@@ -47,4 +47,4 @@ void SampleOutlet::end() {
   if (atTheEnd) atTheEnd(std::nullopt);
 }
 
-}  // namespace vesk::x11::screen
+}  // namespace vesk::stream

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "platform/Overlays.h"
-#include "platform/linux/x11/overlay/OverlayShapes.h"
+#include "platform/linux/banner/OverlayShapes.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::banner {
 
 /// A background of that frame with its two lower corners rounded by so many pixels.
 struct Tab {
@@ -33,4 +33,4 @@ struct StripPicture {
   QImage paint() const;
 };
 
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::banner

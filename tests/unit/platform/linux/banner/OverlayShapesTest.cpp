@@ -1,8 +1,8 @@
-#include "platform/linux/x11/overlay/OverlayShapes.h"
+#include "platform/linux/banner/OverlayShapes.h"
 
 #include <gtest/gtest.h>
 
-namespace vesk::x11::overlay {
+namespace vesk::banner {
 namespace {
 
 using Rects = std::vector<PixelRect>;
@@ -43,4 +43,4 @@ TEST(TabRowsTest, AreOneRectangleWithoutACorner) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::banner

@@ -2,13 +2,14 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "platform/ScreenCapture.h"
-#include "platform/linux/x11/screen/MonitorImages.h"
-#include "platform/linux/x11/screen/SampleOutlet.h"
+#include "platform/linux/stream/ImageSource.h"
+#include "platform/linux/stream/SampleOutlet.h"
 
-namespace vesk::x11::screen {
+namespace vesk::stream {
 
 /// The life of a stream's thread: when it looks for something new, and how long it sleeps.
 ///
@@ -16,8 +17,8 @@ namespace vesk::x11::screen {
 /// `onStopped` when the stream ends by itself, on the stream's own thread.
 class StreamRun {
  public:
-  StreamRun(const ShareableDisplay& display, const StreamConfiguration& configuration,
-            const beneath::OwnWindows* leftOut, std::function<void(PlatformError)> onStopped);
+  StreamRun(std::unique_ptr<ImageSource> images, int framesPerSecond,
+            std::function<void(PlatformError)> onStopped);
 
   void setOutput(ScreenStream::Output output, SerialQueue& queue) {
     outlet_.connect(std::move(output), queue);
@@ -34,12 +35,12 @@ class StreamRun {
 
   std::optional<PlatformError> open();
   std::optional<PlatformError> stream();
-  void wait(Clock::duration time, bool alsoForTheServer) const;
+  void wait(Clock::duration time, bool alsoForTheDesktop) const;
 
   std::function<void(PlatformError)> onStopped_;
   Clock::duration interval_;
   SampleOutlet outlet_;
-  MonitorImages images_;
+  std::unique_ptr<ImageSource> images_;
 };
 
-}  // namespace vesk::x11::screen
+}  // namespace vesk::stream

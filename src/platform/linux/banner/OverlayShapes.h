@@ -4,9 +4,11 @@
 #include <vector>
 
 #include "platform/Geometry.h"
-#include "platform/linux/x11/server/rectangles.h"
+#include "platform/linux/picture/PixelRect.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::banner {
+
+using picture::PixelRect;
 
 /// The pixels nearest to a rectangle in points. Neighbours stay neighbours: edges are rounded, not
 /// sizes.
@@ -20,4 +22,4 @@ std::vector<PixelRect> borderEdges(const PixelRect& frame, std::int32_t thicknes
 /// can only show or hide a pixel.
 std::vector<PixelRect> tabRows(std::int32_t width, std::int32_t height, std::int32_t radius);
 
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::banner
