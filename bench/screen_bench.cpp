@@ -70,7 +70,7 @@ class OwnOverlays {
   explicit OwnOverlays(x11::beneath::OwnWindows& ownWindows) {
     const auto monitor = x11::server::monitors(connection_).at(0);
     const picture::PixelRect all{monitor.x, monitor.y, monitor.width, monitor.height};
-    auto frames = x11::overlay::borderEdges(all, 8);
+    auto frames = banner::borderEdges(all, 8);
     frames.push_back({all.x + all.width / 2 - 320, all.y, 640, 26});
     for (const auto& frame : frames) {
       windows_.push_back(std::make_unique<x11::overlay::OverlayWindow>(

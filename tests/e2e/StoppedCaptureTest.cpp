@@ -68,7 +68,7 @@ class CapturingProcess {
     x11::beneath::OwnWindows ownWindows;
     x11::screen::ScreenGrabber grabber(monitor, true, &ownWindows);
     std::deque<PlainWindow> windows;
-    auto frames = x11::overlay::borderEdges({0, 0, monitor.width, monitor.height}, 8);
+    auto frames = banner::borderEdges({0, 0, monitor.width, monitor.height}, 8);
     frames.push_back({200, 0, 400, 26});
     for (const auto& frame : frames) {
       ownWindows.add(windows.emplace_back(frame, 0xff00ff).id());

@@ -311,7 +311,7 @@ void TwinDesktops::closeOwn(xcb_window_t window) {
 }
 
 void TwinDesktops::openAllOwn() {
-  for (const auto& edge : x11::overlay::borderEdges({0, 0, width, height}, 8)) openOwn(edge);
+  for (const auto& edge : banner::borderEdges({0, 0, width, height}, 8)) openOwn(edge);
   openOwn({200, 0, 400, 26});
   openOwn({250, 200, 300, 150}, true);
 }

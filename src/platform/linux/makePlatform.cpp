@@ -11,6 +11,7 @@
 #include "platform/linux/loop/ThreadQueues.h"
 #include "platform/linux/picture/X264Compression.h"
 #include "platform/linux/x11/XDesktop.h"
+#include "platform/linux/x11/alert/XAlertStage.h"
 #include "platform/linux/x11/overlay/XOverlays.h"
 #include "platform/linux/x11/server/Connection.h"
 
@@ -32,7 +33,8 @@ Platform makePlatform() {
   platform.application = std::make_unique<loop::QtApplication>();
   platform.queues = std::make_unique<loop::ThreadQueues>();
   platform.compression = std::make_unique<picture::X264Compression>();
-  platform.alerts = std::make_unique<alert::QtAlerts>(desktop->ownWindows(), desktop->inputGate());
+  platform.alerts = std::make_unique<alert::QtAlerts>(
+      std::make_unique<x11::alert::XAlertStage>(desktop->ownWindows()), desktop->inputGate());
   platform.overlays = std::make_unique<x11::overlay::XOverlays>(desktop->ownWindows());
   platform.desktop = std::move(desktop);
   return platform;

@@ -6,7 +6,6 @@
 #include <QFontMetrics>
 #include <QGridLayout>
 #include <QLabel>
-#include <QScreen>
 #include <QWindow>
 #include <algorithm>
 #include <chrono>
@@ -24,33 +23,23 @@ namespace {
 constexpr int iconSize = 64;
 constexpr int margin = 20;
 
-/// What a window with a frame may take of any monitor: on which one it comes up is the window
-/// manager's to say.
-QSize room() {
-  constexpr QSize frame(8, 40);
-  QSize least(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
-  for (const auto* const screen : QGuiApplication::screens()) {
-    least = least.boundedTo(screen->availableSize());
-  }
-  return least - frame;
-}
-
-int roomForTextBesideIcon() { return room().width() - iconSize - 3 * margin; }
+int roomForTextBesideIcon(QSize room) { return room.width() - iconSize - 3 * margin; }
 
 /// Where there is too little room beside it, the text takes the icon's.
-bool hasRoomForIcon() {
+bool hasRoomForIcon(QSize room) {
   constexpr int readable = 240;
-  return roomForTextBesideIcon() >= readable;
+  return roomForTextBesideIcon(room) >= readable;
 }
 
 /// Lines stay as easy to read in a large font, as long as the window stays a dialog in sight.
-int textWidth(const QFont& font) {
+int textWidth(const QFont& font, QSize room) {
   constexpr int usual = 380;
   constexpr int widest = 640;
   constexpr int lettersOfALine = 45;
   const int wanted =
       std::clamp(lettersOfALine * QFontMetrics(font).averageCharWidth(), usual, widest);
-  return std::min(wanted, hasRoomForIcon() ? roomForTextBesideIcon() : room().width() - 2 * margin);
+  return std::min(wanted,
+                  hasRoomForIcon(room) ? roomForTextBesideIcon(room) : room.width() - 2 * margin);
 }
 
 /// A desktop gives its fonts in points or in pixels.
@@ -64,12 +53,12 @@ void enlarge(QFont& font) {
 }
 
 /// A label never reads its text as markup, and reads from left to right as its sentences do.
-QLabel* makeLabel(QWidget* parent) {
+QLabel* makeLabel(QWidget* parent, QSize room) {
   auto* const label = new QLabel(parent);
   label->setTextFormat(Qt::PlainText);
   label->setLayoutDirection(Qt::LeftToRight);
   label->setWordWrap(true);
-  label->setFixedWidth(textWidth(label->font()));
+  label->setFixedWidth(textWidth(label->font(), room));
   label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
   return label;
 }
@@ -84,12 +73,13 @@ void setText(QLabel& label, const QString& text, int mostLines) {
 
 }  // namespace
 
-AlertDialog::AlertDialog()
+AlertDialog::AlertDialog(QSize room)
     : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                            Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
                            Qt::MSWindowsFixedSizeDialogHint),
-      message_(makeLabel(this)),
-      informative_(makeLabel(this)),
+      room_(room),
+      message_(makeLabel(this, room)),
+      informative_(makeLabel(this, room)),
       buttonBox_(new QDialogButtonBox(this)) {
   setWindowTitle("Vesk Remote");
   setWindowIcon(alertIcon());
@@ -138,9 +128,7 @@ void AlertDialog::addButton(const QString& title) {
   buttons_.push_back(button);
 }
 
-void AlertDialog::fitOnScreen() {
-  informative_->setVisible(sizeHint().height() <= room().height());
-}
+void AlertDialog::fitOnScreen() { informative_->setVisible(sizeHint().height() <= room_.height()); }
 
 /// What has not been seen is not answered, and that it will be gone in a moment is seen by nobody.
 void AlertDialog::reject() {
@@ -170,10 +158,10 @@ void AlertDialog::done(int result) {
 void AlertDialog::layOut() {
   auto* const icon = new QLabel(this);
   icon->setPixmap(windowIcon().pixmap(QSize(iconSize, iconSize), devicePixelRatio()));
-  icon->setVisible(hasRoomForIcon());
+  icon->setVisible(hasRoomForIcon(room_));
   auto* const grid = new QGridLayout(this);
   grid->setContentsMargins(margin, margin, margin, margin);
-  grid->setHorizontalSpacing(hasRoomForIcon() ? margin : 0);
+  grid->setHorizontalSpacing(hasRoomForIcon(room_) ? margin : 0);
   grid->setVerticalSpacing(margin / 2);
   grid->addWidget(icon, 0, 0, 2, 1, Qt::AlignTop);
   grid->addWidget(message_, 0, 1);

@@ -27,7 +27,8 @@ class AlertDialog final : public QDialog {
   static constexpr int firstButton = 1000;
   static constexpr int outdated = 999;
 
-  AlertDialog();
+  /// `room` is what it may take of the screen, in points.
+  explicit AlertDialog(QSize room);
   ~AlertDialog() override;
   AlertDialog(const AlertDialog&) = delete;
   AlertDialog& operator=(const AlertDialog&) = delete;
@@ -35,6 +36,9 @@ class AlertDialog final : public QDialog {
   void setMessageText(const QString& text);
   void setInformativeText(const QString& text);
   void addButton(const QString& title);
+
+  /// For when what it shows is not what it was laid out for any more.
+  void becomeOutdated();
 
   /// Leaves the explanation out where it would push the buttons out of sight.
   void fitOnScreen();
@@ -62,8 +66,8 @@ class AlertDialog final : public QDialog {
   void layOut();
   void markDefaultButton();
   void choose(int result);
-  void becomeOutdated();
 
+  QSize room_;
   QLabel* message_;
   QLabel* informative_;
   QDialogButtonBox* buttonBox_;

@@ -7,12 +7,8 @@
 #include <vector>
 
 #include "platform/Fatal.h"
-#include "platform/linux/alert/AlertColours.h"
 #include "platform/linux/alert/AlertDialog.h"
 #include "platform/linux/alert/DesktopLook.h"
-#include "platform/linux/x11/beneath/shownWindow.h"
-#include "platform/linux/x11/overlay/AlertInput.h"
-#include "platform/linux/x11/overlay/AlertWindow.h"
 
 namespace vesk::alert {
 namespace {
@@ -64,13 +60,16 @@ class QtAlerts::QtAlert final : public Alert {
   /// In a window that is new to the person's eyes and hands.
   int ask() {
     followDesktopLook();
-    const int result = run(*makeDialog());
-    alerts_.ownWindows_.remove(window_);
+    const auto dialog = makeDialog();
+    const auto scene = alerts_.stage_->set(*dialog, alerts_.active_);
+    alerts_.modal_.push_back(dialog.get());
+    const int result = dialog->exec();
+    alerts_.modal_.pop_back();
     return result;
   }
 
   std::unique_ptr<AlertDialog> makeDialog() const {
-    auto dialog = std::make_unique<AlertDialog>();
+    auto dialog = std::make_unique<AlertDialog>(alerts_.stage_->room());
     dialog->setMessageText(message_);
     dialog->setInformativeText(informative_);
     for (const auto& title : buttons_) dialog->addButton(title);
@@ -79,43 +78,11 @@ class QtAlerts::QtAlert final : public Alert {
     return dialog;
   }
 
-  int run(AlertDialog& dialog) {
-    window_ = static_cast<xcb_window_t>(dialog.winId());
-    alerts_.ownWindows_.add(window_);
-    x11::overlay::keepOnEveryWorkspace(window_);
-    if (isDark(dialog.palette())) x11::overlay::wishDarkFrame(window_);
-    dialog.onExposed = [&] { comeToTheFront(dialog); };
-    dialog.onMissing = [this] { x11::overlay::mapAgain(window_); };
-    dialog.onClosing = [this] { noteLeaving(); };
-    const x11::overlay::AlertInput input(dialog);
-    alerts_.modal_.push_back(&dialog);
-    const int result = dialog.exec();
-    alerts_.modal_.pop_back();
-    return result;
-  }
-
-  /// Only once: a person who turns to another window meanwhile is not called back.
-  void comeToTheFront(AlertDialog& dialog) const {
-    dialog.onExposed = nullptr;
-    if (alerts_.active_) x11::overlay::bringToTheFront(window_);
-  }
-
-  /// The viewer looks as soon as the person has allowed it, and a compositor may show the window
-  /// yet.
-  void noteLeaving() {
-    auto* const connection = x11::overlay::qtConnection();
-    if (connection == nullptr) return;
-    if (const auto shown = x11::beneath::shownWindow(connection, window_)) {
-      alerts_.ownWindows_.leave(*shown, x11::beneath::OwnWindows::Time::clock::now());
-    }
-  }
-
   QtAlerts& alerts_;
   QString message_;
   QString informative_;
   std::vector<QString> buttons_;
   bool staysOnTop_ = false;
-  xcb_window_t window_ = XCB_NONE;
 };
 
 void QtAlerts::activateIgnoringOtherApps() {

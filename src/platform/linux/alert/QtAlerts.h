@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "platform/Alerts.h"
 #include "platform/InputGate.h"
-#include "platform/linux/x11/beneath/OwnWindows.h"
+#include "platform/linux/alert/AlertStage.h"
 
 class QDialog;
 
@@ -13,10 +15,10 @@ namespace vesk::alert {
 /// Alerts as Qt dialogs in the look of the desktop. Thread: main.
 class QtAlerts final : public Alerts {
  public:
-  /// `ownWindows` learns of every alert in sight, and `inputGate` is shut while one is asked. Both
-  /// outlive this object.
-  QtAlerts(x11::beneath::OwnWindows& ownWindows, InputGate& inputGate)
-      : ownWindows_(ownWindows), inputGate_(inputGate) {}
+  /// Alerts are shown on `stage`, and `inputGate` is shut while one is asked. It outlives this
+  /// object.
+  QtAlerts(std::unique_ptr<AlertStage> stage, InputGate& inputGate)
+      : stage_(std::move(stage)), inputGate_(inputGate) {}
 
   void activateIgnoringOtherApps() override;
   std::unique_ptr<Alert> makeAlert() override;
@@ -30,7 +32,7 @@ class QtAlerts final : public Alerts {
   /// Without a window there is nothing to bring to the front: the alerts made from then on take the
   /// focus as they come up.
   bool active_ = false;
-  x11::beneath::OwnWindows& ownWindows_;
+  std::unique_ptr<AlertStage> stage_;
   InputGate& inputGate_;
   std::vector<QDialog*> modal_;  ///< those whose loops run, the innermost last
 };

@@ -15,6 +15,8 @@
 namespace vesk::alert {
 namespace {
 
+constexpr QSize roomOfAScreen(792, 760);
+
 class AlertDialogTest : public ::testing::Test {
  protected:
   const QLabel* labelThatReads(const QString& text) const {
@@ -25,7 +27,7 @@ class AlertDialogTest : public ::testing::Test {
   }
 
   testing::TestApplication application_;
-  AlertDialog dialog_;
+  AlertDialog dialog_{roomOfAScreen};
 };
 
 TEST_F(AlertDialogTest, SaysItsMessageInBoldAndLargerThanTheRest) {
@@ -44,13 +46,13 @@ TEST_F(AlertDialogTest, SaysItsMessageLargerInAFontThatIsGivenInPixels) {
   QFont font = QApplication::font();
   font.setPixelSize(20);
   QApplication::setFont(font);
-  const AlertDialog dialog;
+  const AlertDialog dialog(roomOfAScreen);
   EXPECT_EQ(dialog.findChildren<QLabel*>().constFirst()->font().pixelSize(), 23);
 }
 
 TEST_F(AlertDialogTest, ReadsFromLeftToRightWhateverTheDesktopDoes) {
   QApplication::setLayoutDirection(Qt::RightToLeft);
-  const AlertDialog dialog;
+  const AlertDialog dialog(roomOfAScreen);
   const auto labels = dialog.findChildren<QLabel*>();
   EXPECT_EQ(labels.at(0)->layoutDirection(), Qt::LeftToRight);
   EXPECT_EQ(labels.at(1)->layoutDirection(), Qt::LeftToRight);
@@ -80,7 +82,7 @@ TEST_F(AlertDialogTest, IsWiderInALargeFontButStaysADialog) {
     QFont font = QApplication::font();
     font.setPixelSize(size);
     QApplication::setFont(font);
-    const AlertDialog dialog;
+    const AlertDialog dialog(roomOfAScreen);
     return dialog.findChildren<QLabel*>().constFirst()->width();
   };
   EXPECT_EQ(widthAt(12), 380);
@@ -91,7 +93,7 @@ TEST_F(AlertDialogTest, IsWiderInALargeFontButStaysADialog) {
 TEST_F(AlertDialogTest, LeavesTheExplanationOutWhereItWouldPushTheButtonsOutOfSight) {
   const auto explainsAt = [](int points) {
     QApplication::setFont(QFont("Sans", points));
-    AlertDialog dialog;
+    AlertDialog dialog(roomOfAScreen);
     dialog.setMessageText("Ada would like to view your screen");
     dialog.setInformativeText(QString("You can say no. ").repeated(10));
     dialog.addButton("Allow");
@@ -128,7 +130,7 @@ TEST_F(AlertDialogTest, TakesNoAnswerOnceItsLookHasChanged) {
   };
   for (const auto& change : changes) {
     SCOPED_TRACE(change.name);
-    AlertDialog dialog;
+    AlertDialog dialog(roomOfAScreen);
     dialog.addButton("Allow");
     QTimer::singleShot(0, &dialog, [&] {
       change.make();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/SystemClock.h"
+#include "platform/linux/x11/alert/XAlertStage.h"
 #include "platform/linux/x11/server/Connection.h"
 #include "support/Patience.h"
 #include "support/TestApplication.h"
@@ -37,7 +38,7 @@ class QtAlertsTest : public ::testing::Test {
   x11::beneath::OwnWindows ownWindows_;
   SystemClock clock_;
   InputGate gate_{clock_};
-  QtAlerts alerts_{ownWindows_, gate_};
+  QtAlerts alerts_{std::make_unique<x11::alert::XAlertStage>(ownWindows_), gate_};
 };
 
 TEST_F(QtAlertsTest, ShutsTheGateBeforeThereIsAnAlertAndUntilItIsAnswered) {

@@ -1,8 +1,8 @@
-#include "platform/linux/x11/overlay/ServerTime.h"
+#include "platform/linux/x11/alert/ServerTime.h"
 
 #include "platform/linux/x11/server/Properties.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::x11::alert {
 
 ServerTime::ServerTime(xcb_connection_t* connection, xcb_window_t window)
     : connection_(connection), window_(window) {
@@ -28,4 +28,4 @@ ServerTime::Time ServerTime::timeOf(xcb_timestamp_t time) const {
   return last_ + Time(static_cast<std::int32_t>(time - last));
 }
 
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::x11::alert

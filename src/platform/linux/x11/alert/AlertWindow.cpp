@@ -1,11 +1,11 @@
-#include "platform/linux/x11/overlay/AlertWindow.h"
+#include "platform/linux/x11/alert/AlertWindow.h"
 
 #include <QGuiApplication>
 
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/Properties.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::x11::alert {
 namespace {
 
 xcb_window_t rootOf(xcb_connection_t* connection) {
@@ -84,4 +84,4 @@ void bringToTheFront(xcb_window_t window) {
   xcb_flush(connection);
 }
 
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::x11::alert

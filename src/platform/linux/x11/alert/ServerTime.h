@@ -6,7 +6,7 @@
 
 #include "platform/DeliberateAct.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::x11::alert {
 
 /// The server's time. Neither changes of the focus nor of a window's place tell when they were; a
 /// changed property does.
@@ -37,4 +37,4 @@ class ServerTime {
   int unanswered_ = 0;
 };
 
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::x11::alert

@@ -7,12 +7,12 @@
 #include <optional>
 
 #include "platform/DeliberateAct.h"
-#include "platform/linux/x11/overlay/ServerTime.h"
+#include "platform/linux/x11/alert/ServerTime.h"
 
 class QMouseEvent;
 class QWidget;
 
-namespace vesk::x11::overlay {
+namespace vesk::x11::alert {
 
 /// Lets only those keys and clicks through to an alert that are deliberate acts of the person.
 ///
@@ -56,4 +56,4 @@ class AlertInput final : public QObject, public QAbstractNativeEventFilter {
   std::optional<Area> onScreen_;
 };
 
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::x11::alert

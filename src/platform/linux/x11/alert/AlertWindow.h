@@ -4,7 +4,7 @@
 
 /// What a window manager has to be told of an alert beyond what Qt tells. Thread: main, with an
 /// application object; the requests go over Qt's own connection and so come in order with its own.
-namespace vesk::x11::overlay {
+namespace vesk::x11::alert {
 
 /// Null where Qt does not run on X11.
 xcb_connection_t* qtConnection();
@@ -22,4 +22,4 @@ void mapAgain(xcb_window_t window);
 /// For a window in sight: raises it and gives it the focus, whatever has it now.
 void bringToTheFront(xcb_window_t window);
 
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::x11::alert

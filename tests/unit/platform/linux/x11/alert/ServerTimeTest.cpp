@@ -1,4 +1,4 @@
-#include "platform/linux/x11/overlay/ServerTime.h"
+#include "platform/linux/x11/alert/ServerTime.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::x11::alert {
 namespace {
 
 using testing::DisplayVariable;
@@ -62,4 +62,4 @@ TEST_F(ServerTimeTest, GoesOnWhereTheServersNumbersBeginAnew) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::x11::alert

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/overlay/AlertInput.h"
+#include "platform/linux/x11/alert/AlertInput.h"
 
 #include <QAbstractButton>
 #include <QCoreApplication>
@@ -6,11 +6,11 @@
 #include <QWidget>
 #include <QWindow>
 
-#include "platform/linux/x11/overlay/AlertWindow.h"
+#include "platform/linux/x11/alert/AlertWindow.h"
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/Xkb.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::x11::alert {
 namespace {
 
 template <typename Event>
@@ -175,4 +175,4 @@ void AlertInput::letGo() {
   for (auto* const button : alert_.findChildren<QAbstractButton*>()) button->setDown(false);
 }
 
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::x11::alert
