@@ -54,6 +54,7 @@ void Controller::applicationDidFinishLaunching() {
   wireLink();
   link_->start();
   Log::info("Vesk Remote started for " + loginName() + ".");
+  Log::info("The desktop is " + platform_.desktop->description() + ".");
 }
 
 void Controller::wireCapturer() {

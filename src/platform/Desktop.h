@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "platform/Displays.h"
 #include "platform/Events.h"
 #include "platform/InputGate.h"
@@ -14,6 +16,9 @@ namespace vesk {
 class Desktop {
  public:
   virtual ~Desktop() = default;
+
+  /// What it is, for the log: "an X server".
+  virtual std::string description() const = 0;
 
   virtual Permissions& permissions() = 0;
   virtual Displays& displays() = 0;

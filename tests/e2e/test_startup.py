@@ -100,17 +100,19 @@ class Greeting(harness.Case):
             "screenRecording": True, "accessibility": True})
         # In whichever order: one is the link's own thread's.
         self.wait_for_log("Connected to the Vesk agent.")
-        self.wait_for_log(f"Vesk Remote started for {USER}.")
+        self.wait_for_log("The desktop is an X server.")
         self.assertEqual(sorted(self.log()), ["Connected to the Vesk agent.",
+                                              "The desktop is an X server.",
                                               f"Vesk Remote started for {USER}."])
 
     def test_runs_on_without_an_agent_and_greets_one_that_comes(self):
         program = self.start_program()
-        self.wait_for_log(f"Vesk Remote started for {USER}.")
+        self.wait_for_log("The desktop is an X server.")
         agent = self.start_agent()
         self.assertEqual(agent.next_message()["op"], "hello")
         self.assertTrue(program.is_running())
         self.assertEqual(self.log(), [f"Vesk Remote started for {USER}.",
+                                      "The desktop is an X server.",
                                       "Connected to the Vesk agent."])
 
     def test_logs_to_standard_error_without_a_log_folder(self):

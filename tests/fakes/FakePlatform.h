@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "fakes/FakeDisplays.h"
@@ -20,6 +21,7 @@ class FakeDesktop final : public Desktop {
  public:
   explicit FakeDesktop(const Clock& clock) : gate(clock) {}
 
+  std::string description() const override { return "a fake"; }
   Permissions& permissions() override { return thePermissions; }
   Displays& displays() override { return theDisplays; }
   ScreenCapture& screenCapture() override { return theScreen; }

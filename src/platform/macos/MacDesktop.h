@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "platform/Desktop.h"
 #include "platform/macos/MacDisplays.h"
 #include "platform/macos/MacEventPoster.h"
@@ -14,6 +16,7 @@ class MacDesktop final : public Desktop {
   /// The clock outlives the desktop.
   explicit MacDesktop(const Clock& clock) : inputGate_(clock) {}
 
+  std::string description() const override { return "a Mac's"; }
   Permissions& permissions() override { return permissions_; }
   Displays& displays() override { return displays_; }
   ScreenCapture& screenCapture() override { return screenCapture_; }

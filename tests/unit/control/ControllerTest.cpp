@@ -39,14 +39,16 @@ TEST_F(ControllerTest, ClosesOtherCopiesBeforeItStarts) {
   processes_.running = {processes_.own, 7};
   launch();
   EXPECT_EQ(processes_.calls, (Lines{"look for com.vesk.tovarin.screen", "force 7"}));
-  EXPECT_EQ(log_.messages(), (Lines{"Closing another copy of Vesk Remote (pid 7).",
-                                    "Vesk Remote started for " + loginName() + "."}));
+  EXPECT_EQ(log_.messages(),
+            (Lines{"Closing another copy of Vesk Remote (pid 7).",
+                   "Vesk Remote started for " + loginName() + ".", "The desktop is a fake."}));
 }
 
 TEST_F(ControllerTest, StartsWithoutAnAgent) {
   launch();
   EXPECT_EQ(clock_->waitForSleep(), 2s);
-  EXPECT_EQ(log_.messages(), Lines{"Vesk Remote started for " + loginName() + "."});
+  EXPECT_EQ(log_.messages(),
+            (Lines{"Vesk Remote started for " + loginName() + ".", "The desktop is a fake."}));
 }
 
 TEST_F(ControllerTest, GreetsAnewAtEveryConnection) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "platform/Desktop.h"
 #include "platform/linux/x11/beneath/OwnWindows.h"
 #include "platform/linux/x11/input/XEventPoster.h"
@@ -7,6 +9,7 @@
 #include "platform/linux/x11/server/Connection.h"
 #include "platform/linux/x11/server/XDisplays.h"
 #include "platform/linux/x11/server/XPermissions.h"
+#include "platform/linux/x11/server/grants.h"
 
 namespace vesk::x11 {
 
@@ -20,6 +23,11 @@ class XDesktop final : public Desktop {
   /// Whether the server answered and is still there.
   explicit operator bool() const { return static_cast<bool>(connection_); }
 
+  std::string description() const override {
+    return server::servesWayland(connection_)
+               ? "an X server inside a Wayland session, which neither shows nor steers all of it"
+               : "an X server";
+  }
   Permissions& permissions() override { return permissions_; }
   Displays& displays() override { return displays_; }
   ScreenCapture& screenCapture() override { return screenCapture_; }

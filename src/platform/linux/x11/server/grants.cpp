@@ -22,9 +22,13 @@ bool isXWaylandOutput(const Connection& connection, xcb_randr_output_t output) {
   return name.starts_with("XWAYLAND");
 }
 
-/// Whether this server only shows X programs inside a Wayland session: it sees neither the screen
-/// nor the person's input. Newer ones say so by an extension, older ones by the names of their
-/// outputs.
+bool reachesTheScreen(const Connection& connection) {
+  return connection && !servesWayland(connection);
+}
+
+}  // namespace
+
+/// Newer ones say so by an extension, older ones by the names of their outputs.
 bool servesWayland(const Connection& connection) {
   if (connection.offers("XWAYLAND")) return true;
   if (!connection.offers("RANDR")) return false;
@@ -39,12 +43,6 @@ bool servesWayland(const Connection& connection) {
   return std::ranges::any_of(outputs,
                              [&](auto output) { return isXWaylandOutput(connection, output); });
 }
-
-bool reachesTheScreen(const Connection& connection) {
-  return connection && !servesWayland(connection);
-}
-
-}  // namespace
 
 bool grantsScreenCapture(const Connection& connection) {
   // The second row is what own windows are left out of the picture with.

@@ -12,4 +12,8 @@ bool grantsScreenCapture(const Connection& connection);
 /// Whether input can be posted.
 bool grantsInput(const Connection& connection);
 
+/// Whether this server only shows X programs inside a Wayland session: it sees neither the screen
+/// nor the person's input.
+bool servesWayland(const Connection& connection);
+
 }  // namespace vesk::x11::server
