@@ -148,7 +148,10 @@ class Case(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.home, ignore_errors=True)
         self.log_path = self.home / "Library" / "Logs" / "Vesk Remote.log"
         self.log_path.parent.mkdir(parents=True)
-        self.server = self.start(XServer, self.screen, self.server_options)
+        self.server = self.start_server()
+
+    def start_server(self):
+        return self.start(XServer, self.screen, self.server_options)
 
     def start(self, kind, *arguments, **options):
         child = kind(*arguments, **options)

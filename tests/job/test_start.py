@@ -68,6 +68,22 @@ class Adapter(World):
         self.expect_one_line(self.kickstart(self.target), 1, "launchctl: the job is not started: "
                              "its manager knows of no display")
 
+    def test_starts_nothing_without_a_display(self):
+        ran = self.person.runtime / "ran"
+        self.change_job("ExecStart=", f"ExecStart=/usr/bin/touch {ran}", "Restart=no")
+        self.manager("start", UNIT)
+        self.assertFalse(ran.exists())
+        self.manager("set-environment", "WAYLAND_DISPLAY=wayland-65000")
+        self.manager("start", UNIT)
+        wait_until(ran.exists, "the job has run")
+
+    def test_takes_a_compositor_for_a_display(self):
+        self.manager("set-environment", "WAYLAND_DISPLAY=wayland-65000")
+        self.change_job("ExecStart=", "ExecStart=/usr/bin/sleep 60")
+        result = self.kickstart(self.target)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        wait_until(lambda: self.manager.state() == "active", "the job runs")
+
     def test_says_that_there_is_no_manager(self):
         self.expect_one_line(self.kickstart(self.target, XDG_RUNTIME_DIR="/run/user/0"), 1,
                              "launchctl: the job does not start: Failed to connect to bus: .+")
@@ -153,6 +169,15 @@ class Autostart(World):
         self.expect_success(self.start_entry(DISPLAY=self.server.display))
         self.agent.connect()
         self.assertNotIn("/run/gone", self.manager("show-environment"))
+
+    def test_hands_on_where_the_compositor_is(self):
+        self.change_job("ExecStart=", "ExecStart=/usr/bin/sleep 60")
+        self.manager("set-environment", "DISPLAY=:65000", "WAYLAND_DISPLAY=wayland-65000")
+        self.expect_success(self.start_entry(WAYLAND_DISPLAY="wayland-1"))
+        known = self.manager("show-environment").splitlines()
+        self.assertIn("WAYLAND_DISPLAY=wayland-1", known)
+        self.assertNotIn("DISPLAY=:65000", known)
+        self.assertEqual(self.manager.state(), "active")
 
     def test_sessions_that_systemd_runs_leave_it_out(self):
         self.assertIn("X-systemd-skip=true", ENTRY.read_text(encoding="utf-8").splitlines())
