@@ -46,7 +46,7 @@ Sway::Sway(const std::vector<std::string>& lines, std::vector<std::string> envir
   }
   // The child's variables belong to it alone, but are read until it is another program.
   environment.insert(
-      environment.end(),
+      environment.begin(),
       {"XDG_RUNTIME_DIR=" + folder.string(), "HOME=" + folder.string(), "WLR_BACKENDS=headless",
        "WLR_LIBINPUT_NO_DEVICES=1", "WLR_RENDERER=pixman", "WLR_HEADLESS_OUTPUTS=1"});
   process_ = std::make_unique<ChildProcess>(

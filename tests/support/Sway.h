@@ -14,7 +14,8 @@ namespace vesk::testing {
 /// somebody else in a namespace, whom the system takes for the user of this process.
 class Sway {
  public:
-  /// `lines` come on top of its configuration; `environment` entries on top of this process's own.
+  /// `lines` come on top of its configuration; `environment` entries on top of this process's own
+  /// and of those that it is given by itself.
   explicit Sway(const std::vector<std::string>& lines = {},
                 std::vector<std::string> environment = {});
 

@@ -110,8 +110,9 @@ bool Connection::read(std::chrono::nanoseconds time) const {
     // That may have been what was waited for.
     time = std::chrono::nanoseconds(0);
   }
-  // What does not fit into the socket is sent with the next call.
-  if (wl_display_flush(display) < 0 && errno != EAGAIN) {
+  // What does not fit into the socket is sent with the next call. That nobody takes it any more
+  // counts once all has been read: only then does the library know of the end.
+  if (wl_display_flush(display) < 0 && errno != EAGAIN && errno != EPIPE) {
     wl_display_cancel_read(display);
     return false;
   }

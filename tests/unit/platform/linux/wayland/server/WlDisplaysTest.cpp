@@ -66,6 +66,16 @@ TEST_F(WlDisplaysTest, HasNoDisplayOnceTheCompositorIsGone) {
   EXPECT_TRUE(testing::waitUntil([&] { return displays.mainDisplay() == 0; }));
 }
 
+/// The end shows when reading, whatever was still to be sent.
+TEST_F(WlDisplaysTest, SeesTheEndOfACompositorThatItHasSomethingToAsk) {
+  Connection connection;
+  ASSERT_TRUE(connection);
+  sway.kill();
+  const Proxy<wl_registry> registry(wl_display_get_registry(connection.get()));
+  EXPECT_TRUE(testing::waitUntil([&] { return !connection.dispatch(); }));
+  EXPECT_FALSE(connection);
+}
+
 TEST_F(WlDisplaysTest, FindsAllThatASessionNeeds) { EXPECT_TRUE(offersDesktop(Connection())); }
 
 TEST(OffersDesktopTest, AsksOnlyACompositorThatIsNamed) {

@@ -1,0 +1,58 @@
+#include "platform/linux/wayland/screen/SharedBuffer.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "platform/Descriptor.h"
+
+namespace vesk::wayland::screen {
+namespace {
+
+/// No output is larger, and what is multiplied stays in bounds.
+constexpr std::int32_t longestEdge = 1 << 15;
+
+bool isSound(const BufferLayout& layout) {
+  return layout.width > 0 && layout.height > 0 && layout.width <= longestEdge &&
+         layout.height <= longestEdge && layout.stride >= layout.width * 4 &&
+         layout.stride <= longestEdge * 4 && layout.stride % 4 == 0;
+}
+
+/// The compositor reads a size once, and would fall over memory that has become smaller.
+Descriptor sealedMemory(std::size_t bytes) {
+  Descriptor memory(::memfd_create("screen", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+  if (!memory || ::ftruncate(memory.get(), static_cast<off_t>(bytes)) != 0 ||
+      ::fcntl(memory.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0)
+    return {};
+  return memory;
+}
+
+/// The library takes another one along with the request, and gives the connection up without.
+bool isDescriptorLeft(const Descriptor& one) {
+  return static_cast<bool>(Descriptor(::fcntl(one.get(), F_DUPFD_CLOEXEC, 0)));
+}
+
+}  // namespace
+
+SharedBuffer::SharedBuffer(wl_shm* shm, const BufferLayout& layout) : layout_(layout) {
+  if (!isSound(layout)) return;
+  const auto bytes =
+      static_cast<std::size_t>(layout.stride) * static_cast<std::size_t>(layout.height);
+  const Descriptor memory = sealedMemory(bytes);
+  // A pool's size is a number of 31 bits.
+  if (!memory || !isDescriptorLeft(memory) || bytes > INT32_MAX) return;
+  void* const mapped = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, memory.get(), 0);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): so does the system say that it failed
+  if (mapped == MAP_FAILED) return;
+  memory_ = {static_cast<std::uint8_t*>(mapped), bytes};
+  const server::Proxy<wl_shm_pool> pool(
+      wl_shm_create_pool(shm, memory.get(), static_cast<std::int32_t>(bytes)));
+  buffer_.reset(wl_shm_pool_create_buffer(pool.get(), 0, layout.width, layout.height, layout.stride,
+                                          layout.format));
+}
+
+SharedBuffer::~SharedBuffer() {
+  if (!memory_.empty()) ::munmap(memory_.data(), memory_.size());
+}
+
+}  // namespace vesk::wayland::screen

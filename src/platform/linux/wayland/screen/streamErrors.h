@@ -1,0 +1,15 @@
+#pragma once
+
+#include "platform/linux/stream/streamErrors.h"
+
+/// What a stream says when it cannot begin or go on.
+namespace vesk::wayland::screen::streamError {
+
+using namespace stream::streamError;
+
+inline const PlatformError compositorGone{"The Wayland compositor is gone."};
+inline const PlatformError notReadable{"The Wayland compositor does not let its screen be read."};
+inline const PlatformError strangeColours{
+    "The Wayland compositor keeps its screen's colours in a way that this program cannot read."};
+
+}  // namespace vesk::wayland::screen::streamError
