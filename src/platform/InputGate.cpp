@@ -27,8 +27,12 @@ void InputGate::endBy(HostTime deadline) {
 }
 
 void InputGate::ended() {
-  const std::lock_guard lock(mutex_);
-  if (!ends_.empty()) ends_.pop_front();
+  {
+    const std::lock_guard lock(mutex_);
+    if (!ends_.empty()) ends_.pop_front();
+    if (!ends_.empty()) return;
+  }
+  if (onEnded) onEnded();
 }
 
 bool InputGate::isOpen() const {

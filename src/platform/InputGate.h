@@ -13,7 +13,8 @@ namespace vesk {
 /// a viewer must not be able to give the answer, and once the time that an end of input leaves to
 /// what is under way is over. Whoever posts asks it before each single stroke.
 ///
-/// Thread: any, but for `onClose`, which is set before the gate is used and taken away after.
+/// Thread: any, but for `onClose` and `onEnded`, which are set before the gate is used and taken
+/// away after.
 /// Owns: nothing; the clock outlives it. Fails: never.
 class InputGate {
  public:
@@ -22,6 +23,9 @@ class InputGate {
   /// Waits for the stroke on its way and lets go of everything that the viewer holds. Called by
   /// each `close`, on its thread, with the gate shut.
   std::function<void()> onClose;
+
+  /// Called by `ended` on its thread, once no end is left to be carried out.
+  std::function<void()> onEnded;
 
   /// Shuts the gate at once. When this returns, nothing that is posted is on its way any more and
   /// nothing is held. Counts: as often as it was closed the gate must be opened.

@@ -67,6 +67,20 @@ TEST_F(InputGateTest, GivesEveryEndItsOwnTime) {
   EXPECT_TRUE(gate_.isOpen());
 }
 
+TEST_F(InputGateTest, TellsOfTheLastEndOnceItIsCarriedOut) {
+  int told = 0;
+  gate_.onEnded = [&] {
+    ++told;
+    EXPECT_TRUE(gate_.isOpen());
+  };
+  gate_.endBy(in(0ms));
+  gate_.endBy(in(0ms));
+  gate_.ended();
+  EXPECT_EQ(told, 0);
+  gate_.ended();
+  EXPECT_EQ(told, 1);
+}
+
 TEST_F(InputGateTest, StaysShutForThePersonWhateverEnds) {
   gate_.close();
   gate_.endBy(in(0ms));

@@ -73,9 +73,7 @@ void* Connection::bindGlobal(const Global& global, const wl_interface& interface
                           std::min(global.version, version));
 }
 
-void Connection::flush() const {
-  if (display_ != nullptr) wl_display_flush(get());
-}
+bool Connection::flush() const { return display_ != nullptr && wl_display_flush(get()) >= 0; }
 
 bool Connection::dispatch() {
   if (display_ == nullptr) return false;

@@ -67,8 +67,9 @@ class Connection {
     return static_cast<Object*>(bindGlobal(global, interface, version));
   }
 
-  /// Sends what was asked for.
-  void flush() const;
+  /// Sends what was asked for. Whether all of it is on its way: a compositor that has stopped
+  /// reading takes no more.
+  bool flush() const;
 
   /// Hands on what has come, without waiting. Whether the connection still stands.
   bool dispatch();

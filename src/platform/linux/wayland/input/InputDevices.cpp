@@ -1,0 +1,142 @@
+#include "platform/linux/wayland/input/InputDevices.h"
+
+#include <chrono>
+#include <utility>
+
+namespace vesk::wayland::input {
+namespace {
+
+/// What ends the viewer's hands is over soon, whether the compositor answers or not.
+constexpr std::chrono::milliseconds patience{200};
+
+using Clock = server::Connection::Clock;
+
+/// In a seat that had no such device, programs learn of the first one only now, and nobody tells
+/// when they have begun to listen to it: what it says before is lost to them.
+constexpr std::chrono::milliseconds untilListening{150};
+
+bool isPress(EventType type) {
+  return type == EventType::leftMouseDown || type == EventType::rightMouseDown ||
+         type == EventType::otherMouseDown;
+}
+
+bool isRelease(EventType type) {
+  return type == EventType::leftMouseUp || type == EventType::rightMouseUp ||
+         type == EventType::otherMouseUp;
+}
+
+}  // namespace
+
+InputDevices::InputDevices(const InputGate& gate) : gate_(gate) {
+  if (!connection_) return;
+  if (!seat_.isEquipped()) listeningFrom_ = Clock::now() + untilListening;
+  usePersonsKeymap();
+  connection_.settle(Clock::now() + patience);
+}
+
+InputDevices::~InputDevices() {
+  if (connection_) letGo();
+}
+
+/// Whether something can be posted: what was asked for has all been sent. Takes in what has come.
+bool InputDevices::isReading() {
+  if (!connection_.dispatch()) return false;
+  if (!connection_.flush()) {
+    isBehind_ = true;
+  } else if (isBehind_) {
+    isBehind_ = false;
+    letGo();
+  }
+  return !isBehind_;
+}
+
+/// Waits for them where they have to be. False once the gate is shut.
+bool InputDevices::areProgramsListening() {
+  const auto from = std::exchange(listeningFrom_, std::nullopt);
+  return from ? gate_.sleepUntil(*from) : gate_.isOpen();
+}
+
+void InputDevices::letGo() {
+  typer_.endText();
+  if (!connection_.flush()) {
+    isBehind_ = true;
+    return;
+  }
+  pointer_.releaseAll();
+  keyboard_.releaseAll();
+  keys_.forget();
+  modifiers_.forget();
+  connection_.settle(Clock::now() + patience);
+}
+
+std::optional<Point> InputDevices::post(const MouseEvent& event) {
+  if (!isReading()) return std::nullopt;
+  std::optional<Point> place;
+  if (gate_.isOpen()) {
+    if (event.flags) makeTrue(*event.flags);
+    place = pointer_.move(event.point);
+    if (isPress(event.type) && areProgramsListening()) pointer_.press(event.button);
+  }
+  if (isRelease(event.type)) pointer_.release(event.button);
+  connection_.flush();
+  return place;
+}
+
+void InputDevices::post(const ScrollEvent& event) {
+  if (!isReading() || !areProgramsListening()) return;
+  pointer_.scroll(event.lines);
+  connection_.flush();
+}
+
+void InputDevices::post(const KeyboardEvent& event) {
+  if (!isReading()) return;
+  if (event.unicode) {
+    // Both strokes of a character are made with the first event of the pair.
+    if (event.down) type(*event.unicode);
+  } else {
+    typer_.endText();
+    postKey(event);
+  }
+  connection_.flush();
+}
+
+/// After text, the person's keymap is needed again only for what is pressed.
+void InputDevices::makeTrue(EventFlags flags) {
+  if (flags == 0) return modifiers_.releaseUnless(0);
+  modifiers_.makeTrue(flags, usePersonsKeymap());
+}
+
+void InputDevices::postKey(const KeyboardEvent& event) {
+  const bool isOpen = areProgramsListening();
+  if (event.type == EventType::flagsChanged) {
+    if (!isOpen) return modifiers_.releaseUnless(event.flags.value_or(0));
+    modifiers_.change(event, usePersonsKeymap());
+  } else if (!event.down) {
+    keys_.release(event.keyCode);
+  } else if (isOpen) {
+    const KeyboardLayout layout = usePersonsKeymap();
+    if (event.flags) modifiers_.makeTrue(*event.flags, layout);
+    keys_.press(event.keyCode, layout);
+  }
+}
+
+void InputDevices::type(const std::u16string& run) {
+  if (!areProgramsListening()) return typer_.endText();
+  keyboard_.releaseAll();
+  keys_.forget();
+  modifiers_.forgetHeld();
+  typer_.type(run);
+}
+
+/// The keyboard lets go of everything where its keymap changes.
+KeyboardLayout InputDevices::usePersonsKeymap() {
+  auto* const keymap = seat_.keymap();
+  if (!keyboard_.uses(keymap)) {
+    keyboard_.use(keymap);
+    keys_.forget();
+    modifiers_.forgetHeld();
+  }
+  return KeyboardLayout(keymap);
+}
+
+}  // namespace vesk::wayland::input

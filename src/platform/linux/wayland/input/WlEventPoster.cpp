@@ -1,0 +1,68 @@
+#include "platform/linux/wayland/input/WlEventPoster.h"
+
+namespace vesk::wayland::input {
+namespace {
+
+bool isRelease(const MouseEvent& event) {
+  return event.type == EventType::leftMouseUp || event.type == EventType::rightMouseUp ||
+         event.type == EventType::otherMouseUp;
+}
+
+bool isRelease(const KeyboardEvent& event) {
+  return event.type == EventType::flagsChanged ? event.flags.value_or(0) == 0 : !event.down;
+}
+
+}  // namespace
+
+WlEventPoster::WlEventPoster(InputGate& gate) : gate_(gate) {
+  gate_.onClose = [this] {
+    const std::lock_guard lock(mutex_);
+    if (devices_ != nullptr) devices_->letGo();
+  };
+  gate_.onEnded = [this] {
+    const std::lock_guard lock(mutex_);
+    devices_.reset();
+    hasFailed_ = false;
+  };
+}
+
+WlEventPoster::~WlEventPoster() {
+  gate_.onClose = nullptr;
+  gate_.onEnded = nullptr;
+}
+
+/// Those that there are; made now where they are needed and nothing speaks against it.
+InputDevices* WlEventPoster::devices(Need need) {
+  if (devices_ != nullptr && !*devices_) devices_.reset();
+  if (devices_ == nullptr && need == Need::ofAny && gate_.isOpen() && !hasFailed_) {
+    devices_ = std::make_unique<InputDevices>(gate_);
+    hasFailed_ = !*devices_;
+    if (hasFailed_) devices_.reset();
+  }
+  return devices_.get();
+}
+
+void WlEventPoster::post(const MouseEvent& event) {
+  const std::lock_guard lock(mutex_);
+  auto* const hands = devices(isRelease(event) ? Need::ofThoseThatAreThere : Need::ofAny);
+  if (hands == nullptr) return;
+  if (const auto place = hands->post(event)) pointer_ = place;
+}
+
+void WlEventPoster::post(const KeyboardEvent& event) {
+  const std::lock_guard lock(mutex_);
+  auto* const hands = devices(isRelease(event) ? Need::ofThoseThatAreThere : Need::ofAny);
+  if (hands != nullptr) hands->post(event);
+}
+
+void WlEventPoster::post(const ScrollEvent& event) {
+  const std::lock_guard lock(mutex_);
+  if (auto* const hands = devices(Need::ofAny)) hands->post(event);
+}
+
+std::optional<Point> WlEventPoster::pointerLocation() {
+  const std::lock_guard lock(mutex_);
+  return pointer_;
+}
+
+}  // namespace vesk::wayland::input

@@ -1,0 +1,121 @@
+#include <numeric>
+
+#include "platform/linux/wayland/input/TextKeymap.h"
+#include "unit/platform/linux/wayland/input/PosterFixture.h"
+
+namespace vesk::wayland::input {
+namespace {
+
+/// So many different characters of Chinese, in UTF-16 and in UTF-8.
+std::u16string manyCharacters(std::size_t count) {
+  std::u16string characters(count, u'\0');
+  std::iota(characters.begin(), characters.end(), char16_t{0x4E00});
+  return characters;
+}
+
+std::string utf8(const std::u16string& characters) {
+  std::string bytes;
+  for (const char16_t c : characters) {
+    bytes += static_cast<char>(0xE0 | (c >> 12));
+    bytes += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    bytes += static_cast<char>(0x80 | (c & 0x3F));
+  }
+  return bytes;
+}
+
+class WlEventPosterTextTest : public PosterFixture {
+ protected:
+  bool hasArrived(const std::string& text) const {
+    return window.waitFor(
+        [&](const testing::WlSeen& seen) { return seen.text == text && seen.keys.empty(); });
+  }
+
+  testing::WlWindow window;
+};
+
+TEST_F(WlEventPosterTextTest, TypesWhatNoLayoutHas) {
+  type(u"äZ€中😀 ok\n");
+  EXPECT_TRUE(hasArrived("äZ€中😀 ok\r")) << window.seen().text;
+}
+
+TEST_F(WlEventPosterTextTest, TypesManyDifferentCharactersAtOnce) {
+  type(manyCharacters(168));
+  EXPECT_TRUE(hasArrived(utf8(manyCharacters(168)))) << window.seen().text;
+}
+
+TEST_F(WlEventPosterTextTest, TypesMoreDifferentCharactersThanThereAreKeys) {
+  const auto text = manyCharacters(600);
+  ASSERT_GT(text.size(), 5 * TextKeymap::capacity());
+  type(text + text.substr(0, 10));
+  EXPECT_TRUE(hasArrived(utf8(text + text.substr(0, 10)))) << window.seen().text;
+}
+
+TEST_F(WlEventPosterTextTest, JoinsPairsThatAreSplitOverEvents) {
+  const std::u16string smile = u"😀";
+  type(u"a" + smile.substr(0, 1));
+  type(smile.substr(1) + u"b");
+  EXPECT_TRUE(hasArrived("a😀b")) << window.seen().text;
+}
+
+TEST_F(WlEventPosterTextTest, LeavesControlCharactersOut) {
+  type(u"a\x01\x02\u0085z\t\b\x1B\x7F");
+  EXPECT_TRUE(hasArrived("az\t\b\x1B\x7F")) << window.seen().text;
+}
+
+TEST_F(WlEventPosterTextTest, UsesTheKeysThatReturnAndTabHaveEverywhere) {
+  type(u"\t\n");
+  ASSERT_TRUE(hasArrived("\t\r"));
+  EXPECT_EQ(window.seen().count("key 15 down"), 1U);
+  EXPECT_EQ(window.seen().count("key 28 down"), 1U);
+}
+
+TEST_F(WlEventPosterTextTest, LeavesNoModifierInEffectMeanwhile) {
+  modifiers(0x38, true, eventFlag::shift | eventFlag::alphaShift);
+  press(0x00, eventFlag::shift | eventFlag::alphaShift);
+  window.forget();
+  type(u"aß");
+  EXPECT_TRUE(window.waitFor([](const auto& seen) { return seen.text.ends_with("aß"); }))
+      << window.seen().text;
+  EXPECT_EQ(window.seen().modifiers, "0 0 0 0");
+  EXPECT_TRUE(window.waitFor([](const auto& seen) { return seen.keys.empty(); }));
+}
+
+TEST_F(WlEventPosterTextTest, GoesBackToThePersonsKeysAfterwards) {
+  type(u"ä");
+  strike(0x00, eventFlag::shift);
+  EXPECT_TRUE(hasArrived("äA")) << window.seen().text;
+  type(u"ö");
+  EXPECT_TRUE(hasArrived("äAö")) << window.seen().text;
+  EXPECT_EQ(window.seen().modifiers, "0 0 0 0");
+}
+
+TEST_F(WlEventPosterTextTest, EndsInTheMiddleWhenTheGateIsShut) {
+  type(u"a");
+  ASSERT_TRUE(hasArrived("a"));
+  std::jthread person([&] {
+    window.waitFor([](const auto& seen) { return seen.text.size() > 30; });
+    gate.close();
+  });
+  const auto text = manyCharacters(600);
+  for (int i = 0; i < 200; ++i) type(text);
+  person.join();
+  window.settle();
+  const auto before = window.seen().text;
+  EXPECT_LT(before.size(), 200 * text.size());
+  type(u"no");
+  poster.reset();
+  window.settle();
+  EXPECT_EQ(window.seen().text, before);
+  EXPECT_TRUE(window.seen().keys.empty());
+}
+
+TEST_F(WlEventPosterTextTest, ForgetsAHalfOfAPairAtAKey) {
+  const std::u16string smile = u"😀";
+  type(u"a" + smile.substr(0, 1));
+  strike(0x0B);
+  type(smile.substr(1) + u"c");
+  EXPECT_TRUE(hasArrived("abc")) << window.seen().text;
+}
+
+}  // namespace
+}  // namespace vesk::wayland::input
