@@ -41,7 +41,8 @@ std::uint32_t parts(double length) {
 /// What all outputs cover together.
 Rect around(const std::vector<server::Output>& outputs) {
   Rect whole = outputs.front().area;
-  for (const auto& [id, area, mode, transform, scale] : outputs) {
+  for (const auto& output : outputs) {
+    const Rect& area = output.area;
     const double right = std::max(whole.origin.x + whole.width, area.origin.x + area.width);
     const double bottom = std::max(whole.origin.y + whole.height, area.origin.y + area.height);
     whole.origin = {std::min(whole.origin.x, area.origin.x),

@@ -13,7 +13,6 @@ constexpr KeyCode y = 0x10;
 constexpr KeyCode keypadOne = 0x53;
 constexpr KeyCode shiftLeft = 0x38;
 constexpr KeyCode shiftRight = 0x3C;
-constexpr KeyCode optionLeft = 0x3A;
 constexpr KeyCode optionRight = 0x3D;
 
 class WlEventPosterKeysTest : public PosterFixture {

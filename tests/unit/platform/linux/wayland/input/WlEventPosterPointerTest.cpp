@@ -104,12 +104,12 @@ TEST_F(WlEventPosterPointerTest, PressesAndLetsGoOfEachButton) {
       std::tuple{EventType::otherMouseDown, EventType::otherMouseUp, MouseButton::center,
                  BTN_MIDDLE}};
   for (const auto& [down, up, button, code] : buttons) {
+    const auto pressed = line("button", code, "down");
+    const auto released = line("button", code, "up");
     mouse(down, {100, 100}, button);
-    EXPECT_TRUE(window.waitFor(
-        [&](const auto& seen) { return seen.count(line("button", code, "down")) == 1; }));
+    EXPECT_TRUE(window.waitFor([&](const auto& seen) { return seen.count(pressed) == 1; }));
     mouse(up, {100, 100}, button);
-    EXPECT_TRUE(window.waitFor(
-        [&](const auto& seen) { return seen.count(line("button", code, "up")) == 1; }));
+    EXPECT_TRUE(window.waitFor([&](const auto& seen) { return seen.count(released) == 1; }));
   }
   EXPECT_EQ(window.seen().events.back(), "frame");
 }
