@@ -55,7 +55,10 @@ void WlSeatLog::take(std::uint32_t capabilities) {
   if (hasPointer && pointer_ == nullptr) takePointer();
   if (!hasKeyboard) {
     keyboard_.reset();
+    state_.reset();
     seen_.hasFocus = false;
+    seen_.keys.clear();
+    seen_.modifiers = "0 0 0 0";
   }
   if (hasKeyboard && keyboard_ == nullptr) takeKeyboard();
 }

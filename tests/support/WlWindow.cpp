@@ -185,9 +185,10 @@ void WlWindow::paint(const picture::PixelRect& area, std::span<const std::uint32
   const bool isInside =
       area.x >= 0 && area.y >= 0 && area.right() <= size_.width && area.bottom() <= size_.height;
   if (!isInside) throw std::runtime_error("painted beside the window");
-  for (std::int64_t row = 0; row < area.height; ++row)
+  for (std::int64_t row = 0; row < area.height; ++row) {
     std::copy_n(pixels.begin() + row * area.width, area.width,
                 canvas_.begin() + (area.y + row) * size_.width + area.x);
+  }
   commit(area);
   connection_.settle(wayland::server::Connection::Clock::now() +
                      std::chrono::milliseconds(patience()));

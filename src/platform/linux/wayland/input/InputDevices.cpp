@@ -27,11 +27,14 @@ bool isRelease(EventType type) {
 
 }  // namespace
 
-InputDevices::InputDevices(const InputGate& gate) : gate_(gate) {
+InputDevices::InputDevices(const InputGate& gate, HeldRecord& record)
+    : gate_(gate), record_(record) {
   if (!connection_) return;
   if (!seat_.isEquipped()) listeningFrom_ = Clock::now() + untilListening;
+  seat_.expectOwnKeymap();
   usePersonsKeymap();
-  connection_.settle(Clock::now() + patience);
+  if (record_.isLeftBehind()) pointer_.releaseLeftBehind(record_.read());
+  if (connection_.settle(Clock::now() + patience)) record_.clear();
 }
 
 InputDevices::~InputDevices() {
@@ -67,6 +70,12 @@ void InputDevices::letGo() {
   keys_.forget();
   modifiers_.forget();
   connection_.settle(Clock::now() + patience);
+  send();
+}
+
+/// What has let go of something is on its way before the record forgets what it was.
+void InputDevices::send() {
+  if (connection_.flush()) record_.update();
 }
 
 std::optional<Point> InputDevices::post(const MouseEvent& event) {
@@ -78,7 +87,7 @@ std::optional<Point> InputDevices::post(const MouseEvent& event) {
     if (isPress(event.type) && areProgramsListening()) pointer_.press(event.button);
   }
   if (isRelease(event.type)) pointer_.release(event.button);
-  connection_.flush();
+  send();
   return place;
 }
 
@@ -97,7 +106,7 @@ void InputDevices::post(const KeyboardEvent& event) {
     typer_.endText();
     postKey(event);
   }
-  connection_.flush();
+  send();
 }
 
 /// After text, the person's keymap is needed again only for what is pressed.

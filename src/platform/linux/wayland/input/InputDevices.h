@@ -24,8 +24,9 @@ namespace vesk::wayland::input {
 /// meanwhile is dropped, and everything is let go of once it reads again.
 class InputDevices {
  public:
-  /// Waits until the compositor has made them.
-  explicit InputDevices(const InputGate& gate);
+  /// Waits until the compositor has made them, and lets go of what the record says that a
+  /// predecessor has left down. The record outlives them.
+  InputDevices(const InputGate& gate, HeldRecord& record);
   ~InputDevices();
   InputDevices(const InputDevices&) = delete;
   InputDevices& operator=(const InputDevices&) = delete;
@@ -44,17 +45,19 @@ class InputDevices {
  private:
   bool isReading();
   bool areProgramsListening();
+  void send();
   void makeTrue(EventFlags flags);
   void postKey(const KeyboardEvent& event);
   void type(const std::u16string& run);
   KeyboardLayout usePersonsKeymap();
 
   const InputGate& gate_;
+  HeldRecord& record_;
   server::Connection connection_;
   server::OutputList outputs_{connection_};
   Seat seat_{connection_};
-  VirtualPointer pointer_{connection_, outputs_, seat_.get(), gate_};
-  VirtualKeyboard keyboard_{connection_, seat_.get(), gate_};
+  VirtualPointer pointer_{connection_, outputs_, seat_.get(), gate_, record_};
+  VirtualKeyboard keyboard_{connection_, seat_.get(), gate_, record_};
   ModifierKeys modifiers_{keyboard_};
   PlacedKeys keys_{keyboard_};
   TextTyper typer_{keyboard_, gate_, [this] { return connection_.flush(); }};

@@ -72,7 +72,8 @@ void Seat::take(std::uint32_t capabilities) {
 
 void Seat::take(int file, std::uint32_t size) {
   std::string text = readText(file, size);
-  if (text.empty() || isOwnKeymapText(text) || text == text_) return;
+  if (isOwnKeymapText(text)) expectsOwn_ = false;
+  if (expectsOwn_ || text.empty() || isOwnKeymapText(text) || text == text_) return;
   text_ = std::move(text);
   isStale_ = true;
 }

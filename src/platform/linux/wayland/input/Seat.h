@@ -24,6 +24,10 @@ class Seat {
   /// Whether programs know of a keyboard and of a pointer, be they the person's or the viewer's.
   bool isEquipped() const { return isEquipped_; }
 
+  /// A keyboard of this program's is being made. Compositors give it a keymap of their own choice
+  /// first, which is nobody's, and tell of it.
+  void expectOwnKeymap() { expectsOwn_ = true; }
+
   /// The person's, as of what has been dispatched; where none was told of yet, what a keyboard of
   /// this machine would have. Valid until the next call.
   xkb_keymap* keymap();
@@ -37,6 +41,7 @@ class Seat {
   std::string text_;  ///< of the keymap that was told of last
   bool isStale_ = true;
   bool isEquipped_ = false;
+  bool expectsOwn_ = false;
   server::Proxy<wl_seat> seat_;
   server::Proxy<wl_keyboard> keyboard_;
 };

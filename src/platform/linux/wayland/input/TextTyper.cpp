@@ -54,8 +54,7 @@ bool TextTyper::typePart(std::u32string_view part) {
   for (const char32_t character : part) {
     const auto key = characters_.find(character);
     if (!key) continue;
-    if (!keyboard_.press(*key)) return false;
-    keyboard_.release(*key);
+    if (!keyboard_.pressAndRelease(*key)) return false;
     if (!mayGoOn_()) return false;
   }
   return true;

@@ -9,8 +9,9 @@
 namespace vesk::wayland::input {
 
 VirtualKeyboard::VirtualKeyboard(server::Connection& connection, wl_seat* seat,
-                                 const InputGate& gate)
+                                 const InputGate& gate, HeldRecord& record)
     : gate_(gate),
+      record_(record),
       manager_(connection.bind<zwp_virtual_keyboard_manager_v1>(
           zwp_virtual_keyboard_manager_v1_interface, 1)) {
   if (manager_ != nullptr && seat != nullptr)
@@ -40,12 +41,22 @@ bool VirtualKeyboard::uses(const xkb_keymap* keymap) const {
 bool VirtualKeyboard::press(Key key) {
   if (state_ == nullptr || holds(key) || !gate_.isOpen()) return holds(key);
   held_.insert(key);
+  record_.add(key);
   strike(key, WL_KEYBOARD_KEY_STATE_PRESSED);
   return true;
 }
 
+bool VirtualKeyboard::pressAndRelease(Key key) {
+  if (state_ == nullptr || !gate_.isOpen()) return false;
+  strike(key, WL_KEYBOARD_KEY_STATE_PRESSED);
+  strike(key, WL_KEYBOARD_KEY_STATE_RELEASED);
+  return true;
+}
+
 void VirtualKeyboard::release(Key key) {
-  if (held_.erase(key) != 0) strike(key, WL_KEYBOARD_KEY_STATE_RELEASED);
+  if (held_.erase(key) == 0) return;
+  strike(key, WL_KEYBOARD_KEY_STATE_RELEASED);
+  record_.remove(key);
 }
 
 void VirtualKeyboard::strike(Key key, wl_keyboard_key_state state) {

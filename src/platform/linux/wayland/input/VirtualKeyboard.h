@@ -4,6 +4,7 @@
 #include <set>
 
 #include "platform/InputGate.h"
+#include "platform/linux/wayland/input/HeldRecord.h"
 #include "platform/linux/wayland/input/Xkb.h"
 #include "platform/linux/wayland/server/Connection.h"
 
@@ -17,7 +18,8 @@ namespace vesk::wayland::input {
 /// to the constructor outlives it. Fails: silently, once the compositor is gone.
 class VirtualKeyboard {
  public:
-  VirtualKeyboard(server::Connection& connection, wl_seat* seat, const InputGate& gate);
+  VirtualKeyboard(server::Connection& connection, wl_seat* seat, const InputGate& gate,
+                  HeldRecord& record);
   ~VirtualKeyboard();
   VirtualKeyboard(const VirtualKeyboard&) = delete;
   VirtualKeyboard& operator=(const VirtualKeyboard&) = delete;
@@ -28,6 +30,11 @@ class VirtualKeyboard {
 
   /// Whether the key is held then; a second press of it changes nothing.
   bool press(Key key);
+
+  /// Presses a key that is up and lets go of it: nothing can come between that leaves it down.
+  /// Whether the gate was open.
+  bool pressAndRelease(Key key);
+
   void release(Key key);
   bool holds(Key key) const { return held_.contains(key); }
 
@@ -51,6 +58,7 @@ class VirtualKeyboard {
   Modifiers modifiers() const;
 
   const InputGate& gate_;
+  HeldRecord& record_;
   server::Proxy<zwp_virtual_keyboard_manager_v1> manager_;
   server::Proxy<zwp_virtual_keyboard_v1> keyboard_;
   Xkb<xkb_state> state_;  ///< null before the first keymap, without which no key may be told

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <utility>
+#include <vector>
 
 #include "platform/linux/wayland/input/eventTime.h"
 
@@ -17,7 +17,7 @@ constexpr std::uint32_t managerVersion = 2;
 /// A position is told as so many parts of so many: finer than what programs are told of it.
 constexpr double partsPerPoint = 256;
 
-std::uint32_t codeOf(MouseButton button) {
+Key codeOf(MouseButton button) {
   switch (button) {
     case MouseButton::center:
       return BTN_MIDDLE;
@@ -29,48 +29,59 @@ std::uint32_t codeOf(MouseButton button) {
   return BTN_LEFT;
 }
 
-/// The far edges belong to the neighbour.
-double partsOf(double coordinate, double length) {
-  return std::clamp(std::round(coordinate * partsPerPoint), 0.0, length * partsPerPoint - 1);
+/// The far edges belong to the neighbours.
+double inside(double coordinate, double from, double length) {
+  return std::clamp(coordinate, from, from + length - 1 / partsPerPoint);
+}
+
+std::uint32_t parts(double length) {
+  return static_cast<std::uint32_t>(std::max(0.0, std::round(length * partsPerPoint)));
+}
+
+/// What all outputs cover together.
+Rect around(const std::vector<server::Output>& outputs) {
+  Rect whole = outputs.front().area;
+  for (const auto& output : outputs) {
+    const Rect& area = output.area;
+    const double right = std::max(whole.origin.x + whole.width, area.origin.x + area.width);
+    const double bottom = std::max(whole.origin.y + whole.height, area.origin.y + area.height);
+    whole.origin = {std::min(whole.origin.x, area.origin.x),
+                    std::min(whole.origin.y, area.origin.y)};
+    whole.width = right - whole.origin.x;
+    whole.height = bottom - whole.origin.y;
+  }
+  return whole;
 }
 
 }  // namespace
 
 VirtualPointer::VirtualPointer(server::Connection& connection, const server::OutputList& outputs,
-                               wl_seat* seat, const InputGate& gate)
+                               wl_seat* seat, const InputGate& gate, HeldRecord& record)
     : outputs_(outputs),
-      seat_(seat),
       gate_(gate),
+      record_(record),
       manager_(connection.bind<zwlr_virtual_pointer_manager_v1>(
           zwlr_virtual_pointer_manager_v1_interface, managerVersion)) {
-  if (const auto main = outputs_.main()) follow(main->id);
+  if (manager_ != nullptr)
+    pointer_.reset(zwlr_virtual_pointer_manager_v1_create_virtual_pointer(manager_.get(), seat));
 }
 
 VirtualPointer::~VirtualPointer() { releaseAll(); }
 
-/// A device belongs to its output from its beginning.
-void VirtualPointer::follow(DisplayId output) {
-  if (manager_ == nullptr || (pointer_ != nullptr && output == output_)) return;
-  releaseAll();
-  output_ = output;
-  pointer_.reset(zwlr_virtual_pointer_manager_v1_create_virtual_pointer_with_output(
-      manager_.get(), seat_, outputs_.proxy(output)));
-}
-
+/// The device belongs to no output: of one that is turned, some compositors would turn the position
+/// once more.
 std::optional<Point> VirtualPointer::move(Point point) {
   const auto main = outputs_.main();
-  if (!main) return std::nullopt;
-  follow(main->id);
-  if (pointer_ == nullptr) return std::nullopt;
+  if (!main || pointer_ == nullptr) return std::nullopt;
   const Rect& area = main->area;
-  const double x = partsOf(point.x - area.origin.x, area.width);
-  const double y = partsOf(point.y - area.origin.y, area.height);
+  const Point place{inside(point.x, area.origin.x, area.width),
+                    inside(point.y, area.origin.y, area.height)};
+  const Rect whole = around(outputs_.current());
   zwlr_virtual_pointer_v1_motion_absolute(
-      pointer_.get(), eventTime(), static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y),
-      static_cast<std::uint32_t>(area.width * partsPerPoint),
-      static_cast<std::uint32_t>(area.height * partsPerPoint));
+      pointer_.get(), eventTime(), parts(place.x - whole.origin.x), parts(place.y - whole.origin.y),
+      parts(whole.width), parts(whole.height));
   zwlr_virtual_pointer_v1_frame(pointer_.get());
-  return Point{area.origin.x + x / partsPerPoint, area.origin.y + y / partsPerPoint};
+  return place;
 }
 
 void VirtualPointer::press(MouseButton button) {
@@ -78,19 +89,28 @@ void VirtualPointer::press(MouseButton button) {
   release(button);
   if (pointer_ == nullptr || !gate_.isOpen()) return;
   held_.insert(button);
-  tell(button, WL_POINTER_BUTTON_STATE_PRESSED);
+  record_.add(codeOf(button));
+  tell(codeOf(button), WL_POINTER_BUTTON_STATE_PRESSED);
 }
 
 void VirtualPointer::release(MouseButton button) {
-  if (held_.erase(button) != 0) tell(button, WL_POINTER_BUTTON_STATE_RELEASED);
+  if (held_.erase(button) == 0) return;
+  tell(codeOf(button), WL_POINTER_BUTTON_STATE_RELEASED);
+  record_.remove(codeOf(button));
 }
 
 void VirtualPointer::releaseAll() {
-  for (const auto button : std::exchange(held_, {})) tell(button, WL_POINTER_BUTTON_STATE_RELEASED);
+  for (const auto button : std::set(held_)) release(button);
 }
 
-void VirtualPointer::tell(MouseButton button, wl_pointer_button_state state) {
-  zwlr_virtual_pointer_v1_button(pointer_.get(), eventTime(), codeOf(button), state);
+void VirtualPointer::releaseLeftBehind(const std::set<Key>& codes) {
+  if (pointer_ == nullptr) return;
+  for (const auto button : {MouseButton::left, MouseButton::right, MouseButton::center})
+    if (codes.contains(codeOf(button))) tell(codeOf(button), WL_POINTER_BUTTON_STATE_RELEASED);
+}
+
+void VirtualPointer::tell(Key code, wl_pointer_button_state state) {
+  zwlr_virtual_pointer_v1_button(pointer_.get(), eventTime(), code, state);
   zwlr_virtual_pointer_v1_frame(pointer_.get());
 }
 

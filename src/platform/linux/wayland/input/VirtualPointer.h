@@ -6,6 +6,8 @@
 
 #include "platform/Events.h"
 #include "platform/InputGate.h"
+#include "platform/linux/wayland/input/HeldRecord.h"
+#include "platform/linux/wayland/input/Xkb.h"
 #include "platform/linux/wayland/server/Connection.h"
 #include "platform/linux/wayland/server/OutputList.h"
 
@@ -19,7 +21,7 @@ namespace vesk::wayland::input {
 class VirtualPointer {
  public:
   VirtualPointer(server::Connection& connection, const server::OutputList& outputs, wl_seat* seat,
-                 const InputGate& gate);
+                 const InputGate& gate, HeldRecord& record);
   ~VirtualPointer();
   VirtualPointer(const VirtualPointer&) = delete;
   VirtualPointer& operator=(const VirtualPointer&) = delete;
@@ -35,16 +37,17 @@ class VirtualPointer {
 
   void releaseAll();
 
+  /// Lets go of those buttons among these that a predecessor's mouse has left down.
+  void releaseLeftBehind(const std::set<Key>& codes);
+
  private:
-  void follow(DisplayId output);
-  void tell(MouseButton button, wl_pointer_button_state state);
+  void tell(Key code, wl_pointer_button_state state);
 
   const server::OutputList& outputs_;
-  wl_seat* const seat_;
   const InputGate& gate_;
+  HeldRecord& record_;
   server::Proxy<zwlr_virtual_pointer_manager_v1> manager_;
   server::Proxy<zwlr_virtual_pointer_v1> pointer_;
-  DisplayId output_ = 0;  ///< the one that the device points into
   std::set<MouseButton> held_;
 };
 

@@ -15,6 +15,7 @@ bool isRelease(const KeyboardEvent& event) {
 }  // namespace
 
 WlEventPoster::WlEventPoster(InputGate& gate) : gate_(gate) {
+  if (record_.isLeftBehind()) const InputDevices undoing(gate_, record_);
   gate_.onClose = [this] {
     const std::lock_guard lock(mutex_);
     if (devices_ != nullptr) devices_->letGo();
@@ -35,7 +36,7 @@ WlEventPoster::~WlEventPoster() {
 InputDevices* WlEventPoster::devices(Need need) {
   if (devices_ != nullptr && !*devices_) devices_.reset();
   if (devices_ == nullptr && need == Need::ofAny && gate_.isOpen() && !hasFailed_) {
-    devices_ = std::make_unique<InputDevices>(gate_);
+    devices_ = std::make_unique<InputDevices>(gate_, record_);
     hasFailed_ = !*devices_;
     if (hasFailed_) devices_.reset();
   }

@@ -12,6 +12,8 @@ namespace vesk::wayland::input {
 
 /// Posts by a mouse and a keyboard that the compositor makes for the viewer. They come with the
 /// first event that presses or moves something, and go when an end of input has been carried out.
+/// For a moment they also come at the beginning, where a predecessor was killed with something
+/// held.
 ///
 /// The gate is asked before each stroke: while it is shut nothing is pressed, moved or typed, and
 /// what is held can be let go. Closing it lets go of everything.
@@ -40,6 +42,7 @@ class WlEventPoster final : public EventPoster {
   InputGate& gate_;
   /// Against whoever closes the gate.
   std::mutex mutex_;
+  HeldRecord record_;
   std::unique_ptr<InputDevices> devices_;
   bool hasFailed_ = false;  ///< since input has begun
   std::optional<Point> pointer_;

@@ -83,7 +83,7 @@ TEST_F(WlEventPosterTextTest, LeavesNoModifierInEffectMeanwhile) {
 TEST_F(WlEventPosterTextTest, GoesBackToThePersonsKeysAfterwards) {
   type(u"ä");
   strike(0x00, eventFlag::shift);
-  EXPECT_TRUE(hasArrived("äA")) << window.seen().text;
+  EXPECT_TRUE(window.waitFor([](const auto& seen) { return seen.text == "äA"; }));
   type(u"ö");
   EXPECT_TRUE(hasArrived("äAö")) << window.seen().text;
   EXPECT_EQ(window.seen().modifiers, "0 0 0 0");

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <filesystem>
+#include <set>
+
+#include "platform/linux/wayland/input/Xkb.h"
+
+namespace vesk::wayland::input {
+
+/// The keys and buttons that are held, written down beside the compositor's socket, where it is
+/// gone when the person's session is. A compositor lets go of the keys of a keyboard that is gone,
+/// but neither of a mouse's buttons nor of what the keys made true: a program that was killed
+/// leaves that to its successor. What is pressed is written before, and struck out after it is up.
+///
+/// Thread: one at a time. Fails: silently, as a record of nothing.
+class HeldRecord {
+ public:
+  HeldRecord();
+
+  /// What a predecessor has left behind. Nothing once something was written here.
+  bool isLeftBehind() const;
+  std::set<Key> read() const;
+
+  /// Written down when this returns.
+  void add(Key code);
+
+  /// Struck out with the next `update`, once what lets go of it has been sent.
+  void remove(Key code) { held_.erase(code); }
+  void update();
+
+  /// Nothing is held any more, by a predecessor neither.
+  void clear();
+
+ private:
+  void write();
+
+  std::filesystem::path path_;  ///< empty where there is no place for it
+  std::set<Key> held_;
+  std::set<Key> written_;
+};
+
+}  // namespace vesk::wayland::input
