@@ -49,24 +49,24 @@ void PictureBeneath::uncover(const Pixels& pixels, const OwnSurfaces::Shown& sho
     if (cover.canBeUndone && looksBlended(pixels, cover)) {
       for (const auto& run : cover.runs) unblend(pixels, run);
     } else {
-      toFill.push_back(&cover);
+      toFill.insert(toFill.begin(), &cover);
       filled_.push_back(cover.area);
     }
   }
   // The topmost is what stays where some lie over each other.
-  for (auto cover = toFill.rbegin(); cover != toFill.rend(); ++cover)
-    fillFromSurroundings(pixels, (*cover)->area, (*cover)->runs, filled_);
+  for (const auto* cover : toFill) fillFromSurroundings(pixels, cover->area, cover->runs, filled_);
   tellOfFilled(std::move(before), changed);
 }
 
 void PictureBeneath::prepare(const Pixels& pixels, const OwnSurfaces::Shown& shown) {
   generation_ = shown.generation;
   covers_.clear();
-  for (auto surface = shown.surfaces.rbegin(); surface != shown.surfaces.rend(); ++surface) {
-    if (surface->output != output_) continue;
-    auto cover = coverOf(*surface, pixels);
+  for (const auto& surface : shown.surfaces) {
+    if (surface.output != output_) continue;
+    auto cover = coverOf(surface, pixels);
     if (!cover.runs.empty()) covers_.push_back(std::move(cover));
   }
+  std::ranges::reverse(covers_);
 }
 
 PictureBeneath::Cover PictureBeneath::coverOf(const OwnSurface& surface, const Pixels& pixels) {

@@ -40,15 +40,17 @@ class Sum {
   void add(const std::uint8_t* pixel, std::int32_t distance) {
     if (pixel == nullptr) return;
     const float weight = 1.0F / static_cast<float>(distance);
-    for (std::size_t i = 0; i < colour_.size(); ++i) colour_[i] += weight * pixel[i];
+    for (std::size_t i = 0; i < colour_.size(); ++i)
+      colour_[i] += weight * static_cast<float>(pixel[i]);
     weight_ += weight;
   }
   bool isEmpty() const { return weight_ == 0; }
   void put(std::uint8_t* pixel) const {
     if (isEmpty()) return;
     const float scale = 1.0F / weight_;
+    const float half = 0.5F * weight_;
     for (std::size_t i = 0; i < colour_.size(); ++i)
-      pixel[i] = static_cast<std::uint8_t>(colour_[i] * scale + 0.5F);
+      pixel[i] = static_cast<std::uint8_t>((colour_[i] + half) * scale);
   }
 
  private:

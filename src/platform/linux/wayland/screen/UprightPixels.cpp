@@ -2,6 +2,8 @@
 
 #include <libyuv.h>
 
+#include <cstddef>
+
 #include "platform/linux/wayland/screen/turned.h"
 
 namespace vesk::wayland::screen {
@@ -27,6 +29,10 @@ libyuv::RotationMode rotation(wl_output_transform transform) {
       break;
   }
   return libyuv::kRotate0;
+}
+
+std::ptrdiff_t offset(std::int32_t y, std::int32_t stride, std::int32_t x) {
+  return static_cast<std::ptrdiff_t>(y) * stride + static_cast<std::ptrdiff_t>(x) * 4;
 }
 
 /// Each of these is a rotation of what stands on its head.
@@ -70,21 +76,18 @@ void UprightPixels::bring(const PanelPixels& panel, const PixelRect& area) {
   if (panel.isUpsideDown) part.y = layout.height - part.bottom();
   const bool isAsIs = isAsWished(layout.format);
   const auto* const from =
-      isAsIs ? panel.data + static_cast<std::ptrdiff_t>(part.y) * layout.stride + part.x * 4
-             : converted(panel, part);
+      isAsIs ? panel.data + offset(part.y, layout.stride, part.x) : converted(panel, part);
   const auto ownStride = static_cast<int>(size_.width) * 4;
   const bool isOnItsHead = isFlipped(transform_) != panel.isUpsideDown;
   libyuv::ARGBRotate(from, isAsIs ? layout.stride : part.width * 4,
-                     own_.data() + static_cast<std::ptrdiff_t>(area.y) * ownStride + area.x * 4,
-                     ownStride, part.width, isOnItsHead ? -part.height : part.height,
-                     rotation(transform_));
+                     own_.data() + offset(area.y, ownStride, area.x), ownStride, part.width,
+                     isOnItsHead ? -part.height : part.height, rotation(transform_));
 }
 
 /// A part of the panel in the wished colours, row by row.
 const std::uint8_t* UprightPixels::converted(const PanelPixels& panel, const PixelRect& part) {
   const auto& layout = panel.layout;
-  const auto* const from =
-      panel.data + static_cast<std::ptrdiff_t>(part.y) * layout.stride + part.x * 4;
+  const auto* const from = panel.data + offset(part.y, layout.stride, part.x);
   const int stride = part.width * 4;
   converted_.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(part.height));
   const auto convert = [&](auto how) {
