@@ -11,6 +11,7 @@ if(NOT APPLE)
     xcb-xkb xcb-xtest)
   pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon xkbcommon-x11)
   pkg_check_modules(WAYLAND_CLIENT REQUIRED IMPORTED_TARGET wayland-client)
+  pkg_check_modules(WAYLAND_CURSOR REQUIRED IMPORTED_TARGET wayland-cursor)
   pkg_check_modules(X264 REQUIRED IMPORTED_TARGET x264)
   pkg_check_modules(XXHASH REQUIRED IMPORTED_TARGET libxxhash)
   # Debian's libyuv brings no description of itself.

@@ -156,8 +156,7 @@ void AlertDialog::done(int result) {
 }
 
 void AlertDialog::layOut() {
-  auto* const icon = new QLabel(this);
-  icon->setPixmap(windowIcon().pixmap(QSize(iconSize, iconSize), devicePixelRatio()));
+  auto* const icon = new AlertIcon(this, iconSize);
   icon->setVisible(hasRoomForIcon(room_));
   auto* const grid = new QGridLayout(this);
   grid->setContentsMargins(margin, margin, margin, margin);

@@ -7,8 +7,10 @@
 namespace vesk::alert {
 namespace {
 
-/// Drawn on a square of 64 by 64.
-void draw(QPainter& painter) {
+/// On a square of that size.
+void draw(QPainter& painter, int size) {
+  constexpr double drawnOn = 64;
+  painter.scale(size / drawnOn, size / drawnOn);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(Qt::NoPen);
   QLinearGradient light(0, 4, 0, 60);
@@ -39,12 +41,18 @@ QIcon alertIcon() {
     QPixmap pixmap(size, size);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
-    painter.scale(size / 64.0, size / 64.0);
-    draw(painter);
+    draw(painter, size);
     painter.end();
     icon.addPixmap(pixmap);
   }
   return icon;
+}
+
+AlertIcon::AlertIcon(QWidget* parent, int size) : QWidget(parent) { setFixedSize(size, size); }
+
+void AlertIcon::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  draw(painter, width());
 }
 
 }  // namespace vesk::alert

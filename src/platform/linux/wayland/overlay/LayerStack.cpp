@@ -1,0 +1,56 @@
+#include "platform/linux/wayland/overlay/LayerStack.h"
+
+#include <algorithm>
+
+#include "platform/linux/wayland/overlay/LayerOverlay.h"
+
+namespace vesk::wayland::overlay {
+
+LayerStack::LayerStack(LayerShell& shell, beneath::OwnSurfaces& ownSurfaces)
+    : shell_(shell), ownSurfaces_(ownSurfaces) {
+  laterAdapt_.setSingleShot(true);
+  QObject::connect(&laterAdapt_, &QTimer::timeout, [this] { adapt(); });
+  // Told from within whatever waits for the compositor, so not to be acted upon there.
+  shell_.outputs().onChange = [this] { laterAdapt_.start(0); };
+}
+
+LayerStack::~LayerStack() { shell_.outputs().onChange = nullptr; }
+
+void LayerStack::add(LayerOverlay& overlay) {
+  std::erase(overlays_, &overlay);
+  overlays_.insert(overlays_.begin(), &overlay);
+  if (notifier_ || !shell_) return;
+  notifier_.emplace(shell_.connection().descriptor(), QSocketNotifier::Read);
+  QObject::connect(&*notifier_, &QSocketNotifier::activated, [this] { listen(); });
+}
+
+void LayerStack::remove(LayerOverlay& overlay) {
+  std::erase(overlays_, &overlay);
+  if (overlays_.empty()) notifier_.reset();
+}
+
+std::vector<const LayerOverlay*> LayerStack::above(const LayerOverlay& overlay) const {
+  return {overlays_.begin(), std::ranges::find(overlays_, &overlay)};
+}
+
+std::vector<const LayerOverlay*> LayerStack::beneath(const LayerOverlay& overlay) const {
+  const auto self = std::ranges::find(overlays_, &overlay);
+  if (self == overlays_.end()) return {};
+  return {std::next(self), overlays_.end()};
+}
+
+void LayerStack::paint() const {
+  for (auto* const overlay : overlays_) overlay->paint();
+}
+
+void LayerStack::listen() {
+  // A socket whose other end is gone stays readable for ever.
+  if (!shell_.connection().dispatch()) notifier_->setEnabled(false);
+}
+
+void LayerStack::adapt() const {
+  const auto overlays = overlays_;
+  for (auto* const overlay : overlays) overlay->adapt();
+}
+
+}  // namespace vesk::wayland::overlay
