@@ -106,6 +106,37 @@ class Receiver(harness.Child):
         return None
 
 
+class Hand(harness.Child):
+    """A person's keyboard and mouse; each call returns once the compositor has taken it."""
+
+    def __init__(self, environment):
+        super().__init__([harness.BUILD / "tests" / "wayland_hand", 1280, 800], environment,
+                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self._await()
+
+    def _await(self):
+        if self.process.stdout.readline() != "done\n":
+            raise AssertionError("the hand has gone")
+
+    def do(self, *words):
+        self.process.stdin.write(" ".join(map(str, words)) + "\n")
+        self.process.stdin.flush()
+        self._await()
+
+    def down(self, key):
+        self.do("key", key, "down")
+
+    def up(self, key):
+        self.do("key", key, "up")
+
+    def tap(self, key):
+        self.do("key", key, "tap")
+
+    def click(self, x, y, button=272):
+        self.do("move", x, y)
+        self.do("button", button, "click")
+
+
 class Case(harness.Case):
     """A test with a compositor, a home folder, and helpers to start the program in them."""
 
@@ -132,13 +163,6 @@ class Case(harness.Case):
         self.server.command("fullscreen", "enable")
         return receiver
 
-    # The person's hands
-
-    def press_key(self, *arguments):
-        subprocess.run(["wtype", *arguments], env=self.environment(), check=True,
-                       timeout=harness.PATIENCE)
-
-    def click(self, x, y):
-        self.server.command("seat", "-", "cursor", "set", x, y)
-        self.server.command("seat", "-", "cursor", "press", "button1")
-        self.server.command("seat", "-", "cursor", "release", "button1")
+    def hand(self):
+        """The person's keyboard and mouse, there from then on."""
+        return self.start(Hand, self.environment())

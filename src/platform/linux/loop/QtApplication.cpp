@@ -2,10 +2,12 @@
 
 #include <QTimer>
 #include <system_error>
+#include <utility>
 
 namespace vesk::loop {
 
-QtApplication::QtApplication() : application_(argumentCount_, arguments_) {
+QtApplication::QtApplication(std::string plugin)
+    : platform_(std::move(plugin)), application_(argumentCount_, arguments_) {
   QGuiApplication::setApplicationDisplayName("Vesk Remote");
 }
 
@@ -28,11 +30,22 @@ void QtApplication::takeEndSignals() try {
   endSignals_.emplace();
   endNotifier_ =
       std::make_unique<QSocketNotifier>(endSignals_->descriptor(), QSocketNotifier::Read);
-  QObject::connect(endNotifier_.get(), &QSocketNotifier::activated, &application_, [this] {
-    endNotifier_->setEnabled(false);
-    if (delegate_ != nullptr) delegate_->applicationWillTerminate();
-  });
+  QObject::connect(endNotifier_.get(), &QSocketNotifier::activated, &application_,
+                   [this] { askForTheEnd(*endNotifier_); });
 } catch (const std::system_error&) {
+}
+
+void QtApplication::endWhen(int descriptor, std::function<bool()> isOver) {
+  overNotifier_ = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
+  QObject::connect(overNotifier_.get(), &QSocketNotifier::activated, &application_,
+                   [this, isOver = std::move(isOver)] {
+                     if (isOver()) askForTheEnd(*overNotifier_);
+                   });
+}
+
+void QtApplication::askForTheEnd(QSocketNotifier& notifier) {
+  notifier.setEnabled(false);
+  if (delegate_ != nullptr) delegate_->applicationWillTerminate();
 }
 
 }  // namespace vesk::loop
