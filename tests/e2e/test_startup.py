@@ -40,7 +40,15 @@ class CommandLine(harness.Case):
             status, output, error = self.run_program(DISPLAY=display)
             self.assertEqual((status, output), (1, ""), display)
             self.assertRegex(error, r"\Avesk-remote: no display: .+\n\Z")
+        status, output, error = self.run_program(DISPLAY=None, WAYLAND_DISPLAY="wayland-65535")
+        self.assertEqual((status, output), (1, ""))
+        self.assertRegex(error, r"\Avesk-remote: no display: the Wayland compositor at "
+                                r"WAYLAND_DISPLAY=wayland-65535 does not answer; .+\n\Z")
         self.assertEqual(self.log(), [])
+
+    def test_a_compositor_that_is_not_there_leaves_the_x_server(self):
+        self.start_program(WAYLAND_DISPLAY="wayland-65535")
+        self.wait_for_log("The desktop is an X server.")
 
 
 class BrokenPipes(harness.Case):

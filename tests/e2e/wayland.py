@@ -14,9 +14,12 @@ class Sway(harness.Child):
     """A private compositor without a screen of its own. It refuses to run as root and so runs as
     somebody else in a namespace, whom the system takes for the user of this process."""
 
-    def __init__(self, folder, lines=()):
+    def __init__(self, folder, lines=(), rights=None):
+        """`rights` are those of a user who is not root; the folder is theirs."""
         ready = folder / "ready"
         os.mkfifo(ready)
+        if rights:
+            os.chown(ready, rights["user"], rights["group"])
         configuration = folder / "sway.conf"
         configuration.write_text("\n".join([
             "output HEADLESS-1 mode 1280x800@60Hz position 0 0 bg #204060 solid_color",
@@ -24,13 +27,13 @@ class Sway(harness.Child):
             f"exec echo $WAYLAND_DISPLAY $SWAYSOCK > {ready}", ""]))
         self.folder = folder
         self.errors = open(folder / "sway.err", "w", encoding="utf-8")
+        as_somebody = [] if rights else ["unshare", "--user", "--map-user=1000", "--map-group=1000"]
         super().__init__(
-            ["unshare", "--user", "--map-user=1000", "--map-group=1000", "sway", "--config",
-             configuration],
+            [*as_somebody, "sway", "--config", configuration],
             {"PATH": os.environ["PATH"], "HOME": str(folder), "XDG_RUNTIME_DIR": str(folder),
              "WLR_BACKENDS": "headless", "WLR_LIBINPUT_NO_DEVICES": "1",
              "WLR_RENDERER": "pixman", "WLR_HEADLESS_OUTPUTS": "1"},
-            stderr=self.errors)
+            stderr=self.errors, **(rights or {}))
         with open(ready, encoding="utf-8") as pipe:
             self.display, self.control = pipe.read().split()
 

@@ -13,8 +13,8 @@ FILE = pathlib.Path("/usr/lib/systemd/user") / UNIT
 
 # What the unit's file may say to be understood by every systemd from version 247 on.
 KNOWN_TO_247 = {
-    "Description", "Documentation", "PartOf", "After", "ConditionEnvironment",
-    "ConditionUser", "StartLimitIntervalSec", "Type", "Environment", "ExecStartPre", "ExecStart", "Restart",
+    "Description", "Documentation", "PartOf", "After", "ConditionUser", "ExecCondition",
+    "StartLimitIntervalSec", "Type", "Environment", "ExecStartPre", "ExecStart", "Restart",
     "RestartSec", "TimeoutStopSec", "UMask", "LimitCORE", "NoNewPrivileges",
     "RestrictAddressFamilies", "RestrictNamespaces", "RestrictRealtime", "RestrictSUIDSGID",
     "LockPersonality", "MemoryDenyWriteExecute", "SystemCallArchitectures", "SystemCallFilter",

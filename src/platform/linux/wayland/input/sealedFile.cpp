@@ -1,23 +1,16 @@
 #include "platform/linux/wayland/input/sealedFile.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
+
+#include <span>
+
+#include "platform/linux/wayland/server/sharedMemory.h"
 
 namespace vesk::wayland::input {
 
 Descriptor sealedFile(const std::string& text) {
-  Descriptor file(::memfd_create("keymap", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-  if (!file) return file;
-  const std::size_t size = text.size() + 1;
-  std::size_t written = 0;
-  while (written < size) {
-    const auto count = ::write(file.get(), text.c_str() + written, size - written);
-    if (count <= 0) return {};
-    written += static_cast<std::size_t>(count);
-  }
-  constexpr int seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
-  if (::fcntl(file.get(), F_ADD_SEALS, seals) != 0) return {};
+  auto file = server::sharedMemory(std::as_bytes(std::span(text.c_str(), text.size() + 1)));
+  if (file && ::fcntl(file.get(), F_ADD_SEALS, F_SEAL_WRITE | F_SEAL_SEAL) != 0) return {};
   return file;
 }
 

@@ -17,7 +17,8 @@ using namespace std::chrono_literals;
 using State = OutputCopier::State;
 using When = OutputCopier::When;
 
-/// An output that is being switched on or to another mode refuses copies for a while.
+/// An output that is being switched on or to another mode refuses copies for a while, and one that is
+/// switched off for as long as it is.
 constexpr auto longestFailing = 1s;
 constexpr auto failurePause = 20ms;
 
@@ -138,8 +139,9 @@ std::optional<PlatformError> OutputImages::failure() {
   }
   const auto now = Time::clock::now();
   if (!failingSince_) failingSince_ = now;
-  if (now - *failingSince_ < longestFailing) return std::nullopt;
-  return hasImages_ ? streamError::displayGone : streamError::notReadable;
+  // One that was switched off to save power comes back when somebody moves the mouse.
+  const bool mayComeBack = hasImages_ || now - *failingSince_ < longestFailing;
+  return mayComeBack ? std::nullopt : std::optional(streamError::notReadable);
 }
 
 void OutputImages::ask(When when) {

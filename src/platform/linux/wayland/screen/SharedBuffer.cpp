@@ -2,9 +2,9 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include "platform/Descriptor.h"
+#include "platform/linux/wayland/server/sharedMemory.h"
 
 namespace vesk::wayland::screen {
 namespace {
@@ -18,15 +18,6 @@ bool isSound(const BufferLayout& layout) {
          layout.stride <= longestEdge * 4 && layout.stride % 4 == 0;
 }
 
-/// The compositor reads a size once, and would fall over memory that has become smaller.
-Descriptor sealedMemory(std::size_t bytes) {
-  Descriptor memory(::memfd_create("screen", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-  if (!memory || ::ftruncate(memory.get(), static_cast<off_t>(bytes)) != 0 ||
-      ::fcntl(memory.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0)
-    return {};
-  return memory;
-}
-
 /// The library takes another one along with the request, and gives the connection up without.
 bool isDescriptorLeft(const Descriptor& one) {
   return static_cast<bool>(Descriptor(::fcntl(one.get(), F_DUPFD_CLOEXEC, 0)));
@@ -38,7 +29,7 @@ SharedBuffer::SharedBuffer(wl_shm* shm, const BufferLayout& layout) : layout_(la
   if (!isSound(layout)) return;
   const auto bytes =
       static_cast<std::size_t>(layout.stride) * static_cast<std::size_t>(layout.height);
-  const Descriptor memory = sealedMemory(bytes);
+  const Descriptor memory = server::sharedMemory(bytes);
   // A pool's size is a number of 31 bits.
   if (!memory || !isDescriptorLeft(memory) || bytes > INT32_MAX) return;
   void* const mapped = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, memory.get(), 0);

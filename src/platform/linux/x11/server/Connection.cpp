@@ -28,7 +28,7 @@ void Connection::dropEvents() const {
 std::string Connection::advice() {
   const char* display = std::getenv("DISPLAY");
   if (display == nullptr || *display == '\0') {
-    return "no display: DISPLAY is not set; start the program inside a graphical X session.";
+    return "no display: DISPLAY is not set; start the program inside a graphical session.";
   }
   return "no display: the X server at DISPLAY=" + std::string(display) +
          " does not answer; check that it runs and lets this user in.";

@@ -135,7 +135,7 @@ TEST(ConnectionTest, AdvisesInOneLine) {
   ::unsetenv("DISPLAY");
   EXPECT_FALSE(Connection());
   EXPECT_EQ(Connection::advice(),
-            "no display: DISPLAY is not set; start the program inside a graphical X session.");
+            "no display: DISPLAY is not set; start the program inside a graphical session.");
   ::setenv("DISPLAY", ":65535", 1);
   EXPECT_FALSE(Connection());
   EXPECT_NE(Connection::advice().find("DISPLAY=:65535 does not answer"), std::string::npos);
