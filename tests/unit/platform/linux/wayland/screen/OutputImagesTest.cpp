@@ -246,6 +246,11 @@ TEST_F(OutputImagesTest, EndWhenTheOutputGoes) {
   const auto socket = outer[1].substr(outer[1].find('=') + 1);
   const Sway inner({}, {"WLR_BACKENDS=wayland", "WAYLAND_DISPLAY=" + folder + "/" + socket});
   inner.enter();
+  // The outer one gives the window its size a moment after it has come up.
+  server::WlDisplays displays;
+  ASSERT_TRUE(waitUntil([&] {
+    return displays.pixels(displays.mainDisplay()) != PixelSize{1280, 720};
+  }));
   WlImages images;
   ASSERT_EQ(images.open(), std::nullopt);
   images.drain(50);
