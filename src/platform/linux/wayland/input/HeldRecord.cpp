@@ -1,8 +1,16 @@
 #include "platform/linux/wayland/input/HeldRecord.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
 #include <cstdlib>
-#include <fstream>
+#include <sstream>
+#include <string>
 #include <system_error>
+
+#include "platform/Descriptor.h"
 
 namespace vesk::wayland::input {
 namespace {
@@ -15,6 +23,16 @@ std::filesystem::path placeOfRecord() {
   return std::filesystem::path(folder) / ("vesk-remote-held-" + name);
 }
 
+/// The record itself: whatever else has its name, a pipe that would keep the program waiting or a
+/// link to somewhere, is left alone.
+Descriptor openRecord(const std::filesystem::path& path, int flags) {
+  constexpr mode_t ownersAlone = 0600;
+  Descriptor file(::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, ownersAlone));
+  struct stat status {};
+  const bool isFile = file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
+  return isFile ? std::move(file) : Descriptor();
+}
+
 }  // namespace
 
 HeldRecord::HeldRecord() : path_(placeOfRecord()) {}
@@ -25,10 +43,14 @@ bool HeldRecord::isLeftBehind() const {
 }
 
 std::set<Key> HeldRecord::read() const {
-  constexpr std::size_t most = 1024;  // no kernel has as many codes
+  // No kernel has more codes than fit in here.
+  std::array<char, 4096> text{};
+  const auto file = openRecord(path_, O_RDONLY);
+  const auto count = file ? ::read(file.get(), text.data(), text.size()) : 0;
+  std::istringstream numbers(
+      std::string(text.data(), count > 0 ? static_cast<std::size_t>(count) : 0));
   std::set<Key> codes;
-  std::ifstream file(path_);
-  for (Key code = 0; codes.size() < most && file >> code;) codes.insert(code);
+  for (Key code = 0; numbers >> code;) codes.insert(code);
   return codes;
 }
 
@@ -54,8 +76,11 @@ void HeldRecord::write() {
     std::filesystem::remove(path_, error);
     return;
   }
-  std::ofstream file(path_, std::ios::trunc);
-  for (const auto code : held_) file << code << '\n';
+  std::string text;
+  for (const auto code : held_) text += std::to_string(code) + '\n';
+  const auto file = openRecord(path_, O_WRONLY | O_CREAT | O_TRUNC);
+  if (!file) return;
+  [[maybe_unused]] const auto ignored = ::write(file.get(), text.data(), text.size());
 }
 
 }  // namespace vesk::wayland::input
