@@ -61,15 +61,25 @@ class Received {
   }
 
   int luma(int x, int y) const {
+    const std::lock_guard lock(mutex_);
     return image_ == nullptr ? -1 : image_->luma()[y * image_->stride() + x];
   }
-  int images() const { return images_; }
-  int idle() const { return idle_; }
-  const std::vector<std::string>& errors() const { return errors_; }
+  int images() const {
+    const std::lock_guard lock(mutex_);
+    return images_;
+  }
+  int idle() const {
+    const std::lock_guard lock(mutex_);
+    return idle_;
+  }
+  std::vector<std::string> errors() const {
+    const std::lock_guard lock(mutex_);
+    return errors_;
+  }
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
+  mutable std::recursive_mutex mutex_;  // conditions ask what others ask
+  std::condition_variable_any changed_;
   std::shared_ptr<const picture::Nv12Image> image_;
   int images_ = 0;
   int idle_ = 0;
