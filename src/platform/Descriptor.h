@@ -22,6 +22,9 @@ class Descriptor {
   int get() const { return descriptor_; }
   explicit operator bool() const { return descriptor_ >= 0; }
 
+  /// Hands it over to whoever closes it from then on.
+  int release() { return std::exchange(descriptor_, -1); }
+
   /// Closes now instead of at the end of the object's life; does nothing the second time.
   void close();
 

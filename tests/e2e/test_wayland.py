@@ -1,6 +1,7 @@
 """The whole program on a Wayland compositor: sessions, the question, the viewer's hands, and all their ends."""
 
 import json
+import resource
 import signal
 import subprocess
 
@@ -121,6 +122,54 @@ class Sessions(Session):
         self.server.end(signal.SIGKILL)
         self.assertEqual(self.program.wait(), 0)
 
+    def change_outputs(self):
+        """As often as makes a compositor end a connection to which nobody listens."""
+        self.server.carry_out(f"output HEADLESS-1 position {n % 2} 0" for n in range(1000))
+        self.server.command("output", "HEADLESS-1", "position", 0, 0)
+
+    def test_shows_the_border_also_after_outputs_have_changed_hundreds_of_times(self):
+        self.change_outputs()
+        self.run_session(viewer="Anna")
+        wait_until(self.is_bordered, "the border is in sight")
+
+    def test_shows_the_border_also_to_a_session_that_takes_the_last_descriptors(self):
+        process = harness.pathlib.Path(f"/proc/{self.program.pid}/fd")
+        # Libraries take some for themselves when they are first used.
+        self.run_session()
+        self.agent.send("stop", "disconnect")
+        self.assertEqual(self.agent.next_message()["op"], "hello")
+        at_rest = len(list(process.iterdir()))
+        started = 0
+        for spare in range(2, 12):
+            resource.prlimit(self.program.pid, resource.RLIMIT_NOFILE, (at_rest + spare, 4096))
+            self.agent.send({"op": "start", "viewer": "Anna"})
+            self.assertEqual(self.agent.next_message(), STARTING)
+            if self.agent.next_message()["op"] == "fault":
+                continue
+            started += 1
+            wait_until(self.is_bordered, f"the border is in sight with {spare} descriptors")
+            self.assertTrue(is_reddish(self.picture().at(640 - 200, 20)), "the strip")
+            self.agent.send("stop", "disconnect")
+            self.assertEqual(self.agent.next_message()["op"], "hello")
+            wait_until(lambda: not self.is_bordered(), "the border is gone")
+        self.assertGreater(started, 0)
+
+    def test_shows_the_border_once_a_compositor_that_was_held_up_goes_on(self):
+        def started():
+            """Whether a session has come about though the compositor stood still."""
+            lines = len(self.log())
+            self.agent.send({"op": "start", "viewer": "Anna"})
+            self.assertEqual(self.agent.next_message(), STARTING)
+            wait_until(lambda: len(self.log()) > lines, "the capture begins")
+            self.server.process.send_signal(signal.SIGSTOP)
+            # Longer than the program waits for it.
+            self.agent.send("pause 3", "help")
+            self.agent.wait_for_note("startreading")
+            self.server.process.send_signal(signal.SIGCONT)
+            return self.agent.next_message()["op"] == "started"
+        wait_until(started, "a session has started")
+        wait_until(self.is_bordered, "the border is in sight")
+
     def test_starts_and_stops_leave_nothing_behind(self):
         def footprint():
             process = harness.pathlib.Path(f"/proc/{self.program.pid}")
@@ -217,6 +266,25 @@ class Consent(Session):
         wait_until(lambda: any("utf8: 'a'" in line for line in receiver.lines[seen:]),
                    "the window has the keyboard again")
 
+    def test_asks_also_after_outputs_have_changed_hundreds_of_times(self):
+        Sessions.change_outputs(self)
+        hand = self.hand()
+        self.ask()
+        self.answer(hand, RETURN)
+        self.assertEqual(self.agent.next_message(), STARTING)
+
+    def test_asks_once_a_compositor_that_was_held_up_goes_on(self):
+        hand = self.hand()
+        self.server.process.send_signal(signal.SIGSTOP)
+        self.agent.send({"op": "start", "viewer": "Anna", "consent": True})
+        self.assertEqual(self.agent.next_message(), AWAITING)
+        self.agent.send("pause 4", "help")
+        self.agent.wait_for_note("startreading")
+        self.server.process.send_signal(signal.SIGCONT)
+        wait_until(self.is_asked, "the alert is on the screen")
+        self.answer(hand, RETURN)
+        self.assertEqual(self.agent.next_message(), STARTING)
+
     def test_its_end_takes_the_question_along(self):
         self.ask()
         self.assertEqual(self.program.end(signal.SIGTERM), 0)
@@ -271,6 +339,16 @@ class Input(Session):
     def test_lets_go_when_the_agent_is_killed(self):
         self.hold()
         self.agent.end(signal.SIGKILL)
+        self.expect_release()
+
+    def test_lets_go_also_of_what_a_held_up_compositor_did_not_hear_of(self):
+        self.hold()
+        self.server.process.send_signal(signal.SIGSTOP)
+        self.agent.send("deny-input", "pause 1", "help")
+        self.agent.wait_for_note("startreading")
+        self.server.process.send_signal(signal.SIGCONT)
+        self.program.end(signal.SIGKILL)
+        self.program = self.start_program()
         self.expect_release()
 
     def test_lets_go_when_the_program_is_told_to_end(self):

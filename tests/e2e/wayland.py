@@ -3,6 +3,8 @@
 import json
 import os
 import re
+import socket
+import struct
 import subprocess
 import tempfile
 
@@ -49,6 +51,17 @@ class Sway(harness.Child):
         """One of its commands, carried out when this returns."""
         subprocess.run(["swaymsg", "--quiet", "--socket", self.control, "--", *map(str, words)],
                        check=True, timeout=harness.PATIENCE)
+
+    def carry_out(self, commands):
+        """Many of them, each once the one before was carried out."""
+        with socket.socket(socket.AF_UNIX) as control:
+            control.connect(self.control)
+            for command in commands:
+                control.sendall(b"i3-ipc" + struct.pack("=II", len(command), 0) + command.encode())
+                size, _ = struct.unpack("=II", control.recv(14, socket.MSG_WAITALL)[6:])
+                answer = control.recv(size, socket.MSG_WAITALL)
+                if b'"success": true' not in answer:
+                    raise AssertionError(f"sway refused {command}: {answer}")
 
     def ask(self, kind):
         answer = subprocess.run(["swaymsg", "--raw", "--socket", self.control, "-t", kind],

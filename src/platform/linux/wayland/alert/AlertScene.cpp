@@ -86,8 +86,10 @@ void AlertScene::comeUp() {
   shell_.connection().wait([this] { return surface_->isReady() || surface_->isClosed(); },
                            deadline);
   input_.emplace(dialog_, shell_, *surface_);
-  paint();
-  input_->comesIntoSight();
+  if (surface_->isReady()) {
+    paint();
+    input_->comesIntoSight();
+  }
   shell_.settle();
   // What that has told may have been answered by requests, and nothing else need ever come.
   shell_.connection().flush();
@@ -123,12 +125,22 @@ void AlertScene::paint() {
 
 void AlertScene::listen() {
   if (shell_.connection().dispatch()) {
+    comeUpLate();
     shell_.connection().flush();
     return;
   }
   // A socket whose other end is gone stays readable for ever.
   notifier_->setEnabled(false);
   giveUp();
+}
+
+/// Where the compositor was held up when it was to.
+void AlertScene::comeUpLate() {
+  if (!surface_ || !input_ || !surface_->isReady() || surface_->isShown()) return;
+  const Change change(ownSurfaces_);
+  paint();
+  input_->comesIntoSight();
+  shell_.settle();
 }
 
 /// The dialog may not run yet.

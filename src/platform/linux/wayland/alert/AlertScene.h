@@ -32,6 +32,7 @@ class AlertScene final : public QObject, public vesk::alert::AlertStage::Scene {
  private:
   void begin();
   void comeUp();
+  void comeUpLate();
   void goAway();
   void paint();
   void listen();

@@ -8,14 +8,15 @@ namespace vesk::wayland::alert {
 QSize WlAlertStage::room() const {
   constexpr QSize around(8, 8);
   constexpr QSize unseen(800, 600);
-  const auto main = shell_.learnOutputs() ? shell_.outputs().main() : std::nullopt;
+  if (!shell_->learnOutputs() && !*shell_) shell_ = std::make_unique<overlay::LayerShell>();
+  const auto main = shell_->outputs().main();
   if (!main) return unseen - around;
   return QSize(static_cast<int>(main->area.width), static_cast<int>(main->area.height)) - around;
 }
 
 std::unique_ptr<vesk::alert::AlertStage::Scene> WlAlertStage::set(vesk::alert::AlertDialog& dialog,
                                                                   bool /*comesToFront*/) {
-  return std::make_unique<AlertScene>(dialog, shell_, ownSurfaces_);
+  return std::make_unique<AlertScene>(dialog, *shell_, ownSurfaces_);
 }
 
 }  // namespace vesk::wayland::alert

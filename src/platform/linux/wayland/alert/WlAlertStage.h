@@ -10,7 +10,7 @@ namespace vesk::wayland::alert {
 /// long as they are asked, and so are always in front.
 ///
 /// Thread: main, with an application object whose windows are on no screen. Owns: its connection,
-/// from the start.
+/// from the start, made anew where the compositor has ended it.
 class WlAlertStage final : public vesk::alert::AlertStage {
  public:
   /// `ownSurfaces` learns of every alert in sight; it outlives this object.
@@ -21,7 +21,7 @@ class WlAlertStage final : public vesk::alert::AlertStage {
 
  private:
   beneath::OwnSurfaces& ownSurfaces_;
-  mutable overlay::LayerShell shell_;
+  mutable std::unique_ptr<overlay::LayerShell> shell_ = std::make_unique<overlay::LayerShell>();
 };
 
 }  // namespace vesk::wayland::alert

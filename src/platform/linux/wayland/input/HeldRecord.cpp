@@ -9,6 +9,7 @@
 #include <sstream>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "platform/Descriptor.h"
 
@@ -56,28 +57,28 @@ std::set<Key> HeldRecord::read() const {
 
 void HeldRecord::add(Key code) {
   held_.insert(code);
-  update();
+  if (written_.insert(code).second) write();
 }
 
 void HeldRecord::update() {
-  if (held_ != written_) write();
+  if (std::exchange(written_, held_) != held_) write();
 }
 
 void HeldRecord::clear() {
   held_.clear();
+  written_.clear();
   write();
 }
 
 void HeldRecord::write() {
-  written_ = held_;
   if (path_.empty()) return;
   std::error_code error;
-  if (held_.empty()) {
+  if (written_.empty()) {
     std::filesystem::remove(path_, error);
     return;
   }
   std::string text;
-  for (const auto code : held_) text += std::to_string(code) + '\n';
+  for (const auto code : written_) text += std::to_string(code) + '\n';
   const auto file = openRecord(path_, O_WRONLY | O_CREAT | O_TRUNC);
   if (!file) return;
   [[maybe_unused]] const auto ignored = ::write(file.get(), text.data(), text.size());

@@ -21,6 +21,10 @@ class HeldRecord {
   bool isLeftBehind() const;
   std::set<Key> read() const;
 
+  /// What is held now, and whether that is less than what is written down.
+  const std::set<Key>& held() const { return held_; }
+  bool isAhead() const { return held_ != written_; }
+
   /// Written down when this returns.
   void add(Key code);
 

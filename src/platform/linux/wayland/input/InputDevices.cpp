@@ -69,13 +69,28 @@ void InputDevices::letGo() {
   keyboard_.releaseAll();
   keys_.forget();
   modifiers_.forget();
-  connection_.settle(Clock::now() + patience);
-  send();
+  // A compositor that is held up may never read it: it drops whoever is gone by then.
+  if (connection_.settle(Clock::now() + patience)) record_.update();
 }
 
-/// What has let go of something is on its way before the record forgets what it was.
+/// The record forgets what was let go of once the compositor has carried it out: it drops what it
+/// has not read of whoever is gone.
 void InputDevices::send() {
-  if (connection_.flush()) record_.update();
+  if (record_.isAhead() && confirmation_ == nullptr) {
+    asked_ = record_.held();
+    confirmation_.reset(wl_display_sync(connection_.get()));
+    static constexpr wl_callback_listener listener{[](void* self, wl_callback*, std::uint32_t) {
+      static_cast<InputDevices*>(self)->confirm();
+    }};
+    wl_callback_add_listener(confirmation_.get(), &listener, this);
+  }
+  connection_.flush();
+}
+
+void InputDevices::confirm() {
+  confirmation_.reset();
+  // What was let go of since is asked about with what is posted next.
+  if (record_.held() == asked_) record_.update();
 }
 
 std::optional<Point> InputDevices::post(const MouseEvent& event) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 
 #include "platform/Events.h"
@@ -46,6 +47,7 @@ class InputDevices {
   bool isReading();
   bool areProgramsListening();
   void send();
+  void confirm();
   void makeTrue(EventFlags flags);
   void postKey(const KeyboardEvent& event);
   void type(const std::u16string& run);
@@ -61,7 +63,9 @@ class InputDevices {
   ModifierKeys modifiers_{keyboard_};
   PlacedKeys keys_{keyboard_};
   TextTyper typer_{keyboard_, gate_, [this] { return connection_.flush(); }};
-  std::optional<HostTime> listeningFrom_;  ///< programs can be expected to listen to the devices
+  std::optional<HostTime> listeningFrom_;    ///< programs can be expected to listen to the devices
+  server::Proxy<wl_callback> confirmation_;  ///< that what was let go of has been carried out
+  std::set<Key> asked_;                      ///< what was held when it was asked for
   bool isBehind_ = false;  ///< something was dropped that may have let go of something
 };
 

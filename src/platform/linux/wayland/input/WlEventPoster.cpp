@@ -22,7 +22,11 @@ WlEventPoster::WlEventPoster(InputGate& gate) : gate_(gate) {
   };
   gate_.onEnded = [this] {
     const std::lock_guard lock(mutex_);
+    const bool isLost = devices_ != nullptr && !*devices_;
     devices_.reset();
+    // What was held by way of a lost connection may be down yet. A compositor that is held up is
+    // not waited for here: what the record says then, the next devices see to.
+    if (isLost && record_.isLeftBehind()) InputDevices(gate_, record_);
     hasFailed_ = false;
   };
 }

@@ -80,10 +80,9 @@ void LayerOverlay::adapt() {
   stack_->shell().settle();
 }
 
-/// Whether the compositor has left it all that it was made of.
 bool LayerOverlay::isWhole() const {
-  return std::ranges::none_of(edges_, [](const auto& edge) { return edge->isClosed(); }) &&
-         (background_ == nullptr || !background_->isClosed());
+  return std::ranges::all_of(edges_, [](const auto& edge) { return edge->isShown(); }) &&
+         (background_ == nullptr || background_->isShown());
 }
 
 void LayerOverlay::makeSurfaces() {

@@ -35,11 +35,13 @@ class LayerOverlay final : public Overlay {
   /// Makes its surfaces anew where the output is not what they were made for.
   void adapt();
 
+  /// Whether all that it was made of is in sight, or there is no output for it.
+  bool isWhole() const;
+
  private:
   LayerArea area() const;
   std::vector<PixelRect> edgeAreas() const;
   void makeSurfaces();
-  bool isWhole() const;
   void paintBorder();
   void paintBackground();
   std::optional<banner::Tab> tab() const;

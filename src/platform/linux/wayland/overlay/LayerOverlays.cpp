@@ -12,23 +12,28 @@ Screen screenOf(const server::Output& output) { return {output.id, output.area};
 
 }  // namespace
 
+/// Knows the outputs as they are; as they were, where the compositor is held up.
+LayerShell& LayerOverlays::shell() {
+  const bool isLost = !shell_->learnOutputs() && !*shell_;
+  if (isLost && stack_.expired()) shell_ = std::make_unique<LayerShell>();
+  return *shell_;
+}
+
 std::vector<Screen> LayerOverlays::screens() {
   std::vector<Screen> found;
-  if (shell_.learnOutputs()) {
-    std::ranges::transform(shell_.outputs().current(), std::back_inserter(found), screenOf);
-  }
+  std::ranges::transform(shell().outputs().current(), std::back_inserter(found), screenOf);
   return found;
 }
 
 std::optional<Screen> LayerOverlays::mainScreen() {
-  const auto main = shell_.learnOutputs() ? shell_.outputs().main() : std::nullopt;
+  const auto main = shell().outputs().main();
   return main ? std::optional(screenOf(*main)) : std::nullopt;
 }
 
 std::unique_ptr<Overlay> LayerOverlays::makeOverlay(const OverlayAppearance& appearance) {
   auto stack = stack_.lock();
   if (stack == nullptr) {
-    stack = std::make_shared<LayerStack>(shell_, ownSurfaces_);
+    stack = std::make_shared<LayerStack>(shell(), ownSurfaces_);
     stack_ = stack;
   }
   return std::make_unique<LayerOverlay>(std::move(stack), appearance);

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <array>
+#include <functional>
+
+#include "platform/Descriptor.h"
 #include "platform/linux/wayland/server/Connection.h"
 #include "platform/linux/wayland/server/OutputList.h"
 
@@ -33,7 +37,14 @@ class LayerShell {
   /// One that has come tells what it is like only to those who ask then.
   bool learnOutputs() { return settle() && settle(); }
 
+  /// Calls that with two descriptors at hand that others cannot have taken, and sends what it asks
+  /// for.
+  void withDescriptors(const std::function<void()>& call);
+
  private:
+  void setDescriptorsAside();
+
+  std::array<Descriptor, 2> setAside_;
   server::Connection connection_;
   server::OutputList outputs_{connection_};
   server::Proxy<wl_compositor> compositor_;

@@ -45,7 +45,14 @@ void LayerStack::paint() const {
 
 void LayerStack::listen() {
   // A socket whose other end is gone stays readable for ever.
-  if (!shell_.connection().dispatch()) notifier_->setEnabled(false);
+  if (!shell_.connection().dispatch()) return notifier_->setEnabled(false);
+  // A compositor that was held up, or memory that was missing: what should be in sight comes later.
+  constexpr std::chrono::milliseconds pause{100};
+  if (!isWhole() && !laterAdapt_.isActive()) laterAdapt_.start(pause);
+}
+
+bool LayerStack::isWhole() const {
+  return std::ranges::all_of(overlays_, [](const auto* overlay) { return overlay->isWhole(); });
 }
 
 void LayerStack::adapt() const {

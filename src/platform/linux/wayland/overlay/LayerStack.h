@@ -43,6 +43,7 @@ class LayerStack {
  private:
   void listen();
   void adapt() const;
+  bool isWhole() const;
 
   LayerShell& shell_;
   beneath::OwnSurfaces& ownSurfaces_;

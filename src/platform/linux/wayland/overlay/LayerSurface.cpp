@@ -74,7 +74,8 @@ void LayerSurface::show(const QImage& picture) {
   if (!isReady()) return;
   // The last one may be looked at until the compositor has the next.
   while (buffers_.size() > 1 && buffers_.front().isReleased()) buffers_.pop_front();
-  const auto& buffer = buffers_.emplace_back(shell_.memory(), picture);
+  shell_.withDescriptors([&] { buffers_.emplace_back(shell_.memory(), picture); });
+  const auto& buffer = buffers_.back();
   if (buffer.get() == nullptr) return buffers_.pop_back();
   wl_surface_set_buffer_scale(surface_.get(), scale());
   wl_surface_attach(surface_.get(), buffer.get(), 0, 0);

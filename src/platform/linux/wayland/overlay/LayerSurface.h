@@ -51,6 +51,9 @@ class LayerSurface {
   bool isReady() const { return isConfigured_ && !isClosed_; }
   bool isClosed() const { return isClosed_; }
 
+  /// Whether it has been given a picture, and is in sight as far as it is up to this program.
+  bool isShown() const { return isReady() && listed_.has_value(); }
+
   /// The pixels of a point that a picture should have.
   std::int32_t scale() const { return output_.bufferScale; }
 

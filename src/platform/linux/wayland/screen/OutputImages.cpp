@@ -17,8 +17,8 @@ using namespace std::chrono_literals;
 using State = OutputCopier::State;
 using When = OutputCopier::When;
 
-/// An output that is being switched on or to another mode refuses copies for a while, and one that is
-/// switched off for as long as it is.
+/// An output that is being switched on or to another mode refuses copies for a while, and one that
+/// is switched off for as long as it is.
 constexpr auto longestFailing = 1s;
 constexpr auto failurePause = 20ms;
 

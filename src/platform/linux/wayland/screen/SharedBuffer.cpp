@@ -1,6 +1,5 @@
 #include "platform/linux/wayland/screen/SharedBuffer.h"
 
-#include <fcntl.h>
 #include <sys/mman.h>
 
 #include "platform/Descriptor.h"
@@ -18,11 +17,6 @@ bool isSound(const BufferLayout& layout) {
          layout.stride <= longestEdge * 4 && layout.stride % 4 == 0;
 }
 
-/// The library takes another one along with the request, and gives the connection up without.
-bool isDescriptorLeft(const Descriptor& one) {
-  return static_cast<bool>(Descriptor(::fcntl(one.get(), F_DUPFD_CLOEXEC, 0)));
-}
-
 }  // namespace
 
 SharedBuffer::SharedBuffer(wl_shm* shm, const BufferLayout& layout) : layout_(layout) {
@@ -31,7 +25,7 @@ SharedBuffer::SharedBuffer(wl_shm* shm, const BufferLayout& layout) : layout_(la
       static_cast<std::size_t>(layout.stride) * static_cast<std::size_t>(layout.height);
   const Descriptor memory = server::sharedMemory(bytes);
   // A pool's size is a number of 31 bits.
-  if (!memory || !isDescriptorLeft(memory) || bytes > INT32_MAX) return;
+  if (!memory || bytes > INT32_MAX) return;
   void* const mapped = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, memory.get(), 0);
   // NOLINTNEXTLINE(performance-no-int-to-ptr): so does the system say that it failed
   if (mapped == MAP_FAILED) return;

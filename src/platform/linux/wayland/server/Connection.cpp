@@ -1,21 +1,42 @@
 #include "platform/linux/wayland/server/Connection.h"
 
 #include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <string>
 #include <utility>
+
+#include "platform/Descriptor.h"
 
 namespace vesk::wayland::server {
 namespace {
 
-/// Where nobody has named a compositor, the library would take the first one that it finds.
-wl_display* connect() {
+/// Where the compositor listens that the session names; nothing where it names none: the library
+/// would take the first one that it finds.
+std::string socketPath() {
   const char* const name = std::getenv("WAYLAND_DISPLAY");
-  const char* const socket = std::getenv("WAYLAND_SOCKET");
-  const bool isNamed = (name != nullptr && *name != '\0') || socket != nullptr;
-  return isNamed ? wl_display_connect(nullptr) : nullptr;
+  const char* const folder = std::getenv("XDG_RUNTIME_DIR");
+  if (name == nullptr || *name == '\0') return {};
+  if (*name == '/') return name;
+  return folder == nullptr ? std::string() : std::string(folder) + '/' + name;
+}
+
+/// Waits for nobody: the library would wait for a compositor that takes no more connections, for as
+/// long as it takes none.
+wl_display* connect() {
+  const std::string path = socketPath();
+  sockaddr_un address{};
+  if (path.empty() || path.size() >= sizeof address.sun_path) return nullptr;
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, path.size());
+  Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  const auto* const there = reinterpret_cast<const sockaddr*>(&address);
+  if (!socket || ::connect(socket.get(), there, sizeof address) != 0) return nullptr;
+  return wl_display_connect_to_fd(socket.release());
 }
 
 }  // namespace
@@ -77,7 +98,11 @@ bool Connection::flush() const { return display_ != nullptr && wl_display_flush(
 
 bool Connection::dispatch() {
   if (display_ == nullptr) return false;
-  read(std::chrono::nanoseconds(0));
+  // As much as has come while nobody listened, of which each call reads a part.
+  pollfd readable{descriptor(), POLLIN, 0};
+  do {
+    read(std::chrono::nanoseconds(0));
+  } while (wl_display_get_error(get()) == 0 && ::poll(&readable, 1, 0) > 0);
   return wl_display_get_error(get()) == 0;
 }
 

@@ -4,14 +4,23 @@
 
 namespace vesk::wayland::server {
 
+/// As they are now; null without a compositor.
+const OutputList* WlDisplays::outputs() {
+  if (link_->connection.dispatch()) return &link_->outputs;
+  link_ = std::make_unique<Link>();
+  return link_->connection ? &link_->outputs : nullptr;
+}
+
 std::optional<Output> WlDisplays::find(DisplayId display) {
   const std::lock_guard lock(mutex_);
-  return connection_.dispatch() ? outputs_.find(display) : std::nullopt;
+  const auto* const all = outputs();
+  return all == nullptr ? std::nullopt : all->find(display);
 }
 
 DisplayId WlDisplays::mainDisplay() {
   const std::lock_guard lock(mutex_);
-  const auto main = connection_.dispatch() ? outputs_.main() : std::nullopt;
+  const auto* const all = outputs();
+  const auto main = all == nullptr ? std::nullopt : all->main();
   return main ? main->id : 0;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <mutex>
 #include <optional>
 
@@ -9,8 +10,9 @@
 
 namespace vesk::wayland::server {
 
-/// The compositor's outputs. On a scaled one a point is more than one pixel, and may be a fraction
-/// more.
+/// The compositor's outputs, over a connection that is made anew where the compositor has ended it:
+/// it ends one to which nobody has listened while outputs changed hundreds of times. On a scaled
+/// one a point is more than one pixel, and may be a fraction more.
 class WlDisplays final : public Displays {
  public:
   DisplayId mainDisplay() override;
@@ -19,11 +21,16 @@ class WlDisplays final : public Displays {
   std::optional<PixelSize> modePixels(DisplayId display) override;
 
  private:
+  struct Link {
+    Connection connection;
+    OutputList outputs{connection};
+  };
+
+  const OutputList* outputs();
   std::optional<Output> find(DisplayId display);
 
   std::mutex mutex_;
-  Connection connection_;
-  OutputList outputs_{connection_};
+  std::unique_ptr<Link> link_ = std::make_unique<Link>();
 };
 
 }  // namespace vesk::wayland::server

@@ -4,6 +4,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <utility>
+
 namespace vesk::wayland::server {
 
 Descriptor sharedMemory(std::size_t bytes) {
@@ -11,7 +13,8 @@ Descriptor sharedMemory(std::size_t bytes) {
   if (!memory || ::ftruncate(memory.get(), static_cast<off_t>(bytes)) != 0 ||
       ::fcntl(memory.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW) != 0)
     return {};
-  return memory;
+  const Descriptor second(::fcntl(memory.get(), F_DUPFD_CLOEXEC, 0));
+  return second ? std::move(memory) : Descriptor();
 }
 
 Descriptor sharedMemory(std::span<const std::byte> content) {
