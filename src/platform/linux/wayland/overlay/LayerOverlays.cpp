@@ -21,12 +21,15 @@ LayerShell& LayerOverlays::shell() {
 
 std::vector<Screen> LayerOverlays::screens() {
   std::vector<Screen> found;
-  std::ranges::transform(shell().outputs().current(), std::back_inserter(found), screenOf);
+  if (auto& present = shell(); present) {
+    std::ranges::transform(present.outputs().current(), std::back_inserter(found), screenOf);
+  }
   return found;
 }
 
 std::optional<Screen> LayerOverlays::mainScreen() {
-  const auto main = shell().outputs().main();
+  auto& present = shell();
+  const auto main = present ? present.outputs().main() : std::nullopt;
   return main ? std::optional(screenOf(*main)) : std::nullopt;
 }
 
