@@ -198,7 +198,8 @@ void AlertDialog::changeEvent(QEvent* event) {
 bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::Expose && windowHandle()->isExposed()) {
     untilInSight_.stop();
-    if (onExposed) onExposed();
+    // It may take itself away.
+    if (const auto call = onExposed) call();
   }
   return QDialog::eventFilter(watched, event);
 }

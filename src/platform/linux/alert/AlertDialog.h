@@ -45,7 +45,7 @@ class AlertDialog final : public QDialog {
 
   void done(int result) override;
 
-  /// Called each time the window comes into sight.
+  /// Called each time the window comes into sight; it may set another one, or none.
   std::function<void()> onExposed;
 
   /// Called before the window leaves the screen, whatever closes it.
