@@ -67,7 +67,7 @@ class Picture(Viewing):
             return self.likeness(screen, canvas)
         wait_until(lambda: likeness() >= ALIKE, "the page shows the screen")
         print(f"{likeness():.1f} dB", end=" ", flush=True)
-        self.assertEqual(self.page.figure("size"), "1280 × 800")
+        wait_until(lambda: self.page.figure("size") == "1280 × 800", "the page tells its size")
         self.browser.picture("watching")
 
     def test_shows_a_change_soon(self):

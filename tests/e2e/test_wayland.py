@@ -168,7 +168,10 @@ class Sessions(Session):
             self.server.process.send_signal(signal.SIGCONT)
             return self.agent.next_message()["op"] == "started"
         wait_until(started, "a session has started")
-        wait_until(self.is_bordered, "the border is in sight")
+        try:
+            wait_until(self.is_bordered, "the border is in sight")
+        except harness.Timeout as timeout:
+            raise AssertionError("\n".join([str(timeout), *self.log()])) from timeout
 
     def test_starts_and_stops_leave_nothing_behind(self):
         def footprint():

@@ -41,7 +41,7 @@ TEST_F(WlEventPosterReceiversTest, TypesInATerminal) {
 TEST_F(WlEventPosterReceiversTest, TypesInAToolkitsEntry) {
   auto environment = sway.environment();
   environment.insert(environment.end(),
-                     {"GDK_BACKEND=wayland", "NO_AT_BRIDGE=1",
+                     {"GDK_BACKEND=wayland", "NO_AT_BRIDGE=1", "LC_ALL=C.UTF-8",
                       "DBUS_SESSION_BUS_ADDRESS=disabled:", "GSETTINGS_BACKEND=memory"});
   const testing::ChildProcess entry({"sh", "-c", "exec zenity --entry > " + file()}, environment);
   ASSERT_TRUE(isShown("zenity"));
