@@ -25,6 +25,16 @@ enum class EventType : std::uint32_t {
   otherMouseDragged = 27,
 };
 
+constexpr bool isMousePress(EventType type) {
+  return type == EventType::leftMouseDown || type == EventType::rightMouseDown ||
+         type == EventType::otherMouseDown;
+}
+
+constexpr bool isMouseRelease(EventType type) {
+  return type == EventType::leftMouseUp || type == EventType::rightMouseUp ||
+         type == EventType::otherMouseUp;
+}
+
 enum class MouseButton : std::uint32_t { left = 0, right = 1, center = 2 };
 
 /// A mask of the modifiers that are down.

@@ -49,8 +49,7 @@ class Sway(harness.Child):
 
     def command(self, *words):
         """One of its commands, carried out when this returns."""
-        subprocess.run(["swaymsg", "--quiet", "--socket", self.control, "--", *map(str, words)],
-                       check=True, timeout=harness.PATIENCE)
+        self.carry_out([" ".join(map(str, words))])
 
     def carry_out(self, commands):
         """Many of them, each once the one before was carried out."""

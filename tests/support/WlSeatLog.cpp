@@ -1,20 +1,16 @@
 #include "support/WlSeatLog.h"
 
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <array>
 #include <sstream>
 
 #include "platform/Descriptor.h"
+#include "platform/linux/wayland/server/mappedText.h"
 
 namespace vesk::testing {
 namespace {
 
 constexpr std::uint32_t seatVersion = 5;
-
-/// Between the numbers of evdev and those of XKB.
-constexpr std::uint32_t keycodeOffset = 8;
 
 template <typename... Parts>
 std::string line(const Parts&... parts) {
@@ -121,10 +117,7 @@ void WlSeatLog::takeKeyboard() {
 
 void WlSeatLog::onKeymap(int file, std::uint32_t size) {
   const Descriptor descriptor(file);
-  void* const memory = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0);
-  if (memory == MAP_FAILED) return;
-  seen_.keymap = static_cast<const char*>(memory);
-  ::munmap(memory, size);
+  seen_.keymap = wayland::server::mappedText(file, size);
   keymap_.reset(xkb_keymap_new_from_string(context_.get(), seen_.keymap.c_str(),
                                            XKB_KEYMAP_FORMAT_TEXT_V1, XKB_KEYMAP_COMPILE_NO_FLAGS));
   state_.reset(keymap_ == nullptr ? nullptr : xkb_state_new(keymap_.get()));
@@ -140,7 +133,7 @@ void WlSeatLog::onKey(std::uint32_t key, bool isDown) {
   seen_.keys.insert(key);
   if (state_ == nullptr) return;
   std::array<char, 16> utf8{};
-  xkb_state_key_get_utf8(state_.get(), key + keycodeOffset, utf8.data(), utf8.size());
+  xkb_state_key_get_utf8(state_.get(), key + keys::keycodeOffset, utf8.data(), utf8.size());
   seen_.text += utf8.data();
 }
 

@@ -1,15 +1,13 @@
 #pragma once
 
-#include <xkbcommon/xkbcommon.h>
-
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "platform/Geometry.h"
+#include "platform/linux/keys/Xkb.h"
 #include "platform/linux/wayland/server/Connection.h"
 
 namespace vesk::testing {
@@ -45,14 +43,6 @@ class WlSeatLog {
   const WlSeen& seen() const { return seen_; }
 
  private:
-  struct Release {
-    void operator()(xkb_context* context) const { xkb_context_unref(context); }
-    void operator()(xkb_keymap* keymap) const { xkb_keymap_unref(keymap); }
-    void operator()(xkb_state* state) const { xkb_state_unref(state); }
-  };
-  template <typename Object>
-  using Xkb = std::unique_ptr<Object, Release>;
-
   void take(std::uint32_t capabilities);
   void takePointer();
   void takeKeyboard();
@@ -67,9 +57,9 @@ class WlSeatLog {
                    std::uint32_t group);
 
   WlSeen seen_;
-  Xkb<xkb_context> context_{xkb_context_new(XKB_CONTEXT_NO_FLAGS)};
-  Xkb<xkb_keymap> keymap_;
-  Xkb<xkb_state> state_;
+  keys::Xkb<xkb_context> context_{xkb_context_new(XKB_CONTEXT_NO_FLAGS)};
+  keys::Xkb<xkb_keymap> keymap_;
+  keys::Xkb<xkb_state> state_;
   wayland::server::Proxy<wl_seat> seat_;
   wayland::server::Proxy<wl_pointer> pointer_;
   wayland::server::Proxy<wl_keyboard> keyboard_;

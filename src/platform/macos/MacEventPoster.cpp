@@ -18,19 +18,9 @@ void setFlags(const EventRef& event, std::optional<EventFlags> flags) {
   if (flags) CGEventSetFlags(event.get(), static_cast<CGEventFlags>(*flags));
 }
 
-bool isPress(EventType type) {
-  return type == EventType::leftMouseDown || type == EventType::rightMouseDown ||
-         type == EventType::otherMouseDown;
-}
-
 EventType releaseOf(MouseButton button) {
   if (button == MouseButton::right) return EventType::rightMouseUp;
   return button == MouseButton::center ? EventType::otherMouseUp : EventType::leftMouseUp;
-}
-
-bool isRelease(EventType type) {
-  return type == EventType::leftMouseUp || type == EventType::rightMouseUp ||
-         type == EventType::otherMouseUp;
 }
 
 }  // namespace
@@ -49,13 +39,13 @@ void MacEventPoster::post(const MouseEvent& event) {
 }
 
 bool MacEventPoster::mayPost(const MouseEvent& event) {
-  if (isRelease(event.type)) {
+  if (isMouseRelease(event.type)) {
     const bool isHeld = buttons_.erase(event.button) != 0;
     const bool wasLetGo = buttonsLetGo_.erase(event.button) != 0;
     return isHeld || (!wasLetGo && gate_.isOpen());
   }
   if (!gate_.isOpen()) return false;
-  if (isPress(event.type)) {
+  if (isMousePress(event.type)) {
     buttons_[event.button] = event;
     buttonsLetGo_.erase(event.button);
   }

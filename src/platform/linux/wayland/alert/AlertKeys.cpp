@@ -6,9 +6,6 @@
 namespace vesk::wayland::alert {
 namespace {
 
-/// Between the numbers of evdev and those of XKB.
-constexpr std::uint32_t keycodeOffset = 8;
-
 struct Named {
   xkb_keysym_t symbol;
   Qt::Key key;
@@ -37,10 +34,9 @@ constexpr std::array<Named, 17> known{{
 
 }  // namespace
 
-void AlertKeys::setKeymap(std::span<const char> text) {
-  const auto length = static_cast<std::size_t>(std::ranges::find(text, '\0') - text.begin());
-  const Xkb<xkb_keymap> keymap(xkb_keymap_new_from_buffer(
-      context_.get(), text.data(), length, XKB_KEYMAP_FORMAT_TEXT_V1, XKB_KEYMAP_COMPILE_NO_FLAGS));
+void AlertKeys::setKeymap(const std::string& text) {
+  const keys::Xkb<xkb_keymap> keymap(xkb_keymap_new_from_string(
+      context_.get(), text.c_str(), XKB_KEYMAP_FORMAT_TEXT_V1, XKB_KEYMAP_COMPILE_NO_FLAGS));
   state_.reset(keymap == nullptr ? nullptr : xkb_state_new(keymap.get()));
 }
 
@@ -52,7 +48,7 @@ void AlertKeys::setModifiers(std::uint32_t depressed, std::uint32_t latched, std
 
 std::optional<AlertKeys::Meaning> AlertKeys::meaningOf(std::uint32_t key) const {
   if (state_ == nullptr) return std::nullopt;
-  const xkb_keysym_t symbol = xkb_state_key_get_one_sym(state_.get(), key + keycodeOffset);
+  const xkb_keysym_t symbol = xkb_state_key_get_one_sym(state_.get(), key + keys::keycodeOffset);
   const auto found = std::ranges::find(known, symbol, &Named::symbol);
   if (found == known.end()) return std::nullopt;
   const auto modifiers = AlertKeys::modifiers() | found->modifiers;

@@ -1,12 +1,11 @@
 #pragma once
 
-#include <xkbcommon/xkbcommon.h>
-
 #include <QtCore/qnamespace.h>
 #include <cstdint>
-#include <memory>
 #include <optional>
-#include <span>
+#include <string>
+
+#include "platform/linux/keys/Xkb.h"
 
 namespace vesk::wayland::alert {
 
@@ -21,8 +20,8 @@ class AlertKeys {
     Qt::KeyboardModifiers modifiers;
   };
 
-  /// A keymap as a text, which may end with a zero.
-  void setKeymap(std::span<const char> text);
+  /// A keymap as a text; one that is none leaves no keymap.
+  void setKeymap(const std::string& text);
   void setModifiers(std::uint32_t depressed, std::uint32_t latched, std::uint32_t locked,
                     std::uint32_t group);
 
@@ -32,16 +31,8 @@ class AlertKeys {
   Qt::KeyboardModifiers modifiers() const;
 
  private:
-  struct Release {
-    void operator()(xkb_context* context) const { xkb_context_unref(context); }
-    void operator()(xkb_keymap* keymap) const { xkb_keymap_unref(keymap); }
-    void operator()(xkb_state* state) const { xkb_state_unref(state); }
-  };
-  template <typename Object>
-  using Xkb = std::unique_ptr<Object, Release>;
-
-  Xkb<xkb_context> context_{xkb_context_new(XKB_CONTEXT_NO_FLAGS)};
-  Xkb<xkb_state> state_;
+  keys::Xkb<xkb_context> context_{xkb_context_new(XKB_CONTEXT_NO_FLAGS)};
+  keys::Xkb<xkb_state> state_;
 };
 
 }  // namespace vesk::wayland::alert

@@ -1,10 +1,9 @@
 #include "platform/linux/wayland/alert/Seat.h"
 
-#include <sys/mman.h>
-
 #include <span>
 
 #include "platform/Descriptor.h"
+#include "platform/linux/wayland/server/mappedText.h"
 
 namespace vesk::wayland::alert {
 namespace {
@@ -103,10 +102,7 @@ void Seat::takeKeyboard() {
 
 void Seat::takeKeymap(int file, std::uint32_t size) {
   const Descriptor descriptor(file);
-  void* const memory = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0);
-  if (memory == MAP_FAILED) return keys_.setKeymap({});
-  keys_.setKeymap({static_cast<const char*>(memory), size});
-  ::munmap(memory, size);
+  keys_.setKeymap(server::mappedText(file, size));
 }
 
 }  // namespace vesk::wayland::alert

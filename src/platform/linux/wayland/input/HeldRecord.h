@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <set>
 
-#include "platform/linux/wayland/input/Xkb.h"
+#include "platform/linux/wayland/input/Key.h"
 
 namespace vesk::wayland::input {
 

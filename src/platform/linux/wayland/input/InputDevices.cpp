@@ -15,16 +15,6 @@ using Clock = server::Connection::Clock;
 /// when they have begun to listen to it: what it says before is lost to them.
 constexpr std::chrono::milliseconds untilListening{150};
 
-bool isPress(EventType type) {
-  return type == EventType::leftMouseDown || type == EventType::rightMouseDown ||
-         type == EventType::otherMouseDown;
-}
-
-bool isRelease(EventType type) {
-  return type == EventType::leftMouseUp || type == EventType::rightMouseUp ||
-         type == EventType::otherMouseUp;
-}
-
 }  // namespace
 
 InputDevices::InputDevices(const InputGate& gate, HeldRecord& record)
@@ -99,9 +89,9 @@ std::optional<Point> InputDevices::post(const MouseEvent& event) {
   if (gate_.isOpen()) {
     if (event.flags) makeTrue(*event.flags);
     place = pointer_.move(event.point);
-    if (isPress(event.type) && areProgramsListening()) pointer_.press(event.button);
+    if (isMousePress(event.type) && areProgramsListening()) pointer_.press(event.button);
   }
-  if (isRelease(event.type)) pointer_.release(event.button);
+  if (isMouseRelease(event.type)) pointer_.release(event.button);
   send();
   return place;
 }

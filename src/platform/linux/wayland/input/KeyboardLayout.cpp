@@ -1,36 +1,14 @@
 #include "platform/linux/wayland/input/KeyboardLayout.h"
 
-#include <xkbcommon/xkbcommon-keysyms.h>
-
-#include <array>
-#include <span>
-
 #include "platform/linux/keys/KeyPositions.h"
+#include "platform/linux/keys/modifierSymbols.h"
 
 namespace vesk::wayland::input {
-namespace {
-
-std::span<const xkb_keysym_t> symbolsOf(EventFlags modifier) {
-  static constexpr std::array<xkb_keysym_t, 2> shift{XKB_KEY_Shift_L, XKB_KEY_Shift_R};
-  static constexpr std::array<xkb_keysym_t, 2> control{XKB_KEY_Control_L, XKB_KEY_Control_R};
-  // On many layouts the right Alt key is the one that reaches the third level.
-  static constexpr std::array<xkb_keysym_t, 5> alternate{
-      XKB_KEY_Alt_L, XKB_KEY_Alt_R, XKB_KEY_Meta_L, XKB_KEY_Meta_R, XKB_KEY_ISO_Level3_Shift};
-  static constexpr std::array<xkb_keysym_t, 4> command{XKB_KEY_Super_L, XKB_KEY_Super_R,
-                                                       XKB_KEY_Hyper_L, XKB_KEY_Hyper_R};
-  if (modifier == eventFlag::shift) return shift;
-  if (modifier == eventFlag::control) return control;
-  if (modifier == eventFlag::alternate) return alternate;
-  if (modifier == eventFlag::command) return command;
-  return {};
-}
-
-}  // namespace
 
 std::optional<xkb_keycode_t> KeyboardLayout::keycodeOf(const char* position) const {
   if (keymap_ == nullptr || *position == '\0') return std::nullopt;
   const auto keycode = xkb_keymap_key_by_name(keymap_, position);
-  const bool isKey = keycode != XKB_KEYCODE_INVALID && keycode > keycodeOffset;
+  const bool isKey = keycode != XKB_KEYCODE_INVALID && keycode > keys::keycodeOffset;
   return isKey ? std::optional(keycode) : std::nullopt;
 }
 
@@ -38,16 +16,16 @@ std::optional<Key> KeyboardLayout::keyAt(KeyCode key) const {
   // A view of a literal, which ends with a zero; or of nothing.
   const auto position = keys::keyPosition(key);
   const auto keycode = keycodeOf(position.empty() ? "" : position.data());
-  return keycode ? std::optional(*keycode - keycodeOffset) : std::nullopt;
+  return keycode ? std::optional(*keycode - keys::keycodeOffset) : std::nullopt;
 }
 
 std::vector<Key> KeyboardLayout::keysOf(EventFlags modifier) const {
   std::vector<Key> found;
   if (keymap_ == nullptr) return found;
   const auto last = xkb_keymap_max_keycode(keymap_);
-  for (const auto wanted : symbolsOf(modifier)) {
-    for (xkb_keycode_t keycode = keycodeOffset + 1; keycode <= last; ++keycode)
-      if (symbol(keycode, 0) == wanted) found.push_back(keycode - keycodeOffset);
+  for (const auto wanted : keys::modifierSymbols(modifier)) {
+    for (xkb_keycode_t keycode = keys::keycodeOffset + 1; keycode <= last; ++keycode)
+      if (symbol(keycode, 0) == wanted) found.push_back(keycode - keys::keycodeOffset);
   }
   return found;
 }

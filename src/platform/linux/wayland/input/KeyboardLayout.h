@@ -4,7 +4,8 @@
 #include <vector>
 
 #include "platform/Events.h"
-#include "platform/linux/wayland/input/Xkb.h"
+#include "platform/linux/keys/Xkb.h"
+#include "platform/linux/wayland/input/Key.h"
 
 namespace vesk::wayland::input {
 

@@ -1,12 +1,11 @@
 #include "platform/linux/wayland/input/Seat.h"
 
-#include <sys/mman.h>
-
 #include <string_view>
 #include <utility>
 
 #include "platform/Descriptor.h"
 #include "platform/linux/wayland/input/ownKeymap.h"
+#include "platform/linux/wayland/server/mappedText.h"
 
 namespace vesk::wayland::input {
 namespace {
@@ -19,16 +18,6 @@ bool isOfKeyboard(xkb_keymap* keymap) {
     return xkb_keymap_key_by_name(keymap, position) != XKB_KEYCODE_INVALID;
   };
   return has("AC01") && has("SPCE") && has("LFSH");
-}
-
-/// The text in a file that somebody else has made, without the zero that ends it.
-std::string readText(int file, std::uint32_t size) {
-  void* const memory = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0);
-  if (memory == MAP_FAILED) return {};
-  std::string text(static_cast<const char*>(memory), size);
-  ::munmap(memory, size);
-  if (const auto end = text.find('\0'); end != std::string::npos) text.resize(end);
-  return text;
 }
 
 }  // namespace
@@ -71,7 +60,7 @@ void Seat::take(std::uint32_t capabilities) {
 }
 
 void Seat::take(int file, std::uint32_t size) {
-  std::string text = readText(file, size);
+  std::string text = server::mappedText(file, size);
   if (isOwnKeymapText(text)) expectsOwn_ = false;
   if (expectsOwn_ || text.empty() || isOwnKeymapText(text) || text == text_) return;
   text_ = std::move(text);
@@ -82,7 +71,7 @@ void Seat::take(int file, std::uint32_t size) {
 xkb_keymap* Seat::keymap() {
   if (context_ == nullptr) return nullptr;
   if (std::exchange(isStale_, false) && !text_.empty()) {
-    Xkb<xkb_keymap> told(xkb_keymap_new_from_string(
+    keys::Xkb<xkb_keymap> told(xkb_keymap_new_from_string(
         context_.get(), text_.c_str(), XKB_KEYMAP_FORMAT_TEXT_V1, XKB_KEYMAP_COMPILE_NO_FLAGS));
     if (told != nullptr && isOfKeyboard(told.get())) keymap_ = std::move(told);
   }

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/linux/wayland/input/Xkb.h"
+#include "platform/linux/keys/Xkb.h"
 #include "platform/linux/wayland/server/Connection.h"
 
 namespace vesk::wayland::input {
@@ -36,8 +36,8 @@ class Seat {
   void take(std::uint32_t capabilities);
   void take(int file, std::uint32_t size);
 
-  Xkb<xkb_context> context_;
-  Xkb<xkb_keymap> keymap_;
+  keys::Xkb<xkb_context> context_;
+  keys::Xkb<xkb_keymap> keymap_;
   std::string text_;  ///< of the keymap that was told of last
   bool isStale_ = true;
   bool isEquipped_ = false;

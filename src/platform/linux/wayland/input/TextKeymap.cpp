@@ -94,7 +94,7 @@ std::string TextKeymap::text() const {
   std::ostringstream codes;
   std::ostringstream symbols;
   const auto add = [&](Key key, char32_t character) {
-    codes << "<K" << key << "> = " << key + keycodeOffset << ";\n";
+    codes << "<K" << key << "> = " << key + keys::keycodeOffset << ";\n";
     symbols << "key <K" << key << "> { [ " << symbolName(character) << " ] };\n";
   };
   for (const auto& [character, key] : fixed) add(key, character);

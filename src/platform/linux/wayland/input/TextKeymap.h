@@ -6,7 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/linux/wayland/input/Xkb.h"
+#include "platform/linux/keys/Xkb.h"
+#include "platform/linux/wayland/input/Key.h"
 
 namespace vesk::wayland::input {
 

@@ -6,9 +6,9 @@
 
 #include "platform/InputGate.h"
 #include "platform/linux/keys/Utf16Joiner.h"
+#include "platform/linux/keys/Xkb.h"
 #include "platform/linux/wayland/input/TextKeymap.h"
 #include "platform/linux/wayland/input/VirtualKeyboard.h"
-#include "platform/linux/wayland/input/Xkb.h"
 
 namespace vesk::wayland::input {
 
@@ -40,8 +40,8 @@ class TextTyper {
   const std::function<bool()> mayGoOn_;
   keys::Utf16Joiner joiner_;
   TextKeymap characters_;
-  Xkb<xkb_context> context_;
-  Xkb<xkb_keymap> keymap_;
+  keys::Xkb<xkb_context> context_;
+  keys::Xkb<xkb_keymap> keymap_;
 };
 
 }  // namespace vesk::wayland::input

@@ -25,7 +25,7 @@ void VirtualKeyboard::use(xkb_keymap* keymap) {
   releaseAll();
   const std::string text = ownKeymapText(keymap);
   const Descriptor file = sealedFile(text);
-  Xkb<xkb_state> state(xkb_state_new(keymap));
+  keys::Xkb<xkb_state> state(xkb_state_new(keymap));
   if (text.empty() || !file || state == nullptr) return;
   zwp_virtual_keyboard_v1_keymap(keyboard_.get(), WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, file.get(),
                                  static_cast<std::uint32_t>(text.size() + 1));
@@ -62,7 +62,8 @@ void VirtualKeyboard::release(Key key) {
 void VirtualKeyboard::strike(Key key, wl_keyboard_key_state state) {
   zwp_virtual_keyboard_v1_key(keyboard_.get(), eventTime(), key, state);
   const bool isPress = state == WL_KEYBOARD_KEY_STATE_PRESSED;
-  xkb_state_update_key(state_.get(), key + keycodeOffset, isPress ? XKB_KEY_DOWN : XKB_KEY_UP);
+  xkb_state_update_key(state_.get(), key + keys::keycodeOffset,
+                       isPress ? XKB_KEY_DOWN : XKB_KEY_UP);
   if (const auto now = modifiers(); now != told_) tellModifiers(now);
 }
 

@@ -4,8 +4,9 @@
 #include <set>
 
 #include "platform/InputGate.h"
+#include "platform/linux/keys/Xkb.h"
 #include "platform/linux/wayland/input/HeldRecord.h"
-#include "platform/linux/wayland/input/Xkb.h"
+#include "platform/linux/wayland/input/Key.h"
 #include "platform/linux/wayland/server/Connection.h"
 
 namespace vesk::wayland::input {
@@ -61,7 +62,7 @@ class VirtualKeyboard {
   HeldRecord& record_;
   server::Proxy<zwp_virtual_keyboard_manager_v1> manager_;
   server::Proxy<zwp_virtual_keyboard_v1> keyboard_;
-  Xkb<xkb_state> state_;  ///< null before the first keymap, without which no key may be told
+  keys::Xkb<xkb_state> state_;  ///< null before the first keymap, without which no key may be told
   std::set<Key> held_;
   xkb_mod_mask_t locked_ = 0;
   Modifiers told_;

@@ -7,7 +7,7 @@
 #include "platform/Events.h"
 #include "platform/InputGate.h"
 #include "platform/linux/wayland/input/HeldRecord.h"
-#include "platform/linux/wayland/input/Xkb.h"
+#include "platform/linux/wayland/input/Key.h"
 #include "platform/linux/wayland/server/Connection.h"
 #include "platform/linux/wayland/server/OutputList.h"
 

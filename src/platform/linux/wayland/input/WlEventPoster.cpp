@@ -3,11 +3,6 @@
 namespace vesk::wayland::input {
 namespace {
 
-bool isRelease(const MouseEvent& event) {
-  return event.type == EventType::leftMouseUp || event.type == EventType::rightMouseUp ||
-         event.type == EventType::otherMouseUp;
-}
-
 bool isRelease(const KeyboardEvent& event) {
   return event.type == EventType::flagsChanged ? event.flags.value_or(0) == 0 : !event.down;
 }
@@ -15,7 +10,7 @@ bool isRelease(const KeyboardEvent& event) {
 }  // namespace
 
 WlEventPoster::WlEventPoster(InputGate& gate) : gate_(gate) {
-  if (record_.isLeftBehind()) const InputDevices undoing(gate_, record_);
+  undoLeftBehind();
   gate_.onClose = [this] {
     const std::lock_guard lock(mutex_);
     if (devices_ != nullptr) devices_->letGo();
@@ -26,7 +21,7 @@ WlEventPoster::WlEventPoster(InputGate& gate) : gate_(gate) {
     devices_.reset();
     // What was held by way of a lost connection may be down yet. A compositor that is held up is
     // not waited for here: what the record says then, the next devices see to.
-    if (isLost && record_.isLeftBehind()) InputDevices(gate_, record_);
+    if (isLost) undoLeftBehind();
     hasFailed_ = false;
   };
 }
@@ -34,6 +29,11 @@ WlEventPoster::WlEventPoster(InputGate& gate) : gate_(gate) {
 WlEventPoster::~WlEventPoster() {
   gate_.onClose = nullptr;
   gate_.onEnded = nullptr;
+}
+
+/// Devices that come up let go of what others have left down.
+void WlEventPoster::undoLeftBehind() {
+  if (record_.isLeftBehind()) const InputDevices undoing(gate_, record_);
 }
 
 /// Those that there are; made now where they are needed and nothing speaks against it.
@@ -49,7 +49,7 @@ InputDevices* WlEventPoster::devices(Need need) {
 
 void WlEventPoster::post(const MouseEvent& event) {
   const std::lock_guard lock(mutex_);
-  auto* const hands = devices(isRelease(event) ? Need::ofThoseThatAreThere : Need::ofAny);
+  auto* const hands = devices(isMouseRelease(event.type) ? Need::ofThoseThatAreThere : Need::ofAny);
   if (hands == nullptr) return;
   if (const auto place = hands->post(event)) pointer_ = place;
 }

@@ -37,6 +37,7 @@ class WlEventPoster final : public EventPoster {
  private:
   enum class Need { ofAny, ofThoseThatAreThere };
 
+  void undoLeftBehind();
   InputDevices* devices(Need need);
 
   InputGate& gate_;

@@ -1,12 +1,9 @@
 #include "platform/linux/wayland/screen/OutputImages.h"
 
-#include <sys/eventfd.h>
-
 #include <chrono>
 #include <cmath>
 #include <utility>
 
-#include "platform/Descriptor.h"
 #include "platform/linux/wayland/screen/streamErrors.h"
 #include "platform/linux/wayland/screen/turned.h"
 
@@ -32,11 +29,6 @@ constexpr auto longestAnnouncement = 20ms;
 /// With more of them, what lies between them is taken along.
 constexpr std::size_t mostRectangles = 64;
 
-/// Why something failed that needs a descriptor: this process's own limit, or the other reason.
-PlatformError unlessNoDescriptor(const PlatformError& other) {
-  return Descriptor(::eventfd(0, EFD_CLOEXEC)) ? other : streamError::noDescriptor;
-}
-
 PixelRect whole(const server::Output& output) {
   const auto size = output.pixels();
   return {0, 0, static_cast<std::int32_t>(size.width), static_cast<std::int32_t>(size.height)};
@@ -59,7 +51,7 @@ std::optional<PlatformError> OutputImages::open() {
 
 std::optional<PlatformError> OutputImages::connect() {
   connection_ = std::make_unique<server::Connection>();
-  if (!*connection_) return unlessNoDescriptor(streamError::compositorGone);
+  if (!*connection_) return stream::unlessNoDescriptor(streamError::compositorGone);
   outputs_ = std::make_unique<server::OutputList>(*connection_);
   const auto output = outputs_->find(display_.displayID);
   if (!output) return *connection_ ? streamError::displayGone : streamError::compositorGone;
@@ -120,7 +112,7 @@ std::optional<PlatformError> OutputImages::follow() {
 }
 
 std::optional<PlatformError> OutputImages::connectionError() const {
-  if (!*connection_) return unlessNoDescriptor(streamError::compositorGone);
+  if (!*connection_) return stream::unlessNoDescriptor(streamError::compositorGone);
   const auto now = outputs_->find(output_.id);
   if (!now) return streamError::displayGone;
   if (*now != output_) return streamError::displayChanged;
@@ -133,7 +125,7 @@ std::optional<PlatformError> OutputImages::failure() {
     case OutputCopier::Failure::strangeColours:
       return streamError::strangeColours;
     case OutputCopier::Failure::noMemory:
-      return unlessNoDescriptor(streamError::notReadable);
+      return stream::unlessNoDescriptor(streamError::notReadable);
     case OutputCopier::Failure::refused:
       break;
   }

@@ -2,23 +2,15 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "platform/linux/stream/ThreadedStream.h"
+#include "platform/linux/stream/leavesOutThisProgram.h"
 #include "platform/linux/wayland/screen/OutputImages.h"
 #include "platform/linux/wayland/screen/streamErrors.h"
 
 namespace vesk::wayland::screen {
-namespace {
-
-bool leavesOutThisProgram(const ContentFilter& filter) {
-  return std::ranges::count(filter.excludingApplications, ::getpid(),
-                            &RunningApplication::processID) > 0;
-}
-
-}  // namespace
 
 void WlScreenCapture::shareableContent(Content completion) {
   server::Connection connection;
@@ -38,7 +30,8 @@ std::unique_ptr<ScreenStream> WlScreenCapture::makeStream(
     const ContentFilter& filter, const StreamConfiguration& configuration,
     std::function<void(PlatformError)> onStopped) {
   auto images = std::make_unique<OutputImages>(
-      filter.display, configuration, leavesOutThisProgram(filter) ? &ownSurfaces_ : nullptr);
+      filter.display, configuration,
+      stream::leavesOutThisProgram(filter) ? &ownSurfaces_ : nullptr);
   return std::make_unique<stream::ThreadedStream>(std::move(images), configuration.framesPerSecond,
                                                   std::move(onStopped));
 }

@@ -98,19 +98,17 @@ bool Connection::flush() const { return display_ != nullptr && wl_display_flush(
 
 bool Connection::dispatch() {
   if (display_ == nullptr) return false;
+  auto reading = Reading::something;
   // As much as has come while nobody listened, of which each call reads a part.
-  pollfd readable{descriptor(), POLLIN, 0};
-  do {
-    read(std::chrono::nanoseconds(0));
-  } while (wl_display_get_error(get()) == 0 && ::poll(&readable, 1, 0) > 0);
-  return wl_display_get_error(get()) == 0;
+  while (reading == Reading::something) reading = read(std::chrono::nanoseconds(0));
+  return reading != Reading::failed;
 }
 
 bool Connection::wait(const std::function<bool()>& isDone, Clock::time_point deadline) {
   if (display_ == nullptr) return false;
   while (!isDone()) {
     const auto left = deadline - Clock::now();
-    if (left <= Clock::duration::zero() || !read(left)) return false;
+    if (left <= Clock::duration::zero() || read(left) == Reading::failed) return false;
   }
   return true;
 }
@@ -125,11 +123,12 @@ bool Connection::settle(Clock::time_point deadline) {
   return wait([&] { return isDone; }, deadline);
 }
 
-/// Reads and hands on what has come, or comes within that time. Whether the connection stands.
-bool Connection::read(std::chrono::nanoseconds time) const {
+/// Reads and hands on what has come, or comes within that time. It has failed where the connection
+/// does not stand any more.
+Connection::Reading Connection::read(std::chrono::nanoseconds time) const {
   auto* const display = get();
   while (wl_display_prepare_read(display) != 0) {
-    if (wl_display_dispatch_pending(display) < 0) return false;
+    if (wl_display_dispatch_pending(display) < 0) return Reading::failed;
     // That may have been what was waited for.
     time = std::chrono::nanoseconds(0);
   }
@@ -137,16 +136,18 @@ bool Connection::read(std::chrono::nanoseconds time) const {
   // counts once all has been read: only then does the library know of the end.
   if (wl_display_flush(display) < 0 && errno != EAGAIN && errno != EPIPE) {
     wl_display_cancel_read(display);
-    return false;
+    return Reading::failed;
   }
   pollfd readable{descriptor(), POLLIN, 0};
   constexpr auto perSecond = 1'000'000'000;
   const timespec timeout{time.count() / perSecond, time.count() % perSecond};
   if (::ppoll(&readable, 1, &timeout, nullptr) <= 0) {
     wl_display_cancel_read(display);
-    return true;
+    return Reading::nothing;
   }
-  return wl_display_read_events(display) == 0 && wl_display_dispatch_pending(display) >= 0;
+  const bool isRead =
+      wl_display_read_events(display) == 0 && wl_display_dispatch_pending(display) >= 0;
+  return isRead ? Reading::something : Reading::failed;
 }
 
 }  // namespace vesk::wayland::server

@@ -88,7 +88,8 @@ class Connection {
   void* bindFirst(const wl_interface& interface, std::uint32_t version) const;
   void* bindGlobal(const Global& global, const wl_interface& interface,
                    std::uint32_t version) const;
-  bool read(std::chrono::nanoseconds time) const;
+  enum class Reading { failed, nothing, something };
+  Reading read(std::chrono::nanoseconds time) const;
   void add(Global global);
   void remove(std::uint32_t name);
 

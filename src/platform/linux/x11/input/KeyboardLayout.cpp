@@ -9,28 +9,10 @@
 #include <utility>
 
 #include "platform/linux/keys/KeyPositions.h"
+#include "platform/linux/keys/modifierSymbols.h"
 
 namespace vesk::x11::input {
 namespace {
-
-std::span<const xkb_keysym_t> symbolsOf(EventFlags modifier) {
-  static constexpr std::array shift{XKB_KEY_Shift_L, XKB_KEY_Shift_R};
-  static constexpr std::array control{XKB_KEY_Control_L, XKB_KEY_Control_R};
-  // On many layouts the right Alt key is the one that reaches the third level.
-  static constexpr std::array alternate{XKB_KEY_Alt_L, XKB_KEY_Alt_R, XKB_KEY_Meta_L,
-                                        XKB_KEY_Meta_R, XKB_KEY_ISO_Level3_Shift};
-  static constexpr std::array command{XKB_KEY_Super_L, XKB_KEY_Super_R, XKB_KEY_Hyper_L,
-                                      XKB_KEY_Hyper_R};
-  static_assert(sizeof(shift[0]) == sizeof(xkb_keysym_t));
-  const auto span = [](const auto& symbols) {
-    return std::span(reinterpret_cast<const xkb_keysym_t*>(symbols.data()), symbols.size());
-  };
-  if (modifier == eventFlag::shift) return span(shift);
-  if (modifier == eventFlag::control) return span(control);
-  if (modifier == eventFlag::alternate) return span(alternate);
-  if (modifier == eventFlag::command) return span(command);
-  return {};
-}
 
 bool isOfKeypad(xkb_keysym_t symbol) {
   return symbol >= XKB_KEY_KP_Space && symbol <= XKB_KEY_KP_Equal;
@@ -62,7 +44,7 @@ std::optional<XModifiers> modifiersOf(xkb_keymap* keymap, xkb_keycode_t keycode,
 
 }  // namespace
 
-KeyboardLayout::KeyboardLayout(Keymap keymap) : keymap_(std::move(keymap)) {
+KeyboardLayout::KeyboardLayout(keys::Xkb<xkb_keymap> keymap) : keymap_(std::move(keymap)) {
   for (const auto keycode : keycodes()) indexKey(keycode);
 }
 
@@ -109,7 +91,7 @@ std::optional<xcb_keycode_t> KeyboardLayout::keycodeAt(KeyCode key) const {
 std::vector<xcb_keycode_t> KeyboardLayout::keysOf(EventFlags modifier) const {
   std::vector<xcb_keycode_t> found;
   const auto all = keycodes();
-  for (const auto wanted : symbolsOf(modifier)) {
+  for (const auto wanted : keys::modifierSymbols(modifier)) {
     std::ranges::copy_if(all, std::back_inserter(found),
                          [&](auto keycode) { return symbol(keycode, 0) == wanted; });
   }

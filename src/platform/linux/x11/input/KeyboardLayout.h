@@ -4,12 +4,12 @@
 
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
 
 #include "platform/Events.h"
+#include "platform/linux/keys/Xkb.h"
 #include "platform/linux/x11/input/Stroke.h"
 
 namespace vesk::x11::input {
@@ -19,13 +19,8 @@ namespace vesk::x11::input {
 /// Thread: one at a time. Owns: the key map. Fails: as no key, where there is no key map.
 class KeyboardLayout {
  public:
-  struct Release {
-    void operator()(xkb_keymap* keymap) const { xkb_keymap_unref(keymap); }
-  };
-  using Keymap = std::unique_ptr<xkb_keymap, Release>;
-
   KeyboardLayout() = default;
-  explicit KeyboardLayout(Keymap keymap);
+  explicit KeyboardLayout(keys::Xkb<xkb_keymap> keymap);
 
   bool isEmpty() const { return keymap_ == nullptr; }
 
@@ -54,7 +49,7 @@ class KeyboardLayout {
   void indexLevel(xcb_keycode_t keycode, xkb_layout_index_t group, xkb_level_index_t level);
   bool isMapped(xcb_keycode_t keycode) const;
 
-  Keymap keymap_;
+  keys::Xkb<xkb_keymap> keymap_;
   std::multimap<char32_t, Stroke> strokes_;
 };
 

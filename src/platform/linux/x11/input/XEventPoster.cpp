@@ -9,16 +9,6 @@ namespace {
 /// person never to meet a lent keycode.
 constexpr std::chrono::milliseconds lendingTime{1500};
 
-bool isPress(EventType type) {
-  return type == EventType::leftMouseDown || type == EventType::rightMouseDown ||
-         type == EventType::otherMouseDown;
-}
-
-bool isRelease(EventType type) {
-  return type == EventType::leftMouseUp || type == EventType::rightMouseUp ||
-         type == EventType::otherMouseUp;
-}
-
 }  // namespace
 
 XEventPoster::XEventPoster(InputGate& gate)
@@ -69,9 +59,9 @@ void XEventPoster::post(const MouseEvent& event) {
   if (gate_.isOpen()) {
     if (event.flags) modifiers_.makeTrue(*event.flags);
     fakeMotion(connection_, event.point);
-    if (isPress(event.type)) buttons_.press(event.button);
+    if (isMousePress(event.type)) buttons_.press(event.button);
   }
-  if (isRelease(event.type)) buttons_.release(event.button);
+  if (isMouseRelease(event.type)) buttons_.release(event.button);
   flush();
 }
 

@@ -64,7 +64,7 @@ void XKeyboard::note(const xcb_generic_event_t& event) {
 void XKeyboard::read() {
   const auto device = xkb_x11_get_core_keyboard_device_id(connection_.get());
   if (device < 0) return;
-  layout_ = KeyboardLayout(KeyboardLayout::Keymap(xkb_x11_keymap_new_from_device(
+  layout_ = KeyboardLayout(keys::Xkb<xkb_keymap>(xkb_x11_keymap_new_from_device(
       context_.get(), connection_.get(), device, XKB_KEYMAP_COMPILE_NO_FLAGS)));
   if (layout_.isEmpty()) return;
   stale_ = false;

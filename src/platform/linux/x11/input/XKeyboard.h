@@ -1,12 +1,10 @@
 #pragma once
 
-#include <xkbcommon/xkbcommon.h>
-
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <vector>
 
+#include "platform/linux/keys/Xkb.h"
 #include "platform/linux/x11/input/KeyLevels.h"
 #include "platform/linux/x11/input/KeyboardLayout.h"
 #include "platform/linux/x11/input/Stroke.h"
@@ -45,14 +43,10 @@ class XKeyboard {
   std::uint64_t generation() const { return generation_; }
 
  private:
-  struct Release {
-    void operator()(xkb_context* context) const { xkb_context_unref(context); }
-  };
-
   void read();
 
   const server::Connection& connection_;
-  std::unique_ptr<xkb_context, Release> context_;
+  keys::Xkb<xkb_context> context_;
   KeyboardLayout layout_;
   std::vector<xcb_keycode_t> mine_;
   KeyLevels levels_ = KeyLevels::single();

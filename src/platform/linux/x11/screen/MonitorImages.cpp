@@ -1,11 +1,8 @@
 #include "platform/linux/x11/screen/MonitorImages.h"
 
-#include <sys/eventfd.h>
-
 #include <algorithm>
 #include <utility>
 
-#include "platform/Descriptor.h"
 #include "platform/linux/x11/screen/monitorArea.h"
 #include "platform/linux/x11/screen/streamErrors.h"
 #include "platform/linux/x11/server/pixelLayout.h"
@@ -20,16 +17,11 @@ std::optional<server::Monitor> monitorOf(const server::Connection& connection, D
   return *found;
 }
 
-/// Why something failed that needs a descriptor: this process's own limit, or the other reason.
-PlatformError unlessNoDescriptor(const PlatformError& other) {
-  return Descriptor(::eventfd(0, EFD_CLOEXEC)) ? other : streamError::noDescriptor;
-}
-
 }  // namespace
 
 std::optional<PlatformError> MonitorImages::open() {
   const server::Connection connection;
-  if (!connection) return unlessNoDescriptor(streamError::serverGone);
+  if (!connection) return stream::unlessNoDescriptor(streamError::serverGone);
   const auto monitor = monitorOf(connection, display_.displayID);
   if (!monitor) return streamError::displayGone;
   // The images' size was made for what the display was.
@@ -39,7 +31,7 @@ std::optional<PlatformError> MonitorImages::open() {
   const auto layout = server::pixelLayout(connection);
   if (!layout) return streamError::strangeColours;
   grabber_ = std::make_unique<ScreenGrabber>(monitor_, configuration_.showsCursor, leftOut_);
-  if (!*grabber_) return unlessNoDescriptor(streamError::notReadable);
+  if (!*grabber_) return stream::unlessNoDescriptor(streamError::notReadable);
   // From here on the server tells of changes; one that came before would be missed.
   if (auto error = layoutError()) return error;
   auto everything = grabber_->grab();

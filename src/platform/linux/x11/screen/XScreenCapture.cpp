@@ -2,24 +2,16 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <utility>
 
 #include "platform/linux/stream/ThreadedStream.h"
+#include "platform/linux/stream/leavesOutThisProgram.h"
 #include "platform/linux/x11/screen/MonitorImages.h"
 #include "platform/linux/x11/screen/streamErrors.h"
 #include "platform/linux/x11/server/Randr.h"
 #include "platform/linux/x11/server/grants.h"
 
 namespace vesk::x11::screen {
-namespace {
-
-bool leavesOutThisProgram(const ContentFilter& filter) {
-  return std::ranges::count(filter.excludingApplications, ::getpid(),
-                            &RunningApplication::processID) > 0;
-}
-
-}  // namespace
 
 void XScreenCapture::shareableContent(Content completion) {
   if (!connection_) return completion(std::nullopt, streamError::serverGone);
@@ -38,7 +30,7 @@ std::unique_ptr<ScreenStream> XScreenCapture::makeStream(
     const ContentFilter& filter, const StreamConfiguration& configuration,
     std::function<void(PlatformError)> onStopped) {
   auto images = std::make_unique<MonitorImages>(
-      filter.display, configuration, leavesOutThisProgram(filter) ? &ownWindows_ : nullptr);
+      filter.display, configuration, stream::leavesOutThisProgram(filter) ? &ownWindows_ : nullptr);
   return std::make_unique<stream::ThreadedStream>(std::move(images), configuration.framesPerSecond,
                                                   std::move(onStopped));
 }

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "platform/linux/keys/Xkb.h"
 #include "platform/linux/wayland/input/Seat.h"
-#include "platform/linux/wayland/input/Xkb.h"
 #include "platform/linux/wayland/input/sealedFile.h"
 #include "platform/linux/wayland/server/Connection.h"
 
@@ -20,7 +20,7 @@ class PersonsKeyboard {
   /// Changes the layout and strikes a key with it, so that it is the one in use.
   void use(const char* layout) {
     const xkb_rule_names names{nullptr, nullptr, layout, nullptr, nullptr};
-    const Xkb<xkb_keymap> keymap(
+    const keys::Xkb<xkb_keymap> keymap(
         xkb_keymap_new_from_names(context_.get(), &names, XKB_KEYMAP_COMPILE_NO_FLAGS));
     const std::unique_ptr<char, decltype(&std::free)> text(
         xkb_keymap_get_as_string(keymap.get(), XKB_KEYMAP_FORMAT_TEXT_V1), &std::free);
@@ -40,7 +40,7 @@ class PersonsKeyboard {
  private:
   server::Connection connection_;
   Seat seat_{connection_};
-  Xkb<xkb_context> context_{xkb_context_new(XKB_CONTEXT_NO_FLAGS)};
+  keys::Xkb<xkb_context> context_{xkb_context_new(XKB_CONTEXT_NO_FLAGS)};
   server::Proxy<zwp_virtual_keyboard_manager_v1> manager_{
       connection_.bind<zwp_virtual_keyboard_manager_v1>(zwp_virtual_keyboard_manager_v1_interface,
                                                         1)};

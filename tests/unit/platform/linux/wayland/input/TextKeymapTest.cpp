@@ -88,27 +88,27 @@ TEST(TextKeymapTest, HasNoKeyForWhatIsNoCharacter) {
 TEST(TextKeymapTest, IsReadByXkb) {
   TextKeymap characters;
   characters.assign(U"aÄ€中😀");
-  const Xkb<xkb_context> context(xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES));
-  const Xkb<xkb_keymap> keymap(xkb_keymap_new_from_string(context.get(), characters.text().c_str(),
-                                                          XKB_KEYMAP_FORMAT_TEXT_V1,
-                                                          XKB_KEYMAP_COMPILE_NO_FLAGS));
+  const keys::Xkb<xkb_context> context(xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES));
+  const keys::Xkb<xkb_keymap> keymap(
+      xkb_keymap_new_from_string(context.get(), characters.text().c_str(),
+                                 XKB_KEYMAP_FORMAT_TEXT_V1, XKB_KEYMAP_COMPILE_NO_FLAGS));
   ASSERT_NE(keymap, nullptr);
-  const Xkb<xkb_state> state(xkb_state_new(keymap.get()));
+  const keys::Xkb<xkb_state> state(xkb_state_new(keymap.get()));
   for (const char32_t character : std::u32string(U"aÄ€中😀 \t\r")) {
     const auto key = characters.find(character);
     ASSERT_TRUE(key);
-    EXPECT_EQ(xkb_state_key_get_utf32(state.get(), *key + keycodeOffset), character);
+    EXPECT_EQ(xkb_state_key_get_utf32(state.get(), *key + keys::keycodeOffset), character);
   }
 }
 
 TEST(OwnKeymapTest, IsKnownAgainAfterACompositorHasReadIt) {
-  const Xkb<xkb_context> context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
-  const Xkb<xkb_keymap> persons(
+  const keys::Xkb<xkb_context> context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
+  const keys::Xkb<xkb_keymap> persons(
       xkb_keymap_new_from_names(context.get(), nullptr, XKB_KEYMAP_COMPILE_NO_FLAGS));
   ASSERT_NE(persons, nullptr);
   const std::string text = ownKeymapText(persons.get());
   EXPECT_TRUE(isOwnKeymapText(text));
-  const Xkb<xkb_keymap> read(xkb_keymap_new_from_string(
+  const keys::Xkb<xkb_keymap> read(xkb_keymap_new_from_string(
       context.get(), text.c_str(), XKB_KEYMAP_FORMAT_TEXT_V1, XKB_KEYMAP_COMPILE_NO_FLAGS));
   ASSERT_NE(read, nullptr);
   char* const again = xkb_keymap_get_as_string(read.get(), XKB_KEYMAP_FORMAT_TEXT_V1);

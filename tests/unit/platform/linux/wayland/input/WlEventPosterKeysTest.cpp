@@ -38,15 +38,15 @@ TEST_F(WlEventPosterKeysTest, StrikesTheFirstKeyAlready) {
 }
 
 TEST_F(WlEventPosterKeysTest, StrikesEveryKeyAtItsPlace) {
-  const Xkb<xkb_context> context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
-  const Xkb<xkb_keymap> keymap(
+  const keys::Xkb<xkb_context> context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
+  const keys::Xkb<xkb_keymap> keymap(
       xkb_keymap_new_from_names(context.get(), nullptr, XKB_KEYMAP_COMPILE_NO_FLAGS));
   std::size_t count = 0;
   for (KeyCode code = 0; code < 0x80; ++code) {
     const auto position = keys::keyPosition(code);
     if (position.empty()) continue;
     ++count;
-    const auto key = xkb_keymap_key_by_name(keymap.get(), position.data()) - keycodeOffset;
+    const auto key = xkb_keymap_key_by_name(keymap.get(), position.data()) - keys::keycodeOffset;
     press(code);
     EXPECT_TRUE(holds({key})) << position;
     release(code);

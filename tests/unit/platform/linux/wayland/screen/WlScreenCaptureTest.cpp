@@ -4,12 +4,10 @@
 
 #include <unistd.h>
 
-#include <condition_variable>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <future>
-#include <mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -17,11 +15,11 @@
 #include "platform/SystemClock.h"
 #include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/loop/ThreadQueue.h"
-#include "platform/linux/picture/Nv12Image.h"
 #include "platform/linux/picture/X264Compression.h"
 #include "platform/linux/wayland/server/WlDisplays.h"
 #include "support/H264Decoder.h"
 #include "support/Patience.h"
+#include "support/ReceivedSamples.h"
 #include "support/Scarcity.h"
 #include "support/Sway.h"
 #include "support/WlWindow.h"
@@ -34,57 +32,6 @@ namespace {
 using namespace std::chrono_literals;
 using testing::WlWindow;
 using testing::WorkQueues;
-
-/// What the stream has delivered so far, from any thread.
-class Received {
- public:
-  void add(const StreamSample& sample) {
-    const std::lock_guard lock(mutex_);
-    if (sample.status == static_cast<int>(FrameStatus::complete)) {
-      ++images_;
-      image_ = std::dynamic_pointer_cast<const picture::Nv12Image>(sample.image);
-    } else {
-      ++idle_;
-    }
-    changed_.notify_all();
-  }
-  void fail(const PlatformError& error) {
-    const std::lock_guard lock(mutex_);
-    errors_.push_back(error.localizedDescription);
-    changed_.notify_all();
-  }
-  template <typename Condition>
-  bool waitUntil(Condition condition) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::milliseconds(testing::patience()),
-                             [&] { return condition(*this); });
-  }
-
-  int luma(int x, int y) const {
-    const std::lock_guard lock(mutex_);
-    return image_ == nullptr ? -1 : image_->luma()[y * image_->stride() + x];
-  }
-  int images() const {
-    const std::lock_guard lock(mutex_);
-    return images_;
-  }
-  int idle() const {
-    const std::lock_guard lock(mutex_);
-    return idle_;
-  }
-  std::vector<std::string> errors() const {
-    const std::lock_guard lock(mutex_);
-    return errors_;
-  }
-
- private:
-  mutable std::recursive_mutex mutex_;  // conditions ask what others ask
-  std::condition_variable_any changed_;
-  std::shared_ptr<const picture::Nv12Image> image_;
-  int images_ = 0;
-  int idle_ = 0;
-  std::vector<std::string> errors_;
-};
 
 class WlScreenCaptureTest : public ::testing::Test {
  protected:
@@ -121,7 +68,7 @@ class WlScreenCaptureTest : public ::testing::Test {
 
   testing::Sway sway{{"output HEADLESS-1 mode 640x400@60Hz"}};
   beneath::OwnSurfaces list;
-  Received received;
+  testing::ReceivedSamples received;
   loop::ThreadQueue queue{"test.samples"};
 };
 

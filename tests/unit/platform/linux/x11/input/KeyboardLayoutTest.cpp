@@ -22,10 +22,10 @@ constexpr XModifiers shift = 0x01;
 /// American, with German as the second group, where Y and Z have changed places.
 class KeyboardLayoutTest : public ::testing::Test {
  protected:
-  static KeyboardLayout::Keymap keymap() {
+  static keys::Xkb<xkb_keymap> keymap() {
     auto* const context = xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES);
     const xkb_rule_names names{"evdev", "pc105", "us,de", "", ""};
-    KeyboardLayout::Keymap map(
+    keys::Xkb<xkb_keymap> map(
         xkb_keymap_new_from_names(context, &names, XKB_KEYMAP_COMPILE_NO_FLAGS));
     xkb_context_unref(context);
     return map;

@@ -15,10 +15,10 @@
 #include "platform/SystemClock.h"
 #include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/loop/ThreadQueue.h"
-#include "platform/linux/picture/Nv12Image.h"
 #include "platform/linux/picture/X264Compression.h"
 #include "platform/linux/x11/server/XDisplays.h"
 #include "support/H264Decoder.h"
+#include "support/ReceivedSamples.h"
 #include "support/Scarcity.h"
 #include "support/WorkQueues.h"
 #include "support/XPainter.h"
@@ -37,47 +37,6 @@ using testing::XServer;
 constexpr auto deadline = 20s;
 constexpr std::uint32_t white = 0xffffff;
 constexpr std::uint32_t black = 0;
-
-/// What the stream has delivered so far, from any thread.
-class Received {
- public:
-  void add(const StreamSample& sample) {
-    const std::lock_guard lock(mutex_);
-    const bool complete = sample.status == static_cast<int>(FrameStatus::complete);
-    if (complete) {
-      ++images_;
-      image_ = std::dynamic_pointer_cast<const picture::Nv12Image>(sample.image);
-    } else {
-      ++idle_;
-    }
-    changed_.notify_all();
-  }
-  void fail(const PlatformError& error) {
-    const std::lock_guard lock(mutex_);
-    errors_.push_back(error.localizedDescription);
-    changed_.notify_all();
-  }
-  template <typename Condition>
-  bool waitUntil(Condition condition) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, deadline, [&] { return condition(*this); });
-  }
-
-  int luma(int x, int y) const {
-    return image_ == nullptr ? -1 : image_->luma()[y * image_->stride() + x];
-  }
-  int images() const { return images_; }
-  int idle() const { return idle_; }
-  const std::vector<std::string>& errors() const { return errors_; }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::shared_ptr<const picture::Nv12Image> image_;
-  int images_ = 0;
-  int idle_ = 0;
-  std::vector<std::string> errors_;
-};
 
 std::size_t sharedSegments() {
   std::ifstream list("/proc/sysvipc/shm");
@@ -125,7 +84,7 @@ class XScreenCaptureTest : public ::testing::Test {
   DisplayVariable variable{server.display()};
   beneath::OwnWindows ownWindows;
   const server::Connection connection;
-  Received received;
+  testing::ReceivedSamples received;
   loop::ThreadQueue queue{"test.samples"};
 };
 

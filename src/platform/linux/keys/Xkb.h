@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace vesk::wayland::input {
+namespace vesk::keys {
 
 struct ReleaseXkb {
   void operator()(xkb_context* context) const { xkb_context_unref(context); }
@@ -16,10 +16,7 @@ struct ReleaseXkb {
 template <typename Object>
 using Xkb = std::unique_ptr<Object, ReleaseXkb>;
 
-/// A key by the number that the kernel gives it, which is the one that clients are told.
-using Key = std::uint32_t;
-
-/// XKB counts keys from 8 on.
+/// XKB counts keys from 8 on, where the kernel begins with 0.
 inline constexpr xkb_keycode_t keycodeOffset = 8;
 
-}  // namespace vesk::wayland::input
+}  // namespace vesk::keys
