@@ -18,10 +18,6 @@ Bytes joined(Bytes first, const Bytes& second) {
   return first;
 }
 
-Bytes controlFrame(std::string_view text) { return frameBytes(FrameKind::control, bytesOf(text)); }
-
-Bytes inputFrame(std::string_view text) { return frameBytes(FrameKind::input, bytesOf(text)); }
-
 Parsed sendControl(std::string_view text) { return Send{controlFrame(text)}; }
 
 Parsed sendInput(std::string_view text) { return Send{inputFrame(text)}; }
@@ -229,5 +225,9 @@ Bytes frameOfKind(std::uint8_t kind, ByteView payload) {
 ByteView bytesOf(std::string_view text) {
   return std::as_bytes(std::span(text.data(), text.size()));
 }
+
+Bytes controlFrame(std::string_view text) { return frameBytes(FrameKind::control, bytesOf(text)); }
+
+Bytes inputFrame(std::string_view text) { return frameBytes(FrameKind::input, bytesOf(text)); }
 
 }  // namespace vesk::agent

@@ -61,4 +61,8 @@ Bytes frameOfKind(std::uint8_t kind, ByteView payload);
 
 ByteView bytesOf(std::string_view text);
 
+/// The frames that carry a request's text, or an input message's.
+Bytes controlFrame(std::string_view text);
+Bytes inputFrame(std::string_view text);
+
 }  // namespace vesk::agent

@@ -14,8 +14,6 @@ using namespace std::chrono_literals;
 /// How long a program that does not read may hold up the end of its connection.
 constexpr auto closingLimit = 2s;
 
-Bytes inputFrame(std::string_view text) { return frameBytes(FrameKind::input, bytesOf(text)); }
-
 std::optional<std::string> contents(const std::string& path) {
   errno = 0;
   std::ifstream file(path, std::ios::binary);

@@ -13,6 +13,13 @@ if(APPLE)
     -Wnullable-to-nonnull-conversion -Wunguarded-availability)
 endif()
 target_include_directories(vesk_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+# Qt's own words for its own things are words of other libraries too.
+target_compile_definitions(vesk_options INTERFACE QT_NO_KEYWORDS)
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # g++ takes each file that is compiled together with others for a header, and warns of what would
+  # be wrong in one.
+  target_compile_options(vesk_options INTERFACE -Wno-subobject-linkage)
+endif()
 
 if(VESK_SANITIZERS)
   # The whole build is instrumented, so that a report names lines on both sides of every call.

@@ -16,10 +16,10 @@ function(vesk_targets_of directory result)
   set(${result} ${found} PARENT_SCOPE)
 endfunction()
 
-# Gives the targets below those directories a common precompiled header, which is compiled with the
-# options of the directory that calls this: they have to be theirs.
-function(vesk_precompile header)
-  set(name vesk_precompiled_${header})
+# Gives the targets below those directories a common precompiled header, vesk_precompiled_${users}, which
+# is compiled with the options of the directory that calls this: they have to be theirs.
+function(vesk_precompile users header)
+  set(name vesk_precompiled_${users})
   add_library(${name} OBJECT ${PROJECT_SOURCE_DIR}/cmake/precompiled/source.cpp)
   target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled/${header}.h)
   target_link_libraries(${name} PRIVATE vesk_options)

@@ -11,11 +11,11 @@ const HostTime start{1h};
 const ButtonPress first{.time = start, .point = {100, 100}, .button = 0, .count = 1};
 
 TEST(ClickCountTest, GoesOnWithoutEnd) {
-  ButtonPress press = first;
+  ButtonPress last = first;
   for (int count = 2; count <= 9; ++count) {
-    const HostTime time = press.time + 100ms;
-    ASSERT_EQ(clickCount(press, time, press.point, 0), count);
-    press = {.time = time, .point = press.point, .button = 0, .count = count};
+    const HostTime time = last.time + 100ms;
+    ASSERT_EQ(clickCount(last, time, last.point, 0), count);
+    last = {.time = time, .point = last.point, .button = 0, .count = count};
   }
 }
 

@@ -4,16 +4,13 @@
 
 #include <algorithm>
 #include <deque>
-#include <initializer_list>
+
+#include "support/UnixListener.h"
 
 namespace vesk {
 namespace {
 
-Bytes bytes(std::initializer_list<int> values) {
-  Bytes result;
-  for (const int value : values) result.push_back(static_cast<std::byte>(value));
-  return result;
-}
+using testing::bytes;
 
 /// A stream that hands out its bytes in the pieces that the test chose.
 class PiecewiseStream {

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/linux/x11/server/rectangles.h"
+
 namespace vesk::x11::beneath {
 namespace {
 
-std::int16_t narrow(std::int32_t value) { return static_cast<std::int16_t>(value); }
 std::uint16_t size(std::int32_t value) { return static_cast<std::uint16_t>(value); }
 
 }  // namespace
@@ -42,9 +43,9 @@ Patch::~Patch() {
 
 void Patch::inheritBackground(const PixelRect& piece, const Patch& other) {
   xcb_copy_area(connection_.get(), other.background_, background_, context_,
-                narrow(piece.x - other.area_.x), narrow(piece.y - other.area_.y),
-                narrow(piece.x - area_.x), narrow(piece.y - area_.y), size(piece.width),
-                size(piece.height));
+                server::place(piece.x - other.area_.x), server::place(piece.y - other.area_.y),
+                server::place(piece.x - area_.x), server::place(piece.y - area_.y),
+                size(piece.width), size(piece.height));
 }
 
 void Patch::rememberBackground(const PixelRect& piece, const server::SharedPixels& screen,
@@ -53,8 +54,9 @@ void Patch::rememberBackground(const PixelRect& piece, const server::SharedPixel
   const auto depth = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root_depth;
   xcb_shm_put_image(c, background_, context_, size(screenArea.width), size(screenArea.height),
                     size(piece.x - screenArea.x), size(piece.y - screenArea.y), size(piece.width),
-                    size(piece.height), narrow(piece.x - area_.x), narrow(piece.y - area_.y), depth,
-                    XCB_IMAGE_FORMAT_Z_PIXMAP, 0, screen.segment(), 0);
+                    size(piece.height), server::place(piece.x - area_.x),
+                    server::place(piece.y - area_.y), depth, XCB_IMAGE_FORMAT_Z_PIXMAP, 0,
+                    screen.segment(), 0);
 }
 
 void Patch::markStale(const PixelRect& part) { stale_ = around(stale_, intersection(part, area_)); }
@@ -64,8 +66,8 @@ void Patch::request(std::span<const WindowContents* const> bottomToTop, bool ble
   auto* const c = connection_.get();
   const std::int32_t left = stale_.x - area_.x;
   const std::int32_t top = stale_.y - area_.y;
-  xcb_copy_area(c, background_, composed_, context_, narrow(left), narrow(top), narrow(left),
-                narrow(top), size(stale_.width), size(stale_.height));
+  xcb_copy_area(c, background_, composed_, context_, server::place(left), server::place(top),
+                server::place(left), server::place(top), size(stale_.width), size(stale_.height));
   for (const auto* const contents : bottomToTop) {
     contents->paintInto(picture_, area_, stale_, blended);
   }

@@ -6,11 +6,6 @@
 #include "platform/linux/x11/server/rectangles.h"
 
 namespace vesk::x11::beneath {
-namespace {
-
-std::int16_t narrow(std::int32_t value) { return static_cast<std::int16_t>(value); }
-
-}  // namespace
 
 WindowContents::WindowContents(const server::Connection& connection, const StackedWindow& window,
                                xcb_render_pictformat_t format)
@@ -60,18 +55,18 @@ void WindowContents::paintInto(xcb_render_picture_t target, const PixelRect& par
   auto* const c = connection_.get();
   // The outline counts from inside the border, the contents from outside.
   xcb_xfixes_set_picture_clip_region(c, target, outline_,
-                                     narrow(window_.frame.x + window_.border - part.x),
-                                     narrow(window_.frame.y + window_.border - part.y));
+                                     server::place(window_.frame.x + window_.border - part.x),
+                                     server::place(window_.frame.y + window_.border - part.y));
   paintFrame(target, part, within);
   const PixelRect area = intersection(intersection(within, part), window_.kept);
   if (area.isEmpty()) return;
   constexpr std::uint8_t alphaDepth = 32;
   const bool over = blended && window_.depth == alphaDepth;
-  xcb_render_composite(c, over ? XCB_RENDER_PICT_OP_OVER : XCB_RENDER_PICT_OP_SRC, picture_,
-                       XCB_NONE, target, narrow(area.x - window_.frame.x),
-                       narrow(area.y - window_.frame.y), 0, 0, narrow(area.x - part.x),
-                       narrow(area.y - part.y), static_cast<std::uint16_t>(area.width),
-                       static_cast<std::uint16_t>(area.height));
+  xcb_render_composite(
+      c, over ? XCB_RENDER_PICT_OP_OVER : XCB_RENDER_PICT_OP_SRC, picture_, XCB_NONE, target,
+      server::place(area.x - window_.frame.x), server::place(area.y - window_.frame.y), 0, 0,
+      server::place(area.x - part.x), server::place(area.y - part.y),
+      static_cast<std::uint16_t>(area.width), static_cast<std::uint16_t>(area.height));
 }
 
 void WindowContents::paintFrame(xcb_render_picture_t target, const PixelRect& part,

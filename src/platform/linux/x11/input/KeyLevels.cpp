@@ -11,8 +11,6 @@
 namespace vesk::x11::input {
 namespace {
 
-constexpr auto coreKeyboard = static_cast<xcb_xkb_device_spec_t>(XCB_XKB_ID_USE_CORE_KBD);
-
 /// Shift, and the two that the third and fifth levels are commonly reached by.
 constexpr XModifiers ofText = XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_3 | XCB_MOD_MASK_5;
 
@@ -69,11 +67,11 @@ class WireKeys {
 
   xcb_void_cookie_t sendFrom(xcb_keycode_t first, const server::Connection& connection) const {
     const auto* setup = xcb_get_setup(connection.get());
-    return xcb_xkb_set_map_checked(connection.get(), coreKeyboard, XCB_XKB_MAP_PART_KEY_SYMS, 0,
-                                   setup->min_keycode, setup->max_keycode, 0, 0, first,
-                                   static_cast<std::uint8_t>(keys_),
-                                   static_cast<std::uint16_t>(symbols_), 0, 0, 0, 0, 0, 0, 0, 0, 0,
-                                   0, 0, 0, 0, 0, 0, 0, bytes_.data());
+    return xcb_xkb_set_map_checked(
+        connection.get(), server::coreKeyboard, XCB_XKB_MAP_PART_KEY_SYMS, 0, setup->min_keycode,
+        setup->max_keycode, 0, 0, first, static_cast<std::uint8_t>(keys_),
+        static_cast<std::uint16_t>(symbols_), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+        bytes_.data());
   }
 
  private:
@@ -120,8 +118,9 @@ KeyLevels mostLevels(std::span<const KeyType> types) {
 }
 
 std::vector<KeyType> keyTypes(const server::Connection& connection) {
-  const auto request = xcb_xkb_get_map(connection.get(), coreKeyboard, XCB_XKB_MAP_PART_KEY_TYPES,
-                                       0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+  const auto request =
+      xcb_xkb_get_map(connection.get(), server::coreKeyboard, XCB_XKB_MAP_PART_KEY_TYPES, 0, 0, 0,
+                      0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
   const server::ReplyPtr<xcb_xkb_get_map_reply_t> reply(
       xcb_xkb_get_map_reply(connection.get(), request, nullptr));
   if (reply == nullptr || (reply->present & XCB_XKB_MAP_PART_KEY_TYPES) == 0) return {};

@@ -9,15 +9,13 @@
 namespace vesk::x11::input {
 namespace {
 
-constexpr auto coreKeyboard = static_cast<xcb_xkb_device_spec_t>(XCB_XKB_ID_USE_CORE_KBD);
-
 void selectKeyMapEvents(xcb_connection_t* connection) {
   constexpr std::uint16_t events =
       XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
   constexpr std::uint16_t parts = XCB_XKB_MAP_PART_KEY_TYPES | XCB_XKB_MAP_PART_KEY_SYMS |
                                   XCB_XKB_MAP_PART_MODIFIER_MAP | XCB_XKB_MAP_PART_VIRTUAL_MODS |
                                   XCB_XKB_MAP_PART_VIRTUAL_MOD_MAP;
-  xcb_xkb_select_events(connection, coreKeyboard, events, 0, events, parts, parts, nullptr);
+  xcb_xkb_select_events(connection, server::coreKeyboard, events, 0, events, parts, parts, nullptr);
 }
 
 }  // namespace
@@ -75,7 +73,7 @@ void XKeyboard::read() {
 Locks XKeyboard::locks() const {
   if (context_ == nullptr) return {};
   const server::ReplyPtr<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
-      connection_.get(), xcb_xkb_get_state(connection_.get(), coreKeyboard), nullptr));
+      connection_.get(), xcb_xkb_get_state(connection_.get(), server::coreKeyboard), nullptr));
   if (state == nullptr) return {};
   return {state->lockedMods, state->lockedGroup};
 }
@@ -84,13 +82,14 @@ void XKeyboard::setLocks(Locks locks) const {
   if (context_ == nullptr) return;
   constexpr std::uint8_t all = 0xFF;
   constexpr std::uint8_t yes = 1;
-  xcb_xkb_latch_lock_state(connection_.get(), coreKeyboard, all, locks.modifiers, yes, locks.group,
-                           0, 0, 0);
+  xcb_xkb_latch_lock_state(connection_.get(), server::coreKeyboard, all, locks.modifiers, yes,
+                           locks.group, 0, 0, 0);
 }
 
 void XKeyboard::setLockedModifiers(XModifiers affected, XModifiers values) const {
   if (context_ == nullptr) return;
-  xcb_xkb_latch_lock_state(connection_.get(), coreKeyboard, affected, values, 0, 0, 0, 0, 0);
+  xcb_xkb_latch_lock_state(connection_.get(), server::coreKeyboard, affected, values, 0, 0, 0, 0,
+                           0);
 }
 
 }  // namespace vesk::x11::input

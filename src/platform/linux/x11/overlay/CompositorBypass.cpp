@@ -8,14 +8,10 @@
 namespace vesk::x11::overlay {
 namespace {
 
-const xcb_screen_t& screenOf(const server::Connection& connection) {
-  return *xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data;
-}
-
 bool coversTheScreen(const server::Connection& connection, xcb_window_t window) {
   const server::ReplyPtr<xcb_get_geometry_reply_t> place(xcb_get_geometry_reply(
       connection.get(), xcb_get_geometry(connection.get(), window), nullptr));
-  const auto& screen = screenOf(connection);
+  const auto& screen = connection.screen();
   return place != nullptr && place->x <= 0 && place->y <= 0 &&
          place->x + place->width >= screen.width_in_pixels &&
          place->y + place->height >= screen.height_in_pixels && place->depth == screen.root_depth;

@@ -11,10 +11,6 @@
 namespace vesk::x11::overlay {
 namespace {
 
-const xcb_screen_t& screenOf(const server::Connection& connection) {
-  return *xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data;
-}
-
 /// The visual with an alpha channel, or XCB_NONE on a server without one.
 xcb_visualid_t alphaVisual(const xcb_screen_t& screen, std::uint8_t alphaDepth) {
   for (auto depth = xcb_screen_allowed_depths_iterator(&screen); depth.rem > 0;
@@ -72,7 +68,7 @@ OverlayWindow::~OverlayWindow() {
 
 void OverlayWindow::create(const PixelRect& frame, Kind kind) {
   auto* const c = connection_.get();
-  const auto& screen = screenOf(connection_);
+  const auto& screen = connection_.screen();
   xcb_visualid_t visual =
       kind == Kind::plain ? xcb_visualid_t{XCB_NONE} : alphaVisual(screen, alphaDepth);
   depth_ = visual == XCB_NONE ? screen.root_depth : alphaDepth;
@@ -107,7 +103,7 @@ std::uint32_t OverlayWindow::pixelOf(const Colour& colour) const {
            eightBits(colour.alpha * colour.green, 8) | eightBits(colour.alpha * colour.blue, 0);
   }
   // Whatever the root's visual is like, the server knows its number for the colour.
-  const auto& screen = screenOf(connection_);
+  const auto& screen = connection_.screen();
   const auto request =
       xcb_alloc_color(connection_.get(), screen.default_colormap, sixteenBits(colour.red),
                       sixteenBits(colour.green), sixteenBits(colour.blue));

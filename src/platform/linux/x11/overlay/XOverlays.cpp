@@ -39,7 +39,7 @@ std::optional<Screen> XOverlays::mainScreen() {
   if (primary != all.end()) return screenOf(*primary);
   if (!all.empty()) return screenOf(all.front());
   // A server that tells of no monitors still has a screen.
-  const auto& root = *xcb_setup_roots_iterator(xcb_get_setup(connection_.get())).data;
+  const auto& root = connection_.screen();
   return Screen{std::nullopt, inPoints(0, 0, root.width_in_pixels, root.height_in_pixels)};
 }
 

@@ -4,8 +4,8 @@ namespace vesk::x11::server {
 
 Connection::Connection() : connection_(xcb_connect(nullptr, nullptr)) {}
 
-xcb_window_t Connection::root() const {
-  return xcb_setup_roots_iterator(xcb_get_setup(get())).data->root;
+const xcb_screen_t& Connection::screen() const {
+  return *xcb_setup_roots_iterator(xcb_get_setup(get())).data;
 }
 
 std::uint32_t Connection::makerOf(xcb_window_t window) const {

@@ -29,8 +29,12 @@ class Connection {
 
   xcb_connection_t* get() const { return connection_.get(); }
 
+  /// The first one, as it was when the connection began; only to be asked for on one that has
+  /// begun.
+  const xcb_screen_t& screen() const;
+
   /// The first screen's root window.
-  xcb_window_t root() const;
+  xcb_window_t root() const { return screen().root; }
 
   /// Which of the server's clients has made the window, by the part of its identifier that the
   /// server gave that client; 0 for the server itself.

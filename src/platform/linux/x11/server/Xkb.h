@@ -7,3 +7,10 @@
 #define explicit explicitMember
 #include <xcb/xkb.h>
 #undef explicit
+
+namespace vesk::x11::server {
+
+/// The one keyboard that programs see all others as.
+inline constexpr auto coreKeyboard = static_cast<xcb_xkb_device_spec_t>(XCB_XKB_ID_USE_CORE_KBD);
+
+}  // namespace vesk::x11::server

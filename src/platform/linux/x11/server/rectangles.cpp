@@ -6,8 +6,8 @@
 namespace vesk::x11::server {
 
 xcb_rectangle_t rectangle(const PixelRect& rect) {
-  return {static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
-          static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height)};
+  return {place(rect.x), place(rect.y), static_cast<std::uint16_t>(rect.width),
+          static_cast<std::uint16_t>(rect.height)};
 }
 
 std::vector<xcb_rectangle_t> rectangles(const std::vector<PixelRect>& rects) {

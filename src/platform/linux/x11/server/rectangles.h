@@ -2,6 +2,7 @@
 
 #include <xcb/xcb.h>
 
+#include <cstdint>
 #include <vector>
 
 #include "platform/linux/picture/PixelRect.h"
@@ -12,6 +13,11 @@ namespace vesk::x11 {
 using picture::PixelRect;
 
 namespace server {
+
+/// A coordinate as requests take it.
+constexpr std::int16_t place(std::int32_t coordinate) {
+  return static_cast<std::int16_t>(coordinate);
+}
 
 /// As requests take it: places and sizes of 16 bits, which every window on a screen has.
 xcb_rectangle_t rectangle(const PixelRect& rect);
