@@ -30,6 +30,24 @@ std::vector<Key> KeyboardLayout::keysOf(EventFlags modifier) const {
   return found;
 }
 
+bool KeyboardLayout::isLetter(Key key) const {
+  if (keymap_ == nullptr) return false;
+  const auto lower = symbol(key + keys::keycodeOffset, 0);
+  return xkb_keysym_to_upper(lower) != lower;
+}
+
+std::optional<char32_t> KeyboardLayout::digitAt(KeyCode key) const {
+  const auto placed = keyAt(key);
+  if (!placed) return std::nullopt;
+  const auto keycode = *placed + keys::keycodeOffset;
+  const auto levels = xkb_keymap_num_levels_for_key(keymap_, keycode, 0);
+  for (xkb_level_index_t level = 0; level < levels; ++level) {
+    const char32_t typed = xkb_keysym_to_utf32(symbol(keycode, level));
+    if (typed > U' ' && typed != U'\x7F') return typed;
+  }
+  return std::nullopt;
+}
+
 xkb_mod_mask_t KeyboardLayout::locksForDigits() const {
   const auto one = keycodeOf("KP1");
   if (!one) return 0;

@@ -23,6 +23,12 @@ class KeyboardLayout {
   /// The keys that make a modifier true, the usual one first.
   std::vector<Key> keysOf(EventFlags modifier) const;
 
+  /// Whether Caps Lock means another case of what the key types.
+  bool isLetter(Key key) const;
+
+  /// What the keypad's key at that position types where it types digits.
+  std::optional<char32_t> digitAt(KeyCode key) const;
+
   /// What is to be locked for the keypad to type digits.
   xkb_mod_mask_t locksForDigits() const;
 

@@ -5,8 +5,8 @@
 #include <set>
 
 #include "platform/Events.h"
+#include "platform/linux/wayland/input/Keyboard.h"
 #include "platform/linux/wayland/input/KeyboardLayout.h"
-#include "platform/linux/wayland/input/VirtualKeyboard.h"
 
 namespace vesk::wayland::input {
 
@@ -17,7 +17,7 @@ namespace vesk::wayland::input {
 /// Fails: silently, where the layout has no such key.
 class ModifierKeys {
  public:
-  explicit ModifierKeys(VirtualKeyboard& keyboard) : keyboard_(keyboard) {}
+  explicit ModifierKeys(Keyboard& keyboard) : keyboard_(keyboard) {}
 
   /// Exactly these modifiers are in effect.
   void makeTrue(EventFlags flags, const KeyboardLayout& layout);
@@ -48,7 +48,7 @@ class ModifierKeys {
   void prefer(Key key, EventFlags flags, const KeyboardLayout& layout);
   void release(Keys& keys);
 
-  VirtualKeyboard& keyboard_;
+  Keyboard& keyboard_;
   std::array<Keys, modifiers.size()> keys_;
 };
 

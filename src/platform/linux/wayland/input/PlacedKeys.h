@@ -3,8 +3,8 @@
 #include <map>
 
 #include "platform/Events.h"
+#include "platform/linux/wayland/input/Keyboard.h"
 #include "platform/linux/wayland/input/KeyboardLayout.h"
-#include "platform/linux/wayland/input/VirtualKeyboard.h"
 
 namespace vesk::wayland::input {
 
@@ -15,7 +15,7 @@ namespace vesk::wayland::input {
 /// silently, where the keyboard has no such key.
 class PlacedKeys {
  public:
-  explicit PlacedKeys(VirtualKeyboard& keyboard) : keyboard_(keyboard) {}
+  explicit PlacedKeys(Keyboard& keyboard) : keyboard_(keyboard) {}
 
   /// The modifiers of the event are true already.
   void press(KeyCode code, const KeyboardLayout& layout);
@@ -25,7 +25,7 @@ class PlacedKeys {
   void forget() { pressed_.clear(); }
 
  private:
-  VirtualKeyboard& keyboard_;
+  Keyboard& keyboard_;
   std::map<KeyCode, Key> pressed_;
 };
 

@@ -24,6 +24,9 @@ class Seat {
   /// Whether programs know of a keyboard and of a pointer, be they the person's or the viewer's.
   bool isEquipped() const { return isEquipped_; }
 
+  /// The same of a keyboard alone.
+  bool hasKeyboard() const { return keyboard_ != nullptr; }
+
   /// A keyboard of this program's is being made. Compositors give it a keymap of their own choice
   /// first, which is nobody's, and tell of it.
   void expectOwnKeymap() { expectsOwn_ = true; }

@@ -7,6 +7,7 @@
 #include "platform/linux/keys/Xkb.h"
 #include "platform/linux/wayland/input/HeldRecord.h"
 #include "platform/linux/wayland/input/Key.h"
+#include "platform/linux/wayland/input/Keyboard.h"
 #include "platform/linux/wayland/server/Connection.h"
 
 namespace vesk::wayland::input {
@@ -17,11 +18,11 @@ namespace vesk::wayland::input {
 ///
 /// Thread: one at a time. Owns: the device, and with it what is held down and locked. What is given
 /// to the constructor outlives it. Fails: silently, once the compositor is gone.
-class VirtualKeyboard {
+class VirtualKeyboard final : public Keyboard {
  public:
   VirtualKeyboard(server::Connection& connection, wl_seat* seat, const InputGate& gate,
                   HeldRecord& record);
-  ~VirtualKeyboard();
+  ~VirtualKeyboard() override;
   VirtualKeyboard(const VirtualKeyboard&) = delete;
   VirtualKeyboard& operator=(const VirtualKeyboard&) = delete;
 
@@ -29,18 +30,16 @@ class VirtualKeyboard {
   void use(xkb_keymap* keymap);
   bool uses(const xkb_keymap* keymap) const;
 
-  /// Whether the key is held then; a second press of it changes nothing.
-  bool press(Key key);
+  bool press(Key key) override;
 
   /// Presses a key that is up and lets go of it: nothing can come between that leaves it down.
   /// Whether the gate was open.
   bool pressAndRelease(Key key);
 
-  void release(Key key);
+  void release(Key key) override;
   bool holds(Key key) const { return held_.contains(key); }
 
-  /// Locks those modifiers that are `affected` as `values` say, until everything is let go.
-  void lock(xkb_mod_mask_t affected, xkb_mod_mask_t values);
+  void lock(xkb_mod_mask_t affected, xkb_mod_mask_t values) override;
 
   /// Also of what is locked.
   void releaseAll();

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/linux/keys/Xkb.h"
+#include "platform/linux/portal/input/LayoutSymbols.h"
+#include "platform/linux/wayland/input/KeyboardLayout.h"
+#include "platform/linux/wayland/input/Seat.h"
+#include "platform/linux/wayland/server/Connection.h"
+
+namespace vesk::portal::input {
+
+/// What the compositor tells every program of the seat: whether it has a keyboard, and how that is
+/// mapped.
+///
+/// Thread: one at a time. Owns: a connection. Fails: as a seat without a keyboard, mapped as one of
+/// this machine would be.
+class PersonsSeat {
+ public:
+  /// Takes in what has come meanwhile.
+  void follow() { connection_.dispatch(); }
+
+  /// Whether it can be known.
+  explicit operator bool() const { return static_cast<bool>(connection_); }
+  bool hasKeyboard() const { return seat_.hasKeyboard(); }
+
+  /// Valid until the next call of either.
+  wayland::input::KeyboardLayout layout() { return wayland::input::KeyboardLayout(seat_.keymap()); }
+  const LayoutSymbols& symbols();
+
+ private:
+  wayland::server::Connection connection_;
+  wayland::input::Seat seat_{connection_};
+  keys::Xkb<xkb_keymap> mapped_;  ///< that the symbols are of
+  LayoutSymbols symbols_;
+};
+
+}  // namespace vesk::portal::input

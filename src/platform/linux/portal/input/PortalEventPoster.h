@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "platform/Events.h"
+#include "platform/InputGate.h"
+#include "platform/linux/portal/input/PersonsSeat.h"
+#include "platform/linux/portal/input/PortalKeyboard.h"
+#include "platform/linux/portal/input/PortalPointer.h"
+#include "platform/linux/portal/input/SymbolTyper.h"
+#include "platform/linux/portal/session/StrokeQueue.h"
+#include "platform/linux/wayland/input/ModifierKeys.h"
+#include "platform/linux/wayland/input/PlacedKeys.h"
+
+namespace vesk::portal::input {
+
+/// Posts by way of the session that the person has granted, while there is one that may control.
+///
+/// The gate is asked before each stroke: while it is shut nothing is pressed, moved or typed, and
+/// what is held can be let go of. Closing it lets go of everything; so does the end of a session,
+/// by the compositor's hand.
+///
+/// Thread: any. Owns: a connection to the compositor from the first key to the end of input, to
+/// know how the person's keyboard is mapped. Fails: silently, where no session stands, and as the
+/// queue does.
+class PortalEventPoster final : public EventPoster {
+ public:
+  /// The gate outlives this object, which is the one that acts when it closes or has ended. The
+  /// queue asks the same gate.
+  PortalEventPoster(InputGate& gate, std::shared_ptr<session::StrokeQueue> strokes);
+  ~PortalEventPoster() override;
+  PortalEventPoster(const PortalEventPoster&) = delete;
+  PortalEventPoster& operator=(const PortalEventPoster&) = delete;
+
+  /// Told at the end of input of how many characters the person's layout has lacked, if any. Set
+  /// before the gate is used; calls nothing of this object's.
+  std::function<void(std::size_t)> onLacking;
+
+  void post(const MouseEvent& event) override;
+  void post(const KeyboardEvent& event) override;
+  void post(const ScrollEvent& event) override;
+
+  /// Where this object has put it last: a portal tells nobody else's.
+  std::optional<Point> pointerLocation() override;
+
+ private:
+  bool isReady();
+  PersonsSeat& seat();
+  bool hasListeningKeyboard();
+  void makeTrue(EventFlags flags);
+  void postKey(const KeyboardEvent& event);
+  void press(const KeyboardEvent& event);
+  void type(const std::u16string& run);
+  void letGo();
+  void forget();
+
+  InputGate& gate_;
+  const std::shared_ptr<session::StrokeQueue> strokes_;
+  /// Against whoever closes the gate.
+  std::mutex mutex_;
+  std::unique_ptr<PersonsSeat> seat_;
+  PortalPointer pointer_{*strokes_};
+  PortalKeyboard keyboard_{*strokes_, gate_};
+  wayland::input::ModifierKeys modifiers_{keyboard_};
+  wayland::input::PlacedKeys keys_{keyboard_};
+  SymbolTyper typer_{*strokes_};
+  std::uint64_t age_ = 0;            ///< of the queue, that what is believed to be held is of
+  bool hasBroughtKeyboard_ = false;  ///< in this session
+  std::optional<Point> place_;
+};
+
+}  // namespace vesk::portal::input

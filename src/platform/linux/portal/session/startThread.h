@@ -1,0 +1,13 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <thread>
+
+namespace vesk::portal::session {
+
+/// A thread that gets no signals, as little as those that it starts itself; nothing where the
+/// process may have no more. `name` is for a debugger.
+std::optional<std::thread> startThread(const char* name, std::function<void()> body);
+
+}  // namespace vesk::portal::session
