@@ -9,6 +9,7 @@ if(NOT APPLE)
   pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
     xcb xcb-composite xcb-damage xcb-randr xcb-render xcb-res xcb-shape xcb-shm xcb-xfixes xcb-xinput
     xcb-xkb xcb-xtest)
+  pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3>=0.3.65)
   pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon xkbcommon-x11)
   pkg_check_modules(WAYLAND_CLIENT REQUIRED IMPORTED_TARGET wayland-client)
   pkg_check_modules(WAYLAND_CURSOR REQUIRED IMPORTED_TARGET wayland-cursor)
