@@ -1,6 +1,8 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <random>
 
 #include "capture/annexB.h"
@@ -8,6 +10,7 @@
 #include "platform/linux/picture/ScreenEncoder.h"
 #include "platform/linux/picture/composed/moveSearch.h"
 #include "platform/linux/picture/composed/moveSlice.h"
+#include "platform/linux/portal/screen/KeptPicture.h"
 
 namespace {
 
@@ -46,6 +49,32 @@ void convertLetter(benchmark::State& state) {
   }
 }
 BENCHMARK(convertLetter)->Unit(benchmark::kMicrosecond);
+
+/// How many rows differ from the picture before.
+void keepPicture(benchmark::State& state) {
+  std::array screens{someScreen(full), someScreen(full)};
+  std::ranges::fill_n(screens[1].begin(), 1920 * 4 * state.range(0), std::uint8_t{1});
+  portal::screen::KeptPicture kept(full);
+  std::size_t turn = 0;
+  for (auto each : state) {
+    kept.update(screens[turn ^= 1].data(), 1920 * 4, kept.whole());
+    benchmark::DoNotOptimize(kept.takeChanges());
+  }
+}
+BENCHMARK(keepPicture)->Arg(0)->Arg(20)->Arg(1080)->Unit(benchmark::kMicrosecond);
+
+/// What that is to be held against.
+void copyPicture(benchmark::State& state) {
+  const std::array screens{someScreen(full), someScreen(full)};
+  std::vector<std::uint8_t> copy(screens[0].size());
+  std::size_t turn = 0;
+  for (auto each : state) {
+    std::memcpy(copy.data(), screens[turn ^= 1].data(), copy.size());
+    benchmark::DoNotOptimize(copy.data());
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK(copyPicture)->Unit(benchmark::kMicrosecond);
 
 void encode(benchmark::State& state) {
   const auto pixels = someScreen(full);
