@@ -8,7 +8,7 @@
 
 namespace vesk::testing {
 
-/// The images of a stream that a Mutter gives.
+/// The images of a stream, of a Mutter's as a rule.
 class CastImages final : public TakenImages {
  public:
   struct Options {
@@ -20,6 +20,9 @@ class CastImages final : public TakenImages {
   /// At the monitor's own size.
   CastImages(const MutterCast& cast, PixelSize size, Options options);
   CastImages(const MutterCast& cast, PixelSize size) : CastImages(cast, size, Options()) {}
+
+  /// Of any node of PipeWire, which `remote` is connected to.
+  CastImages(Descriptor remote, std::uint32_t node, PixelSize size, Options options);
 
   portal::screen::StreamImages& source() { return *images_; }
 

@@ -112,6 +112,11 @@ void PipeWireStream::iterate(std::chrono::milliseconds time) {
   pw_loop_iterate(loop_.get(), static_cast<int>(time.count()));
 }
 
+void PipeWireStream::beginAnew() {
+  pw_stream_set_active(stream_.get(), false);
+  pw_stream_set_active(stream_.get(), true);
+}
+
 void PipeWireStream::become(State state) {
   const bool isOver = state_ == State::ended || state_ == State::serviceGone;
   if (isOver || state == state_) return;

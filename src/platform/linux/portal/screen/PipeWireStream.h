@@ -61,6 +61,9 @@ class PipeWireStream {
   /// Takes what has come, and waits for something so long at most.
   void iterate(std::chrono::milliseconds time);
 
+  /// Has the other side begin once more.
+  void beginAnew();
+
   State state() const { return state_; }
   Clock::time_point since() const { return since_; }  ///< when the state became what it is
 

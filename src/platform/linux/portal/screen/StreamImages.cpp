@@ -21,6 +21,10 @@ constexpr std::ptrdiff_t bytesPerPixel = 4;
 /// Desktops that are asked for nothing but a stream begin it in a tenth of that.
 constexpr auto longestFirst = 5s;
 
+/// A picture that is sent before this side of the stream has begun is lost, and on a still screen
+/// no other one follows.
+constexpr auto longestSilence = 500ms;
+
 /// A stream halts while its pictures become others, and for good when the person stops it.
 constexpr auto longestHalt = 2s;
 
@@ -58,10 +62,15 @@ std::optional<PlatformError> StreamImages::open() {
 /// Waits for it.
 std::optional<PlatformError> StreamImages::firstPicture() {
   const auto deadline = Time::clock::now() + longestFirst;
+  auto isDue = Time::clock::now() + longestSilence;
   while (!hasPicture()) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Time::clock::now());
-    if (left <= 0ms) return stream::unlessNoDescriptor(streamError::noPicture);
-    stream_->iterate(left);
+    const auto now = Time::clock::now();
+    if (now >= deadline) return stream::unlessNoDescriptor(streamError::noPicture);
+    if (now >= isDue) {
+      stream_->beginAnew();
+      isDue = now + longestSilence;
+    }
+    stream_->iterate(std::chrono::ceil<std::chrono::milliseconds>(std::min(isDue, deadline) - now));
     if (auto error = end()) return error;
   }
   const auto size = layout_.size;
