@@ -146,6 +146,11 @@ void PictureNode::send(const Pixels& pixels, const Damage& damage) {
   if (!waitUntil(isSent)) throw std::runtime_error("no buffer has come back");
 }
 
+void PictureNode::halt() {
+  const Lock lock(loop_.get());
+  pw_stream_set_active(stream_.get(), false);
+}
+
 void PictureNode::become(Kind kind) {
   const Lock lock(loop_.get());
   kind_ = kind;

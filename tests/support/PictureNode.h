@@ -38,6 +38,9 @@ class PictureNode {
   /// Sends a picture. Nothing is told of what has changed where `damage` is empty.
   void send(const Pixels& pixels, const Damage& damage = {});
 
+  /// Sends nothing any more, and stays.
+  void halt();
+
   /// Its pictures are of another kind from then on.
   void become(Kind kind);
 

@@ -108,6 +108,8 @@ pw_stream_events PipeWireStream::streamEvents() {
   return events;
 }
 
+int PipeWireStream::descriptor() const { return pw_loop_get_fd(loop_.get()); }
+
 void PipeWireStream::iterate(std::chrono::milliseconds time) {
   pw_loop_iterate(loop_.get(), static_cast<int>(time.count()));
 }

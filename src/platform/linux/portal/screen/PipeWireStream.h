@@ -56,7 +56,7 @@ class PipeWireStream {
   explicit operator bool() const { return stream_ != nullptr; }
 
   /// Becomes readable when something was called back, or `iterate` has something else to do.
-  int descriptor() const { return pw_loop_get_fd(loop_.get()); }
+  int descriptor() const;
 
   /// Takes what has come, and waits for something so long at most.
   void iterate(std::chrono::milliseconds time);

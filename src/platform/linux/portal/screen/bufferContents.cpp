@@ -55,7 +55,8 @@ std::optional<RemotePicture> pictureIn(const spa_buffer& buffer, const PictureLa
   const spa_data& data = buffer.datas[0];
   if (data.data == nullptr || data.chunk == nullptr) return std::nullopt;
   const spa_chunk chunk = *data.chunk;
-  const bool isEmpty = chunk.size == 0 || (chunk.flags & SPA_CHUNK_FLAG_CORRUPTED) != 0;
+  const auto flags = static_cast<std::uint32_t>(chunk.flags);
+  const bool isEmpty = chunk.size == 0 || (flags & SPA_CHUNK_FLAG_CORRUPTED) != 0;
   if (isEmpty || chunk.stride < 0) return std::nullopt;
   const auto row = static_cast<std::size_t>(layout.size.width) * bytesPerPixel;
   const auto stride = chunk.stride == 0 ? row : static_cast<std::size_t>(chunk.stride);

@@ -92,6 +92,14 @@ TEST_F(StreamKindTest, EndsWhenItsSizeChanges) {
   EXPECT_EQ(images->waitForEnd(), streamError::displayChanged);
 }
 
+TEST_F(StreamKindTest, EndsWhenItIsHaltedForGood) {
+  auto node = makeNode({size}, noise(1));
+  const auto images = imagesOf(node);
+  ASSERT_EQ(images->open(), std::nullopt);
+  node.halt();
+  EXPECT_EQ(images->waitForEnd(), streamError::stopped);
+}
+
 TEST_F(StreamKindTest, IsRefusedWhereItsColoursCannotBeRead) {
   auto node = makeNode({size, SPA_VIDEO_FORMAT_GRAY8}, noise(1));
   const auto images = imagesOf(node);
