@@ -117,7 +117,7 @@ TEST_F(StreamImagesTest, FollowAPageThatScrolls) {
   ASSERT_EQ(images.open(), std::nullopt);
   auto pixels = noise(monitor);
   for (int i = 0; i < 10; ++i) {
-    std::ranges::rotate(pixels, pixels.begin() + 640 * 13);
+    std::rotate(pixels.begin(), pixels.begin() + 640 * 13, pixels.end());
     window.paint({0, 0, 640, 400}, pixels);
     ASSERT_TRUE(shows(images, pixels)) << i;
   }
