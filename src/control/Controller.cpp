@@ -55,6 +55,10 @@ void Controller::applicationDidFinishLaunching() {
   link_->start();
   Log::info("Vesk Remote started for " + loginName() + ".");
   Log::info("The desktop is " + platform_.desktop->description() + ".");
+  platform_.desktop->events().onLacking = [](std::size_t count) {
+    Log::info("The keyboard's layout lacks " + std::to_string(count) +
+              (count == 1 ? " character" : " characters") + " that the viewer typed.");
+  };
 }
 
 void Controller::wireCapturer() {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -84,6 +86,11 @@ struct ScrollEvent {
 class EventPoster {
  public:
   virtual ~EventPoster() = default;
+
+  /// Told at an end of input of how many of its characters the person's layout has not let be
+  /// typed, where that is known and there were any. Set before the first event; called on any
+  /// thread.
+  std::function<void(std::size_t)> onLacking;
 
   virtual void post(const MouseEvent& event) = 0;
   virtual void post(const KeyboardEvent& event) = 0;

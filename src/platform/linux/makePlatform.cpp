@@ -13,6 +13,10 @@
 #include "platform/linux/loop/SilentBus.h"
 #include "platform/linux/loop/ThreadQueues.h"
 #include "platform/linux/picture/X264Compression.h"
+#include "platform/linux/portal/PortalDesktop.h"
+#include "platform/linux/portal/overlay/ListedOverlays.h"
+#include "platform/linux/portal/overlay/NoOverlays.h"
+#include "platform/linux/portal/session/Offer.h"
 #include "platform/linux/wayland/WlDesktop.h"
 #include "platform/linux/wayland/alert/WlAlertStage.h"
 #include "platform/linux/wayland/overlay/LayerOverlays.h"
@@ -25,25 +29,77 @@
 namespace vesk {
 namespace {
 
+/// The question, strip and border by a compositor's topmost layer.
+void addLayers(Platform& platform, wayland::beneath::OwnSurfaces& ownSurfaces, InputGate& gate) {
+  platform.alerts = std::make_unique<alert::QtAlerts>(
+      std::make_unique<wayland::alert::WlAlertStage>(ownSurfaces), gate);
+  platform.overlays = std::make_unique<wayland::overlay::LayerOverlays>(ownSurfaces);
+}
+
+/// Qt's part of a program that lives as long as its compositor, of which Qt may not know.
+std::unique_ptr<Application> applicationOf(
+    const std::shared_ptr<wayland::server::Connection>& compositor, const char* plugin) {
+  auto application = std::make_unique<loop::QtApplication>(plugin);
+  application->endWhen(compositor->descriptor(), [compositor] { return !compositor->dispatch(); });
+  return application;
+}
+
+/// Its own windows on Wayland are never above all others; what Qt paints is shown by our surfaces.
+constexpr const char* paintOnly = "offscreen";
+
 void addWaylandDesktop(Platform& platform,
                        const std::shared_ptr<wayland::server::Connection>& compositor) {
   auto desktop = std::make_unique<wayland::WlDesktop>(*platform.clock);
-  // Its own windows on Wayland are never above all others; what Qt paints is shown by our surfaces.
-  auto application = std::make_unique<loop::QtApplication>("offscreen");
-  // Qt, which does not know of it, would go on without.
-  application->endWhen(compositor->descriptor(), [compositor] { return !compositor->dispatch(); });
-  platform.application = std::move(application);
-  platform.alerts = std::make_unique<alert::QtAlerts>(
-      std::make_unique<wayland::alert::WlAlertStage>(desktop->ownSurfaces()), desktop->inputGate());
-  platform.overlays = std::make_unique<wayland::overlay::LayerOverlays>(desktop->ownSurfaces());
+  platform.application = applicationOf(compositor, paintOnly);
+  addLayers(platform, desktop->ownSurfaces(), desktop->inputGate());
   platform.desktop = std::move(desktop);
+}
+
+/// The same as windows of an X server.
+void addWindows(Platform& platform, x11::beneath::OwnWindows& ownWindows, InputGate& gate) {
+  platform.alerts = std::make_unique<alert::QtAlerts>(
+      std::make_unique<x11::alert::XAlertStage>(ownWindows), gate);
+  platform.overlays = std::make_unique<x11::overlay::XOverlays>(ownWindows);
+}
+
+/// A compositor whose own shell this is lets clicks through windows of its X server that take none,
+/// and keeps those above all others that manage themselves.
+bool letsClicksThrough(const wayland::server::Connection& compositor) {
+  return compositor.offers("gtk_shell1", 1);
+}
+
+/// The question, strip and border are shown by the compositor's topmost layer where it has one, and
+/// by its X server otherwise. Whether there is one of the two, and a portal.
+bool addPortalDesktop(Platform& platform,
+                      const std::shared_ptr<wayland::server::Connection>& compositor) {
+  if (!*compositor) return false;
+  const bool hasLayers = compositor->offers("zwlr_layer_shell_v1", 1);
+  if (!hasLayers && !x11::server::Connection()) return false;
+  const auto offer = portal::session::askForOffer();
+  if (!offer || !offer->servesDesktop()) return false;
+  const bool hasOverlays = hasLayers || letsClicksThrough(*compositor);
+  auto desktop = std::make_unique<portal::PortalDesktop>(*platform.clock, hasOverlays);
+  platform.application = applicationOf(compositor, hasLayers ? paintOnly : "xcb");
+  if (hasLayers) {
+    addLayers(platform, desktop->ownSurfaces(), desktop->inputGate());
+  } else {
+    addWindows(platform, desktop->ownWindows(), desktop->inputGate());
+    if (hasOverlays) {
+      platform.overlays = std::make_unique<portal::overlay::ListedOverlays>(
+          std::move(platform.overlays), desktop->displays(), desktop->ownSurfaces());
+    } else {
+      platform.overlays = std::make_unique<portal::overlay::NoOverlays>();
+    }
+  }
+  platform.desktop = std::move(desktop);
+  return true;
 }
 
 /// One line for a person who has no display that can be reached.
 std::string advice(const wayland::server::Connection& compositor) {
   if (compositor) {
-    return "no display: this Wayland compositor offers programs neither its screen nor its input; "
-           "use a session on sway or another of the wlroots kind, or on X.";
+    return "no display: this Wayland compositor offers programs neither its screen nor its input, "
+           "and no portal shares them; install the desktop's portal, or use a session on X.";
   }
   const char* const name = std::getenv("WAYLAND_DISPLAY");
   const char* const display = std::getenv("DISPLAY");
@@ -61,9 +117,7 @@ void addXDesktop(Platform& platform, const wayland::server::Connection& composit
   auto desktop = std::make_unique<x11::XDesktop>(*platform.clock);
   if (!*desktop) throw NoDesktop(advice(compositor));
   platform.application = std::make_unique<loop::QtApplication>("xcb");
-  platform.alerts = std::make_unique<alert::QtAlerts>(
-      std::make_unique<x11::alert::XAlertStage>(desktop->ownWindows()), desktop->inputGate());
-  platform.overlays = std::make_unique<x11::overlay::XOverlays>(desktop->ownWindows());
+  addWindows(platform, desktop->ownWindows(), desktop->inputGate());
   platform.desktop = std::move(desktop);
 }
 
@@ -82,7 +136,7 @@ Platform makePlatform() {
   const auto compositor = std::make_shared<wayland::server::Connection>();
   if (wayland::server::offersDesktop(*compositor)) {
     addWaylandDesktop(platform, compositor);
-  } else {
+  } else if (!addPortalDesktop(platform, compositor)) {
     addXDesktop(platform, *compositor);
   }
   platform.queues = std::make_unique<loop::ThreadQueues>();

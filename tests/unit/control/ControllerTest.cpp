@@ -51,6 +51,17 @@ TEST_F(ControllerTest, StartsWithoutAnAgent) {
             (Lines{"Vesk Remote started for " + loginName() + ".", "The desktop is a fake."}));
 }
 
+TEST_F(ControllerTest, TellsHowManyCharactersTheLayoutHasLackedAndNotWhich) {
+  launch();
+  events_.onLacking(1);
+  events_.onLacking(3);
+  const auto lines = log_.messages();
+  ASSERT_GE(lines.size(), 2U);
+  EXPECT_EQ(Lines(lines.end() - 2, lines.end()),
+            (Lines{"The keyboard's layout lacks 1 character that the viewer typed.",
+                   "The keyboard's layout lacks 3 characters that the viewer typed."}));
+}
+
 TEST_F(ControllerTest, GreetsAnewAtEveryConnection) {
   permissions_.screenRecording = false;
   Message hello = connect();

@@ -37,10 +37,6 @@ class PortalEventPoster final : public EventPoster {
   PortalEventPoster(const PortalEventPoster&) = delete;
   PortalEventPoster& operator=(const PortalEventPoster&) = delete;
 
-  /// Told at the end of input of how many characters the person's layout has lacked, if any. Set
-  /// before the gate is used; calls nothing of this object's.
-  std::function<void(std::size_t)> onLacking;
-
   void post(const MouseEvent& event) override;
   void post(const KeyboardEvent& event) override;
   void post(const ScrollEvent& event) override;

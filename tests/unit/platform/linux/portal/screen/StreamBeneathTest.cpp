@@ -7,6 +7,7 @@
 #include "support/CastImages.h"
 #include "support/Mutter.h"
 #include "support/MutterCast.h"
+#include "support/MutterHand.h"
 #include "support/Patience.h"
 #include "support/WlWindow.h"
 
@@ -72,6 +73,7 @@ class StreamBeneathTest : public ::testing::Test {
 
 TEST_F(StreamBeneathTest, ShowsWhatLiesBeneathOwnSurfaces) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   {
     const OwnSurfaces::Change change(list);
     listStrip();
@@ -86,6 +88,7 @@ TEST_F(StreamBeneathTest, ShowsWhatLiesBeneathOwnSurfaces) {
 
 TEST_F(StreamBeneathTest, HoldsBackWhileOwnSurfacesChange) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   paint(window, /*withStrip=*/false);
   ASSERT_TRUE(window.waitUntilShown());
   MutterCast cast(mutter);

@@ -12,6 +12,7 @@
 #include "support/Mutter.h"
 #include "support/MutterCast.h"
 #include "support/MutterHand.h"
+#include "support/MutterHand.h"
 #include "support/Patience.h"
 #include "support/WlWindow.h"
 #include "support/XServer.h"
@@ -50,6 +51,7 @@ class StreamImagesTest : public ::testing::Test {
 
 TEST_F(StreamImagesTest, AreOfEveryPixelAsItWasPainted) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   const auto pixels = noise(window.size());
   window.paint({0, 0, 640, 400}, pixels);
   MutterCast cast(mutter);
@@ -61,6 +63,7 @@ TEST_F(StreamImagesTest, AreOfEveryPixelAsItWasPainted) {
 
 TEST_F(StreamImagesTest, AreNoneOfAStillScreen) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   MutterCast cast(mutter);
   CastImages images(cast, monitor);
   ASSERT_EQ(images.open(), std::nullopt);
@@ -72,6 +75,7 @@ TEST_F(StreamImagesTest, AreNoneOfAStillScreen) {
 
 TEST_F(StreamImagesTest, TellExactlyWhatHasChanged) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   MutterCast cast(mutter);
   CastImages images(cast, monitor);
   ASSERT_EQ(images.open(), std::nullopt);
@@ -94,6 +98,7 @@ TEST_F(StreamImagesTest, TellExactlyWhatHasChanged) {
 
 TEST_F(StreamImagesTest, LoseNoChangeHoweverManyThereAre) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   MutterCast cast(mutter);
   CastImages images(cast, monitor);
   ASSERT_EQ(images.open(), std::nullopt);
@@ -112,6 +117,7 @@ TEST_F(StreamImagesTest, LoseNoChangeHoweverManyThereAre) {
 
 TEST_F(StreamImagesTest, FollowAPageThatScrolls) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   MutterCast cast(mutter);
   CastImages images(cast, monitor);
   ASSERT_EQ(images.open(), std::nullopt);
@@ -125,6 +131,7 @@ TEST_F(StreamImagesTest, FollowAPageThatScrolls) {
 
 TEST_F(StreamImagesTest, AreMadeInTheSizeThatIsWished) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   window.fill(0, 0, 320, 400, 0xffffff);
   window.fill(320, 0, 320, 400, 0);
   MutterCast cast(mutter);
@@ -138,6 +145,7 @@ TEST_F(StreamImagesTest, AreMadeInTheSizeThatIsWished) {
 /// The desktop has a few buffers. Where none comes back, neither does what would bring it back.
 TEST_F(StreamImagesTest, GoOnAfterNobodyHasLookedForLong) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   MutterCast cast(mutter);
   CastImages images(cast, monitor, {false, 240, nullptr});
   ASSERT_EQ(images.open(), std::nullopt);

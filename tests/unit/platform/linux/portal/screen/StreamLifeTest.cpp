@@ -15,6 +15,7 @@
 #include "platform/linux/stream/ThreadedStream.h"
 #include "support/Mutter.h"
 #include "support/MutterCast.h"
+#include "support/MutterHand.h"
 #include "support/Patience.h"
 #include "support/ReceivedSamples.h"
 #include "support/Scarcity.h"
@@ -77,6 +78,7 @@ int sleeps(const std::filesystem::path& thread) {
 
 TEST_F(StreamLifeTest, ShowsWhatIsDrawnAndSaysOnceThatNothingIs) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   const auto stream = makeStream();
   ASSERT_EQ(start(*stream), std::nullopt);
   ASSERT_TRUE(received.waitUntil([](auto& r) { return r.images() > 0 && r.idle() > 0; }));
@@ -93,6 +95,7 @@ TEST_F(StreamLifeTest, ShowsWhatIsDrawnAndSaysOnceThatNothingIs) {
 
 TEST_F(StreamLifeTest, SendsNoMoreImagesThanItWasAskedForHoweverMuchIsDrawn) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   const auto stream = makeStream(/*framesPerSecond=*/5);
   ASSERT_EQ(start(*stream), std::nullopt);
   ASSERT_TRUE(received.waitUntil([](auto& r) { return r.images() > 0; }));
@@ -108,6 +111,7 @@ TEST_F(StreamLifeTest, SendsNoMoreImagesThanItWasAskedForHoweverMuchIsDrawn) {
 /// Neither the stream's own thread nor the library's.
 TEST_F(StreamLifeTest, DoesNothingAtAllWhileTheScreenIsStill) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   const auto threads = [] {
     std::vector<std::filesystem::path> all;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task"))
@@ -146,6 +150,7 @@ TEST_F(StreamLifeTest, EndsWhenThePersonStopsSharingAndSaysSo) {
 
 TEST_F(StreamLifeTest, StopsAtAnyMoment) {
   WlWindow window;
+  ASSERT_TRUE(testing::MutterHand(mutter).awaitFullSize(window));
   for (int i = 0; i < 20; ++i) {
     const auto stream = makeStream();
     ASSERT_EQ(start(*stream), std::nullopt) << i;

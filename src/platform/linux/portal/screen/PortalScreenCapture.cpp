@@ -1,0 +1,35 @@
+#include "platform/linux/portal/screen/PortalScreenCapture.h"
+
+#include <unistd.h>
+
+#include <cmath>
+#include <utility>
+
+#include "platform/linux/portal/screen/PortalStream.h"
+#include "platform/linux/portal/screen/streamErrors.h"
+#include "platform/linux/stream/leavesOutThisProgram.h"
+#include "platform/linux/wayland/server/OutputList.h"
+
+namespace vesk::portal::screen {
+
+void PortalScreenCapture::shareableContent(Content completion) {
+  wayland::server::Connection connection;
+  if (!connection) return completion(std::nullopt, streamError::compositorGone);
+  ShareableContent content;
+  for (const auto& output : wayland::server::OutputList(connection).current()) {
+    content.displays.push_back(
+        {output.id, std::llround(output.area.width), std::llround(output.area.height)});
+  }
+  content.applications.push_back({::getpid()});
+  completion(std::move(content), std::nullopt);
+}
+
+std::unique_ptr<ScreenStream> PortalScreenCapture::makeStream(
+    const ContentFilter& filter, const StreamConfiguration& configuration,
+    std::function<void(PlatformError)> onStopped) {
+  return std::make_unique<PortalStream>(
+      strokes_, filter.display.displayID, configuration,
+      stream::leavesOutThisProgram(filter) ? &ownSurfaces_ : nullptr, std::move(onStopped));
+}
+
+}  // namespace vesk::portal::screen

@@ -1,0 +1,145 @@
+#include "platform/linux/portal/screen/PortalStream.h"
+
+#include <mutex>
+#include <utility>
+
+#include "platform/linux/portal/screen/StreamImages.h"
+#include "platform/linux/portal/screen/streamErrors.h"
+#include "platform/linux/portal/session/PortalSession.h"
+#include "platform/linux/stream/ThreadedStream.h"
+
+namespace vesk::portal::screen {
+
+/// What whoever starts and stops shares with the session's thread and the images'. Either of the
+/// two may end first; it is told of once.
+class PortalStream::Run : public std::enable_shared_from_this<Run> {
+ public:
+  Run(std::shared_ptr<session::StrokeQueue> strokes, DisplayId display,
+      const StreamConfiguration& configuration, const wayland::beneath::OwnSurfaces* leftOut,
+      std::function<void(PlatformError)> onStopped)
+      : strokes_(std::move(strokes)),
+        display_(display),
+        configuration_(configuration),
+        leftOut_(leftOut),
+        onStopped_(std::move(onStopped)) {}
+
+  void connect(Output output, SerialQueue& queue) {
+    output_ = std::move(output);
+    queue_ = &queue;
+  }
+
+  void start(Completion completion) {
+    const auto weak = weak_from_this();
+    const std::lock_guard lock(mutex_);
+    started_ = std::move(completion);
+    session_ = std::make_unique<session::PortalSession>(
+        strokes_, session::SessionWishes{.showsCursor = configuration_.showsCursor},
+        session::PortalSession::Listener{[weak](session::Granted granted) {
+                                           if (const auto run = weak.lock())
+                                             run->show(std::move(granted));
+                                         },
+                                         [weak](const PlatformError& error) {
+                                           if (const auto run = weak.lock()) run->end(error);
+                                         }});
+    session_->start();
+  }
+
+  /// Nothing is told of any more once this has returned, but for the completion.
+  void stop(Completion completion) {
+    std::unique_ptr<ScreenStream> images;
+    std::unique_ptr<session::PortalSession> session;
+    Completion started;
+    {
+      const std::lock_guard lock(mutex_);
+      isOver_ = true;
+      images = std::move(images_);
+      session = std::move(session_);
+      started = std::exchange(started_, nullptr);
+    }
+    if (session != nullptr) session->end();
+    if (started) started(streamError::stopped);
+    if (images == nullptr) {
+      if (completion) completion(std::nullopt);
+      return;
+    }
+    auto& target = *images;
+    target.stopCapture([held = std::shared_ptr<ScreenStream>(std::move(images)),
+                        completion = std::move(completion)](const auto& error) {
+      if (completion) completion(error);
+    });
+  }
+
+ private:
+  /// On the session's thread: the person has agreed.
+  void show(session::Granted granted) {
+    const std::lock_guard lock(mutex_);
+    if (isOver_) return;
+    const auto weak = weak_from_this();
+    const auto ended = [weak](const PlatformError& error) {
+      if (const auto run = weak.lock()) run->end(error);
+    };
+    images_ = std::make_unique<stream::ThreadedStream>(
+        std::make_unique<StreamImages>(std::move(granted.remote), granted.node, display_,
+                                       configuration_, leftOut_),
+        configuration_.framesPerSecond, ended);
+    if (queue_ != nullptr) images_->addOutput(output_, *queue_);
+    images_->startCapture([weak](const std::optional<PlatformError>& error) {
+      const auto run = weak.lock();
+      if (run == nullptr) return;
+      if (error) return run->end(*error);
+      if (const auto started = run->takeStarted()) started(std::nullopt);
+    });
+  }
+
+  Completion takeStarted() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(started_, nullptr);
+  }
+
+  /// Of the session or of the images, on their thread: the other one ends too.
+  void end(const PlatformError& error) {
+    Completion started;
+    {
+      const std::lock_guard lock(mutex_);
+      if (std::exchange(isOver_, true)) return;
+      started = std::exchange(started_, nullptr);
+      if (session_ != nullptr) session_->end();
+    }
+    if (started) return started(error);
+    onStopped_(error);
+  }
+
+  const std::shared_ptr<session::StrokeQueue> strokes_;
+  const DisplayId display_;
+  const StreamConfiguration configuration_;
+  const wayland::beneath::OwnSurfaces* const leftOut_;
+  const std::function<void(PlatformError)> onStopped_;
+  Output output_;
+  SerialQueue* queue_ = nullptr;
+
+  std::mutex mutex_;
+  bool isOver_ = false;
+  Completion started_;
+  std::unique_ptr<session::PortalSession> session_;
+  std::unique_ptr<ScreenStream> images_;
+};
+
+PortalStream::PortalStream(std::shared_ptr<session::StrokeQueue> strokes, DisplayId display,
+                           const StreamConfiguration& configuration,
+                           const wayland::beneath::OwnSurfaces* leftOut,
+                           std::function<void(PlatformError)> onStopped)
+    : run_(std::make_shared<Run>(std::move(strokes), display, configuration, leftOut,
+                                 std::move(onStopped))) {}
+
+PortalStream::~PortalStream() { run_->stop(nullptr); }
+
+std::optional<PlatformError> PortalStream::addOutput(Output output, SerialQueue& queue) {
+  run_->connect(std::move(output), queue);
+  return std::nullopt;
+}
+
+void PortalStream::startCapture(Completion completion) { run_->start(std::move(completion)); }
+
+void PortalStream::stopCapture(Completion completion) { run_->stop(std::move(completion)); }
+
+}  // namespace vesk::portal::screen

@@ -1,0 +1,182 @@
+#include "platform/linux/portal/screen/PortalStream.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <future>
+
+#include "platform/linux/loop/ThreadQueue.h"
+#include "platform/linux/portal/screen/PortalScreenCapture.h"
+#include "platform/linux/portal/screen/streamErrors.h"
+#include "platform/linux/portal/session/sessionErrors.h"
+#include "platform/linux/wayland/server/WlDisplays.h"
+#include "support/ReceivedSamples.h"
+#include "unit/platform/linux/portal/session/AskedDesktop.h"
+
+namespace vesk::portal::screen {
+namespace {
+
+class PortalStreamTest : public ::testing::Test, protected session::AskedDesktop {
+ protected:
+  PortalStreamTest() {
+    StreamConfiguration configuration;
+    configuration.width = 1920;
+    configuration.height = 1080;
+    configuration.framesPerSecond = 60;
+    configuration.showsCursor = true;
+    const ContentFilter filter{{wayland::server::WlDisplays().mainDisplay(), 1920, 1080}, {}};
+    stream = capture.makeStream(filter, configuration,
+                                [this](const PlatformError& error) { received.fail(error); });
+    stream->addOutput([this](const auto& sample, auto) { received.add(sample); }, queue);
+  }
+
+  /// Begins, up to the desktop's question.
+  void begin() {
+    hand.moveTo(atItsEdge);
+    window->waitFor([](const auto& seen) { return seen.hasPointer; });
+    stream->startCapture([this](const auto& error) {
+      outcomes.add(error ? error->localizedDescription : std::string("started"));
+    });
+    ASSERT_TRUE(isAsked());
+  }
+
+  /// What the start has come to.
+  std::string outcome() {
+    outcomes.await();
+    return outcomes.all().front();
+  }
+
+  bool stopsInTime() {
+    auto stopped = std::make_shared<std::promise<void>>();
+    stream->stopCapture([stopped](const auto&) { stopped->set_value(); });
+    return stopped->get_future().wait_for(std::chrono::milliseconds(testing::patience())) ==
+           std::future_status::ready;
+  }
+
+  class Outcomes {
+   public:
+    void add(std::string outcome) {
+      const std::lock_guard lock(mutex_);
+      all_.push_back(std::move(outcome));
+      changed_.notify_all();
+    }
+    void await() {
+      std::unique_lock lock(mutex_);
+      changed_.wait_for(lock, std::chrono::milliseconds(testing::patience()),
+                        [&] { return !all_.empty(); });
+      if (all_.empty()) all_.emplace_back("nothing");
+    }
+    std::vector<std::string> all() {
+      const std::lock_guard lock(mutex_);
+      return all_;
+    }
+
+   private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<std::string> all_;
+  };
+
+  wayland::beneath::OwnSurfaces own;
+  PortalScreenCapture capture{strokes, own};
+  testing::ReceivedSamples received;
+  Outcomes outcomes;
+  loop::ThreadQueue queue{"test.samples"};
+  std::unique_ptr<ScreenStream> stream;
+};
+
+TEST_F(PortalStreamTest, OffersTheOutputsAndThisProgram) {
+  std::optional<ShareableContent> content;
+  capture.shareableContent([&](auto offered, const auto& error) {
+    content = std::move(offered);
+    EXPECT_EQ(error, std::nullopt);
+  });
+  ASSERT_TRUE(content);
+  ASSERT_EQ(content->displays.size(), 1U);
+  EXPECT_EQ(content->displays[0].displayID, wayland::server::WlDisplays().mainDisplay());
+  EXPECT_EQ(content->displays[0].width, 1920);
+  EXPECT_EQ(content->displays[0].height, 1080);
+  ASSERT_EQ(content->applications.size(), 1U);
+  EXPECT_EQ(content->applications[0].processID, ::getpid());
+}
+
+TEST_F(PortalStreamTest, BringsImagesOnceThePersonAgrees) {
+  begin();
+  EXPECT_TRUE(outcomes.all().empty());
+  approve();
+  EXPECT_EQ(outcome(), "started");
+  EXPECT_TRUE(received.waitUntil([](const auto& all) { return all.images() > 0; }));
+  EXPECT_TRUE(strokes->isOpen());
+  EXPECT_TRUE(stopsInTime());
+  const int images = received.images();
+  EXPECT_TRUE(testing::waitUntil([&] { return !strokes->isOpen(); }));
+  EXPECT_EQ(received.images(), images);
+  EXPECT_EQ(received.errors(), std::vector<std::string>{});
+}
+
+TEST_F(PortalStreamTest, SaysThatThePersonHasRefused) {
+  begin();
+  hand.click({748, 413});
+  EXPECT_EQ(outcome(), session::sessionError::refused.localizedDescription);
+  EXPECT_TRUE(stopsInTime());
+  EXPECT_EQ(outcomes.all().size(), 1U);
+  EXPECT_EQ(received.errors(), std::vector<std::string>{});
+}
+
+TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsStopped) {
+  begin();
+  EXPECT_TRUE(stopsInTime());
+  EXPECT_EQ(outcome(), streamError::stopped.localizedDescription);
+  EXPECT_TRUE(isAskedNoMore());
+  EXPECT_EQ(received.images(), 0);
+}
+
+TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsDestroyed) {
+  begin();
+  stream.reset();
+  EXPECT_TRUE(isAskedNoMore());
+}
+
+TEST_F(PortalStreamTest, EndsOnceWhenTheDesktopEndsIt) {
+  begin();
+  approve();
+  ASSERT_EQ(outcome(), "started");
+  desktop.killPipeWire();
+  EXPECT_TRUE(received.waitUntil([](const auto& all) { return !all.errors().empty(); }));
+  EXPECT_TRUE(stopsInTime());
+  EXPECT_EQ(received.errors().size(), 1U);
+  EXPECT_EQ(outcomes.all().size(), 1U);
+}
+
+TEST_F(PortalStreamTest, EndsOnceWhenTheCompositorIsGone) {
+  begin();
+  approve();
+  ASSERT_EQ(outcome(), "started");
+  desktop.killCompositor();
+  EXPECT_TRUE(received.waitUntil([](const auto& all) { return !all.errors().empty(); }));
+  stream.reset();
+  EXPECT_EQ(received.errors().size(), 1U);
+}
+
+TEST_F(PortalStreamTest, MayBeDestroyedAsItEnds) {
+  std::promise<void> destroyed;
+  StreamConfiguration configuration;
+  configuration.width = 1920;
+  configuration.height = 1080;
+  configuration.framesPerSecond = 60;
+  stream = capture.makeStream({}, configuration, [&](const auto&) {
+    stream.reset();
+    destroyed.set_value();
+  });
+  stream->addOutput([this](const auto& sample, auto) { received.add(sample); }, queue);
+  begin();
+  approve();
+  ASSERT_EQ(outcome(), "started");
+  desktop.killPipeWire();
+  EXPECT_EQ(destroyed.get_future().wait_for(std::chrono::milliseconds(testing::patience())),
+            std::future_status::ready);
+}
+
+}  // namespace
+}  // namespace vesk::portal::screen
