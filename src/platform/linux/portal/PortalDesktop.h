@@ -21,7 +21,10 @@ class PortalDesktop final : public Desktop {
   /// The clock outlives the desktop. `hasOverlays` tells whether this program can show its own sign
   /// that somebody watches.
   PortalDesktop(const Clock& clock, bool hasOverlays)
-      : hasOverlays_(hasOverlays), inputGate_(clock) {}
+      : hasOverlays_(hasOverlays), inputGate_(clock) {
+    // What ends before the person has answered needs no answer any more.
+    events_.onEnd = [this] { screenCapture_.withdrawQuestion(); };
+  }
 
   std::string description() const override {
     const std::string desktop = "a Wayland desktop that shares its screen by a portal";

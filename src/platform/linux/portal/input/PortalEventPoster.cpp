@@ -37,10 +37,13 @@ PortalEventPoster::PortalEventPoster(InputGate& gate, std::shared_ptr<session::S
     letGo();
   };
   gate_.onEnded = [this] {
-    const std::lock_guard lock(mutex_);
-    letGo();
-    seat_.reset();
-    if (const auto count = typer_.takeLacking(); count > 0 && onLacking) onLacking(count);
+    {
+      const std::lock_guard lock(mutex_);
+      letGo();
+      seat_.reset();
+      if (const auto count = typer_.takeLacking(); count > 0 && onLacking) onLacking(count);
+    }
+    if (onEnd) onEnd();
   };
 }
 

@@ -37,6 +37,10 @@ class PortalEventPoster final : public EventPoster {
   PortalEventPoster(const PortalEventPoster&) = delete;
   PortalEventPoster& operator=(const PortalEventPoster&) = delete;
 
+  /// Told when input has ended, and the session that it was for or was to be for. Set before the
+  /// gate is used.
+  std::function<void()> onEnd;
+
   void post(const MouseEvent& event) override;
   void post(const KeyboardEvent& event) override;
   void post(const ScrollEvent& event) override;

@@ -27,9 +27,21 @@ void PortalScreenCapture::shareableContent(Content completion) {
 std::unique_ptr<ScreenStream> PortalScreenCapture::makeStream(
     const ContentFilter& filter, const StreamConfiguration& configuration,
     std::function<void(PlatformError)> onStopped) {
-  return std::make_unique<PortalStream>(
+  auto made = std::make_unique<PortalStream>(
       strokes_, filter.display.displayID, configuration,
       stream::leavesOutThisProgram(filter) ? &ownSurfaces_ : nullptr, std::move(onStopped));
+  const std::lock_guard lock(mutex_);
+  withdrawal_ = made->withdrawal();
+  return made;
+}
+
+void PortalScreenCapture::withdrawQuestion() {
+  std::function<void()> withdrawal;
+  {
+    const std::lock_guard lock(mutex_);
+    withdrawal = withdrawal_;
+  }
+  if (withdrawal) withdrawal();
 }
 
 }  // namespace vesk::portal::screen

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <mutex>
+#include <utility>
 
 #include "platform/ScreenCapture.h"
 #include "platform/linux/portal/session/StrokeQueue.h"
@@ -23,9 +26,14 @@ class PortalScreenCapture final : public ScreenCapture {
                                            const StreamConfiguration& configuration,
                                            std::function<void(PlatformError)> onStopped) override;
 
+  /// Takes back the question of the stream that was made last, if that stands open.
+  void withdrawQuestion();
+
  private:
   const std::shared_ptr<session::StrokeQueue> strokes_;
   const wayland::beneath::OwnSurfaces& ownSurfaces_;
+  std::mutex mutex_;
+  std::function<void()> withdrawal_;  ///< of the stream that was made last
 };
 
 }  // namespace vesk::portal::screen

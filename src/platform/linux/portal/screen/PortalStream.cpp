@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "platform/linux/portal/screen/StreamImages.h"
-#include "platform/linux/portal/screen/streamErrors.h"
 #include "platform/linux/portal/session/PortalSession.h"
+#include "platform/linux/portal/session/sessionErrors.h"
 #include "platform/linux/stream/ThreadedStream.h"
 
 namespace vesk::portal::screen {
@@ -44,6 +44,14 @@ class PortalStream::Run : public std::enable_shared_from_this<Run> {
     session_->start();
   }
 
+  void withdraw() {
+    {
+      const std::lock_guard lock(mutex_);
+      if (session_ == nullptr || images_ != nullptr) return;
+    }
+    end(session::sessionError::withdrawn);
+  }
+
   /// Nothing is told of any more once this has returned, but for the completion.
   void stop(Completion completion) {
     std::unique_ptr<ScreenStream> images;
@@ -57,7 +65,7 @@ class PortalStream::Run : public std::enable_shared_from_this<Run> {
       started = std::exchange(started_, nullptr);
     }
     if (session != nullptr) session->end();
-    if (started) started(streamError::stopped);
+    if (started) started(session::sessionError::withdrawn);
     if (images == nullptr) {
       if (completion) completion(std::nullopt);
       return;
@@ -132,6 +140,12 @@ PortalStream::PortalStream(std::shared_ptr<session::StrokeQueue> strokes, Displa
                                  std::move(onStopped))) {}
 
 PortalStream::~PortalStream() { run_->stop(nullptr); }
+
+std::function<void()> PortalStream::withdrawal() const {
+  return [weak = std::weak_ptr(run_)] {
+    if (const auto run = weak.lock()) run->withdraw();
+  };
+}
 
 std::optional<PlatformError> PortalStream::addOutput(Output output, SerialQueue& queue) {
   run_->connect(std::move(output), queue);

@@ -25,6 +25,10 @@ class PortalStream final : public ScreenStream {
   PortalStream(const PortalStream&) = delete;
   PortalStream& operator=(const PortalStream&) = delete;
 
+  /// Takes back the desktop's question, if that stands open: the start fails. To be called on any
+  /// thread, also after the stream is gone.
+  std::function<void()> withdrawal() const;
+
   std::optional<PlatformError> addOutput(Output output, SerialQueue& queue) override;
   void startCapture(Completion completion) override;
   void stopCapture(Completion completion) override;

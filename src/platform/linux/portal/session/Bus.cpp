@@ -12,15 +12,15 @@ namespace {
 /// Qt waits for half a minute for a bus that takes a connection and says nothing.
 constexpr std::chrono::milliseconds greetingPatience(500);
 
+/// Where a session has its bus that names none: Qt would have one started where there is none yet.
+QString usualAddress() { return "unix:path=" + qEnvironmentVariable("XDG_RUNTIME_DIR") + "/bus"; }
+
 QDBusConnection connection() {
   static std::atomic<int> count = 0;
-  const QString ownName = QString("vesk-portal-%1").arg(++count);
-  const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-  const QString usual = "unix:runtime=yes";
-  if (loop::isSilentBus((address.isEmpty() ? usual : address).toStdString(), greetingPatience))
-    return QDBusConnection(QString());
-  return address.isEmpty() ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, ownName)
-                           : QDBusConnection::connectToBus(address, ownName);
+  const QString named = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+  const QString address = named.isEmpty() ? usualAddress() : named;
+  if (loop::isSilentBus(address.toStdString(), greetingPatience)) return QDBusConnection(QString());
+  return QDBusConnection::connectToBus(address, QString("vesk-portal-%1").arg(++count));
 }
 
 int inMilliseconds(std::chrono::milliseconds time) { return static_cast<int>(time.count()); }

@@ -2,8 +2,10 @@
 
 #include <QDBusConnection>
 #include <QDBusReply>
+#include <algorithm>
 #include <future>
 #include <memory>
+#include <thread>
 
 #include "platform/linux/portal/session/Bus.h"
 #include "platform/linux/portal/session/startThread.h"
@@ -23,12 +25,25 @@ QVariantMap propertiesOf(const Bus& bus, const char* interface, Clock::time_poin
   return reply.isValid() ? reply.value() : QVariantMap();
 }
 
-std::optional<Offer> ask(Clock::time_point deadline) {
-  const Bus bus;
-  if (!bus) return std::nullopt;
+std::optional<Offer> offerOn(const Bus& bus, Clock::time_point deadline) {
   const auto remoteDesktop = propertiesOf(bus, name::remoteDesktop, deadline);
   if (remoteDesktop.isEmpty()) return std::nullopt;
   return offerOf(remoteDesktop, propertiesOf(bus, name::screenCast, deadline));
+}
+
+/// A portal that has only begun may not know of the desktop's devices yet.
+std::optional<Offer> ask(Clock::time_point deadline) {
+  constexpr std::chrono::seconds devicesPatience(3);
+  constexpr std::chrono::milliseconds pause(200);
+  const Bus bus;
+  if (!bus) return std::nullopt;
+  const auto last = std::min(deadline, Clock::now() + devicesPatience);
+  auto offer = offerOn(bus, deadline);
+  while (offer && offer->devices == 0 && Clock::now() + pause < last) {
+    std::this_thread::sleep_for(pause);
+    offer = offerOn(bus, deadline);
+  }
+  return offer;
 }
 
 }  // namespace

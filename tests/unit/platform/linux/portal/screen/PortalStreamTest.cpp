@@ -8,7 +8,6 @@
 
 #include "platform/linux/loop/ThreadQueue.h"
 #include "platform/linux/portal/screen/PortalScreenCapture.h"
-#include "platform/linux/portal/screen/streamErrors.h"
 #include "platform/linux/portal/session/sessionErrors.h"
 #include "platform/linux/wayland/server/WlDisplays.h"
 #include "support/ReceivedSamples.h"
@@ -127,9 +126,30 @@ TEST_F(PortalStreamTest, SaysThatThePersonHasRefused) {
 TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsStopped) {
   begin();
   EXPECT_TRUE(stopsInTime());
-  EXPECT_EQ(outcome(), streamError::stopped.localizedDescription);
+  EXPECT_EQ(outcome(), session::sessionError::withdrawn.localizedDescription);
   EXPECT_TRUE(isAskedNoMore());
   EXPECT_EQ(received.images(), 0);
+}
+
+TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsWithdrawn) {
+  begin();
+  capture.withdrawQuestion();
+  EXPECT_EQ(outcome(), session::sessionError::withdrawn.localizedDescription);
+  EXPECT_TRUE(isAskedNoMore());
+  EXPECT_EQ(received.errors(), std::vector<std::string>{});
+}
+
+TEST_F(PortalStreamTest, IsNotEndedByAWithdrawalOnceThePersonHasAgreed) {
+  begin();
+  approve();
+  ASSERT_EQ(outcome(), "started");
+  capture.withdrawQuestion();
+  const int images = received.images();
+  window->fill(0, 0, 200, 200, 0xffffff);
+  EXPECT_TRUE(received.waitUntil([&](const auto& all) { return all.images() > images; }));
+  EXPECT_EQ(received.errors(), std::vector<std::string>{});
+  stream.reset();
+  capture.withdrawQuestion();
 }
 
 TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsDestroyed) {
