@@ -7,7 +7,6 @@
 namespace vesk::portal::overlay {
 namespace {
 
-using wayland::beneath::OwnSurface;
 using wayland::beneath::OwnSurfaces;
 using wayland::beneath::PixelRect;
 

@@ -6,12 +6,12 @@
 #include <utility>
 
 #include "platform/linux/picture/Nv12Image.h"
+#include "platform/linux/portal/screen/RemotePicture.h"
 
 namespace vesk::portal::screen {
 namespace {
 
 constexpr std::int32_t edge = picture::macroblockEdge;
-constexpr std::size_t bytesPerPixel = 4;
 
 std::size_t bytesOf(std::int32_t pixels) {
   return static_cast<std::size_t>(pixels) * bytesPerPixel;

@@ -5,16 +5,13 @@
 
 #include <cstring>
 
+#include "platform/linux/portal/screen/RemotePicture.h"
+
 namespace vesk::portal::screen {
 namespace {
 
-constexpr std::size_t bytesPerPixel = 4;
-
 /// Nobody's pointer is larger.
 constexpr std::uint32_t largestEdge = 1024;
-
-/// No screen reaches farther, and sums of such numbers stay small.
-constexpr std::int32_t farthest = 1 << 20;
 
 /// A copy, for the memory may change while it is looked at.
 template <typename Value>

@@ -12,6 +12,12 @@ namespace vesk::portal::screen {
 
 using picture::PixelRect;
 
+inline constexpr std::size_t bytesPerPixel = 4;
+
+/// Nobody's screen reaches as far, in pixels: what a stream claims beyond this is no place, and
+/// sums of places stay numbers.
+inline constexpr std::int32_t farthest = 1 << 20;
+
 /// How a stream's pictures lie in memory: four bytes a pixel, of which the last says nothing.
 struct PictureLayout {
   enum class FirstColour { blue, red };

@@ -16,8 +16,6 @@ using namespace std::chrono_literals;
 using wayland::beneath::OwnSurfaces;
 using State = PipeWireStream::State;
 
-constexpr std::ptrdiff_t bytesPerPixel = 4;
-
 /// Desktops that are asked for nothing but a stream begin it in a tenth of that.
 constexpr auto longestFirst = 5s;
 
@@ -74,7 +72,7 @@ std::optional<PlatformError> StreamImages::firstPicture() {
     if (auto error = end()) return error;
   }
   const auto size = layout_.size;
-  canvas_.resize(static_cast<std::size_t>(size.width * size.height * bytesPerPixel));
+  canvas_.resize(static_cast<std::size_t>(size.width * size.height) * bytesPerPixel);
   painter_ = std::make_unique<picture::ImagePainter>(
       size, PixelSize{configuration_.width, configuration_.height});
   return std::nullopt;
@@ -180,7 +178,7 @@ void StreamImages::restore(const PixelRect& area) {
   const auto copy =
       layout_.first == PictureLayout::FirstColour::blue ? libyuv::ARGBCopy : libyuv::ABGRToARGB;
   const auto to = canvas();
-  copy(kept_->pixels() + part.y * kept_->stride() + part.x * bytesPerPixel,
+  copy(kept_->pixels() + part.y * kept_->stride() + part.x * std::ptrdiff_t{bytesPerPixel},
        static_cast<int>(kept_->stride()), to.at(part.x, part.y), static_cast<int>(to.stride),
        part.width, part.height);
 }
@@ -198,7 +196,7 @@ void StreamImages::paintPointer(std::vector<PixelRect>& changed) {
 
 Pixels StreamImages::canvas() {
   const auto width = static_cast<std::int32_t>(layout_.size.width);
-  return {canvas_.data(), width * bytesPerPixel, width,
+  return {canvas_.data(), width * std::ptrdiff_t{bytesPerPixel}, width,
           static_cast<std::int32_t>(layout_.size.height)};
 }
 

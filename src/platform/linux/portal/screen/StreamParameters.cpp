@@ -22,9 +22,9 @@ constexpr std::array formats{SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRA, SPA_V
 
 constexpr std::int32_t mostDamage = 16;
 
-constexpr std::int32_t pointerSize(int edge) {
+constexpr std::int32_t pointerSize(int side) {
   return static_cast<std::int32_t>(sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap)) +
-         edge * edge * 4;
+         side * side * 4;
 }
 
 std::int32_t sizeOf(std::size_t bytes) { return static_cast<std::int32_t>(bytes); }

@@ -9,11 +9,6 @@
 namespace vesk::portal::screen {
 namespace {
 
-constexpr std::size_t bytesPerPixel = 4;
-
-/// No picture is larger, and sums of such numbers stay small.
-constexpr std::int32_t farthest = 1 << 20;
-
 std::int32_t bounded(std::uint32_t value) {
   return static_cast<std::int32_t>(std::min(value, static_cast<std::uint32_t>(farthest)));
 }

@@ -6,14 +6,10 @@
 #include <atomic>
 #include <utility>
 
+#include "platform/linux/portal/session/patience.h"
+
 namespace vesk::portal::session {
 namespace {
-
-/// A portal that is only being started looks for all its helpers first, eleven seconds at worst.
-constexpr std::chrono::seconds startPatience(20);
-
-/// What ends is not held up by a portal that has stopped.
-constexpr std::chrono::milliseconds withdrawalPatience(200);
 
 QString freshToken() {
   static std::atomic<int> count = 0;
@@ -40,11 +36,12 @@ Request::Request(Bus& bus, const Question& question, Answer answer)
   options["handle_token"] = token;
   const auto message = Bus::call(name::portalPath, question.interface, question.method,
                                  question.arguments + QVariantList{options});
-  bus_.ask(message, startPatience, [alive = QPointer(&context_), this](const QDBusMessage& reply) {
-    if (alive == nullptr || reply.type() == QDBusMessage::ReplyMessage) return;
-    const bool isSilent = reply.errorName() == "org.freedesktop.DBus.Error.NoReply";
-    finish(isSilent ? Outcome::silent : Outcome::failed, {});
-  });
+  bus_.ask(message, patience::start,
+           [alive = QPointer(&context_), this](const QDBusMessage& reply) {
+             if (alive == nullptr || reply.type() == QDBusMessage::ReplyMessage) return;
+             const bool isSilent = reply.errorName() == "org.freedesktop.DBus.Error.NoReply";
+             finish(isSilent ? Outcome::silent : Outcome::failed, {});
+           });
   QTimer::singleShot(question.patience, &context_, [this] {
     withdraw();
     finish(Outcome::unanswered, {});
@@ -56,7 +53,7 @@ Request::~Request() {
 }
 
 void Request::withdraw() {
-  if (bus_) bus_.tell(Bus::call(path_, name::request, "Close", {}), withdrawalPatience);
+  if (bus_) bus_.tell(Bus::call(path_, name::request, "Close", {}), patience::close);
 }
 
 void Request::finish(Outcome outcome, const QVariantMap& results) {

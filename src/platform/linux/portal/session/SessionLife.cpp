@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/linux/portal/session/answers.h"
+#include "platform/linux/portal/session/patience.h"
 #include "platform/linux/portal/session/sessionErrors.h"
 #include "platform/linux/portal/session/strokeCall.h"
 
@@ -15,18 +16,6 @@ namespace vesk::portal::session {
 namespace {
 
 using std::chrono::milliseconds;
-
-/// A portal that is only being started looks for all its helpers first, eleven seconds at worst.
-constexpr std::chrono::seconds startPatience(20);
-
-/// What asks nobody.
-constexpr std::chrono::seconds stepPatience(10);
-
-/// A stroke that is not answered by then will not be.
-constexpr std::chrono::seconds strokePatience(2);
-
-/// What ends is not held up by a portal that has stopped.
-constexpr milliseconds closePatience(200);
 
 constexpr std::uint32_t monitors = 1;
 constexpr std::uint32_t untilRevoked = 2;
@@ -74,7 +63,7 @@ SessionLife::~SessionLife() {
   strokes_.close(strokesOf_);
   request_.reset();
   if (bus_ && !session_.isEmpty())
-    bus_.tell(Bus::call(session_, name::session, "Close", {}), closePatience);
+    bus_.tell(Bus::call(session_, name::session, "Close", {}), patience::close);
 }
 
 void SessionLife::begin() {
@@ -90,11 +79,11 @@ void SessionLife::askForOffer() {
   const auto valuesOf = [](const QDBusMessage& reply) {
     return qdbus_cast<QVariantMap>(reply.arguments().value(0));
   };
-  bus_.ask(properties(name::remoteDesktop), startPatience, [=, this](const QDBusMessage& first) {
+  bus_.ask(properties(name::remoteDesktop), patience::start, [=, this](const QDBusMessage& first) {
     const bool isSilent = first.errorName() == "org.freedesktop.DBus.Error.NoReply";
     if (isSilent) return fail(sessionError::silentPortal);
     bus_.believe(first.service());
-    bus_.ask(properties(name::screenCast), stepPatience, [=, this](const QDBusMessage& second) {
+    bus_.ask(properties(name::screenCast), patience::step, [=, this](const QDBusMessage& second) {
       offer_ = offerOf(valuesOf(first), valuesOf(second));
       if (!offer_.servesDesktop()) return fail(sessionError::noPortal);
       createSession();
@@ -115,7 +104,7 @@ void SessionLife::createSession() {
     session_.clear();
     fail(sessionError::ended);
   });
-  request(name::remoteDesktop, "CreateSession", {{"session_handle_token", token}}, stepPatience,
+  request(name::remoteDesktop, "CreateSession", {{"session_handle_token", token}}, patience::step,
           [this](const QVariantMap& results) {
             session_ = textOf(results["session_handle"]);
             selectDevices();
@@ -129,7 +118,7 @@ void SessionLife::selectDevices() {
     const auto token = wishes_.token.read();
     if (!token.empty()) options["restore_token"] = QString::fromStdString(token);
   }
-  request(name::remoteDesktop, "SelectDevices", options, stepPatience,
+  request(name::remoteDesktop, "SelectDevices", options, patience::step,
           [this](const QVariantMap&) { selectSources(); });
 }
 
@@ -139,7 +128,7 @@ void SessionLife::selectSources() {
   QVariantMap options{{"types", monitors}, {"multiple", false}};
   if (const auto mode = cursorModeOf(offer_.cursorModes, wishes_.showsCursor); mode != 0)
     options["cursor_mode"] = mode;
-  request(name::screenCast, "SelectSources", options, stepPatience,
+  request(name::screenCast, "SelectSources", options, patience::step,
           [this](const QVariantMap&) { start(); });
 }
 
@@ -154,7 +143,7 @@ void SessionLife::start() {
 void SessionLife::openPipeWire(const QVariantMap& results) {
   const QVariantList arguments{QVariant::fromValue(QDBusObjectPath(session_)), QVariantMap()};
   bus_.ask(Bus::call(name::portalPath, name::screenCast, "OpenPipeWireRemote", arguments),
-           stepPatience, [this, results](const QDBusMessage& reply) { grant(reply, results); });
+           patience::step, [this, results](const QDBusMessage& reply) { grant(reply, results); });
 }
 
 void SessionLife::grant(const QDBusMessage& reply, const QVariantMap& results) {
@@ -200,7 +189,7 @@ void SessionLife::send() {
   if (isOver_) return;
   const auto stroke = strokes_.take(strokesOf_);
   if (!stroke) return;
-  bus_.ask(strokeCall(session_, node_, *stroke), strokePatience, [this](const QDBusMessage&) {
+  bus_.ask(strokeCall(session_, node_, *stroke), patience::stroke, [this](const QDBusMessage&) {
     strokes_.answered(strokesOf_);
     send();
   });
@@ -212,13 +201,13 @@ void SessionLife::closeBehindPortal() {
   const QString bus = "org.freedesktop.DBus";
   const auto names =
       bus_.tell(QDBusMessage::createMethodCall(bus, "/org/freedesktop/DBus", bus, "ListNames"),
-                closePatience);
+                patience::close);
   const QString implementation = "org.freedesktop.impl.portal.";
   for (const auto& owner : names.arguments().value(0).toStringList()) {
     if (!owner.startsWith(implementation + "desktop.")) continue;
     const auto close = [&](const QString& path, const char* what) {
       bus_.tell(QDBusMessage::createMethodCall(owner, path, implementation + what, "Close"),
-                closePatience);
+                patience::close);
     };
     if (request_ != nullptr) close(request_->path(), "Request");
     if (!session_.isEmpty()) close(session_, "Session");

@@ -12,7 +12,6 @@
 #include "support/Mutter.h"
 #include "support/MutterCast.h"
 #include "support/MutterHand.h"
-#include "support/MutterHand.h"
 #include "support/Patience.h"
 #include "support/WlWindow.h"
 #include "support/XServer.h"
