@@ -5,6 +5,9 @@
 #include <unistd.h>
 
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDBusVariant>
 #include <array>
 #include <atomic>
 #include <cstdlib>
@@ -24,6 +27,18 @@ constexpr const char* display = "wayland-9";
 void write(const std::filesystem::path& path, const std::string& text) {
   std::filesystem::create_directories(path.parent_path());
   std::ofstream(path) << text;
+}
+
+constexpr const char* dialogs = "org.freedesktop.impl.portal.desktop.gnome";
+
+/// Whether what shows the portal's dialogs has found out what devices there are.
+bool knowsDevices(const QDBusConnection& bus) {
+  auto question = QDBusMessage::createMethodCall(dialogs, "/org/freedesktop/portal/desktop",
+                                                 "org.freedesktop.DBus.Properties", "Get");
+  question.setArguments(
+      {QString("org.freedesktop.impl.portal.RemoteDesktop"), QString("AvailableDeviceTypes")});
+  const QDBusReply<QDBusVariant> answer = bus.call(question, QDBus::Block, patience());
+  return answer.isValid() && answer.value().variant().toUInt() != 0;
 }
 
 /// Whether somebody listens there.
@@ -60,7 +75,10 @@ Mutter::Mutter(MutterOptions options) {
   permissions_ = start({"/usr/libexec/xdg-permission-store"});
   dialogs_ = start({"/usr/libexec/xdg-desktop-portal-gnome"});
   awaitName("org.freedesktop.impl.portal.PermissionStore");
-  awaitName("org.freedesktop.impl.portal.desktop.gnome");
+  awaitName(dialogs);
+  // A portal that comes before takes it to have none, for good.
+  if (!waitUntil([&] { return knowsDevices(connection_); }))
+    throw std::runtime_error("the portal's dialogs know of no devices");
   startPortal();
 }
 

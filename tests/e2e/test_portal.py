@@ -1,0 +1,396 @@
+"""The whole program on a desktop that shares its screen by a portal: sessions, both questions, the viewer's hands, and all their ends."""
+
+import signal
+import subprocess
+
+import gnome
+import harness
+import wayland
+from harness import wait_until
+from sessions import AWAITING, DENIED, STARTING
+
+SHIFT, KEY_A, RETURN, ESCAPE = 42, 30, 28, 1  # the kernel's numbers
+LEFT_BUTTON = 272
+MIDDLE = (640, 400)
+
+REFUSED = "The desktop asked whether to share the screen, and got a no."
+PORTAL_GONE = "The desktop's portal, which shares the screen, has ended."
+BUS_GONE = "The desktop's message bus cannot be reached."
+
+
+def is_reddish(pixel):
+    return pixel[0] > pixel[1] + 60 and pixel[0] > pixel[2] + 60
+
+
+class Session(gnome.Case):
+    def setUp(self):
+        super().setUp()
+        self.empty = self.picture()
+        self.video = self.home / "video.h264"
+        self.durations = self.home / "durations"
+        self.agent = self.start_agent("--record", self.video, "--record-durations", self.durations)
+        self.program = self.start_program()
+        self.greeting = self.agent.next_message()
+
+    def units(self):
+        if not self.durations.exists():
+            return 0
+        return self.durations.read_text(encoding="utf-8").count("\n")
+
+    def ask_portal(self):
+        """Up to the portal's question."""
+        self.agent.send({"op": "start", "viewer": "Anna"})
+        self.assertEqual(self.agent.next_message(), STARTING)
+        self.dialog.wait_for()
+
+    def expect_session(self, may_control=True):
+        """From the portal's question to the video."""
+        self.dialog.allow(may_control)
+        self.assertEqual(self.agent.next_message(), {
+            "op": "started", "width": gnome.WIDTH, "height": gnome.HEIGHT, "accessibility": True})
+        before = self.units()
+        wait_until(lambda: self.units() > before, "the video comes")
+        self.dialog.wait_for_end()
+
+    def run_session(self, may_control=True):
+        self.ask_portal()
+        self.expect_session(may_control)
+
+    def expect_fault(self, beginning, *reasons):
+        fault = self.agent.next_message()
+        self.assertEqual(fault["op"], "fault")
+        self.assertIn(fault["message"], [beginning + reason for reason in reasons])
+        wait_until(lambda: not self.is_bordered(), "the border is gone")
+
+    def expect_none_started(self, *reasons):
+        self.expect_fault("The Mac could not share its screen: ", *reasons)
+
+    def expect_end(self, *reasons):
+        self.expect_fault("The Mac stopped sharing its screen: ", *reasons)
+
+    def is_bordered(self):
+        picture = self.picture()
+        return is_reddish(picture.at(2, 400)) and is_reddish(picture.at(gnome.WIDTH - 3, 400))
+
+    def last_picture(self):
+        """What the viewer sees in the end."""
+        decoded = subprocess.run(
+            ["ffmpeg", "-v", "error", "-i", self.video, "-f", "rawvideo", "-pix_fmt", "rgb24", "-"],
+            capture_output=True, check=True, timeout=harness.PATIENCE)
+        size = gnome.WIDTH * gnome.HEIGHT * 3
+        return wayland.Picture(b"P6 %d %d 255\n" % (gnome.WIDTH, gnome.HEIGHT) + decoded.stdout[-size:])
+
+    def expect_like(self, pixel, wanted, place):
+        for part, other in zip(pixel, wanted):
+            self.assertAlmostEqual(part, other, delta=12,
+                                   msg=f"{pixel} is not like {wanted} at {place}")
+
+
+class Sessions(Session):
+    def test_greets_as_what_it_is(self):
+        self.assertEqual((self.greeting["screenRecording"], self.greeting["accessibility"]),
+                         (True, True))
+        self.wait_for_log("The desktop is a Wayland desktop that shares its screen by a portal.")
+        self.assertFalse(self.dialog.is_there(), "nobody is asked before there is a session")
+
+    def test_the_person_sees_strip_and_border_and_the_viewer_sees_neither(self):
+        self.assertFalse(self.is_bordered())
+        self.run_session()
+        wait_until(self.is_bordered, "the border is in sight")
+        self.assertTrue(is_reddish(self.picture().at(640 - 200, 20)), "the strip")
+        start = self.units()
+        wait_until(lambda: self.units() > start + 30, "it stays for a second")
+        self.agent.send("stop", "disconnect")
+        self.assertEqual(self.agent.next_message()["op"], "hello")
+        wait_until(lambda: not self.is_bordered(), "the border is gone")
+        shown = self.last_picture()
+        for place in (MIDDLE, (2, 400), (1277, 400), (640, 797), (440, 20), (640, 12), (300, 1)):
+            self.expect_like(shown.at(*place), self.empty.at(*place), place)
+
+    def test_the_viewer_sees_what_is_on_the_screen(self):
+        self.run_session()
+        receiver = self.start_receiver()
+        start = self.units()
+        wait_until(lambda: self.units() > start + 15, "the video goes on")
+        receiver.end()
+        wait_until(lambda: self.picture().at(*MIDDLE) == self.empty.at(*MIDDLE), "the window is gone")
+        self.assertEqual(self.seen_greys(), [False, True, False])
+
+    def seen_greys(self):
+        """Whether the middle was grey, as it is with a window there, in the order of the video."""
+        decoded = subprocess.run(
+            ["ffmpeg", "-v", "error", "-i", self.video, "-vf", "scale=128:80:flags=area", "-f",
+             "rawvideo", "-pix_fmt", "rgb24", "-"],
+            capture_output=True, check=True, timeout=harness.PATIENCE).stdout
+        seen = []
+        for picture in range(0, len(decoded), 128 * 80 * 3):
+            middle = picture + (40 * 128 + 64) * 3
+            is_grey = abs(decoded[middle] - decoded[middle + 2]) < 12
+            if seen[-1:] != [is_grey]:
+                seen.append(is_grey)
+        return seen
+
+    def test_refused_at_the_portal_it_is_a_fault_and_the_next_one_works(self):
+        self.ask_portal()
+        self.dialog.refuse()
+        self.expect_none_started(REFUSED)
+        self.dialog.wait_for_end()
+        self.run_session()
+
+    def test_can_be_had_again(self):
+        for _ in range(3):
+            self.run_session()
+            self.agent.send("stop", "disconnect")
+            self.assertEqual(self.agent.next_message()["op"], "hello")
+            wait_until(lambda: not self.is_bordered(), "the border is gone")
+
+    def test_starts_and_stops_leave_nothing_behind(self):
+        def footprint():
+            process = harness.pathlib.Path(f"/proc/{self.program.pid}")
+            return len(list((process / "fd").iterdir())), len(list((process / "task").iterdir()))
+
+        def end():
+            self.agent.send("stop", "disconnect")
+            self.assertEqual(self.agent.next_message()["op"], "hello")
+        self.run_session()
+        end()
+        before = footprint()
+        for _ in range(3):
+            self.run_session()
+            end()
+        wait_until(lambda: footprint() == before, "nothing of the sessions is left")
+        self.assertFalse(self.is_bordered())
+
+
+class Questions(Session):
+    """The program's own one, and then the portal's."""
+
+    def ask(self):
+        self.agent.send({"op": "start", "viewer": "Anna", "consent": True})
+        self.assertEqual(self.agent.next_message(), AWAITING)
+        wait_until(lambda: self.picture().at(*MIDDLE) != self.empty.at(*MIDDLE),
+                   "the alert is on the screen")
+
+    def answer(self, key):
+        """Until the alert has taken it: the first half second does not count."""
+        def answered():
+            self.person.tap(key)
+            return not self.agent.has_no_message()
+        wait_until(answered, "the alert is answered")
+
+    def test_are_put_one_after_the_other(self):
+        self.ask()
+        self.assertFalse(self.dialog.is_there())
+        self.answer(RETURN)
+        self.assertEqual(self.agent.next_message(), STARTING)
+        self.dialog.wait_for()
+        self.expect_session()
+
+    def test_the_portal_asks_nothing_where_the_first_answer_is_no(self):
+        self.ask()
+        self.answer(ESCAPE)
+        self.assertEqual(self.agent.next_message(), DENIED)
+        wait_until(lambda: self.picture().pixels == self.empty.pixels, "the screen is empty")
+        self.agent.send("disconnect")
+        self.assertEqual(self.agent.next_message()["op"], "hello")
+        self.assertFalse(self.dialog.is_there())
+
+    def test_its_end_takes_the_first_question_along(self):
+        self.ask()
+        self.assertEqual(self.program.end(signal.SIGTERM), 0)
+        wait_until(lambda: self.picture().pixels == self.empty.pixels, "the alert is gone")
+
+    def test_a_stop_takes_the_portals_question_away(self):
+        self.ask_portal()
+        self.agent.send("stop")
+        self.dialog.wait_for_end()
+        self.run_session()
+
+    def test_an_agent_that_leaves_takes_the_portals_question_away(self):
+        self.ask_portal()
+        self.agent.send("disconnect")
+        self.dialog.wait_for_end()
+        self.assertEqual(self.agent.next_message()["op"], "hello")
+        self.run_session()
+
+    def test_the_programs_end_takes_the_portals_question_away(self):
+        self.ask_portal()
+        self.assertEqual(self.program.end(signal.SIGTERM), 0)
+        self.dialog.wait_for_end()
+
+    def test_the_programs_death_takes_the_portals_question_away(self):
+        self.ask_portal()
+        self.program.end(signal.SIGKILL)
+        self.dialog.wait_for_end()
+
+    def test_a_portal_that_ends_while_it_asks_is_a_fault_and_the_next_one_works(self):
+        self.ask_portal()
+        self.server.portal.end(signal.SIGKILL)
+        self.expect_none_started(PORTAL_GONE)
+        self.dialog.wait_for_end()
+        self.server.start_portal()
+        self.run_session()
+
+    def test_ends_with_its_compositor_while_the_portal_asks(self):
+        self.ask_portal()
+        self.server.compositor.end(signal.SIGKILL)
+        self.assertEqual(self.program.wait(), 0)
+
+
+class Ends(Session):
+    def setUp(self):
+        super().setUp()
+        self.run_session()
+
+    def test_the_desktops_own_end_of_it_is_a_fault(self):
+        # Without which the compositor ends what it shares, as it does where the person says so.
+        self.server.pipewire.end(signal.SIGKILL)
+        fault = self.agent.next_message()
+        self.assertEqual(fault["op"], "fault")
+        self.assertTrue(fault["message"].startswith("The Mac stopped sharing its screen: "), fault)
+        self.assertTrue(self.program.is_running())
+
+    def test_the_portals_end_is_a_fault_and_the_next_one_works(self):
+        self.server.portal.end(signal.SIGKILL)
+        self.expect_end(PORTAL_GONE)
+        self.server.start_portal()
+        self.run_session()
+
+    def test_the_buss_end_is_a_fault(self):
+        self.server.bus.end(signal.SIGKILL)
+        fault = self.agent.next_message()
+        self.assertEqual((fault["op"], fault["message"]),
+                         ("fault", "The Mac stopped sharing its screen: " + BUS_GONE))
+
+    def test_ends_with_its_compositor(self):
+        self.server.compositor.end(signal.SIGKILL)
+        self.assertEqual(self.program.wait(), 0)
+
+    def test_outlives_a_desktop_that_is_held_up(self):
+        for part in (self.server.portal, self.server.bus, self.server.pipewire):
+            part.process.send_signal(signal.SIGSTOP)
+        self.agent.send("stop", "disconnect")
+        self.assertEqual(self.agent.next_message()["op"], "hello")
+        for part in (self.server.portal, self.server.bus, self.server.pipewire):
+            part.process.send_signal(signal.SIGCONT)
+        wait_until(lambda: not self.is_bordered(), "the border is gone")
+        self.run_session()
+
+
+class Input(Session):
+    def setUp(self):
+        super().setUp()
+        self.run_session()
+        self.receiver = self.start_receiver()
+
+    def allow(self):
+        self.agent.send("allow-input")
+
+        def moved():
+            self.agent.send("move 0.5 0.375")
+            return self.receiver.place() == (640, 300)
+        wait_until(moved, "the pointer moves")
+
+    def hold(self):
+        self.allow()
+        self.agent.send('input {"t":"m","e":"down","x":0.5,"y":0.25,"b":0,"m":0}',
+                        'input {"t":"k","c":16,"e":"down","m":1}',
+                        'input {"t":"k","c":65,"e":"down","m":1}')
+        wait_until(lambda: self.receiver.keys() == {SHIFT, KEY_A}, "the keys are down")
+        wait_until(lambda: self.receiver.buttons() == {LEFT_BUTTON}, "the button is down")
+        self.assertEqual(self.receiver.place(), (640, 200))
+
+    def expect_release(self):
+        wait_until(lambda: not self.receiver.keys(), "the keys are up")
+        wait_until(lambda: not self.receiver.buttons(), "the button is up")
+
+    def test_reaches_the_screen_only_while_it_is_allowed(self):
+        self.agent.send("move 0.375 0.5", "viewer Bo")
+        self.allow()
+        self.agent.send("deny-input", "move 0.625 0.5", "allow-input")
+        wait_until(lambda: self.agent.send("move 0.5 0.5") or self.receiver.place() == (640, 400),
+                   "the pointer has moved")
+        self.assertFalse([line for line in self.receiver.lines
+                          if "x, y: 161" in line or "x, y: 481" in line])
+
+    def test_goes_through_the_strip_that_the_person_sees(self):
+        self.allow()
+        self.agent.send("move 0.5 0.01", "click", "move 0.5 0.375", "click")
+        wait_until(lambda: len([line for line in list(self.receiver.lines)
+                                if "wl_pointer] button" in line]) >= 2, "the window is clicked")
+        self.assertTrue(self.is_bordered())
+
+    def test_lets_go_when_input_is_withdrawn(self):
+        self.hold()
+        self.agent.send("deny-input")
+        self.expect_release()
+
+    def test_lets_go_when_the_session_stops(self):
+        self.hold()
+        self.agent.send("stop")
+        self.expect_release()
+
+    def test_lets_go_when_the_agent_is_killed(self):
+        self.hold()
+        self.agent.end(signal.SIGKILL)
+        self.expect_release()
+
+    def test_lets_go_when_the_program_is_told_to_end(self):
+        self.hold()
+        self.program.end(signal.SIGTERM)
+        self.expect_release()
+
+    def test_nothing_stays_pressed_when_the_program_is_killed(self):
+        self.hold()
+        self.program.end(signal.SIGKILL)
+        self.expect_release()
+
+    def test_nothing_stays_pressed_when_the_portal_is_killed(self):
+        self.hold()
+        self.server.portal.end(signal.SIGKILL)
+        self.expect_release()
+
+
+class View(Session):
+    """The person lets the viewer look, and touch nothing."""
+
+    def test_nobody_gets_the_viewers_input(self):
+        self.run_session(may_control=False)
+        receiver = self.start_receiver()
+        seen = len(receiver.lines)
+        self.agent.send("allow-input", "move 0.5 0.25", "click", "key 65", "type Hello", "wheel 1",
+                        "deny-input", "disconnect")
+        # Each end of input waits for what comes before it.
+        self.assertEqual(self.agent.next_message()["op"], "hello")
+        self.person.tap(KEY_A)
+        wait_until(lambda: any("utf8: 'a'" in line for line in receiver.lines[seen:]),
+                   "the person's own arrives")
+        told = "\n".join(receiver.lines[seen:])
+        self.assertNotRegex(told, r"wl_pointer\] (motion|button|axis)")
+        self.assertEqual(told.count("wl_keyboard] key:"), 2)
+        self.assertTrue(self.program.is_running())
+
+
+class Text(Session):
+    def test_types_what_the_layout_has_and_counts_the_rest(self):
+        self.run_session()
+        typed = self.home / "typed"
+        self.start(harness.Child,
+                   ["foot", "sh", "-c",
+                    f"stty -echo -icanon; echo on > {typed}.on; exec cat > {typed}"],
+                   self.environment(), stderr=subprocess.DEVNULL)
+        wait_until(harness.pathlib.Path(f"{typed}.on").exists, "the terminal reads")
+        self.agent.send("allow-input")
+
+        def read():
+            return typed.read_text(encoding="utf-8", errors="replace") if typed.exists() else ""
+        wait_until(lambda: self.agent.send("type .") or "." in read(),
+                   "the viewer's text is obeyed")
+        self.agent.send("type Hello, ä中 World! 100 %", "key 13")
+        wait_until(lambda: "Hello,  World! 100 %" in read(), f"the text is there: {read()}")
+        self.agent.send("deny-input")
+        self.wait_for_log("The keyboard's layout lacks 2 characters that the viewer typed.")
+
+
+if __name__ == "__main__":
+    harness.main()
