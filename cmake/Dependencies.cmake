@@ -10,6 +10,10 @@ if(NOT APPLE)
     xcb xcb-composite xcb-damage xcb-randr xcb-render xcb-res xcb-shape xcb-shm xcb-xfixes xcb-xinput
     xcb-xkb xcb-xtest)
   pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3>=0.3.65)
+  # Means nothing to this system's C library, and keeps precompiled headers from being used.
+  get_target_property(options PkgConfig::PIPEWIRE INTERFACE_COMPILE_OPTIONS)
+  list(REMOVE_ITEM options -D_REENTRANT)
+  set_target_properties(PkgConfig::PIPEWIRE PROPERTIES INTERFACE_COMPILE_OPTIONS "${options}")
   pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon xkbcommon-x11)
   pkg_check_modules(WAYLAND_CLIENT REQUIRED IMPORTED_TARGET wayland-client)
   pkg_check_modules(WAYLAND_CURSOR REQUIRED IMPORTED_TARGET wayland-cursor)

@@ -13,6 +13,8 @@ SHIFT, KEY_A, RETURN, ESCAPE = 42, 30, 28, 1  # the kernel's numbers
 LEFT_BUTTON = 272
 MIDDLE = (640, 400)
 
+WITHDRAWN = ("The desktop asked whether to share the screen, and the session was over before the "
+             "answer.")
 REFUSED = "The desktop asked whether to share the screen, and got a no."
 PORTAL_GONE = "The desktop's portal, which shares the screen, has ended."
 BUS_GONE = "The desktop's message bus cannot be reached."
@@ -204,6 +206,7 @@ class Questions(Session):
         self.ask_portal()
         self.agent.send("stop")
         self.dialog.wait_for_end()
+        self.expect_none_started(WITHDRAWN)
         self.run_session()
 
     def test_an_agent_that_leaves_takes_the_portals_question_away(self):
