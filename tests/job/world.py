@@ -167,6 +167,12 @@ class Manager(harness.Child):
         for path in (groups, *(groups / f"cgroup.{name}"
                                for name in ("procs", "threads", "subtree_control"))):
             os.chown(path, person.uid, person.uid)
+        # What a machine starts for each of its users besides: it leaves folders in their homes.
+        units = pathlib.Path("/run/systemd/user")
+        units.mkdir(parents=True, exist_ok=True)
+        for unit in ("pipewire.service", "pipewire.socket", "wireplumber.service"):
+            with contextlib.suppress(FileExistsError):
+                (units / unit).symlink_to("/dev/null")
         super().__init__(["/lib/systemd/systemd", "--user", "--log-target=null"],
                          person.environment(), cwd="/", stdin=subprocess.DEVNULL,
                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **person.rights())
