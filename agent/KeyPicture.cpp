@@ -11,9 +11,9 @@ bool isKeyPicture(ByteView accessUnit) {
   for (auto at = accessUnit.begin();;) {
     at = std::find(at, accessUnit.end(), std::byte{1});
     if (accessUnit.end() - at < 2) return false;
-    const bool startCode =
+    const bool isStartCode =
         at - accessUnit.begin() >= 2 && at[-1] == std::byte{0} && at[-2] == std::byte{0};
-    if (startCode && (at[1] & typeMask) == keySlice) return true;
+    if (isStartCode && (at[1] & typeMask) == keySlice) return true;
     ++at;
   }
 }

@@ -6,7 +6,7 @@
 namespace vesk::picture::composed {
 namespace {
 
-constexpr Extent extent{4, 4};
+constexpr Extent tested{4, 4};
 
 /// Pixels that nothing foretells, away from the ends of their range.
 void fillWithNoise(const Planes& picture) {
@@ -15,8 +15,8 @@ void fillWithNoise(const Planes& picture) {
     state = state * 1664525 + 1013904223;
     return static_cast<std::uint8_t>(32 + (state >> 24) / 2);
   };
-  for (int y = 0; y < extent.down * macroblockEdge; ++y) {
-    for (int x = 0; x < extent.across * macroblockEdge; ++x) {
+  for (int y = 0; y < tested.down * macroblockEdge; ++y) {
+    for (int x = 0; x < tested.across * macroblockEdge; ++x) {
       *picture.lumaAt(x, y) = next();
       if (y % 2 == 0) *picture.chromaAt(x, y) = next();
     }
@@ -27,8 +27,8 @@ void fillWithNoise(const Planes& picture) {
 
 bool reconstructionIsReference() {
   X264Settings settings;
-  settings.width = extent.across * macroblockEdge;
-  settings.height = extent.down * macroblockEdge;
+  settings.width = tested.across * macroblockEdge;
+  settings.height = tested.down * macroblockEdge;
   X264Encoder encoder(settings);
   Nv12Image image({settings.width, settings.height});
   X264Encoder::Request request;
@@ -37,8 +37,8 @@ bool reconstructionIsReference() {
   if (!encoder || !encoder.encode(image, request)) return false;
 
   fillWithNoise(image.planes());
-  copyMacroblocks(image.planes().view(), encoder.reconstruction(), extent);
-  restoreBorder(encoder.reconstruction(), extent);
+  copyMacroblocks(image.planes().view(), encoder.reconstruction(), tested);
+  restoreBorder(encoder.reconstruction(), tested);
   request.keyFrame = false;
   request.quantiser = settings.quantisers.finest;
   const auto repeated = encoder.encode(image, request);
