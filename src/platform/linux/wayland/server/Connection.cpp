@@ -147,7 +147,10 @@ Connection::Reading Connection::read(std::chrono::nanoseconds time) const {
   }
   const bool isRead =
       wl_display_read_events(display) == 0 && wl_display_dispatch_pending(display) >= 0;
-  return isRead ? Reading::something : Reading::failed;
+  if (!isRead) return Reading::failed;
+  // What listeners have answered goes out now: there may be nothing more to read for a long time.
+  wl_display_flush(display);
+  return Reading::something;
 }
 
 }  // namespace vesk::wayland::server
