@@ -43,8 +43,7 @@ void LayerOverlay::orderFrontRegardless() {
   const Change change(stack_->ownSurfaces());
   stack_->add(*this);
   makeSurfaces();
-  stack_->paint();
-  stack_->shell().settle();
+  stack_->show();
 }
 
 void LayerOverlay::orderOut() {
@@ -76,8 +75,7 @@ void LayerOverlay::adapt() {
   if (outputOf(stack_->shell().outputs(), appearance_.frame) == output_ && isWhole()) return;
   const Change change(stack_->ownSurfaces());
   makeSurfaces();
-  stack_->paint();
-  stack_->shell().settle();
+  stack_->show();
 }
 
 bool LayerOverlay::isWhole() const {

@@ -43,6 +43,15 @@ void LayerStack::paint() const {
   for (auto* const overlay : overlays_) overlay->paint();
 }
 
+void LayerStack::show() const {
+  paint();
+  shell_.settle();
+  if (isWhole()) return;
+  // A compositor that was held up may have made room only now, and have no more to tell.
+  paint();
+  shell_.connection().flush();
+}
+
 void LayerStack::listen() {
   // A socket whose other end is gone stays readable for ever.
   if (!shell_.connection().dispatch()) return notifier_->setEnabled(false);

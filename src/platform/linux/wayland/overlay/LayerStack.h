@@ -40,6 +40,9 @@ class LayerStack {
 
   void paint() const;
 
+  /// Paints, and waits for the compositor to have shown it; a bounded time.
+  void show() const;
+
  private:
   void listen();
   void adapt() const;
