@@ -74,6 +74,11 @@ struct KeyboardEvent {
   bool operator==(const KeyboardEvent&) const = default;
 };
 
+/// Whether everything that it is about is let go of by it.
+inline bool isRelease(const KeyboardEvent& event) {
+  return event.type == EventType::flagsChanged ? event.flags.value_or(0) == 0 : !event.down;
+}
+
 /// Lines of one wheel; positive scrolls towards the start of a document.
 struct ScrollEvent {
   std::int32_t lines = 0;

@@ -14,8 +14,8 @@ from gi.repository import Gio, GLib
 import harness
 import wayland
 from harness import wait_until
+from wayland import LEFT_BUTTON, SHIFT
 
-LEFT_BUTTON, SHIFT = 272, 42  # the kernel's numbers
 WIDTH, HEIGHT = 1280, 800
 
 BUS = """<busconfig><type>session</type><listen>unix:path={socket}</listen><auth>EXTERNAL</auth>

@@ -3,13 +3,14 @@
 import signal
 
 import harness
+import letting_go
 from harness import wait_until
 from xclient import XClient
 
 SHIFT, KEY_A = 50, 38  # keycodes of Xvfb's keyboard
 
 
-class Input(harness.Case):
+class Input(letting_go.LettingGo, harness.Case):
     def setUp(self):
         super().setUp()
         self.agent = self.start_agent()
@@ -29,10 +30,7 @@ class Input(harness.Case):
 
     def hold(self):
         """A button, a modifier and a key that the viewer does not let go of."""
-        self.allow()
-        self.agent.send('input {"t":"m","e":"down","x":0.5,"y":0.25,"b":0,"m":0}',
-                        'input {"t":"k","c":16,"e":"down","m":1}',
-                        'input {"t":"k","c":65,"e":"down","m":1}')
+        self.press()
         wait_until(lambda: self.x.held_keys() == {SHIFT, KEY_A}, "the keys are down")
         self.assertEqual(self.x.pointer(), ((640, 200), {1}))
 
@@ -47,21 +45,6 @@ class Input(harness.Case):
         self.assertNotEqual(before, self.x.pointer())
         self.agent.send("move 0.25 0.5")
         wait_until(lambda: self.x.pointer()[0] == (320, 400), "the pointer has moved")
-
-    def test_lets_go_when_input_is_withdrawn(self):
-        self.hold()
-        self.agent.send("deny-input")
-        self.expect_release()
-
-    def test_lets_go_when_the_session_stops(self):
-        self.hold()
-        self.agent.send("stop")
-        self.expect_release()
-
-    def test_lets_go_when_the_agent_is_killed(self):
-        self.hold()
-        self.agent.end(signal.SIGKILL)
-        self.expect_release()
 
     def test_lets_go_when_the_program_is_told_to_end_or_killed(self):
         for number in (signal.SIGTERM, signal.SIGKILL):

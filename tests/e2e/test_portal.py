@@ -8,9 +8,8 @@ import harness
 import wayland
 from harness import wait_until
 from sessions import AWAITING, DENIED, STARTING
+from wayland import ESCAPE, KEY_A, RETURN
 
-SHIFT, KEY_A, RETURN, ESCAPE = 42, 30, 28, 1  # the kernel's numbers
-LEFT_BUTTON = 272
 MIDDLE = (640, 400)
 
 WITHDRAWN = ("The desktop asked whether to share the screen, and the session was over before the "
@@ -281,7 +280,7 @@ class Ends(Session):
         self.run_session()
 
 
-class Input(Session):
+class Input(wayland.LettingGo, Session):
     def setUp(self):
         super().setUp()
         self.run_session()
@@ -294,19 +293,6 @@ class Input(Session):
             self.agent.send("move 0.5 0.375")
             return self.receiver.place() == (640, 300)
         wait_until(moved, "the pointer moves")
-
-    def hold(self):
-        self.allow()
-        self.agent.send('input {"t":"m","e":"down","x":0.5,"y":0.25,"b":0,"m":0}',
-                        'input {"t":"k","c":16,"e":"down","m":1}',
-                        'input {"t":"k","c":65,"e":"down","m":1}')
-        wait_until(lambda: self.receiver.keys() == {SHIFT, KEY_A}, "the keys are down")
-        wait_until(lambda: self.receiver.buttons() == {LEFT_BUTTON}, "the button is down")
-        self.assertEqual(self.receiver.place(), (640, 200))
-
-    def expect_release(self):
-        wait_until(lambda: not self.receiver.keys(), "the keys are up")
-        wait_until(lambda: not self.receiver.buttons(), "the button is up")
 
     def test_reaches_the_screen_only_while_it_is_allowed(self):
         self.agent.send("move 0.375 0.5", "viewer Bo")
@@ -323,21 +309,6 @@ class Input(Session):
         wait_until(lambda: len([line for line in list(self.receiver.lines)
                                 if "wl_pointer] button" in line]) >= 2, "the window is clicked")
         self.assertTrue(self.is_bordered())
-
-    def test_lets_go_when_input_is_withdrawn(self):
-        self.hold()
-        self.agent.send("deny-input")
-        self.expect_release()
-
-    def test_lets_go_when_the_session_stops(self):
-        self.hold()
-        self.agent.send("stop")
-        self.expect_release()
-
-    def test_lets_go_when_the_agent_is_killed(self):
-        self.hold()
-        self.agent.end(signal.SIGKILL)
-        self.expect_release()
 
     def test_lets_go_when_the_program_is_told_to_end(self):
         self.hold()

@@ -9,9 +9,8 @@ import harness
 import wayland
 from harness import wait_until
 from sessions import AWAITING, DENIED, STARTING
+from wayland import ESCAPE, KEY_A, RETURN
 
-SHIFT, KEY_A, RETURN, ESCAPE = 42, 30, 28, 1  # the kernel's numbers
-LEFT_BUTTON = 272
 BLUE, RED = (32, 64, 96), (204, 13, 13)
 
 
@@ -294,7 +293,7 @@ class Consent(Session):
         wait_until(lambda: not self.is_asked(), "the alert is gone")
 
 
-class Input(Session):
+class Input(wayland.LettingGo, Session):
     def setUp(self):
         super().setUp()
         self.person = self.hand()
@@ -308,19 +307,6 @@ class Input(Session):
             return self.receiver.pointer() == (128, 80)
         wait_until(moved, "the pointer moves")
 
-    def hold(self):
-        self.allow()
-        self.agent.send('input {"t":"m","e":"down","x":0.5,"y":0.25,"b":0,"m":0}',
-                        'input {"t":"k","c":16,"e":"down","m":1}',
-                        'input {"t":"k","c":65,"e":"down","m":1}')
-        wait_until(lambda: self.receiver.keys() == {SHIFT, KEY_A}, "the keys are down")
-        wait_until(lambda: self.receiver.buttons() == {LEFT_BUTTON}, "the button is down")
-        self.assertEqual(self.receiver.pointer(), (640, 200))
-
-    def expect_release(self):
-        wait_until(lambda: not self.receiver.keys(), "the keys are up")
-        wait_until(lambda: not self.receiver.buttons(), "the button is up")
-
     def test_reaches_the_screen_only_while_it_is_allowed(self):
         self.agent.send("move 0.5 0.5", "viewer Bo")
         self.allow()
@@ -328,21 +314,6 @@ class Input(Session):
         wait_until(lambda: self.agent.send("move 0.25 0.5") or
                    self.receiver.pointer() == (320, 400), "the pointer has moved")
         self.assertFalse([line for line in self.receiver.lines if "x, y: 960" in line])
-
-    def test_lets_go_when_input_is_withdrawn(self):
-        self.hold()
-        self.agent.send("deny-input")
-        self.expect_release()
-
-    def test_lets_go_when_the_session_stops(self):
-        self.hold()
-        self.agent.send("stop")
-        self.expect_release()
-
-    def test_lets_go_when_the_agent_is_killed(self):
-        self.hold()
-        self.agent.end(signal.SIGKILL)
-        self.expect_release()
 
     def test_lets_go_also_of_what_a_held_up_compositor_did_not_hear_of(self):
         self.hold()

@@ -9,7 +9,12 @@ import subprocess
 import tempfile
 
 import harness
+import letting_go
 from harness import wait_until
+
+# The kernel's numbers.
+SHIFT, KEY_A, RETURN, ESCAPE = 42, 30, 28, 1
+LEFT_BUTTON = 272
 
 
 class Sway(harness.Child):
@@ -120,6 +125,10 @@ class Receiver(harness.Child):
                 return float(place[1]), float(place[2])
         return None
 
+    def place(self):
+        """Where that is on the screen, all of which the window covers."""
+        return self.pointer()
+
 
 class Hand(harness.Child):
     """A person's keyboard and mouse; each call returns once the compositor has taken it."""
@@ -181,3 +190,17 @@ class Case(harness.Case):
     def hand(self):
         """The person's keyboard and mouse, there from then on."""
         return self.start(Hand, self.environment())
+
+
+class LettingGo(letting_go.LettingGo):
+    """The same, as a window sees it that the case has as its `receiver`."""
+
+    def hold(self):
+        self.press()
+        wait_until(lambda: self.receiver.keys() == {SHIFT, KEY_A}, "the keys are down")
+        wait_until(lambda: self.receiver.buttons() == {LEFT_BUTTON}, "the button is down")
+        self.assertEqual(self.receiver.place(), (640, 200))
+
+    def expect_release(self):
+        wait_until(lambda: not self.receiver.keys(), "the keys are up")
+        wait_until(lambda: not self.receiver.buttons(), "the button is up")

@@ -6,10 +6,10 @@
 #include "platform/Desktop.h"
 #include "platform/linux/portal/input/PortalEventPoster.h"
 #include "platform/linux/portal/screen/PortalScreenCapture.h"
-#include "platform/linux/portal/session/PortalPermissions.h"
 #include "platform/linux/portal/session/StrokeQueue.h"
 #include "platform/linux/wayland/beneath/OwnSurfaces.h"
 #include "platform/linux/wayland/server/WlDisplays.h"
+#include "platform/linux/wayland/server/WlPermissions.h"
 #include "platform/linux/x11/beneath/OwnWindows.h"
 
 namespace vesk::portal {
@@ -47,7 +47,7 @@ class PortalDesktop final : public Desktop {
   const bool hasOverlays_;
   wayland::beneath::OwnSurfaces ownSurfaces_;
   x11::beneath::OwnWindows ownWindows_;
-  session::PortalPermissions permissions_;
+  wayland::server::WlPermissions permissions_;
   wayland::server::WlDisplays displays_;
   InputGate inputGate_;
   std::shared_ptr<session::StrokeQueue> strokes_ =

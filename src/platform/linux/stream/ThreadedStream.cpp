@@ -1,12 +1,9 @@
 #include "platform/linux/stream/ThreadedStream.h"
 
-#include <pthread.h>
-
-#include <csignal>
-#include <system_error>
 #include <utility>
 
 #include "platform/linux/stream/StreamRun.h"
+#include "platform/linux/stream/startThread.h"
 #include "platform/linux/stream/streamErrors.h"
 
 namespace vesk::stream {
@@ -31,22 +28,10 @@ std::optional<PlatformError> ThreadedStream::addOutput(Output output, SerialQueu
 
 void ThreadedStream::startCapture(Completion completion) {
   if (thread_.joinable()) return completion(PlatformError{"The stream was started before."});
-  // Signals are for the main thread; a thread starts with its maker's mask.
-  sigset_t all;
-  sigset_t before;
-  ::sigfillset(&all);
-  ::pthread_sigmask(SIG_SETMASK, &all, &before);
-  std::optional<PlatformError> refusal;
-  try {
-    thread_ = std::thread([run = run_, completion]() mutable {
-      ::pthread_setname_np(::pthread_self(), "screen");
-      run->run(std::move(completion));
-    });
-  } catch (const std::system_error&) {
-    refusal = streamError::noThread;
-  }
-  ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  if (refusal) completion(refusal);
+  auto thread = startThread(
+      "screen", [run = run_, completion]() mutable { run->run(std::move(completion)); });
+  if (!thread) return completion(streamError::noThread);
+  thread_ = std::move(*thread);
 }
 
 void ThreadedStream::stopCapture(Completion completion) {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/linux/keys/KeyPositions.h"
+#include "platform/linux/wayland/input/untilListening.h"
 
 namespace vesk::portal::input {
 namespace {
@@ -15,17 +16,9 @@ using std::chrono::milliseconds;
 /// What ends the viewer's hands is over soon, whether the desktop answers or not.
 constexpr milliseconds patience{200};
 
-/// In a seat that had no keyboard, programs learn of the first one only now, and nobody tells when
-/// they have begun to listen to it: what it says before is lost to them.
-constexpr milliseconds untilListening{150};
-
 /// Whether the modifiers make a shortcut of a key, for which its case means nothing.
 bool makeShortcut(EventFlags flags) {
   return (flags & (eventFlag::control | eventFlag::alternate | eventFlag::command)) != 0;
-}
-
-bool isRelease(const KeyboardEvent& event) {
-  return event.type == EventType::flagsChanged ? event.flags.value_or(0) == 0 : !event.down;
 }
 
 }  // namespace
@@ -80,7 +73,7 @@ bool PortalEventPoster::hasListeningKeyboard() {
   keyboard_.press(KEY_LEFTSHIFT);
   keyboard_.release(KEY_LEFTSHIFT);
   strokes_->settle(patience);
-  return gate_.sleepUntil(std::chrono::steady_clock::now() + untilListening);
+  return gate_.sleepUntil(std::chrono::steady_clock::now() + wayland::input::untilListening);
 }
 
 void PortalEventPoster::post(const MouseEvent& event) {

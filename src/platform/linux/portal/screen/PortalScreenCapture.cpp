@@ -1,27 +1,17 @@
 #include "platform/linux/portal/screen/PortalScreenCapture.h"
 
-#include <unistd.h>
-
-#include <cmath>
 #include <utility>
 
 #include "platform/linux/portal/screen/PortalStream.h"
-#include "platform/linux/portal/screen/streamErrors.h"
 #include "platform/linux/stream/leavesOutThisProgram.h"
-#include "platform/linux/wayland/server/OutputList.h"
+#include "platform/linux/wayland/server/shareableOutputs.h"
 
 namespace vesk::portal::screen {
 
 void PortalScreenCapture::shareableContent(Content completion) {
   wayland::server::Connection connection;
-  if (!connection) return completion(std::nullopt, streamError::compositorGone);
-  ShareableContent content;
-  for (const auto& output : wayland::server::OutputList(connection).current()) {
-    content.displays.push_back(
-        {output.id, std::llround(output.area.width), std::llround(output.area.height)});
-  }
-  content.applications.push_back({::getpid()});
-  completion(std::move(content), std::nullopt);
+  if (!connection) return completion(std::nullopt, wayland::server::compositorGone);
+  completion(wayland::server::shareableOutputs(connection), std::nullopt);
 }
 
 std::unique_ptr<ScreenStream> PortalScreenCapture::makeStream(

@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "platform/linux/portal/session/Bus.h"
-#include "platform/linux/portal/session/startThread.h"
+#include "platform/linux/stream/startThread.h"
 
 namespace vesk::portal::session {
 namespace {
@@ -60,7 +60,8 @@ std::optional<Offer> askForOffer(std::chrono::milliseconds patience) {
   const auto deadline = Clock::now() + patience;
   auto promise = std::make_shared<std::promise<std::optional<Offer>>>();
   auto offer = promise->get_future();
-  auto asking = startThread("portal", [promise, deadline] { promise->set_value(ask(deadline)); });
+  auto asking =
+      stream::startThread("portal", [promise, deadline] { promise->set_value(ask(deadline)); });
   if (!asking) return std::nullopt;
   asking->detach();
   return offer.wait_until(deadline) == std::future_status::ready ? offer.get() : std::nullopt;

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "platform/linux/portal/session/SessionLife.h"
-#include "platform/linux/portal/session/startThread.h"
+#include "platform/linux/stream/startThread.h"
 #include "platform/linux/stream/streamErrors.h"
 
 namespace vesk::portal::session {
@@ -111,7 +111,7 @@ PortalSession::~PortalSession() {
 }
 
 void PortalSession::start() {
-  thread_ = startThread("portal", [run = run_] { run->run(); });
+  thread_ = stream::startThread("portal", [run = run_] { run->run(); });
   if (!thread_) run_->finish(stream::streamError::noThread);
 }
 

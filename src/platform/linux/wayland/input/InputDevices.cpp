@@ -3,6 +3,8 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/linux/wayland/input/untilListening.h"
+
 namespace vesk::wayland::input {
 namespace {
 
@@ -10,10 +12,6 @@ namespace {
 constexpr std::chrono::milliseconds patience{200};
 
 using Clock = server::Connection::Clock;
-
-/// In a seat that had no such device, programs learn of the first one only now, and nobody tells
-/// when they have begun to listen to it: what it says before is lost to them.
-constexpr std::chrono::milliseconds untilListening{150};
 
 }  // namespace
 

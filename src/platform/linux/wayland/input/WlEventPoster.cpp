@@ -1,13 +1,6 @@
 #include "platform/linux/wayland/input/WlEventPoster.h"
 
 namespace vesk::wayland::input {
-namespace {
-
-bool isRelease(const KeyboardEvent& event) {
-  return event.type == EventType::flagsChanged ? event.flags.value_or(0) == 0 : !event.down;
-}
-
-}  // namespace
 
 WlEventPoster::WlEventPoster(InputGate& gate) : gate_(gate) {
   undoLeftBehind();

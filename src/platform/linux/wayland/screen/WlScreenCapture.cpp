@@ -1,14 +1,12 @@
 #include "platform/linux/wayland/screen/WlScreenCapture.h"
 
-#include <unistd.h>
-
-#include <cmath>
 #include <utility>
 
 #include "platform/linux/stream/ThreadedStream.h"
 #include "platform/linux/stream/leavesOutThisProgram.h"
 #include "platform/linux/wayland/screen/OutputImages.h"
 #include "platform/linux/wayland/screen/streamErrors.h"
+#include "platform/linux/wayland/server/shareableOutputs.h"
 
 namespace vesk::wayland::screen {
 
@@ -17,13 +15,7 @@ void WlScreenCapture::shareableContent(Content completion) {
   if (!connection) return completion(std::nullopt, streamError::compositorGone);
   if (!OutputCopier(connection, nullptr, /*showsCursor=*/false))
     return completion(std::nullopt, streamError::notReadable);
-  ShareableContent content;
-  for (const auto& output : server::OutputList(connection).current()) {
-    content.displays.push_back(
-        {output.id, std::llround(output.area.width), std::llround(output.area.height)});
-  }
-  content.applications.push_back({::getpid()});
-  completion(std::move(content), std::nullopt);
+  completion(server::shareableOutputs(connection), std::nullopt);
 }
 
 std::unique_ptr<ScreenStream> WlScreenCapture::makeStream(

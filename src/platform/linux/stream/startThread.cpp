@@ -1,4 +1,4 @@
-#include "platform/linux/portal/session/startThread.h"
+#include "platform/linux/stream/startThread.h"
 
 #include <pthread.h>
 
@@ -6,7 +6,7 @@
 #include <system_error>
 #include <utility>
 
-namespace vesk::portal::session {
+namespace vesk::stream {
 
 std::optional<std::thread> startThread(const char* name, std::function<void()> body) {
   // Signals are for the main thread; a thread starts with its maker's mask.
@@ -27,4 +27,4 @@ std::optional<std::thread> startThread(const char* name, std::function<void()> b
   return thread;
 }
 
-}  // namespace vesk::portal::session
+}  // namespace vesk::stream

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/ScreenCapture.h"
+#include "platform/linux/wayland/server/Connection.h"
+
+namespace vesk::wayland::server {
+
+inline const PlatformError compositorGone{"The Wayland compositor is gone."};
+
+/// The compositor's outputs. It tells of no other program's windows, so this program is all there
+/// is of applications.
+ShareableContent shareableOutputs(Connection& connection);
+
+}  // namespace vesk::wayland::server
