@@ -7,7 +7,7 @@
 
 #include "support/SessionFixture.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -324,4 +324,4 @@ TEST_F(ControllerEndsTest, ASignalLetsGoOfEverythingBeforeTheProcessEnds) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

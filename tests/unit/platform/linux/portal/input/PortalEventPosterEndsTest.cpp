@@ -3,7 +3,7 @@
 #include "support/XServer.h"
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 
-namespace vesk::portal::input {
+namespace vesk::portal::input::VESK_FILE {
 namespace {
 
 class PortalEventPosterEndsTest : public PosterFixture {};
@@ -108,4 +108,4 @@ TEST_F(PortalEventPosterEndsTest, DoesNotWaitForAPortalThatHasStopped) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::input
+}  // namespace vesk::portal::input::VESK_FILE

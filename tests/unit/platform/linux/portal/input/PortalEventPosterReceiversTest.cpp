@@ -5,7 +5,7 @@
 #include "support/XServer.h"
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 
-namespace vesk::portal::input {
+namespace vesk::portal::input::VESK_FILE {
 namespace {
 
 /// Programs as a person has them, which write down what they were given.
@@ -42,4 +42,4 @@ TEST_F(PortalEventPosterReceiversTest, TypesInATerminal) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::input
+}  // namespace vesk::portal::input::VESK_FILE

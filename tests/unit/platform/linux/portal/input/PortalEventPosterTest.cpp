@@ -2,7 +2,7 @@
 
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 
-namespace vesk::portal::input {
+namespace vesk::portal::input::VESK_FILE {
 namespace {
 
 class PortalEventPosterTest : public PosterFixture {};
@@ -97,4 +97,4 @@ TEST_F(PortalEventPosterTest, TypesALongTextWhole) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::input
+}  // namespace vesk::portal::input::VESK_FILE

@@ -13,7 +13,7 @@
 #include "support/ReceivedSamples.h"
 #include "unit/platform/linux/portal/session/AskedDesktop.h"
 
-namespace vesk::portal::screen {
+namespace vesk::portal::screen::VESK_FILE {
 namespace {
 
 class PortalStreamTest : public ::testing::Test, protected session::AskedDesktop {
@@ -199,4 +199,4 @@ TEST_F(PortalStreamTest, MayBeDestroyedAsItEnds) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::screen
+}  // namespace vesk::portal::screen::VESK_FILE

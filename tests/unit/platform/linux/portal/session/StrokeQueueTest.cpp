@@ -4,7 +4,7 @@
 
 #include "platform/SystemClock.h"
 
-namespace vesk::portal::session {
+namespace vesk::portal::session::VESK_FILE {
 namespace {
 
 Stroke key(std::int32_t code, bool isDown) {
@@ -110,4 +110,4 @@ TEST_F(StrokeQueueTest, BelongsToTheLatestSession) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::session
+}  // namespace vesk::portal::session::VESK_FILE
