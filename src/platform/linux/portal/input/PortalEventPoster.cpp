@@ -50,6 +50,8 @@ PortalEventPoster::~PortalEventPoster() {
 bool PortalEventPoster::isReady() {
   const auto age = strokes_->age();
   if (std::exchange(age_, age) != age) {
+    // The stroke that found no room may be a press that stands behind what was let go of.
+    strokes_->letGo();
     forget();
     hasBroughtKeyboard_ = false;
   }
