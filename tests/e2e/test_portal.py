@@ -209,6 +209,37 @@ class Questions(Session):
         self.expect_none_started(WITHDRAWN)
         self.run_session()
 
+    def test_a_stop_that_comes_before_the_portals_question_takes_it_away(self):
+        self.agent.send({"op": "start"}, "stop")
+        self.assertEqual(self.agent.next_message(), STARTING)
+        self.expect_none_started(WITHDRAWN)
+        self.assertFalse(self.dialog.is_there())
+
+    def test_the_portals_question_stays_where_only_input_is_denied(self):
+        self.ask_portal()
+        self.agent.send("deny-input")
+        self.expect_session()
+
+    def test_no_viewer_answers_the_portals_question(self):
+        for _ in range(2):
+            self.agent.send({"op": "start", "input": True})
+            self.assertEqual(self.agent.next_message(), STARTING)
+            self.dialog.wait_for()
+        # Which of the two it was that the person saw is the desktop's to say.
+        self.dialog.allow()
+        self.assertEqual(self.agent.next_message()["op"], "started")
+        wait_until(self.is_bordered, "the viewer is let in")
+        self.dialog.wait_for()
+        x, y = self.dialog.SHARE
+        for _ in range(3):
+            self.agent.send(f"move {x / gnome.WIDTH} {y / gnome.HEIGHT}", "click")
+        start = self.units()
+        wait_until(lambda: self.units() > start + 30, "a second goes by")
+        self.assertTrue(self.dialog.is_there())
+        self.agent.send("stop")
+        self.expect_none_started(WITHDRAWN)
+        self.dialog.wait_for_end()
+
     def test_an_agent_that_leaves_takes_the_portals_question_away(self):
         self.ask_portal()
         self.agent.send("disconnect")

@@ -30,13 +30,10 @@ PortalEventPoster::PortalEventPoster(InputGate& gate, std::shared_ptr<session::S
     letGo();
   };
   gate_.onEnded = [this] {
-    {
-      const std::lock_guard lock(mutex_);
-      letGo();
-      seat_.reset();
-      if (const auto count = typer_.takeLacking(); count > 0 && onLacking) onLacking(count);
-    }
-    if (onEnd) onEnd();
+    const std::lock_guard lock(mutex_);
+    letGo();
+    seat_.reset();
+    if (const auto count = typer_.takeLacking(); count > 0 && onLacking) onLacking(count);
   };
 }
 
