@@ -160,6 +160,18 @@ TEST_F(OddPortalsTest, TakesTheFirstOfManyStreamsAndItsAreaWhereThatMakesSense) 
   EXPECT_TRUE(ends.empty());
 }
 
+TEST_F(OddPortalsTest, HaveNoAreaWithoutAHeight) {
+  portal->deal("Start", [&](const auto& question) {
+    portal->answer(question, 0, {{"streams", streams({{5, {{"size", pair(7, 0)}}}})}});
+  });
+  begin();
+  std::unique_lock lock(mutex);
+  ASSERT_TRUE(changed.wait_for(lock, std::chrono::milliseconds(testing::patience()),
+                               [&] { return !grants.empty(); }));
+  EXPECT_EQ(grants.front().area, std::nullopt);
+  EXPECT_FALSE(strokes->isOpen()) << "no devices were given";
+}
+
 TEST_F(OddPortalsTest, EndsWhereTheSessionIsNowhere) {
   for (const QVariant& handle : {QVariant(""), QVariant("no path"), QVariant(5), QVariant("//")}) {
     portal->deal("CreateSession", [&](const auto& question) {
