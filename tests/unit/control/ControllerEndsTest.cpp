@@ -52,6 +52,29 @@ TEST_F(ControllerEndsTest, AStopRightBehindItsStartEndsIt) {
   expectNothingRuns();
 }
 
+TEST_F(ControllerEndsTest, AnEndTakesBackWhatTheDesktopAsks) {
+  screen_.holdStart = true;
+  connect();
+  tell(R"({"op":"start"})");
+  heard();
+  tell(R"({"op":"input","allowed":false})");
+  EXPECT_EQ(screen_.withdrawals, stream()->withdrawalsBefore) << "the question stands";
+  tell(stopMessage);
+  EXPECT_GT(screen_.withdrawals, stream()->withdrawalsBefore);
+  tell(R"({"op":"start"})");
+  EXPECT_EQ(screen_.withdrawals, stream()->withdrawalsBefore);
+  replaceAgent();
+  EXPECT_GT(screen_.withdrawals, stream()->withdrawalsBefore);
+}
+
+TEST_F(ControllerEndsTest, AStopThatCameBeforeTheDesktopAskedTakesThatBackToo) {
+  screen_.holdStart = true;
+  connect();
+  tellTogether({R"({"op":"start"})", stopMessage});
+  heard();
+  EXPECT_GT(screen_.withdrawals, stream()->withdrawalsBefore);
+}
+
 TEST_F(ControllerEndsTest, AStopBetweenTwoStartsEndsTheFirstAlone) {
   screen_.holdStart = true;
   connect();

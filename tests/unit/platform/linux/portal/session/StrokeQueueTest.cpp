@@ -109,5 +109,14 @@ TEST_F(StrokeQueueTest, BelongsToTheLatestSession) {
   EXPECT_EQ(queue.take(next), key(30, true));
 }
 
+TEST_F(StrokeQueueTest, HoldsNothingInTheNextSession) {
+  queue.push(key(30, true));
+  EXPECT_EQ(sent().size(), 1U);
+  session = queue.open(std::nullopt, [] {});
+  queue.push(key(30, false));
+  queue.push(key(30, true));
+  EXPECT_EQ(sent(), std::vector{key(30, true)});
+}
+
 }  // namespace
 }  // namespace vesk::portal::session::VESK_FILE
