@@ -19,7 +19,7 @@
 #include "support/TemporaryFolder.h"
 #include "unit/platform/linux/portal/session/PretendedPortal.h"
 
-namespace vesk::portal::session {
+namespace vesk::portal::session::VESK_FILE {
 
 /// A stream, and a place or a size, as a portal tells of them.
 struct ToldOf {
@@ -231,4 +231,4 @@ TEST_F(OddPortalsTest, GetNoStrokeBeforeTheyHaveAnsweredTheOneBefore) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::session
+}  // namespace vesk::portal::session::VESK_FILE
