@@ -24,7 +24,6 @@ class KWin(PortalServices):
     desktop, dialogs_name = "KDE", "org.freedesktop.impl.portal.desktop.kde"
 
     def start_compositor(self):
-        self.write("home/.config/kdeglobals", "[KDE]\nAnimationDurationFactor=0\n")
         # Its file asks for a capability that a container may lack; a copy asks for none.
         program = self.folder / "kwin_wayland"
         shutil.copyfile("/usr/bin/kwin_wayland", program)

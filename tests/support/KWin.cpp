@@ -52,7 +52,6 @@ void keep(const QImage& picture) {
 }  // namespace
 
 KWin::KWin(KWinOptions options) : PortalServices("KDE", dialogs) {
-  write("home/.config/kdeglobals", "[KDE]\nAnimationDurationFactor=0\n");
   tellServices({"KDE_FULL_SESSION=true", "KDE_SESSION_VERSION=5", "QT_QPA_PLATFORM=wayland"});
   // Its file asks for a capability that a container may lack; a copy asks for none.
   const auto program = folder() / "kwin_wayland";
