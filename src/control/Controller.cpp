@@ -91,7 +91,10 @@ void Controller::wireLink() {
     const auto request = controlRequest(message);
     std::shared_ptr<void> end;
     if (request && endsInput(*request)) {
-      if (const auto self = weak.lock()) end = self->endAtOnce();
+      if (const auto self = weak.lock()) {
+        end = self->endAtOnce();
+        if (std::holds_alternative<StopRequest>(*request)) self->withdrawQuestions();
+      }
     }
     main.async([control, request, agent = link.connection(), place = backlog.enter(), end] {
       if (request) control(*request, agent);
@@ -144,6 +147,7 @@ void Controller::receiveInput(ByteView data) {
 /// until it is free, and the next agent must find none of what this one was granted.
 void Controller::agentLost() {
   endInput(inputDeadline());
+  withdrawQuestions();
   platform_.queues->main().async(weakly([](Controller& self) { self.stop(); }));
 }
 
@@ -235,6 +239,8 @@ void Controller::capture(const Start& start) {
                    [&main = platform_.queues->main(), finish](const std::exception_ptr& error) {
                      main.async([finish, error] { finish(error); });
                    });
+  // The stop was there before the question.
+  if (isOvertaken(start)) withdrawQuestions();
 }
 
 /// The capture has come to the end of its start, this way or that.
@@ -315,9 +321,13 @@ void Controller::stop() {
     video_.shut();
   }
   capturing_ = false;
+  withdrawQuestions();
   banner_.hide();
   endInput(deadline);
 }
+
+/// On any thread.
+void Controller::withdrawQuestions() { platform_.desktop->screenCapture().withdrawQuestions(); }
 
 // Input's end
 

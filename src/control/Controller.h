@@ -80,6 +80,7 @@ class Controller final : public ApplicationDelegate,
 
   bool isOvertaken(const Start& start) const;
   void endUnwantedCapture();
+  void withdrawQuestions();
   void allowInput(bool allowed);
   void endInput(HostTime deadline);
   HostTime inputDeadline() const;

@@ -110,6 +110,10 @@ class ScreenCapture {
   virtual std::unique_ptr<ScreenStream> makeStream(
       const ContentFilter& filter, const StreamConfiguration& configuration,
       std::function<void(PlatformError)> onStopped) = 0;
+
+  /// Nobody waits any more for what the window system still asks the person at the start of
+  /// streams: those starts fail. Nothing to do where it asks nothing then.
+  virtual void withdrawQuestions() {}
 };
 
 }  // namespace vesk

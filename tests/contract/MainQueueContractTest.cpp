@@ -8,7 +8,7 @@
 
 /// What every main queue promises, the one that tests use and the one that the program uses.
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -81,4 +81,4 @@ TEST(PlatformMainQueueContract, HoldsBackEveryTaskWhileOneRunsANestedLoop) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

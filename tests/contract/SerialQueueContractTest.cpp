@@ -9,7 +9,7 @@
 
 /// What every serial queue promises, the one that tests use and the one that the program uses.
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 template <typename World>
@@ -60,4 +60,4 @@ TYPED_TEST(SerialQueueContract, LetsGoOfATaskThatHasRun) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

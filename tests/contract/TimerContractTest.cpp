@@ -7,7 +7,7 @@
 
 /// What every timer promises, the one that tests use and the one that the program uses.
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -85,4 +85,4 @@ TYPED_TEST(TimerContract, DoesNotFireAfterTheEndOfItsQueue) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include "e2e/PresenceFixture.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 /// Which clicks answer the alert.
@@ -134,4 +134,4 @@ TEST_P(AlertClicksTest, TakesNoClickThatAnotherProgramMadeUp) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include "e2e/PresenceFixture.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 /// Which keys answer the alert. The server repeats what is held, as it does for every program.
@@ -146,4 +146,4 @@ TEST_P(AlertKeysTest, TakesNoEventThatAnotherProgramMadeUp) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

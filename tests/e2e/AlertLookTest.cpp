@@ -2,7 +2,7 @@
 
 #include "e2e/PresenceFixture.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 class FramedAlertTest : public PresenceTest {};
@@ -83,4 +83,4 @@ TEST_F(OnOpenboxTest, IsOneLineHigherAtMostForTheLongestName) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

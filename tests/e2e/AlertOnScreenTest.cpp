@@ -2,7 +2,7 @@
 
 #include "e2e/PresenceFixture.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using AlertOnScreenTest = PresenceTest;
@@ -259,4 +259,4 @@ TEST_F(AlertWithoutItsWindowManagerTest, AsksForItsWindowAgainWhenNobodyHeardIt)
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

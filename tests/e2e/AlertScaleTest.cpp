@@ -5,7 +5,7 @@
 
 #include "e2e/PresenceFixture.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 /// A desktop's settings as programs read them from the X server, with nothing but the resolution of
@@ -161,4 +161,4 @@ TEST_P(AlertOnSmallScreenTest, IsInSightAsAWhole) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

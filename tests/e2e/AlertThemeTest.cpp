@@ -12,7 +12,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/UnixListener.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 /// How well the text in a rectangle can be read: of the colours that fill it, the one nearest to
@@ -246,4 +246,4 @@ TEST_F(AlertAppearanceTest, AsksThePersonThoughThePortalDoesNotAnswer) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

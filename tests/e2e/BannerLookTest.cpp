@@ -2,7 +2,7 @@
 
 #include "e2e/PresenceFixture.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 class ComposedBannerTest : public PresenceTest {
@@ -78,4 +78,4 @@ TEST_F(OnOpenboxTest, HasAWholeBorderBehindTheStripsCornersWithoutACompositor) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

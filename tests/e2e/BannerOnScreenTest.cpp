@@ -2,7 +2,7 @@
 
 #include "e2e/PresenceFixture.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using BannerOnScreenTest = PresenceTest;
@@ -252,4 +252,4 @@ TEST_F(OnOpenboxTest, ListsItsOwnWindowsAndDropsThem) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -7,7 +7,7 @@
 #include "e2e/RecordedStream.h"
 #include "e2e/StreamDecoders.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using Key = RecordedStream::Key;
@@ -111,4 +111,4 @@ TEST_F(DecodersTest, SeeKeyFramesInARowAlike) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

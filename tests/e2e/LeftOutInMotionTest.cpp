@@ -14,7 +14,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using picture::PixelRect;
@@ -162,4 +162,4 @@ TEST_F(LeftOutInMotionTest, RatherShowsNothingThanAnOwnWindowThatNeverStandsStil
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

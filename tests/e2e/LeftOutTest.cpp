@@ -6,7 +6,7 @@
 #include "support/Patience.h"
 #include "support/XResources.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using Kind = PresenceDesktop::Kind;
@@ -332,4 +332,4 @@ INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutWithoutCompositorTest,
                          ::testing::Values(Kind::bare, Kind::openbox, Kind::xfwm4), name);
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -15,7 +15,7 @@
 #include "support/Patience.h"
 #include "support/WorkQueues.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using Kind = PresenceDesktop::Kind;
@@ -158,4 +158,4 @@ INSTANTIATE_TEST_SUITE_P(Desktops, LeftOutVideoTest, ::testing::ValuesIn(everyDe
                          [](const auto& test) { return nameOf(test.param); });
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -22,7 +22,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 /// Milliseconds beyond anything that the server does for another client at a stretch.
@@ -123,4 +123,4 @@ TEST(StoppedCaptureTest, NeverHoldsTheServer) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

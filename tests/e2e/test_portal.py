@@ -209,6 +209,32 @@ class Questions(Session):
         self.expect_none_started(WITHDRAWN)
         self.run_session()
 
+    def test_a_stop_that_comes_before_the_portals_question_takes_it_away(self):
+        self.agent.send({"op": "start"}, "stop")
+        self.assertEqual(self.agent.next_message(), STARTING)
+        self.expect_none_started(WITHDRAWN)
+
+    def test_the_portals_question_stays_where_only_input_is_denied(self):
+        self.ask_portal()
+        self.agent.send("deny-input")
+        self.expect_session()
+
+    def test_no_viewer_answers_the_portals_question(self):
+        for _ in range(2):
+            self.agent.send({"op": "start", "input": True})
+            self.assertEqual(self.agent.next_message(), STARTING)
+            self.dialog.wait_for()
+        self.dialog.allow()
+        self.assertEqual(self.agent.next_message()["op"], "started")
+        self.dialog.wait_for()
+        x, y = self.dialog.SHARE
+        self.agent.send(*(f"move {x / gnome.WIDTH} {y / gnome.HEIGHT}", "click") * 3)
+        start = self.units()
+        wait_until(lambda: self.units() > start + 30, "a second goes by")
+        self.assertTrue(self.dialog.is_there())
+        self.agent.send("stop")
+        self.expect_none_started(WITHDRAWN)
+
     def test_an_agent_that_leaves_takes_the_portals_question_away(self):
         self.ask_portal()
         self.agent.send("disconnect")

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -17,6 +18,7 @@ struct RecordedStream {
   SerialQueue* queue = nullptr;
   Completion started;  ///< held back until `answerStart`
   int stops = 0;
+  int withdrawalsBefore = 0;
   bool alive = true;
 
   /// Answers a start that was held back. A start is answered once, and its call-back, which may
@@ -48,6 +50,7 @@ class RecordingScreenCapture final : public ScreenCapture {
     record->filter = filter;
     record->configuration = configuration;
     record->onStopped = std::move(onStopped);
+    record->withdrawalsBefore = withdrawals;
     streams.push_back(record);
     return std::make_unique<Stream>(*this, record);
   }
@@ -60,7 +63,10 @@ class RecordingScreenCapture final : public ScreenCapture {
   std::function<void()> beforeContent;  ///< what happens, once, while content is looked for
   bool holdStart = false;               ///< leave the answer to `RecordedStream::answerStart`
   int contentRequests = 0;
+  std::atomic<int> withdrawals = 0;
   std::vector<std::shared_ptr<RecordedStream>> streams;
+
+  void withdrawQuestions() override { ++withdrawals; }
 
  private:
   class Stream final : public ScreenStream {

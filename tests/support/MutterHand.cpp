@@ -13,7 +13,7 @@
 namespace vesk::testing {
 namespace {
 
-constexpr const char* service = "org.gnome.Mutter.RemoteDesktop";
+constexpr const char* remoteDesktop = "org.gnome.Mutter.RemoteDesktop";
 
 constexpr const char* screenCast = "org.gnome.Mutter.ScreenCast";
 
@@ -31,13 +31,13 @@ QString made(const QDBusMessage& answer) {
 }  // namespace
 
 MutterHand::MutterHand(const Mutter& desktop) : desktop_(desktop) {
-  session_ = made(
-      answerTo(desktop_, QDBusMessage::createMethodCall(service, "/org/gnome/Mutter/RemoteDesktop",
-                                                        service, "CreateSession")));
+  session_ = made(answerTo(
+      desktop_, QDBusMessage::createMethodCall(remoteDesktop, "/org/gnome/Mutter/RemoteDesktop",
+                                               remoteDesktop, "CreateSession")));
   // Places are told as those in the picture of a screen, which nobody looks at.
-  auto identity =
-      QDBusMessage::createMethodCall(service, session_, "org.freedesktop.DBus.Properties", "Get");
-  identity.setArguments({QString(service) + ".Session", "SessionId"});
+  auto identity = QDBusMessage::createMethodCall(remoteDesktop, session_,
+                                                 "org.freedesktop.DBus.Properties", "Get");
+  identity.setArguments({QString(remoteDesktop) + ".Session", "SessionId"});
   const auto number = answerTo(desktop_, identity).arguments().at(0).value<QDBusVariant>();
   auto cast = QDBusMessage::createMethodCall(screenCast, "/org/gnome/Mutter/ScreenCast", screenCast,
                                              "CreateSession");
@@ -50,9 +50,9 @@ MutterHand::MutterHand(const Mutter& desktop) : desktop_(desktop) {
 }
 
 MutterHand::~MutterHand() {
-  desktop_.bus().call(
-      QDBusMessage::createMethodCall(service, session_, QString(service) + ".Session", "Stop"),
-      QDBus::NoBlock);
+  desktop_.bus().call(QDBusMessage::createMethodCall(remoteDesktop, session_,
+                                                     QString(remoteDesktop) + ".Session", "Stop"),
+                      QDBus::NoBlock);
 }
 
 void MutterHand::moveTo(Point point) {
@@ -86,8 +86,8 @@ void MutterHand::strike(std::uint32_t code) {
 }
 
 void MutterHand::call(const QString& method, const QVariantList& arguments) const {
-  auto message =
-      QDBusMessage::createMethodCall(service, session_, QString(service) + ".Session", method);
+  auto message = QDBusMessage::createMethodCall(remoteDesktop, session_,
+                                                QString(remoteDesktop) + ".Session", method);
   message.setArguments(arguments);
   answerTo(desktop_, message);
 }

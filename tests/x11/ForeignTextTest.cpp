@@ -10,7 +10,7 @@
 #include "x11/Receivers.h"
 #include "x11/Session.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -131,4 +131,4 @@ TEST_F(ForeignTextTest, IsExactElsewhereOnALoadedMachine) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

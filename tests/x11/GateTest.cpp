@@ -10,7 +10,7 @@
 #include "x11/Receivers.h"
 #include "x11/Session.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -248,4 +248,4 @@ TEST_F(GateTest, AnEndStopsWhatIsQueued) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -6,7 +6,7 @@
 
 #include "x11/Session.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 class HeldTest : public ::testing::Test {
@@ -139,4 +139,4 @@ TEST_F(HeldTest, ALostServerIsBorneInSilence) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -6,7 +6,7 @@
 #include "x11/EventRecorder.h"
 #include "x11/Session.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -72,4 +72,4 @@ TEST_F(LatencyTest, TwoThousandMovesASecondDoNotQueueUp) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -10,7 +10,7 @@
 #include "x11/QuestionedWindow.h"
 #include "x11/Session.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 constexpr int secondGroup = 1 << 13;
@@ -197,4 +197,4 @@ TEST_F(GivingBackTest, IsDoneLaterWhereNoThreadCanBeHad) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

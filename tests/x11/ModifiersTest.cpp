@@ -4,7 +4,7 @@
 #include "x11/EventRecorder.h"
 #include "x11/Session.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using Kind = Received::Kind;
@@ -145,4 +145,4 @@ TEST_F(ModifiersTest, NumLockIsSetAsideForADigitOfTheKeypad) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

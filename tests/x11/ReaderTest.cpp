@@ -7,7 +7,7 @@
 #include "x11/QuestionedWindow.h"
 #include "x11/Session.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -66,4 +66,4 @@ TEST_F(ReaderTest, DoesNotWaitForAProgramThatTakesNoQuestions) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

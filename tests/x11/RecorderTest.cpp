@@ -6,7 +6,7 @@
 #include "x11/EventRecorder.h"
 #include "x11/Session.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using Kind = Received::Kind;
@@ -267,4 +267,4 @@ TEST_F(RecorderTest, GetsTextWithoutTheModifiersThatTheViewerHolds) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -3,7 +3,7 @@
 #include "x11/Receivers.h"
 #include "x11/Session.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 constexpr int left = 37;
@@ -155,4 +155,4 @@ TEST_F(ShortcutsTest, TheWheelScrollsInChromium) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -4,7 +4,7 @@
 #include "x11/Receivers.h"
 #include "x11/Session.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 constexpr int enter = 13;
@@ -61,4 +61,4 @@ TEST_F(ReceiverTest, Zenity) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

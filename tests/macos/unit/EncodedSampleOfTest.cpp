@@ -2,7 +2,7 @@
 
 #include "macos/unit/SystemFixture.h"
 
-namespace vesk::mac {
+namespace vesk::mac::VESK_FILE {
 namespace {
 
 namespace fake = vesk::fakes::mac;
@@ -93,4 +93,4 @@ TEST_F(EncodedSampleOfTest, LeavesOutAParameterSetThatCannotBeRead) {
 }
 
 }  // namespace
-}  // namespace vesk::mac
+}  // namespace vesk::mac::VESK_FILE

@@ -3,7 +3,7 @@
 #include "platform/macos/MacDisplays.h"
 #include "platform/macos/MacPermissions.h"
 
-namespace vesk::mac {
+namespace vesk::mac::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -63,4 +63,4 @@ TEST_F(MacDesktopTest, HasTheTimeOfTheHostsClock) {
 }
 
 }  // namespace
-}  // namespace vesk::mac
+}  // namespace vesk::mac::VESK_FILE

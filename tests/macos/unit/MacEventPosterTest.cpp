@@ -3,7 +3,7 @@
 #include "macos/unit/SystemFixture.h"
 #include "platform/SystemClock.h"
 
-namespace vesk::mac {
+namespace vesk::mac::VESK_FILE {
 namespace {
 
 using vesk::fakes::mac::EventFields;
@@ -225,4 +225,4 @@ TEST_F(MacEventPosterGateTest, IsLeftAloneByAPosterThatHasEnded) {
 }
 
 }  // namespace
-}  // namespace vesk::mac
+}  // namespace vesk::mac::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -181,4 +181,4 @@ TEST(CommandTest, HelpsWithEveryCommand) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

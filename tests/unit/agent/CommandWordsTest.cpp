@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::agent::words {
+namespace vesk::agent::words::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -61,4 +61,4 @@ TEST(CommandWordsTest, ReadsHexadecimalPairs) {
 }
 
 }  // namespace
-}  // namespace vesk::agent::words
+}  // namespace vesk::agent::words::VESK_FILE

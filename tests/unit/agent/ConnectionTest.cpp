@@ -8,7 +8,7 @@
 
 #include "platform/UnixSocket.h"
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 using State = Connection::State;
@@ -83,4 +83,4 @@ TEST_F(ConnectionTest, ReadsOnlyWhileItIsToRead) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 TEST(ConsoleTest, KeepsMessagesAndNotesApart) {
@@ -38,4 +38,4 @@ TEST(ConsoleTest, TellsWhenNobodyTakesTheMessages) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 TEST(FrameAssemblerTest, AssemblesFramesFromSingleBytes) {
@@ -74,4 +74,4 @@ TEST(FrameAssemblerTest, IsBrokenByALengthThatNoFrameHas) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

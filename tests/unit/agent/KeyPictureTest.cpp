@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 bool isKey(std::initializer_list<int> values) {
@@ -28,4 +28,4 @@ TEST(KeyPictureTest, IsNoOtherPicture) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 TEST(LineSplitterTest, CutsLinesHoweverTheyArrive) {
@@ -28,4 +28,4 @@ TEST(LineSplitterTest, TakesALastLineWithoutItsLineFeed) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -10,7 +10,7 @@
 #include "platform/UnixSocket.h"
 #include "support/TemporaryFolder.h"
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 class ListenerTest : public ::testing::Test {
@@ -79,4 +79,4 @@ TEST_F(ListenerTest, TellsThatAFolderIsMissing) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

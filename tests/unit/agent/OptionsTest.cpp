@@ -4,7 +4,7 @@
 
 #include <initializer_list>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 std::variant<Options, OptionsAnswer> parse(std::vector<const char*> arguments) {
@@ -106,4 +106,4 @@ TEST(OptionsTest, RefuseAPathThatASocketCannotHave) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -8,7 +8,7 @@
 #include "agent/Command.h"
 #include "support/TemporaryFolder.h"
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 std::string contents(const std::filesystem::path& path) {
@@ -52,4 +52,4 @@ TEST(RecorderTest, TellsWhatCannotBeWritten) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::agent::requests {
+namespace vesk::agent::requests::VESK_FILE {
 namespace {
 
 TEST(RequestsTest, AreCompactWithTheirNameFirst) {
@@ -26,4 +26,4 @@ TEST(RequestsTest, PutAPositionIntoEveryPress) {
 }
 
 }  // namespace
-}  // namespace vesk::agent::requests
+}  // namespace vesk::agent::requests::VESK_FILE

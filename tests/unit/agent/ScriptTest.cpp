@@ -7,7 +7,7 @@
 #include "fakes/RecordingScriptActions.h"
 #include "support/TemporaryFolder.h"
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -166,4 +166,4 @@ TEST_F(ScriptTest, ClosesOnAProgramThatDoesNotRead) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <array>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -34,4 +34,4 @@ TEST(VideoNotesTest, BeginAfreshAfterEachNote) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 Bytes filled(std::size_t size, int value) { return Bytes(size, static_cast<std::byte>(value)); }
@@ -113,4 +113,4 @@ TEST(AnnexBTest, LeavesStartCodesInsideAUnitAlone) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

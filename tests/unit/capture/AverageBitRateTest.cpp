@@ -4,7 +4,7 @@
 
 #include <limits>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 TEST(AverageBitRateTest, IsAThousandTimesTheKilobits) {
@@ -29,4 +29,4 @@ TEST(AverageBitRateDeathTest, EndsTheProcessBeyondItsRange) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

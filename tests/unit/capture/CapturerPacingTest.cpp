@@ -6,7 +6,7 @@
 #include "support/CapturerFixture.h"
 #include "support/LogLines.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -357,4 +357,4 @@ TEST_F(CapturerPacingTest, IsGoneForItsCallbacksOnceItsOwnerLetsItGo) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -8,7 +8,7 @@
 #include "support/CapturerFixture.h"
 #include "support/LogLines.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using testing::LogLines;
@@ -215,4 +215,4 @@ TEST_F(CapturerDeathTest, EndsTheProcessOverASizeBeyondTheEncoders) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 const std::vector<ShareableDisplay> displays{{7, 100, 50}, {3, 200, 60}, {9, 300, 70}};
@@ -26,4 +26,4 @@ TEST(ChosenDisplayTest, IsTheFirstOneWhenTheMainOneIsMissing) {
 TEST(ChosenDisplayTest, IsNoneOfNone) { EXPECT_FALSE(chosenDisplay({}, 7)); }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

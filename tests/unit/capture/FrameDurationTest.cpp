@@ -4,7 +4,7 @@
 
 #include <limits>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 TEST(FrameDurationTest, IsOneFramesTimeForTheFirstFrame) {
@@ -46,4 +46,4 @@ TEST(FrameDurationDeathTest, EndsTheProcessWithoutAFrameRate) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 TEST(FrameRateTest, IsKeptBetweenFiveAndSixty) {
@@ -20,4 +20,4 @@ TEST(FrameRateTest, IsKeptBetweenFiveAndSixty) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include "support/UnixListener.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using vesk::testing::bytes;
@@ -24,4 +24,4 @@ TEST(IsKeyFrameTest, IsFalseForEveryOther) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

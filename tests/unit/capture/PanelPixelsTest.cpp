@@ -4,7 +4,7 @@
 
 #include "fakes/FakeDisplays.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 TEST(PanelPixelsTest, AreThoseOfTheMode) {
@@ -32,4 +32,4 @@ TEST(PanelPixelsTest, AreTheListsWhereTheWindowSystemKnowsNone) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

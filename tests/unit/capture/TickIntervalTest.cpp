@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 TEST(TickIntervalTest, IsOneSecondDividedInWholeNanoseconds) {
@@ -17,4 +17,4 @@ TEST(TickIntervalDeathTest, EndsTheProcessWithoutAFrameRate) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 TEST(VideoSizeTest, KeepsWhatFits) {
@@ -55,4 +55,4 @@ TEST(VideoSizeDeathTest, EndsTheProcessBeyondItsRange) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 std::optional<CommandLineAnswer> answer(std::vector<std::string> arguments) {
@@ -49,4 +49,4 @@ TEST(CommandLineTest, GoesByTheFirstArgument) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -5,7 +5,7 @@
 #include <future>
 #include <vector>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 TEST(ControlBacklogTest, LetsTheReaderWaitUntilAPlaceIsFree) {
@@ -33,4 +33,4 @@ TEST(ControlBacklogTest, SharesItsPlacesWithItsCopies) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 std::optional<ControlRequest> request(std::string_view text) {
@@ -116,4 +116,4 @@ TEST(ViewerRequestTest, HasAnEmptyNameByDefault) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

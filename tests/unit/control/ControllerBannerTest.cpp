@@ -4,7 +4,7 @@
 
 #include "support/SessionFixture.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -133,4 +133,4 @@ TEST_F(ControllerBannerTest, OfManyNamesOnlyTheLastIsLaidOut) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

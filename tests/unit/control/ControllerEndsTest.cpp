@@ -7,7 +7,7 @@
 
 #include "support/SessionFixture.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -50,6 +50,29 @@ TEST_F(ControllerEndsTest, AStopRightBehindItsStartEndsIt) {
   EXPECT_EQ(heardText(), starting);
   EXPECT_EQ(heardText(), started);
   expectNothingRuns();
+}
+
+TEST_F(ControllerEndsTest, AnEndTakesBackWhatTheDesktopAsks) {
+  screen_.holdStart = true;
+  connect();
+  tell(R"({"op":"start"})");
+  heard();
+  tell(R"({"op":"input","allowed":false})");
+  EXPECT_EQ(screen_.withdrawals, stream()->withdrawalsBefore) << "the question stands";
+  tell(stopMessage);
+  EXPECT_GT(screen_.withdrawals, stream()->withdrawalsBefore);
+  tell(R"({"op":"start"})");
+  EXPECT_EQ(screen_.withdrawals, stream()->withdrawalsBefore);
+  replaceAgent();
+  EXPECT_GT(screen_.withdrawals, stream()->withdrawalsBefore);
+}
+
+TEST_F(ControllerEndsTest, AStopThatCameBeforeTheDesktopAskedTakesThatBackToo) {
+  screen_.holdStart = true;
+  connect();
+  tellTogether({R"({"op":"start"})", stopMessage});
+  heard();
+  EXPECT_GT(screen_.withdrawals, stream()->withdrawalsBefore);
 }
 
 TEST_F(ControllerEndsTest, AStopBetweenTwoStartsEndsTheFirstAlone) {
@@ -324,4 +347,4 @@ TEST_F(ControllerEndsTest, ASignalLetsGoOfEverythingBeforeTheProcessEnds) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -5,7 +5,7 @@
 #include "control/Controller.h"
 #include "support/ControllerFixture.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -248,4 +248,4 @@ TEST_F(ControllerInputTest, FloodsAreToldOfOnceForEachTimeThatInputIsAllowed) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

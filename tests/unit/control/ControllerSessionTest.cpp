@@ -3,7 +3,7 @@
 #include "capture/CaptureError.h"
 #include "support/SessionFixture.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -288,4 +288,4 @@ TEST_F(ControllerSessionTest, StartsNothingForAControllerThatWentAwayWhileItsCap
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

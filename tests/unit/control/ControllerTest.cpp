@@ -6,7 +6,7 @@
 #include "platform/User.h"
 #include "support/ControllerFixture.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -193,4 +193,4 @@ TEST_F(ControllerTest, IsNotKeptAliveByItsOwnWiring) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

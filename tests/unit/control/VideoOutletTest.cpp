@@ -11,7 +11,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/UnixListener.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using vesk::testing::bytes;
@@ -232,4 +232,4 @@ TEST_F(VideoOutletTest, LetsAPictureThatWaitsGoWhenItsSessionEnds) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -46,4 +46,4 @@ TEST(ClickCountTest, StartsAnewForAnotherButton) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -11,7 +11,7 @@
 #include "fakes/ManualQueues.h"
 #include "support/UnixListener.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 class InputBacklogTest : public ::testing::Test {
@@ -127,4 +127,4 @@ TEST_F(InputBacklogTest, TakesFromAnyThread) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

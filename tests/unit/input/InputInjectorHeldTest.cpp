@@ -2,7 +2,7 @@
 
 #include "support/InjectorFixture.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using InputInjectorReconcileTest = InjectorTest;
@@ -143,4 +143,4 @@ TEST_F(InputInjectorReleaseTest, StartsCleanAfterwards) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include "support/InjectorFixture.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using InputInjectorKeyTest = InjectorTest;
@@ -154,4 +154,4 @@ TEST_F(InputInjectorTextTest, LeavesWhatIsHeldAlone) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -3,7 +3,7 @@
 
 #include "support/InjectorFixture.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -243,4 +243,4 @@ TEST_F(InputInjectorMouseTest, IgnoresWhatItCannotRead) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <map>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 constexpr bool plain = false;
@@ -167,4 +167,4 @@ TEST(ModifierFlagTest, IsSharedByTheTwoKeysOfAPair) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

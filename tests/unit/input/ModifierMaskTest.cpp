@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 TEST(ModifierMaskTest, NamesFourFlags) {
@@ -29,4 +29,4 @@ TEST(ModifierMaskTest, LeavesCapsLockAsItIs) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

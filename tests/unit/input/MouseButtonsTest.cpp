@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 constexpr ButtonAction leftDrag{EventType::leftMouseDragged, MouseButton::left};
@@ -45,4 +45,4 @@ TEST(MouseButtonsTest, DoNotDragWithAStandInForTheLeftOne) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <numeric>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using Runs = std::vector<std::u16string>;
@@ -115,4 +115,4 @@ TEST(TextRunsTest, DoNotEvenTouchWhatLiesFarBeyond) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -9,7 +9,7 @@
 #include "platform/User.h"
 #include "support/LogLines.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -73,4 +73,4 @@ TEST_F(SingleInstanceTest, LooksForItsOwnBundleWhereItHasOne) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -11,7 +11,7 @@
 
 #include "support/LinkFixture.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -239,4 +239,4 @@ TEST_F(AgentLinkTest, IsKeptByItsOwnLoop) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

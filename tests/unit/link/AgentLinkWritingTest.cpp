@@ -9,7 +9,7 @@
 #include "link/AgentLink.h"
 #include "support/LinkFixture.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -285,4 +285,4 @@ TEST_F(AgentLinkWritingTest, GivesUpAFrameWhenTheAgentGoesAwayWithoutReadingIt) 
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

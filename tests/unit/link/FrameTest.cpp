@@ -7,7 +7,7 @@
 
 #include "support/UnixListener.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using testing::bytes;
@@ -137,4 +137,4 @@ TEST(ReadFrameTest, EndsOnAnError) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -5,7 +5,7 @@
 
 #include <ctime>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono;
@@ -34,4 +34,4 @@ TEST(Iso8601Test, DoesNotCareForTheTimeZone) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -13,7 +13,7 @@
 
 #include "support/TemporaryFolder.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 class LogFileTest : public ::testing::Test {
@@ -128,4 +128,4 @@ TEST_F(LogFileTest, KeepsLinesOfManyThreadsWhole) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -101,4 +101,4 @@ TEST_F(LogLimitTest, KeepsFewKindsHoweverManyThereAre) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

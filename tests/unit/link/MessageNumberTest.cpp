@@ -2,7 +2,7 @@
 
 #include "link/Message.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 std::optional<double> number(std::string_view value) {
@@ -32,4 +32,4 @@ TEST(MessageNumberTest, FindsNothingElse) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

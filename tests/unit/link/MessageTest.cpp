@@ -6,7 +6,7 @@
 #include <limits>
 #include <string>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 std::optional<Message> parse(std::string_view text) {
@@ -168,4 +168,4 @@ TEST(MessageTest, IsNotChangedByWhatIsAddedToACopy) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

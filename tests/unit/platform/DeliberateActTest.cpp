@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using Time = DeliberateAct::Time;
@@ -185,4 +185,4 @@ TEST_F(DeliberateActTest, BeginsAnewEachTimeThatTheFocusComes) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

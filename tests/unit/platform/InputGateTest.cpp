@@ -8,7 +8,7 @@
 #include "fakes/ManualClock.h"
 #include "platform/SystemClock.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -144,4 +144,4 @@ TEST_F(SleepAtTheGateTest, IsOverWhenTheTimeOfAnEndIs) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 TEST(StripFrameTest, IsThreeFifthsOfTheScreenAndNoWiderThanItMayBe) {
@@ -23,4 +23,4 @@ TEST(StripLabelFrameTest, LeavesAMarginAllAround) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -5,7 +5,7 @@
 #include "fakes/FakeDisplays.h"
 #include "fakes/RecordingOverlays.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using Calls = std::vector<std::string>;
@@ -199,4 +199,4 @@ TEST_F(BannerTest, ShowsNothingWithoutAScreenAndHidesWhatWasShown) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

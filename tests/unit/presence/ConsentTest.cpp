@@ -7,7 +7,7 @@
 #include "fakes/ManualQueues.h"
 #include "fakes/RecordingAlerts.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using fakes::ManualClock;
@@ -111,4 +111,4 @@ TEST_F(ConsentTest, AsksAsOftenAsItIsToldOneAfterTheOther) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

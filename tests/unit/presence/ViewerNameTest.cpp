@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 TEST(ViewerNameTest, IsShownAsItIs) {
@@ -139,4 +139,4 @@ TEST(ViewerNameTest, PassesMalformedTextThrough) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

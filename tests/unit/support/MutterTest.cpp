@@ -9,7 +9,7 @@
 #include "support/Patience.h"
 #include "support/WlWindow.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 bool isOnBus(const Mutter& desktop, const char* name) {
@@ -44,4 +44,4 @@ TEST(MutterTest, HasAPortalWhereItIsWanted) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

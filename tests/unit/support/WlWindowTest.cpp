@@ -8,7 +8,7 @@
 #include "support/Patience.h"
 #include "support/Sway.h"
 
-namespace vesk::testing {
+namespace vesk::testing::VESK_FILE {
 namespace {
 
 class WlWindowTest : public ::testing::Test {
@@ -48,4 +48,4 @@ TEST_F(WlWindowTest, EndsWithTheCompositorInSilence) {
 }
 
 }  // namespace
-}  // namespace vesk::testing
+}  // namespace vesk::testing::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 /// A digit for each code point: 1 where a character begins.
@@ -71,4 +71,4 @@ TEST(CharacterStartsTest, MakeAFlagOfTwoIndicators) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

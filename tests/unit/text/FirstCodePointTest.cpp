@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 /// As value and length, or nothing.
@@ -67,4 +67,4 @@ TEST(IsWellFormedTest, LooksAtAllOfTheText) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

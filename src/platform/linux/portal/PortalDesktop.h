@@ -21,10 +21,7 @@ class PortalDesktop final : public Desktop {
   /// The clock outlives the desktop. `hasOverlays` tells whether this program can show its own sign
   /// that somebody watches.
   PortalDesktop(const Clock& clock, bool hasOverlays)
-      : hasOverlays_(hasOverlays), inputGate_(clock) {
-    // What ends before the person has answered needs no answer any more.
-    events_.onEnd = [this] { screenCapture_.withdrawQuestion(); };
-  }
+      : hasOverlays_(hasOverlays), inputGate_(clock) {}
 
   std::string description() const override {
     const std::string desktop = "a Wayland desktop that shares its screen by a portal";
@@ -53,7 +50,7 @@ class PortalDesktop final : public Desktop {
   std::shared_ptr<session::StrokeQueue> strokes_ =
       std::make_shared<session::StrokeQueue>(inputGate_);
   input::PortalEventPoster events_{inputGate_, strokes_};
-  screen::PortalScreenCapture screenCapture_{strokes_, ownSurfaces_};
+  screen::PortalScreenCapture screenCapture_{strokes_, inputGate_, ownSurfaces_};
 };
 
 }  // namespace vesk::portal

@@ -6,7 +6,7 @@
 #include "agent/Command.h"
 #include "agent/Recorder.h"
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 /// Only this system has a device that is always full.
@@ -21,4 +21,4 @@ TEST(RecorderFullDeviceTest, TellsThatNothingFits) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 class AskedSessionTest : public ::testing::Test {
@@ -71,4 +71,4 @@ TEST_F(AskedSessionTest, EndsWithTheProgram) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include "agent/Command.h"
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 Frame frame(FrameKind kind, std::string_view text) {
@@ -74,4 +74,4 @@ TEST(HeldInputTest, IsBounded) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

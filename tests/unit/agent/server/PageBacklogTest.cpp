@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -192,4 +192,4 @@ TEST_F(PageBacklogTest, IsOverfullOfWhatIsNoVideo) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

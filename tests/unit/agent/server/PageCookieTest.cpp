@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 using Tokens = std::vector<std::string_view>;
@@ -40,4 +40,4 @@ TEST(PageCookieTest, IsKeptFromScriptsAndFromOtherSites) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -6,7 +6,7 @@
 
 #include "agent/server/PageFiles.h"
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 namespace http = boost::beast::http;
@@ -121,4 +121,4 @@ TEST(PageHttpTest, RefusalsAreOneLine) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

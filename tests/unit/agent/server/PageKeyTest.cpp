@@ -4,7 +4,7 @@
 
 #include <set>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 using Admission = PageKey::Admission;
@@ -73,4 +73,4 @@ TEST(PageKeyTest, ABrowserWithoutACookieBindsNobody) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 bool isReadable(const PageMail& mail) {
@@ -49,4 +49,4 @@ TEST(PageMailTest, LongFramesFillItEarlier) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include "agent/Command.h"
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 Bytes message(char kind, std::string_view payload) {
@@ -68,4 +68,4 @@ TEST(PageMessageTest, ThePageIsToldInJson) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 TEST(PageOriginTest, TheHostIsTheLoopbackAddressWithItsPort) {
@@ -33,4 +33,4 @@ TEST(PageOriginTest, TheOriginIsThePageItself) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

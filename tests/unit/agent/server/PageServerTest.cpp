@@ -11,7 +11,7 @@
 
 #include "agent/server/PageMessage.h"
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -310,4 +310,4 @@ TEST_F(PageServerTest, ItsEndWaitsForNobodyForLong) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace vesk::agent {
+namespace vesk::agent::VESK_FILE {
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -84,4 +84,4 @@ TEST_F(ProgramStateTest, EndsWithTheProgramAndBeginsWithItsGreeting) {
 }
 
 }  // namespace
-}  // namespace vesk::agent
+}  // namespace vesk::agent::VESK_FILE

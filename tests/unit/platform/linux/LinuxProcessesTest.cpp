@@ -16,7 +16,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/XServer.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 namespace fs = std::filesystem;
@@ -192,4 +192,4 @@ TEST(LinuxProcessesDeathTest, ExitsWithTheStatus) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

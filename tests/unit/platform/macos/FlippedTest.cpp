@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::mac {
+namespace vesk::mac::VESK_FILE {
 namespace {
 
 constexpr double primaryHeight = 900;
@@ -27,4 +27,4 @@ TEST(FlippedTest, IsItsOwnInverse) {
 }
 
 }  // namespace
-}  // namespace vesk::mac
+}  // namespace vesk::mac::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include "platform/macos/MacClock.h"
 
-namespace vesk::mac {
+namespace vesk::mac::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -35,4 +35,4 @@ TEST(MediaTimeTest, IsTheClocksOwn) {
 }
 
 }  // namespace
-}  // namespace vesk::mac
+}  // namespace vesk::mac::VESK_FILE

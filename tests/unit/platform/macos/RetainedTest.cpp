@@ -4,7 +4,7 @@
 
 #include "platform/macos/dictionaryOf.h"
 
-namespace vesk::mac {
+namespace vesk::mac::VESK_FILE {
 namespace {
 
 CFNumberRef number() {
@@ -52,4 +52,4 @@ TEST(DictionaryOfTest, HoldsItsOneEntry) {
 }
 
 }  // namespace
-}  // namespace vesk::mac
+}  // namespace vesk::mac::VESK_FILE

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-namespace vesk::mac {
+namespace vesk::mac::VESK_FILE {
 namespace {
 
 class StreamCallbacksTest : public ::testing::Test {
@@ -146,4 +146,4 @@ TEST_F(StreamCallbacksEndTest, DeliversSamplesWhileTheEndIsBeingTold) {
 }
 
 }  // namespace
-}  // namespace vesk::mac
+}  // namespace vesk::mac::VESK_FILE

@@ -10,7 +10,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/UnixListener.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 using vesk::testing::bytes;
@@ -80,4 +80,4 @@ TEST_F(UnixSocketTest, IsNotInheritedByChildren) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 TEST(UserTest, IsTheOneOfTheProcess) {
@@ -26,4 +26,4 @@ TEST(UserTest, HasTheHomeOfTheEnvironmentElseOfTheDatabase) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

@@ -6,7 +6,7 @@
 
 #include "text/CharacterStarts.h"
 
-namespace vesk {
+namespace vesk::VESK_FILE {
 namespace {
 
 /// Cases as the Unicode consortium writes them: "÷" stands where a character begins, "×" where none
@@ -42,4 +42,4 @@ TEST(CharacterDatabaseTest, AgreesWhereCharactersBegin) {
 }
 
 }  // namespace
-}  // namespace vesk
+}  // namespace vesk::VESK_FILE

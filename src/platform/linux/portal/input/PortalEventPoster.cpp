@@ -30,13 +30,10 @@ PortalEventPoster::PortalEventPoster(InputGate& gate, std::shared_ptr<session::S
     letGo();
   };
   gate_.onEnded = [this] {
-    {
-      const std::lock_guard lock(mutex_);
-      letGo();
-      seat_.reset();
-      if (const auto count = typer_.takeLacking(); count > 0 && onLacking) onLacking(count);
-    }
-    if (onEnd) onEnd();
+    const std::lock_guard lock(mutex_);
+    letGo();
+    seat_.reset();
+    if (const auto count = typer_.takeLacking(); count > 0 && onLacking) onLacking(count);
   };
 }
 
@@ -50,6 +47,8 @@ PortalEventPoster::~PortalEventPoster() {
 bool PortalEventPoster::isReady() {
   const auto age = strokes_->age();
   if (std::exchange(age_, age) != age) {
+    // The stroke that found no room may be a press that stands behind what was let go of.
+    strokes_->letGo();
     forget();
     hasBroughtKeyboard_ = false;
   }

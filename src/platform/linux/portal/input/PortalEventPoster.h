@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -36,10 +35,6 @@ class PortalEventPoster final : public EventPoster {
   ~PortalEventPoster() override;
   PortalEventPoster(const PortalEventPoster&) = delete;
   PortalEventPoster& operator=(const PortalEventPoster&) = delete;
-
-  /// Told when input has ended, and the session that it was for or was to be for. Set before the
-  /// gate is used.
-  std::function<void()> onEnd;
 
   void post(const MouseEvent& event) override;
   void post(const KeyboardEvent& event) override;

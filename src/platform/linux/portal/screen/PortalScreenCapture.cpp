@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "platform/linux/portal/screen/PortalStream.h"
 #include "platform/linux/stream/leavesOutThisProgram.h"
 #include "platform/linux/wayland/server/shareableOutputs.h"
 
@@ -18,20 +17,23 @@ std::unique_ptr<ScreenStream> PortalScreenCapture::makeStream(
     const ContentFilter& filter, const StreamConfiguration& configuration,
     std::function<void(PlatformError)> onStopped) {
   auto made = std::make_unique<PortalStream>(
-      strokes_, filter.display.displayID, configuration,
+      strokes_, gate_, filter.display.displayID, configuration,
       stream::leavesOutThisProgram(filter) ? &ownSurfaces_ : nullptr, std::move(onStopped));
   const std::lock_guard lock(mutex_);
-  withdrawal_ = made->withdrawal();
+  std::erase_if(questions_, [](const auto& question) { return question.expired(); });
+  questions_.push_back(made->question());
   return made;
 }
 
-void PortalScreenCapture::withdrawQuestion() {
-  std::function<void()> withdrawal;
+void PortalScreenCapture::withdrawQuestions() {
+  std::vector<std::weak_ptr<Question>> questions;
   {
     const std::lock_guard lock(mutex_);
-    withdrawal = withdrawal_;
+    questions = questions_;
   }
-  if (withdrawal) withdrawal();
+  for (const auto& each : questions) {
+    if (const auto question = each.lock()) question->withdraw();
+  }
 }
 
 }  // namespace vesk::portal::screen

@@ -12,12 +12,13 @@ namespace vesk::portal::screen {
 
 /// What whoever starts and stops shares with the session's thread and the images'. Either of the
 /// two may end first; it is told of once.
-class PortalStream::Run : public std::enable_shared_from_this<Run> {
+class PortalStream::Run final : public Question, public std::enable_shared_from_this<Run> {
  public:
-  Run(std::shared_ptr<session::StrokeQueue> strokes, DisplayId display,
+  Run(std::shared_ptr<session::StrokeQueue> strokes, InputGate& gate, DisplayId display,
       const StreamConfiguration& configuration, const wayland::beneath::OwnSurfaces* leftOut,
       std::function<void(PlatformError)> onStopped)
       : strokes_(std::move(strokes)),
+        gate_(gate),
         display_(display),
         configuration_(configuration),
         leftOut_(leftOut),
@@ -30,7 +31,9 @@ class PortalStream::Run : public std::enable_shared_from_this<Run> {
 
   void start(Completion completion) {
     const auto weak = weak_from_this();
+    auto shut = std::make_unique<ShutGate>(gate_);
     const std::lock_guard lock(mutex_);
+    asking_ = std::move(shut);
     started_ = std::move(completion);
     session_ = std::make_unique<session::PortalSession>(
         strokes_, session::SessionWishes{.showsCursor = configuration_.showsCursor},
@@ -44,7 +47,7 @@ class PortalStream::Run : public std::enable_shared_from_this<Run> {
     session_->start();
   }
 
-  void withdraw() {
+  void withdraw() override {
     {
       const std::lock_guard lock(mutex_);
       if (session_ == nullptr || images_ != nullptr) return;
@@ -60,6 +63,7 @@ class PortalStream::Run : public std::enable_shared_from_this<Run> {
     {
       const std::lock_guard lock(mutex_);
       isOver_ = true;
+      asking_.reset();
       images = std::move(images_);
       session = std::move(session_);
       started = std::exchange(started_, nullptr);
@@ -78,10 +82,23 @@ class PortalStream::Run : public std::enable_shared_from_this<Run> {
   }
 
  private:
+  /// The viewer cannot answer what the person is asked.
+  class ShutGate {
+   public:
+    explicit ShutGate(InputGate& gate) : gate_(gate) { gate_.close(); }
+    ~ShutGate() { gate_.open(); }
+    ShutGate(const ShutGate&) = delete;
+    ShutGate& operator=(const ShutGate&) = delete;
+
+   private:
+    InputGate& gate_;
+  };
+
   /// On the session's thread: the person has agreed.
   void show(session::Granted granted) {
     const std::lock_guard lock(mutex_);
     if (isOver_) return;
+    asking_.reset();
     const auto weak = weak_from_this();
     const auto ended = [weak](const PlatformError& error) {
       if (const auto run = weak.lock()) run->end(error);
@@ -110,6 +127,7 @@ class PortalStream::Run : public std::enable_shared_from_this<Run> {
     {
       const std::lock_guard lock(mutex_);
       if (std::exchange(isOver_, true)) return;
+      asking_.reset();
       started = std::exchange(started_, nullptr);
       if (session_ != nullptr) session_->end();
     }
@@ -118,6 +136,7 @@ class PortalStream::Run : public std::enable_shared_from_this<Run> {
   }
 
   const std::shared_ptr<session::StrokeQueue> strokes_;
+  InputGate& gate_;
   const DisplayId display_;
   const StreamConfiguration configuration_;
   const wayland::beneath::OwnSurfaces* const leftOut_;
@@ -125,27 +144,25 @@ class PortalStream::Run : public std::enable_shared_from_this<Run> {
   Output output_;
   SerialQueue* queue_ = nullptr;
 
-  std::mutex mutex_;
+  /// Taken twice by one thread where there is no other for it to start: that fails at once.
+  std::recursive_mutex mutex_;
   bool isOver_ = false;
+  std::unique_ptr<ShutGate> asking_;  ///< while the desktop asks
   Completion started_;
   std::unique_ptr<session::PortalSession> session_;
   std::unique_ptr<ScreenStream> images_;
 };
 
-PortalStream::PortalStream(std::shared_ptr<session::StrokeQueue> strokes, DisplayId display,
-                           const StreamConfiguration& configuration,
+PortalStream::PortalStream(std::shared_ptr<session::StrokeQueue> strokes, InputGate& gate,
+                           DisplayId display, const StreamConfiguration& configuration,
                            const wayland::beneath::OwnSurfaces* leftOut,
                            std::function<void(PlatformError)> onStopped)
-    : run_(std::make_shared<Run>(std::move(strokes), display, configuration, leftOut,
+    : run_(std::make_shared<Run>(std::move(strokes), gate, display, configuration, leftOut,
                                  std::move(onStopped))) {}
 
 PortalStream::~PortalStream() { run_->stop(nullptr); }
 
-std::function<void()> PortalStream::withdrawal() const {
-  return [weak = std::weak_ptr(run_)] {
-    if (const auto run = weak.lock()) run->withdraw();
-  };
-}
+std::weak_ptr<Question> PortalStream::question() const { return run_; }
 
 std::optional<PlatformError> PortalStream::addOutput(Output output, SerialQueue& queue) {
   run_->connect(std::move(output), queue);

@@ -3,11 +3,21 @@
 #include <functional>
 #include <memory>
 
+#include "platform/InputGate.h"
 #include "platform/ScreenCapture.h"
 #include "platform/linux/portal/session/StrokeQueue.h"
 #include "platform/linux/wayland/beneath/OwnSurfaces.h"
 
 namespace vesk::portal::screen {
+
+/// What the desktop asks the person.
+class Question {
+ public:
+  virtual ~Question() = default;
+
+  /// Takes it back, if it stands open: the start fails. Thread: any.
+  virtual void withdraw() = 0;
+};
 
 /// What the person shares, as a stream that begins with the desktop's own question and ends with
 /// the session that the answer has begun; see `ScreenStream`. The viewer's strokes go to that
@@ -15,9 +25,10 @@ namespace vesk::portal::screen {
 class PortalStream final : public ScreenStream {
  public:
   /// What `filter` names is the display that was meant; the person may choose another, whose
-  /// picture is brought to the size that was configured. `leftOut`, which outlives the object,
-  /// tells of the surfaces that images are made without.
-  PortalStream(std::shared_ptr<session::StrokeQueue> strokes, DisplayId display,
+  /// picture is brought to the size that was configured. The gate is shut while the question
+  /// stands open. `leftOut` tells of the surfaces that images are made without. Both outlive the
+  /// object.
+  PortalStream(std::shared_ptr<session::StrokeQueue> strokes, InputGate& gate, DisplayId display,
                const StreamConfiguration& configuration,
                const wayland::beneath::OwnSurfaces* leftOut,
                std::function<void(PlatformError)> onStopped);
@@ -25,9 +36,8 @@ class PortalStream final : public ScreenStream {
   PortalStream(const PortalStream&) = delete;
   PortalStream& operator=(const PortalStream&) = delete;
 
-  /// Takes back the desktop's question, if that stands open: the start fails. To be called on any
-  /// thread, also after the stream is gone.
-  std::function<void()> withdrawal() const;
+  /// Gone with the stream.
+  std::weak_ptr<Question> question() const;
 
   std::optional<PlatformError> addOutput(Output output, SerialQueue& queue) override;
   void startCapture(Completion completion) override;

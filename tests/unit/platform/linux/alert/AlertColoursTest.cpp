@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::alert {
+namespace vesk::alert::VESK_FILE {
 namespace {
 
 TEST(ContrastTest, IsThatOfTheAccessibilityGuidelines) {
@@ -59,4 +59,4 @@ TEST(DefaultButtonPaletteTest, LeavesADarkAccentAsItIs) {
 }
 
 }  // namespace
-}  // namespace vesk::alert
+}  // namespace vesk::alert::VESK_FILE

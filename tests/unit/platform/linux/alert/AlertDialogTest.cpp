@@ -12,7 +12,7 @@
 
 #include "support/TestApplication.h"
 
-namespace vesk::alert {
+namespace vesk::alert::VESK_FILE {
 namespace {
 
 constexpr QSize roomOfAScreen(792, 760);
@@ -155,4 +155,4 @@ TEST_F(AlertDialogTest, KeepsTheAnswerThatEndsItWhileItIsOutdated) {
 }
 
 }  // namespace
-}  // namespace vesk::alert
+}  // namespace vesk::alert::VESK_FILE

@@ -8,7 +8,7 @@
 #include "support/Patience.h"
 #include "support/TestApplication.h"
 
-namespace vesk::alert {
+namespace vesk::alert::VESK_FILE {
 namespace {
 
 TEST(ParagraphTest, MakesOneSpaceOfEveryRunOfWhiteSpace) {
@@ -77,4 +77,4 @@ TEST_F(ElidedParagraphTest, IsDoneInTimeWhateverIsPiledUp) {
 }
 
 }  // namespace
-}  // namespace vesk::alert
+}  // namespace vesk::alert::VESK_FILE

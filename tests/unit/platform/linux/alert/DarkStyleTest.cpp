@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::alert {
+namespace vesk::alert::VESK_FILE {
 namespace {
 
 const QStringList all{"Fusion",       "Windows",      "Adwaita",
@@ -26,4 +26,4 @@ TEST(DarkStyleTest, IsNoneWhereNoneIsKnownOrThere) {
 }
 
 }  // namespace
-}  // namespace vesk::alert
+}  // namespace vesk::alert::VESK_FILE

@@ -10,7 +10,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::alert {
+namespace vesk::alert::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -82,4 +82,4 @@ TEST_F(QtAlertsTest, NotesWhereAnAlertWasThatIsAnswered) {
 }
 
 }  // namespace
-}  // namespace vesk::alert
+}  // namespace vesk::alert::VESK_FILE

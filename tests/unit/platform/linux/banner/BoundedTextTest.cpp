@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::banner {
+namespace vesk::banner::VESK_FILE {
 namespace {
 
 TEST(BoundedTextTest, LeavesTextOfAUsualLengthAlone) {
@@ -22,4 +22,4 @@ TEST(BoundedTextTest, KeepsSurrogatePairsWhole) {
 }
 
 }  // namespace
-}  // namespace vesk::banner
+}  // namespace vesk::banner::VESK_FILE

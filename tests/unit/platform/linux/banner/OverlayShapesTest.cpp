@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::banner {
+namespace vesk::banner::VESK_FILE {
 namespace {
 
 using Rects = std::vector<PixelRect>;
@@ -43,4 +43,4 @@ TEST(TabRowsTest, AreOneRectangleWithoutACorner) {
 }
 
 }  // namespace
-}  // namespace vesk::banner
+}  // namespace vesk::banner::VESK_FILE

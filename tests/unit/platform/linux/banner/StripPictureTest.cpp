@@ -10,7 +10,7 @@
 #include "support/Patience.h"
 #include "support/TestApplication.h"
 
-namespace vesk::banner {
+namespace vesk::banner::VESK_FILE {
 namespace {
 
 constexpr int width = 560;
@@ -132,4 +132,4 @@ TEST_F(StripPictureTest, IsPaintedInTimeWhateverIsPiledUp) {
 }
 
 }  // namespace
-}  // namespace vesk::banner
+}  // namespace vesk::banner::VESK_FILE

@@ -10,7 +10,7 @@
 
 #include "support/TemporaryFolder.h"
 
-namespace vesk::keys {
+namespace vesk::keys::VESK_FILE {
 namespace {
 
 class HeldRecordTest : public ::testing::Test {
@@ -89,4 +89,4 @@ TEST_F(HeldRecordTest, IsNowhereWithoutARuntimeFolder) {
 }
 
 }  // namespace
-}  // namespace vesk::keys
+}  // namespace vesk::keys::VESK_FILE

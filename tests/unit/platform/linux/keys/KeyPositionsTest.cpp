@@ -7,7 +7,7 @@
 
 #include "input/KeyMap.h"
 
-namespace vesk::keys {
+namespace vesk::keys::VESK_FILE {
 namespace {
 
 TEST(KeyPositionsTest, GiveEveryKeyOfTheKeyMapAPlaceOfItsOwn) {
@@ -55,4 +55,4 @@ TEST(KeypadDigitTest, IsADigitOrTheDecimalSign) {
 }
 
 }  // namespace
-}  // namespace vesk::keys
+}  // namespace vesk::keys::VESK_FILE

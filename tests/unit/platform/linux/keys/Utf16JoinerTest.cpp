@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::keys {
+namespace vesk::keys::VESK_FILE {
 namespace {
 
 TEST(Utf16JoinerTest, JoinsPairsWithinARunAndAcrossRuns) {
@@ -28,4 +28,4 @@ TEST(Utf16JoinerTest, ForgetsAHalfWhenTold) {
 }
 
 }  // namespace
-}  // namespace vesk::keys
+}  // namespace vesk::keys::VESK_FILE

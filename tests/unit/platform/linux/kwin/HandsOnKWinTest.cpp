@@ -4,7 +4,7 @@
 #include "unit/platform/linux/kwin/GivenDesktop.h"
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 
-namespace vesk::portal::input {
+namespace vesk::portal::input::VESK_FILE {
 namespace {
 
 class HandsOnKWinTest : public PosterFixtureOn<session::GivenDesktop> {
@@ -115,4 +115,4 @@ TEST_F(HandsOnKWinTest, LetsGoOfWhatAProgramThatWasKilledHasHeld) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::input
+}  // namespace vesk::portal::input::VESK_FILE

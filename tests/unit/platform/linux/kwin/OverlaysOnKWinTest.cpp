@@ -8,7 +8,7 @@
 #include "support/WlWindow.h"
 #include "unit/platform/linux/portal/session/HeardSession.h"
 
-namespace vesk::wayland::overlay {
+namespace vesk::wayland::overlay::VESK_FILE {
 namespace {
 
 constexpr std::uint32_t windowColour = 0xff204060;
@@ -107,4 +107,4 @@ TEST_F(OverlaysOnTwoOutputsTest, AreOnTheirOwnAtItsScale) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::overlay
+}  // namespace vesk::wayland::overlay::VESK_FILE

@@ -4,7 +4,7 @@
 #include "platform/linux/portal/session/sessionErrors.h"
 #include "unit/platform/linux/kwin/GivenDesktop.h"
 
-namespace vesk::portal::session {
+namespace vesk::portal::session::VESK_FILE {
 namespace {
 
 class SessionOnKWinTest : public ::testing::Test, protected GivenDesktop {};
@@ -34,4 +34,4 @@ TEST_F(SessionOnKWinTest, TellsOnceThatThePortalHasEnded) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::session
+}  // namespace vesk::portal::session::VESK_FILE

@@ -8,7 +8,7 @@
 
 #include "support/NoThreads.h"
 
-namespace vesk::loop {
+namespace vesk::loop::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -84,4 +84,4 @@ TEST(IdleTimerTest, CanBeRestartedByItsTask) {
 }
 
 }  // namespace
-}  // namespace vesk::loop
+}  // namespace vesk::loop::VESK_FILE

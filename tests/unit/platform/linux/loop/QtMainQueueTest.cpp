@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-namespace vesk::loop {
+namespace vesk::loop::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -111,4 +111,4 @@ TEST_F(QtMainQueueTest, DoesNotStarveTheLoopWithTasksThatSubmitTasks) {
 }
 
 }  // namespace
-}  // namespace vesk::loop
+}  // namespace vesk::loop::VESK_FILE

@@ -12,7 +12,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/UnixListener.h"
 
-namespace vesk::loop {
+namespace vesk::loop::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -99,4 +99,4 @@ TEST_F(SilentBusTest, MayHaveASocketThatNoFileStandsFor) {
 }
 
 }  // namespace
-}  // namespace vesk::loop
+}  // namespace vesk::loop::VESK_FILE

@@ -12,7 +12,7 @@
 
 #include "support/UnixListener.h"
 
-namespace vesk::loop {
+namespace vesk::loop::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -143,4 +143,4 @@ TEST(ThreadQueueTimerTest, MayOutliveItsQueue) {
 }
 
 }  // namespace
-}  // namespace vesk::loop
+}  // namespace vesk::loop::VESK_FILE

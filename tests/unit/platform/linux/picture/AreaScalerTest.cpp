@@ -7,7 +7,7 @@
 #include <functional>
 #include <random>
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 /// Pixels of four bytes, with a stride that is longer than a row.
@@ -175,4 +175,4 @@ TEST(AreaScalerTest, KeepsEveryLineOfOnePixel) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 /// Bytes of a key frame of 8160 macroblocks, measured: a page of small letters, and a photograph.
@@ -177,4 +177,4 @@ TEST(BitCostTest, ExpectsLessOnceInDoubt) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

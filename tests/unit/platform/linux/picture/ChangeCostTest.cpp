@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 constexpr std::size_t macroblocks = 8160;
@@ -83,4 +83,4 @@ TEST_F(ChangeCostTest, BecomesCoarserOnlyByWhatComesAnew) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -10,7 +10,7 @@
 
 /// Where the colours are and what they are, from the screen's pixels to a viewer's.
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 /// Pixels as a server gives them.
@@ -145,4 +145,4 @@ TEST(ChromaTest, HasItsEdgesAtAViewersWhereTheScreenHasThem) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include "platform/linux/picture/PicturePlan.h"
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -352,4 +352,4 @@ TEST_F(ComposingPlanTest, KeepsToPortionsThoughPicturesAreFarApart) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

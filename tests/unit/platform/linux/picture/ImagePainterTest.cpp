@@ -8,7 +8,7 @@
 #include <cstring>
 #include <random>
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 /// Pixels as a server gives them: blue, green, red, nothing.
@@ -346,4 +346,4 @@ TEST(ImagePainterTest, ConvertsColoursOfTenBits) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

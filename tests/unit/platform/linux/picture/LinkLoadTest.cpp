@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -82,4 +82,4 @@ TEST(LinkLoadTest, ForgetsInALaterWindowWhatWillHaveLeftItByThen) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -7,7 +7,7 @@
 
 #include "platform/linux/picture/X264Encoder.h"
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using composed::FoundMove;
@@ -332,4 +332,4 @@ TEST_F(MacroblockMarksTest, KnowOfNoFadingWhereNoneIsToldOf) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -5,7 +5,7 @@
 
 /// Single decisions where much has only moved.
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -151,4 +151,4 @@ TEST_F(MovingPlanTest, WaitsWhereWhatIsNewWouldHoldTheLinkUp) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 TEST(Nv12ImageTest, IsBlackAtFirst) {
@@ -30,4 +30,4 @@ TEST(Nv12ImageTest, BeginsEachRowWhereAVectorFits) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

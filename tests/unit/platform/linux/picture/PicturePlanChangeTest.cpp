@@ -5,7 +5,7 @@
 
 /// Single decisions about changes.
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -235,4 +235,4 @@ TEST_F(PicturePlanChangeTest, LetsASmallChangeBeTwiceAsLargeAsItWasMeantOnABusyL
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -4,7 +4,7 @@
 
 /// Single decisions about key frames; what becomes of whole streams is held elsewhere.
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -285,4 +285,4 @@ TEST_F(PicturePlanKeyFrameTest, IsThatOfAStillPageFromTheSecondPictureWithoutACh
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

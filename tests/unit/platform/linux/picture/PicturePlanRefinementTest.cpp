@@ -5,7 +5,7 @@
 
 /// Single decisions about what was left coarse.
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -136,4 +136,4 @@ TEST_F(PicturePlanRefinementTest, LearnsWhatTakesMoreThanItWasExpectedTo) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -7,7 +7,7 @@
 
 /// Whole streams, as somebody sees them who looks at the screen.
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using Action = PicturePlan::Action;
@@ -188,4 +188,4 @@ TEST_F(PicturePlanScrollTest, IsSoonGoodAgainBehindAKeyFrame) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

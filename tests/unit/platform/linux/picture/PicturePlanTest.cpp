@@ -6,7 +6,7 @@
 #include <cmath>
 #include <vector>
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -286,7 +286,7 @@ TEST_F(PicturePlanTest, KeepsToTheBitRateWhereOnlyAFewOfThePicturesCanBeSent) {
 TEST_F(PicturePlanTest, KeepsToTheBitRateWhereChangesBecomeDear) {
   for (const std::int64_t rate : {1'000'000, 4'000'000}) {
     for (const double cheap : {0.01, 0.05}) {
-      SCOPED_TRACE(testing::Message() << rate << ", " << cheap);
+      SCOPED_TRACE(::testing::Message() << rate << ", " << cheap);
       begin(rate, 60);
       for (int i = 0; i < 5; ++i) {
         changeFactor_ = cheap;
@@ -388,4 +388,4 @@ TEST_F(PicturePlanTest, KeepsTheDelayWhenAPageIsReplaced) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

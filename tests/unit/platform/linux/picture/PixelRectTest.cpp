@@ -4,7 +4,7 @@
 
 #include <random>
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 bool contains(const PixelRect& rect, int x, int y) {
@@ -64,4 +64,4 @@ TEST(PixelRectTest, CutsAHoleAndCoversEachPixelOnce) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

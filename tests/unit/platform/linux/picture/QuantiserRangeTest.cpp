@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 TEST(QuantiserRangeTest, EndsWithTheStandardWhereEachMacroblockHasItsBits) {
@@ -23,4 +23,4 @@ TEST(QuantiserRangeTest, HasNoMoreStepsThanTheEncoder) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

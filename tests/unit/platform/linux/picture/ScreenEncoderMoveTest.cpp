@@ -4,7 +4,7 @@
 #include "support/H264Decoder.h"
 #include "support/PaintedImages.h"
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -59,4 +59,4 @@ TEST_F(ScreenEncoderMoveTest, GoesAlongHoweverFarAPageIsScrolled) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -9,7 +9,7 @@
 #include "support/H264Decoder.h"
 #include "support/PaintedImages.h"
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -291,4 +291,4 @@ TEST_F(ScreenEncoderTest, FollowsTheRateFromPlentyToScarcityAndBack) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -7,7 +7,7 @@
 #include "support/PaintedImages.h"
 #include "support/SequenceSet.h"
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -98,4 +98,4 @@ TEST(LevelCheckTest, FindsAPictureThatIsTooLarge) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -8,7 +8,7 @@
 #include "platform/linux/picture/h264/units.h"
 #include "support/PaintedImages.h"
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -100,4 +100,4 @@ TEST(PictureNumberTest, CountsEveryPictureFromTheKeyFrameOn) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -8,7 +8,7 @@
 
 /// What an encoder knows of the picture before, and does with it.
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 /// Rows are longer than the picture.
@@ -150,4 +150,4 @@ TEST_F(X264EncoderReferenceTest, KeepsNothingInAKeyFrame) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

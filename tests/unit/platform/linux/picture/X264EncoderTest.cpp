@@ -7,7 +7,7 @@
 #include "support/PaintedImages.h"
 #include "support/SequenceSet.h"
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 constexpr PixelSize size{640, 368};
@@ -154,4 +154,4 @@ TEST(X264EncoderTest, FindsAPageThatWasScrolledFarWhereItIsToSearchForIt) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -7,7 +7,7 @@
 
 /// What a session was set to, where that is not what it would do by itself.
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -104,4 +104,4 @@ TEST_F(X264SessionSettingsTest, MakesTheNextPictureAKeyFrameWhereTheOneAskedForW
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -11,7 +11,7 @@
 #include "support/PaintedImages.h"
 #include "support/Scarcity.h"
 
-namespace vesk::picture {
+namespace vesk::picture::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -335,4 +335,4 @@ TEST_F(X264SessionTest, RefusesSettingsThatItDoesNotHave) {
 }
 
 }  // namespace
-}  // namespace vesk::picture
+}  // namespace vesk::picture::VESK_FILE

@@ -6,7 +6,7 @@
 
 #include "fakes/ManualQueues.h"
 
-namespace vesk::stream {
+namespace vesk::stream::VESK_FILE {
 namespace {
 
 class SampleOutletTest : public ::testing::Test {
@@ -76,4 +76,4 @@ TEST_F(SampleOutletTest, KeepsTheFirstWhoWaits) {
 }
 
 }  // namespace
-}  // namespace vesk::stream
+}  // namespace vesk::stream::VESK_FILE

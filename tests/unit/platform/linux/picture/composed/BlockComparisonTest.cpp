@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <random>
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 /// Neither edge is a whole number of macroblocks.
@@ -175,4 +175,4 @@ TEST_F(BlockComparisonTest, LooksOnlyAtWhatIsSeenOfTheLastOnes) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

@@ -5,7 +5,7 @@
 #include "platform/linux/picture/h264/emulationPrevention.h"
 #include "platform/linux/picture/h264/units.h"
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 using h264::BitReader;
@@ -107,4 +107,4 @@ TEST(ComposedPictureTest, TakesSlicesOfAnyLength) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include "support/PaintedImages.h"
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 TEST(DigestTest, TellsEveryPixelOfItsRectangleAndNoOther) {
@@ -38,4 +38,4 @@ TEST(DigestTest, DependsOnItsSeed) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

@@ -7,7 +7,7 @@
 #include "platform/linux/picture/h264/frameNumber.h"
 #include "support/ComposedStreamTest.h"
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 using h264::Bytes;
@@ -159,4 +159,4 @@ INSTANTIATE_TEST_SUITE_P(Sizes, OddKeyFrameTest,
                                            PixelSize{330, 226}));
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

@@ -9,7 +9,7 @@
 #include "platform/linux/picture/composed/shiftedPlanes.h"
 #include "support/PaintedImages.h"
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 using vesk::testing::PaintedImages;
@@ -385,4 +385,4 @@ TEST(MoveSearchTest, IsRightAboutWhateverItFinds) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

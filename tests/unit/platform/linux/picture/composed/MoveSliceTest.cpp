@@ -14,7 +14,7 @@
 #include "support/H264Decoder.h"
 #include "support/pictureSum.h"
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 using h264::BitReader;
@@ -344,4 +344,4 @@ TEST(ComesFromInsideTest, GoesByEveryEdgeOfTheCodedPicture) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

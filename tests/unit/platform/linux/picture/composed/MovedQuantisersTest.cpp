@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 using Quantisers = std::vector<std::uint8_t>;
@@ -42,4 +42,4 @@ TEST(MovedQuantisersTest, StayWhereNothingMoves) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

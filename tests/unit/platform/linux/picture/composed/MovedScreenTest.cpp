@@ -6,7 +6,7 @@
 #include "platform/linux/picture/ImagePainter.h"
 #include "platform/linux/picture/composed/moveSearch.h"
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 constexpr int width = 1280;
@@ -151,4 +151,4 @@ TEST_F(MovedScreenTest, TakesWhatHasFadedAlong) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 constexpr int stride = 8;
@@ -41,4 +41,4 @@ TEST(FetchTest, TakesTheMeanOfThoseThatItLiesBetween) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <tuple>
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 constexpr int width = 256;
@@ -158,4 +158,4 @@ TEST_F(PatternTest, NeedsAsMuchRoomAsItTakes) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

@@ -11,7 +11,7 @@
 #include "support/PaintedImages.h"
 #include "support/imageStream.h"
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 using h264::Bytes;
@@ -214,4 +214,4 @@ TEST(ScrolledPictureTest, TakesLessWhereItSearchesFar) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

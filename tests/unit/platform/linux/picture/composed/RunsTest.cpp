@@ -5,7 +5,7 @@
 #include <random>
 #include <string>
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 using Runs = std::vector<Run>;
@@ -162,4 +162,4 @@ TEST(StacksTest, AreEightTwoOrOneHighAndWideOnesLower) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

@@ -8,7 +8,7 @@
 
 #include "platform/linux/picture/Nv12Image.h"
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 constexpr Extent extent{3, 2};
@@ -91,4 +91,4 @@ TEST(RestoreBorderTest, RepeatsThePixelsAtTheEdgeAndTouchesNothingElse) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <random>
 
-namespace vesk::picture::composed {
+namespace vesk::picture::composed::VESK_FILE {
 namespace {
 
 /// Of the last macroblocks to the right and below, little is seen.
@@ -134,4 +134,4 @@ TEST_F(TinyEncoderTest, EncodesRowsOneBelowTheOtherAtOnce) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::composed
+}  // namespace vesk::picture::composed::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include "platform/linux/picture/h264/emulationPrevention.h"
 
-namespace vesk::picture::h264 {
+namespace vesk::picture::h264::VESK_FILE {
 namespace {
 
 Bytes bytes(std::initializer_list<int> values) {
@@ -112,4 +112,4 @@ TEST(EmulationPreventionTest, IsUndone) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::h264
+}  // namespace vesk::picture::h264::VESK_FILE

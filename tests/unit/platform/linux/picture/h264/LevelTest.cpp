@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace vesk::picture::h264 {
+namespace vesk::picture::h264::VESK_FILE {
 namespace {
 
 int numberFor(std::int32_t width, std::int32_t height, std::int64_t pace, std::int64_t bitRate) {
@@ -144,4 +144,4 @@ TEST(LevelTest, NamesTheMostSlices) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::h264
+}  // namespace vesk::picture::h264::VESK_FILE

@@ -6,7 +6,7 @@
 #include "platform/linux/picture/h264/slice.h"
 #include "platform/linux/picture/h264/units.h"
 
-namespace vesk::picture::h264 {
+namespace vesk::picture::h264::VESK_FILE {
 namespace {
 
 Bytes bytes(std::initializer_list<int> values) {
@@ -289,4 +289,4 @@ TEST(FrameNumberTest, LeavesOtherUnitsAlone) {
 }
 
 }  // namespace
-}  // namespace vesk::picture::h264
+}  // namespace vesk::picture::h264::VESK_FILE

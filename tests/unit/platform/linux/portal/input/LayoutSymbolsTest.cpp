@@ -5,7 +5,7 @@
 
 #include "platform/linux/keys/Xkb.h"
 
-namespace vesk::portal::input {
+namespace vesk::portal::input::VESK_FILE {
 namespace {
 
 LayoutSymbols symbolsOf(const char* layout) {
@@ -47,4 +47,4 @@ TEST(LayoutSymbolsTest, HasNothingWithoutAKeymap) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::input
+}  // namespace vesk::portal::input::VESK_FILE

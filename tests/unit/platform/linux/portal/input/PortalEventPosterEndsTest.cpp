@@ -4,7 +4,7 @@
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 #include "unit/platform/linux/portal/session/AskedDesktop.h"
 
-namespace vesk::portal::input {
+namespace vesk::portal::input::VESK_FILE {
 namespace {
 
 class PortalEventPosterEndsTest : public PosterFixtureOn<session::AskedDesktop> {};
@@ -68,6 +68,35 @@ TEST_F(PortalEventPosterEndsTest, IsLetGoOfWhenThePortalIsKilled) {
   EXPECT_TRUE(isFree());
 }
 
+TEST(PortalEventPosterOverflowTest, LeavesNothingDownThatFoundNoRoom) {
+  SystemClock clock;
+  InputGate gate(clock);
+  const auto strokes = std::make_shared<session::StrokeQueue>(gate);
+  const auto session = strokes->open(std::nullopt, [] {});
+  PortalEventPoster poster(gate, strokes);
+  std::set<std::int32_t> down;
+  const auto sendAll = [&] {
+    while (const auto stroke = strokes->take(session)) {
+      strokes->answered(session);
+      if (stroke->kind != session::Stroke::Kind::key) continue;
+      stroke->isDown ? void(down.insert(stroke->code)) : void(down.erase(stroke->code));
+    }
+  };
+  for (std::size_t i = 0; i < session::StrokeQueue::capacity; ++i)
+    poster.post(ScrollEvent{.lines = 3});
+  const auto post = [&](bool isDown) {
+    poster.post(KeyboardEvent{.keyCode = 0x00,
+                              .down = isDown,
+                              .type = isDown ? EventType::keyDown : EventType::keyUp,
+                              .flags = 0});
+    sendAll();
+  };
+  post(true);
+  EXPECT_EQ(down.size(), 1U);
+  post(false);
+  EXPECT_TRUE(down.empty());
+}
+
 /// Another program, which holds what a test ends it with.
 class KilledProgramTest : public ::testing::TestWithParam<int>, protected session::AskedDesktop {};
 
@@ -109,4 +138,4 @@ TEST_F(PortalEventPosterEndsTest, DoesNotWaitForAPortalThatHasStopped) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::input
+}  // namespace vesk::portal::input::VESK_FILE

@@ -6,7 +6,7 @@
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 #include "unit/platform/linux/portal/session/AskedDesktop.h"
 
-namespace vesk::portal::input {
+namespace vesk::portal::input::VESK_FILE {
 namespace {
 
 /// Programs as a person has them, which write down what they were given.
@@ -43,4 +43,4 @@ TEST_F(PortalEventPosterReceiversTest, TypesInATerminal) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::input
+}  // namespace vesk::portal::input::VESK_FILE

@@ -3,7 +3,7 @@
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 #include "unit/platform/linux/portal/session/AskedDesktop.h"
 
-namespace vesk::portal::input {
+namespace vesk::portal::input::VESK_FILE {
 namespace {
 
 class PortalEventPosterTest : public PosterFixtureOn<session::AskedDesktop> {};
@@ -98,4 +98,4 @@ TEST_F(PortalEventPosterTest, TypesALongTextWhole) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::input
+}  // namespace vesk::portal::input::VESK_FILE

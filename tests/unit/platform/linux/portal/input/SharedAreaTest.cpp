@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::portal::input {
+namespace vesk::portal::input::VESK_FILE {
 namespace {
 
 using wayland::server::Output;
@@ -36,4 +36,4 @@ TEST(SharedAreaTest, IsWhatWasToldWhereThatFitsNothing) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::input
+}  // namespace vesk::portal::input::VESK_FILE

@@ -6,7 +6,7 @@
 #include <array>
 #include <limits>
 
-namespace vesk::portal::screen {
+namespace vesk::portal::screen::VESK_FILE {
 namespace {
 
 /// A buffer as a desktop fills it: a picture of four by three pixels, and what comes beside it.
@@ -112,4 +112,4 @@ TEST(BufferContentsTest, AreReadWithoutAnythingBeside) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::screen
+}  // namespace vesk::portal::screen::VESK_FILE

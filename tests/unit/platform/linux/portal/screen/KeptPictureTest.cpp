@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <random>
 
-namespace vesk::portal::screen {
+namespace vesk::portal::screen::VESK_FILE {
 namespace {
 
 using picture::PixelRect;
@@ -226,4 +226,4 @@ TEST(KeptPictureTest, TellsOfAScrolledPictureInOnePiece) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::screen
+}  // namespace vesk::portal::screen::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace vesk::portal::screen {
+namespace vesk::portal::screen::VESK_FILE {
 namespace {
 
 constexpr std::int32_t width = 8;
@@ -120,4 +120,4 @@ TEST_F(PaintedPointerTest, MayBeLargerThanThePicture) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::screen
+}  // namespace vesk::portal::screen::VESK_FILE

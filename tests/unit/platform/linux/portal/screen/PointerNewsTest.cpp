@@ -8,7 +8,7 @@
 #include <limits>
 #include <random>
 
-namespace vesk::portal::screen {
+namespace vesk::portal::screen::VESK_FILE {
 namespace {
 
 constexpr std::uint32_t bitmapAt = sizeof(spa_meta_cursor);
@@ -132,4 +132,4 @@ TEST(PointerNewsTest, SurviveAnyBytes) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::screen
+}  // namespace vesk::portal::screen::VESK_FILE

@@ -9,11 +9,13 @@
 #include "platform/linux/loop/ThreadQueue.h"
 #include "platform/linux/portal/screen/PortalScreenCapture.h"
 #include "platform/linux/portal/session/sessionErrors.h"
+#include "platform/linux/stream/streamErrors.h"
 #include "platform/linux/wayland/server/WlDisplays.h"
 #include "support/ReceivedSamples.h"
+#include "support/Scarcity.h"
 #include "unit/platform/linux/portal/session/AskedDesktop.h"
 
-namespace vesk::portal::screen {
+namespace vesk::portal::screen::VESK_FILE {
 namespace {
 
 class PortalStreamTest : public ::testing::Test, protected session::AskedDesktop {
@@ -78,7 +80,7 @@ class PortalStreamTest : public ::testing::Test, protected session::AskedDesktop
   };
 
   wayland::beneath::OwnSurfaces own;
-  PortalScreenCapture capture{strokes, own};
+  PortalScreenCapture capture{strokes, gate, own};
   testing::ReceivedSamples received;
   Outcomes outcomes;
   loop::ThreadQueue queue{"test.samples"};
@@ -129,27 +131,72 @@ TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsStopped) {
   EXPECT_EQ(outcome(), session::sessionError::withdrawn.localizedDescription);
   EXPECT_TRUE(isAskedNoMore());
   EXPECT_EQ(received.images(), 0);
+  EXPECT_TRUE(gate.isOpen());
 }
 
 TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsWithdrawn) {
   begin();
-  capture.withdrawQuestion();
+  capture.withdrawQuestions();
   EXPECT_EQ(outcome(), session::sessionError::withdrawn.localizedDescription);
   EXPECT_TRUE(isAskedNoMore());
   EXPECT_EQ(received.errors(), std::vector<std::string>{});
+}
+
+TEST_F(PortalStreamTest, TakesEachQuestionBackWhenAllAreWithdrawn) {
+  begin();
+  const auto another = capture.makeStream({}, {}, [](const auto&) {});
+  Outcomes others;
+  another->startCapture([&](const auto& error) { others.add(error->localizedDescription); });
+  capture.withdrawQuestions();
+  others.await();
+  EXPECT_EQ(outcome(), session::sessionError::withdrawn.localizedDescription);
+  EXPECT_EQ(others.all(), outcomes.all());
+  EXPECT_TRUE(isAskedNoMore());
+}
+
+TEST_F(PortalStreamTest, KeepsTheViewersHandsStillWhileThePersonIsAsked) {
+  EXPECT_TRUE(gate.isOpen());
+  begin();
+  EXPECT_FALSE(gate.isOpen());
+  approve();
+  ASSERT_EQ(outcome(), "started");
+  EXPECT_TRUE(gate.isOpen());
+  EXPECT_TRUE(stopsInTime());
+  EXPECT_TRUE(gate.isOpen());
+}
+
+TEST_F(PortalStreamTest, LeavesTheViewersHandsFreeWhateverTheAnswer) {
+  begin();
+  hand.click({748, 413});
+  EXPECT_EQ(outcome(), session::sessionError::refused.localizedDescription);
+  EXPECT_TRUE(gate.isOpen());
+  EXPECT_TRUE(stopsInTime());
+  EXPECT_TRUE(gate.isOpen());
 }
 
 TEST_F(PortalStreamTest, IsNotEndedByAWithdrawalOnceThePersonHasAgreed) {
   begin();
   approve();
   ASSERT_EQ(outcome(), "started");
-  capture.withdrawQuestion();
+  capture.withdrawQuestions();
   const int images = received.images();
   window->fill(0, 0, 200, 200, 0xffffff);
   EXPECT_TRUE(received.waitUntil([&](const auto& all) { return all.images() > images; }));
   EXPECT_EQ(received.errors(), std::vector<std::string>{});
   stream.reset();
-  capture.withdrawQuestion();
+  capture.withdrawQuestions();
+}
+
+TEST_F(PortalStreamTest, FailsWhereTheSystemHasNoThread) {
+  {
+    const testing::NoThreads scarcity;
+    stream->startCapture([this](const auto& error) {
+      outcomes.add(error ? error->localizedDescription : std::string("started"));
+    });
+  }
+  EXPECT_EQ(outcome(), stream::streamError::noThread.localizedDescription);
+  EXPECT_TRUE(stopsInTime());
+  EXPECT_EQ(outcomes.all().size(), 1U);
 }
 
 TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsDestroyed) {
@@ -199,4 +246,4 @@ TEST_F(PortalStreamTest, MayBeDestroyedAsItEnds) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::screen
+}  // namespace vesk::portal::screen::VESK_FILE

@@ -11,7 +11,7 @@
 #include "support/Patience.h"
 #include "support/WlWindow.h"
 
-namespace vesk::portal::screen {
+namespace vesk::portal::screen::VESK_FILE {
 namespace {
 
 using testing::CastImages;
@@ -112,4 +112,4 @@ TEST_F(StreamBeneathTest, HoldsBackWhileOwnSurfacesChange) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::screen
+}  // namespace vesk::portal::screen::VESK_FILE

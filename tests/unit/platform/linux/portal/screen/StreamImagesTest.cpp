@@ -16,7 +16,7 @@
 #include "support/WlWindow.h"
 #include "support/XServer.h"
 
-namespace vesk::portal::screen {
+namespace vesk::portal::screen::VESK_FILE {
 namespace {
 
 using testing::CastImages;
@@ -216,4 +216,4 @@ TEST_F(StreamImagesTest, WaitForAPictureOnlySoLong) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::screen
+}  // namespace vesk::portal::screen::VESK_FILE

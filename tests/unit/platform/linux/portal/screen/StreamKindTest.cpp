@@ -10,7 +10,7 @@
 #include "support/Patience.h"
 #include "support/PictureNode.h"
 
-namespace vesk::portal::screen {
+namespace vesk::portal::screen::VESK_FILE {
 namespace {
 
 using testing::CastImages;
@@ -107,4 +107,4 @@ TEST_F(StreamKindTest, IsRefusedWhereItsColoursCannotBeRead) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::screen
+}  // namespace vesk::portal::screen::VESK_FILE

@@ -22,7 +22,7 @@
 #include "support/WlWindow.h"
 #include "support/XResources.h"
 
-namespace vesk::portal::screen {
+namespace vesk::portal::screen::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -191,4 +191,4 @@ TEST_F(StreamLifeTest, FailsWithoutADescriptorInWordsThatSaySo) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::screen
+}  // namespace vesk::portal::screen::VESK_FILE

@@ -8,7 +8,7 @@
 #include "support/Patience.h"
 #include "support/WlWindow.h"
 
-namespace vesk::portal::screen {
+namespace vesk::portal::screen::VESK_FILE {
 namespace {
 
 using testing::CastImages;
@@ -125,4 +125,4 @@ TEST_F(StreamPointerTest, StaysOnWhatChangesBeneathIt) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::screen
+}  // namespace vesk::portal::screen::VESK_FILE

@@ -10,7 +10,7 @@
 #include "platform/linux/portal/session/sessionErrors.h"
 #include "unit/platform/linux/portal/session/AskedDesktop.h"
 
-namespace vesk::portal::session {
+namespace vesk::portal::session::VESK_FILE {
 namespace {
 
 class PortalSessionTest : public ::testing::Test, protected AskedDesktop {};
@@ -180,4 +180,4 @@ TEST_F(PortalSessionTest, AsksForTheOfferWithABound) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::session
+}  // namespace vesk::portal::session::VESK_FILE

@@ -9,7 +9,7 @@
 
 #include "support/TemporaryFolder.h"
 
-namespace vesk::portal::session {
+namespace vesk::portal::session::VESK_FILE {
 namespace {
 
 class RestoreTokenTest : public ::testing::Test {
@@ -87,4 +87,4 @@ TEST_F(RestoreTokenTest, IsForgottenWhereNothingCanBeWritten) {
 }
 
 }  // namespace
-}  // namespace vesk::portal::session
+}  // namespace vesk::portal::session::VESK_FILE

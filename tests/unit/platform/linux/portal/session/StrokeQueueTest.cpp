@@ -6,7 +6,7 @@
 #include "platform/SystemClock.h"
 #include "support/TemporaryFolder.h"
 
-namespace vesk::portal::session {
+namespace vesk::portal::session::VESK_FILE {
 namespace {
 
 Stroke key(std::int32_t code, bool isDown) {
@@ -173,5 +173,14 @@ TEST_F(StrokeQueueTest, LetsGoFirstOfWhatAPredecessorLeftDown) {
   EXPECT_TRUE(sent(third, third.open(std::nullopt, [] {})).empty());
 }
 
+TEST_F(StrokeQueueTest, PressesAnewInTheNextSessionWhatTheLastOneHeld) {
+  queue.push(key(30, true));
+  EXPECT_EQ(sent().size(), 1U);
+  session = queue.open(std::nullopt, [] {});
+  queue.push(key(30, false));
+  queue.push(key(30, true));
+  EXPECT_EQ(sent(), (std::vector{key(30, false), key(30, true)}));
+}
+
 }  // namespace
-}  // namespace vesk::portal::session
+}  // namespace vesk::portal::session::VESK_FILE

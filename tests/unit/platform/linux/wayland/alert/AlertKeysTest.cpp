@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string>
 
-namespace vesk::wayland::alert {
+namespace vesk::wayland::alert::VESK_FILE {
 namespace {
 
 std::string keymapOf(const char* layout) {
@@ -76,4 +76,4 @@ TEST_F(AlertKeysTest, KnowsNothingWithoutAKeymap) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::alert
+}  // namespace vesk::wayland::alert::VESK_FILE

@@ -1,6 +1,6 @@
 #include "support/AlertFixture.h"
 
-namespace vesk::wayland::alert {
+namespace vesk::wayland::alert::VESK_FILE {
 namespace {
 
 class WlAlertLookTest : public testing::AlertFixture, public ::testing::WithParamInterface<int> {
@@ -30,4 +30,4 @@ TEST_P(WlAlertLookTest, IsPaintedInThePixelsOfTheScreen) {
 INSTANTIATE_TEST_SUITE_P(AtWholeScales, WlAlertLookTest, ::testing::Values(1, 2));
 
 }  // namespace
-}  // namespace vesk::wayland::alert
+}  // namespace vesk::wayland::alert::VESK_FILE

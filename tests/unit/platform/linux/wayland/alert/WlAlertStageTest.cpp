@@ -5,7 +5,7 @@
 #include "platform/linux/wayland/overlay/LayerSurface.h"
 #include "support/AlertFixture.h"
 
-namespace vesk::wayland::alert {
+namespace vesk::wayland::alert::VESK_FILE {
 namespace {
 
 constexpr auto allowed = ModalResponse::alertFirstButtonReturn;
@@ -249,4 +249,4 @@ TEST_F(WlAlertStageTest, BeginsAnewWhenTheFocusComesBack) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::alert
+}  // namespace vesk::wayland::alert::VESK_FILE

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace vesk::wayland::beneath {
+namespace vesk::wayland::beneath::VESK_FILE {
 namespace {
 
 class FillFromSurroundingsTest : public ::testing::Test {
@@ -93,4 +93,4 @@ TEST_F(FillFromSurroundingsTest, PaintsTheRunsAlone) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::beneath
+}  // namespace vesk::wayland::beneath::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::wayland::beneath {
+namespace vesk::wayland::beneath::VESK_FILE {
 namespace {
 
 TEST(OwnSurfacesTest, AreCertainButDuringAChange) {
@@ -39,4 +39,4 @@ TEST(OwnSurfacesTest, LieInTheOrderInWhichTheyCame) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::beneath
+}  // namespace vesk::wayland::beneath::VESK_FILE

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace vesk::wayland::beneath {
+namespace vesk::wayland::beneath::VESK_FILE {
 namespace {
 
 constexpr DisplayId output = 7;
@@ -212,4 +212,4 @@ TEST_F(PictureBeneathTest, UndoesTheLowerOfTwoWhereTheUpperIsFilled) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::beneath
+}  // namespace vesk::wayland::beneath::VESK_FILE

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace vesk::wayland::beneath {
+namespace vesk::wayland::beneath::VESK_FILE {
 namespace {
 
 std::uint32_t premultiplied(int alpha, const std::array<int, 3>& colour) {
@@ -109,4 +109,4 @@ TEST(CanBeBlendedTest, IsFalseOfWhatIsTooDarkOrTooBright) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::beneath
+}  // namespace vesk::wayland::beneath::VESK_FILE

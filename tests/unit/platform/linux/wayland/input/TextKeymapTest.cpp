@@ -9,7 +9,7 @@
 
 #include "platform/linux/wayland/input/ownKeymap.h"
 
-namespace vesk::wayland::input {
+namespace vesk::wayland::input::VESK_FILE {
 namespace {
 
 /// So many different characters that no key has by itself.
@@ -120,4 +120,4 @@ TEST(OwnKeymapTest, IsKnownAgainAfterACompositorHasReadIt) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::input
+}  // namespace vesk::wayland::input::VESK_FILE

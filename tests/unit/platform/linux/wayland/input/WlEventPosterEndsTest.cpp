@@ -7,7 +7,7 @@
 #include "unit/platform/linux/wayland/input/PersonsKeyboard.h"
 #include "unit/platform/linux/wayland/input/PosterFixture.h"
 
-namespace vesk::wayland::input {
+namespace vesk::wayland::input::VESK_FILE {
 namespace {
 
 class WlEventPosterEndsTest : public PosterFixture {
@@ -170,4 +170,4 @@ TEST_F(WlEventPosterEndsTest, DoesNotWaitForACompositorThatHasStopped) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::input
+}  // namespace vesk::wayland::input::VESK_FILE

@@ -5,7 +5,7 @@
 #include "unit/platform/linux/wayland/input/PersonsKeyboard.h"
 #include "unit/platform/linux/wayland/input/PosterFixture.h"
 
-namespace vesk::wayland::input {
+namespace vesk::wayland::input::VESK_FILE {
 namespace {
 
 constexpr KeyCode a = 0x00;
@@ -173,4 +173,4 @@ TEST_F(WlEventPosterKeysTest, HasTheMachinesLayoutWhereThereIsNoKeyboard) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::input
+}  // namespace vesk::wayland::input::VESK_FILE

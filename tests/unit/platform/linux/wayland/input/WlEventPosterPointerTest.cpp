@@ -6,7 +6,7 @@
 
 #include "unit/platform/linux/wayland/input/PosterFixture.h"
 
-namespace vesk::wayland::input {
+namespace vesk::wayland::input::VESK_FILE {
 namespace {
 
 class WlEventPosterPointerTest : public PosterFixture {
@@ -167,4 +167,4 @@ TEST_F(WlEventPosterPointerTest, ScrollsByNotches) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::input
+}  // namespace vesk::wayland::input::VESK_FILE

@@ -5,7 +5,7 @@
 #include "support/XServer.h"
 #include "unit/platform/linux/wayland/input/PosterFixture.h"
 
-namespace vesk::wayland::input {
+namespace vesk::wayland::input::VESK_FILE {
 namespace {
 
 /// Programs as a person has them, which write down what they were given.
@@ -52,4 +52,4 @@ TEST_F(WlEventPosterReceiversTest, TypesInAToolkitsEntry) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::input
+}  // namespace vesk::wayland::input::VESK_FILE

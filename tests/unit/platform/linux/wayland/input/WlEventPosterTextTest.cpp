@@ -3,7 +3,7 @@
 #include "platform/linux/wayland/input/TextKeymap.h"
 #include "unit/platform/linux/wayland/input/PosterFixture.h"
 
-namespace vesk::wayland::input {
+namespace vesk::wayland::input::VESK_FILE {
 namespace {
 
 /// So many different characters of Chinese, in UTF-16 and in UTF-8.
@@ -118,4 +118,4 @@ TEST_F(WlEventPosterTextTest, ForgetsAHalfOfAPairAtAKey) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::input
+}  // namespace vesk::wayland::input::VESK_FILE

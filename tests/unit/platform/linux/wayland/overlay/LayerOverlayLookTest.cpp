@@ -4,7 +4,7 @@
 #include "platform/linux/wayland/overlay/LayerOverlay.h"
 #include "support/OverlayFixture.h"
 
-namespace vesk::wayland::overlay {
+namespace vesk::wayland::overlay::VESK_FILE {
 namespace {
 
 constexpr std::uint32_t windowColour = 0x204060;
@@ -215,4 +215,4 @@ TEST_F(LayerOverlayLookTest, IsMadeAnewWhenTheScaleChangesUnderIt) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::overlay
+}  // namespace vesk::wayland::overlay::VESK_FILE

@@ -5,7 +5,7 @@
 #include "support/OverlayFixture.h"
 #include "support/WlHand.h"
 
-namespace vesk::wayland::overlay {
+namespace vesk::wayland::overlay::VESK_FILE {
 namespace {
 
 class LayerOverlayTest : public testing::OverlayFixture {};
@@ -82,4 +82,4 @@ TEST_F(LayerOverlayTest, WaitsNoLongerThanASecondForACompositorThatHangs) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::overlay
+}  // namespace vesk::wayland::overlay::VESK_FILE

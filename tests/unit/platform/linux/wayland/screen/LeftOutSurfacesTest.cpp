@@ -12,7 +12,7 @@
 #include "support/WlLayer.h"
 #include "support/WlWindow.h"
 
-namespace vesk::wayland::screen {
+namespace vesk::wayland::screen::VESK_FILE {
 namespace {
 
 using testing::imageOf;
@@ -229,4 +229,4 @@ TEST_F(LeftOutSurfacesTest, LeaveNoTraceHoweverOftenTheyComeAndGo) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::screen
+}  // namespace vesk::wayland::screen::VESK_FILE

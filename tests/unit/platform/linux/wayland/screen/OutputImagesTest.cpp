@@ -13,7 +13,7 @@
 #include "support/WlImages.h"
 #include "support/WlWindow.h"
 
-namespace vesk::wayland::screen {
+namespace vesk::wayland::screen::VESK_FILE {
 namespace {
 
 using testing::imageOf;
@@ -327,4 +327,4 @@ TEST_F(OutputImagesTest, ShowThePointer) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::screen
+}  // namespace vesk::wayland::screen::VESK_FILE

@@ -8,7 +8,7 @@
 
 #include "platform/linux/wayland/screen/turned.h"
 
-namespace vesk::wayland::screen {
+namespace vesk::wayland::screen::VESK_FILE {
 namespace {
 
 constexpr std::array everyTransform{
@@ -137,4 +137,4 @@ TEST(UprightPixelsTest, HaveTheColoursOfEveryFormatThatCanBeRead) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::screen
+}  // namespace vesk::wayland::screen::VESK_FILE

@@ -26,7 +26,7 @@
 #include "support/WorkQueues.h"
 #include "support/XResources.h"
 
-namespace vesk::wayland::screen {
+namespace vesk::wayland::screen::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -281,4 +281,4 @@ TEST_F(WlScreenCaptureTest, ReachesAViewerAsVideo) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::screen
+}  // namespace vesk::wayland::screen::VESK_FILE

@@ -6,7 +6,7 @@
 #include "support/Patience.h"
 #include "support/Sway.h"
 
-namespace vesk::wayland::server {
+namespace vesk::wayland::server::VESK_FILE {
 namespace {
 
 class WlDisplaysTest : public ::testing::Test {
@@ -86,4 +86,4 @@ TEST(OffersDesktopTest, AsksOnlyACompositorThatIsNamed) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::server
+}  // namespace vesk::wayland::server::VESK_FILE

@@ -8,7 +8,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::alert {
+namespace vesk::x11::alert::VESK_FILE {
 namespace {
 
 using testing::DisplayVariable;
@@ -62,4 +62,4 @@ TEST_F(ServerTimeTest, GoesOnWhereTheServersNumbersBeginAnew) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::alert
+}  // namespace vesk::x11::alert::VESK_FILE

@@ -8,7 +8,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::beneath {
+namespace vesk::x11::beneath::VESK_FILE {
 namespace {
 
 using testing::DisplayVariable;
@@ -54,4 +54,4 @@ TEST(BareColourTest, IsThatOfAPicture) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::beneath
+}  // namespace vesk::x11::beneath::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <array>
 
-namespace vesk::x11::beneath {
+namespace vesk::x11::beneath::VESK_FILE {
 namespace {
 
 constexpr PixelRect area{100, 50, 20, 20};
@@ -62,4 +62,4 @@ TEST_F(ClearedRootTest, IsNotSeenWhereNothingIsBare) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::beneath
+}  // namespace vesk::x11::beneath::VESK_FILE

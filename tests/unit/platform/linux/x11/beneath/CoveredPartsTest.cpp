@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-namespace vesk::x11::beneath {
+namespace vesk::x11::beneath::VESK_FILE {
 namespace {
 
 using Parts = std::vector<PixelRect>;
@@ -158,4 +158,4 @@ TEST_F(CoveredPartsTest, DoNotFollowOtherWindows) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::beneath
+}  // namespace vesk::x11::beneath::VESK_FILE

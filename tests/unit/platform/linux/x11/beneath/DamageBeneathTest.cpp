@@ -2,7 +2,7 @@
 
 #include "support/StackFixture.h"
 
-namespace vesk::x11::beneath {
+namespace vesk::x11::beneath::VESK_FILE {
 namespace {
 
 class DamageBeneathTest : public testing::StackFixture {
@@ -68,4 +68,4 @@ TEST_F(DamageBeneathTest, CutsWhatIsCoveredOutOfARegion) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::beneath
+}  // namespace vesk::x11::beneath::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-namespace vesk::x11::beneath {
+namespace vesk::x11::beneath::VESK_FILE {
 namespace {
 
 constexpr xcb_window_t strip = 1;
@@ -73,4 +73,4 @@ TEST_F(DisturbanceTest, IsNothingAsLongAsAWindowIsNotShown) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::beneath
+}  // namespace vesk::x11::beneath::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include "support/StackFixture.h"
 
-namespace vesk::x11::beneath {
+namespace vesk::x11::beneath::VESK_FILE {
 namespace {
 
 class FramesBeneathTest : public testing::StackFixture {
@@ -40,4 +40,4 @@ TEST_F(FramesBeneathTest, AreLookedAtWhereOnlyOwnWindowsAreThatCoverNothing) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::beneath
+}  // namespace vesk::x11::beneath::VESK_FILE

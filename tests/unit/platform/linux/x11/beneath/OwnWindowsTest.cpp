@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::x11::beneath {
+namespace vesk::x11::beneath::VESK_FILE {
 namespace {
 
 using std::chrono::milliseconds;
@@ -53,4 +53,4 @@ TEST_F(OwnWindowsTest, AreRememberedForAMomentWithTheTimeAtWhichTheyLeft) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::beneath
+}  // namespace vesk::x11::beneath::VESK_FILE

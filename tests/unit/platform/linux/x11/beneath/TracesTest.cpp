@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::x11::beneath {
+namespace vesk::x11::beneath::VESK_FILE {
 namespace {
 
 using Parts = std::vector<PixelRect>;
@@ -45,4 +45,4 @@ TEST_F(TracesTest, AreNoneOfWhatHasNoPixels) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::beneath
+}  // namespace vesk::x11::beneath::VESK_FILE

@@ -5,7 +5,7 @@
 #include "support/Patience.h"
 #include "support/StackFixture.h"
 
-namespace vesk::x11::beneath {
+namespace vesk::x11::beneath::VESK_FILE {
 namespace {
 
 class UnderneathTest : public testing::StackFixture {
@@ -43,4 +43,4 @@ TEST_F(UnderneathTest, KnowsThatANewWallpaperSpoilsAPicture) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::beneath
+}  // namespace vesk::x11::beneath::VESK_FILE

@@ -7,7 +7,7 @@
 #include "platform/linux/x11/beneath/shownWindow.h"
 #include "support/StackFixture.h"
 
-namespace vesk::x11::beneath {
+namespace vesk::x11::beneath::VESK_FILE {
 namespace {
 
 class WindowStackTest : public testing::StackFixture {
@@ -84,4 +84,4 @@ TEST_F(WindowStackTest, IsToldHowTheScreenShowsAWindow) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::beneath
+}  // namespace vesk::x11::beneath::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include "support/StackFixture.h"
 
-namespace vesk::x11::beneath {
+namespace vesk::x11::beneath::VESK_FILE {
 namespace {
 
 class WindowsBeneathTest : public testing::StackFixture {
@@ -59,4 +59,4 @@ TEST_F(WindowsBeneathTest, AreOthersOnceOneIsRaisedOrMoves) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::beneath
+}  // namespace vesk::x11::beneath::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::x11::input {
+namespace vesk::x11::input::VESK_FILE {
 namespace {
 
 TEST(HeldRecordTest, ReadsBackWhatItWrites) {
@@ -34,4 +34,4 @@ TEST(HeldRecordTest, LeavesOutNonsense) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::input
+}  // namespace vesk::x11::input::VESK_FILE

@@ -4,7 +4,7 @@
 
 #include <array>
 
-namespace vesk::x11::input {
+namespace vesk::x11::input::VESK_FILE {
 namespace {
 
 constexpr XModifiers shift = XCB_MOD_MASK_SHIFT;
@@ -62,4 +62,4 @@ TEST(KeyLevelsTest, AreOfTheNarrowestTypeOfEqualOnes) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::input
+}  // namespace vesk::x11::input::VESK_FILE

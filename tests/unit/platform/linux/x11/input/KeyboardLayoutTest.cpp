@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace vesk::x11::input {
+namespace vesk::x11::input::VESK_FILE {
 namespace {
 
 using Keycodes = std::vector<xcb_keycode_t>;
@@ -91,4 +91,4 @@ TEST(EmptyKeyboardLayoutTest, HasNoKeys) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::input
+}  // namespace vesk::x11::input::VESK_FILE

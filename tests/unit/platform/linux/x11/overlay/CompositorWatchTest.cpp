@@ -8,7 +8,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::x11::overlay::VESK_FILE {
 namespace {
 
 using testing::DisplayVariable;
@@ -82,4 +82,4 @@ TEST_F(CompositorWatchTest, IsBypassedWhileTheServersOwnWindowIsGone) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::x11::overlay::VESK_FILE

@@ -11,7 +11,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::overlay {
+namespace vesk::x11::overlay::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -58,4 +58,4 @@ TEST_F(XOverlayTest, IsOnTheScreenWhenItHasBeenOrderedFront) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::overlay
+}  // namespace vesk::x11::overlay::VESK_FILE

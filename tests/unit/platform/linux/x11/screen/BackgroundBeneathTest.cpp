@@ -11,7 +11,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::screen {
+namespace vesk::x11::screen::VESK_FILE {
 namespace {
 
 using testing::PlainWindow;
@@ -162,4 +162,4 @@ TEST_F(BackgroundBeneathTest, IsGuessedFromThePictureWhileOwnWindowsCoverEveryth
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen
+}  // namespace vesk::x11::screen::VESK_FILE

@@ -10,7 +10,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::screen {
+namespace vesk::x11::screen::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -149,4 +149,4 @@ TEST_F(WithoutTheListTest, IsInSightAsFarAsAnybodyKnows) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen
+}  // namespace vesk::x11::screen::VESK_FILE

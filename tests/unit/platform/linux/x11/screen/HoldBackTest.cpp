@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::x11::screen {
+namespace vesk::x11::screen::VESK_FILE {
 namespace {
 
 using beneath::Disturbance;
@@ -41,4 +41,4 @@ TEST_F(HoldBackTest, WaitsForAnOwnWindowHoweverLongItTakes) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen
+}  // namespace vesk::x11::screen::VESK_FILE

@@ -12,7 +12,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::screen {
+namespace vesk::x11::screen::VESK_FILE {
 namespace {
 
 using testing::DisplayVariable;
@@ -184,4 +184,4 @@ TEST_F(FewColoursTest, AreRefusedInWords) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen
+}  // namespace vesk::x11::screen::VESK_FILE

@@ -13,7 +13,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::screen {
+namespace vesk::x11::screen::VESK_FILE {
 namespace {
 
 using testing::DisplayVariable;
@@ -328,4 +328,4 @@ TEST_F(PaintedPointerTest, GoesAndComesBackWithWhoeverHidesIt) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen
+}  // namespace vesk::x11::screen::VESK_FILE

@@ -13,7 +13,7 @@
 #include "support/XResources.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::screen {
+namespace vesk::x11::screen::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -222,4 +222,4 @@ TEST_F(OldVersionTest, HasItLookedAtForEver) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen
+}  // namespace vesk::x11::screen::VESK_FILE

@@ -14,7 +14,7 @@
 #include "support/XPainter.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::screen {
+namespace vesk::x11::screen::VESK_FILE {
 namespace {
 
 using testing::DisplayVariable;
@@ -240,4 +240,4 @@ TEST_F(ScreenGrabberTest, GivesNothingOnceTheServerIsGone) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen
+}  // namespace vesk::x11::screen::VESK_FILE

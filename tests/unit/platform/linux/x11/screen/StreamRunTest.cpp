@@ -24,7 +24,7 @@
 #include "support/XResources.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::screen {
+namespace vesk::x11::screen::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -205,4 +205,4 @@ TEST_F(WithoutAPointerTest, SaysOnceAfterEachChangeThatNothingFollows) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen
+}  // namespace vesk::x11::screen::VESK_FILE

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vesk::x11::screen {
+namespace vesk::x11::screen::VESK_FILE {
 namespace {
 
 TEST(WholeRowsTest, AreThoseThatRectanglesTouchFromTopToBottom) {
@@ -17,4 +17,4 @@ TEST(WholeRowsTest, AreOneWhereTheyMeet) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen
+}  // namespace vesk::x11::screen::VESK_FILE

@@ -25,7 +25,7 @@
 #include "support/XResources.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::screen {
+namespace vesk::x11::screen::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -360,4 +360,4 @@ TEST_F(XScreenCaptureTest, ReachesAViewerAsVideo) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen
+}  // namespace vesk::x11::screen::VESK_FILE

@@ -15,7 +15,7 @@
 #include "support/UnixListener.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::server {
+namespace vesk::x11::server::VESK_FILE {
 namespace {
 
 using vesk::testing::XServer;
@@ -143,4 +143,4 @@ TEST(ConnectionTest, AdvisesInOneLine) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::server
+}  // namespace vesk::x11::server::VESK_FILE

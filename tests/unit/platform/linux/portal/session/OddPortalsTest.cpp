@@ -1,0 +1,234 @@
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QDBusArgument>
+#include <QDBusMetaType>
+#include <QDBusUnixFileDescriptor>
+#include <condition_variable>
+#include <cstdlib>
+#include <future>
+
+#include "e2e/MessageBus.h"
+#include "platform/SystemClock.h"
+#include "platform/linux/portal/session/Bus.h"
+#include "platform/linux/portal/session/PortalSession.h"
+#include "platform/linux/portal/session/sessionErrors.h"
+#include "support/Patience.h"
+#include "support/TemporaryFolder.h"
+#include "unit/platform/linux/portal/session/PretendedPortal.h"
+
+namespace vesk::portal::session {
+
+/// A stream, and a place or a size, as a portal tells of them.
+struct ToldOf {
+  std::uint32_t node = 0;
+  QVariantMap properties;
+};
+struct TwoNumbers {
+  int first = 0;
+  int second = 0;
+};
+
+QDBusArgument& operator<<(QDBusArgument& argument, const ToldOf& told) {
+  argument.beginStructure();
+  argument << told.node << told.properties;
+  argument.endStructure();
+  return argument;
+}
+const QDBusArgument& operator>>(const QDBusArgument& argument, ToldOf& /*told*/) {
+  return argument;
+}
+QDBusArgument& operator<<(QDBusArgument& argument, const TwoNumbers& pair) {
+  argument.beginStructure();
+  argument << pair.first << pair.second;
+  argument.endStructure();
+  return argument;
+}
+const QDBusArgument& operator>>(const QDBusArgument& argument, TwoNumbers& /*pair*/) {
+  return argument;
+}
+
+namespace {
+
+QVariant streams(const QList<ToldOf>& told) { return QVariant::fromValue(told); }
+
+QVariant pair(int first, int second) { return QVariant::fromValue(TwoNumbers{first, second}); }
+
+/// Portals that do what none should.
+class OddPortalsTest : public ::testing::Test {
+ protected:
+  OddPortalsTest() {
+    const auto entry = bus_.environment();
+    address_ = entry.substr(entry.find('=') + 1);
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+    portal.emplace(address_);
+    portal->deal("OpenPipeWireRemote", [this](const auto& question) {
+      portal->reply(question, {QVariant::fromValue(QDBusUnixFileDescriptor(STDIN_FILENO))});
+    });
+    qDBusRegisterMetaType<ToldOf>();
+    qDBusRegisterMetaType<QList<ToldOf>>();
+    qDBusRegisterMetaType<TwoNumbers>();
+    qDBusRegisterMetaType<QList<TwoNumbers>>();
+  }
+
+  void begin() {
+    ends.clear();
+    session.emplace(strokes,
+                    SessionWishes{.answerWithin = std::chrono::seconds(5),
+                                  .token = RestoreToken(folder_.path() / "token")},
+                    PortalSession::Listener{[this](Granted given) {
+                                              const std::lock_guard lock(mutex);
+                                              grants.push_back(std::move(given));
+                                              changed.notify_all();
+                                            },
+                                            [this](const PlatformError& error) {
+                                              const std::lock_guard lock(mutex);
+                                              ends.push_back(error);
+                                              changed.notify_all();
+                                            }});
+    session->start();
+  }
+
+  /// The person lets the viewer have everything.
+  void beginWithInput() {
+    portal->deal("Start", [this](const auto& question) {
+      portal->answer(question, 0,
+                     {{"streams", streams({{5, {{"size", pair(7, 7)}}}})}, {"devices", 3U}});
+    });
+    begin();
+  }
+
+  std::optional<PlatformError> end() {
+    std::unique_lock lock(mutex);
+    changed.wait_for(lock, std::chrono::milliseconds(testing::patience()),
+                     [this] { return !ends.empty(); });
+    return ends.empty() ? std::nullopt : std::optional(ends.front());
+  }
+
+ private:
+  std::array<char, 6> name_{"tests"};
+  std::array<char*, 2> arguments_{name_.data(), nullptr};
+  int count_ = 1;
+  QCoreApplication application_{count_, arguments_.data()};
+  testing::TemporaryFolder folder_;
+  testing::MessageBus bus_{folder_.path()};
+  std::string address_;
+
+ protected:
+  std::optional<PretendedPortal> portal;
+  SystemClock clock;
+  InputGate gate{clock};
+  std::shared_ptr<StrokeQueue> strokes = std::make_shared<StrokeQueue>(gate);
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::vector<Granted> grants;
+  std::vector<PlatformError> ends;
+  std::optional<PortalSession> session;
+};
+
+TEST_F(OddPortalsTest, MakesNothingOfAGrantWithoutAStream) {
+  const std::vector<QVariantMap> all{{},
+                                     {{"streams", "none"}},
+                                     {{"streams", streams({})}},
+                                     {{"streams", 5U}},
+                                     {{"streams", QStringList{"a"}}},
+                                     {{"streams", pair(1, 2)}},
+                                     {{"streams", QVariant::fromValue(QList<TwoNumbers>{{1, 2}})}}};
+  for (const auto& results : all) {
+    portal->deal("Start", [&](const auto& question) { portal->answer(question, 0, results); });
+    begin();
+    EXPECT_EQ(end(), sessionError::failed);
+    EXPECT_TRUE(grants.empty());
+  }
+}
+
+TEST_F(OddPortalsTest, TakesTheFirstOfManyStreamsAndItsAreaWhereThatMakesSense) {
+  QList<ToldOf> many(2000, ToldOf{9, {{"size", pair(7, 7)}}});
+  many[0] = {4294967295U, {{"size", pair(0, -3)}, {"position", "x"}}};
+  portal->deal("Start", [&](const auto& question) {
+    portal->answer(question, 0, {{"streams", streams(many)}, {"devices", 3U}});
+    portal->answer(question, 2, {});
+  });
+  begin();
+  std::unique_lock lock(mutex);
+  ASSERT_TRUE(changed.wait_for(lock, std::chrono::milliseconds(testing::patience()),
+                               [&] { return !grants.empty(); }));
+  EXPECT_EQ(grants.front().node, 4294967295U);
+  EXPECT_EQ(grants.front().area, std::nullopt);
+  EXPECT_TRUE(ends.empty());
+}
+
+TEST_F(OddPortalsTest, HaveNoAreaWithoutAHeight) {
+  portal->deal("Start", [&](const auto& question) {
+    portal->answer(question, 0, {{"streams", streams({{5, {{"size", pair(7, 0)}}}})}});
+  });
+  begin();
+  std::unique_lock lock(mutex);
+  ASSERT_TRUE(changed.wait_for(lock, std::chrono::milliseconds(testing::patience()),
+                               [&] { return !grants.empty(); }));
+  EXPECT_EQ(grants.front().area, std::nullopt);
+  EXPECT_FALSE(strokes->isOpen()) << "no devices were given";
+}
+
+TEST_F(OddPortalsTest, EndsWhereTheSessionIsNowhere) {
+  for (const QVariant& handle : {QVariant(""), QVariant("no path"), QVariant(5), QVariant("//")}) {
+    portal->deal("CreateSession", [&](const auto& question) {
+      portal->answer(question, 0, {{"session_handle", handle}});
+    });
+    portal->deal("SelectDevices", [&](const auto& question) {
+      const bool named = question.arguments().value(0).template canConvert<QDBusObjectPath>();
+      portal->answer(question, named ? 0 : 2, {});
+    });
+    begin();
+    EXPECT_EQ(end(), sessionError::failed);
+  }
+}
+
+TEST_F(OddPortalsTest, TakesNoResponseForAnotherOne) {
+  for (const QVariantList& odd :
+       {QVariantList{}, QVariantList{"x"}, QVariantList{99U, QVariantMap()}, QVariantList{0U, "x"},
+        QVariantList{-1, 5}}) {
+    portal->deal("Start", [&](const auto& question) {
+      portal->tell(PretendedPortal::requestOf(question), name::request, "Response", odd);
+      portal->reply(question, {QVariant::fromValue(QDBusObjectPath("/odd"))});
+      portal->tell(PretendedPortal::requestOf(question), name::request, "Response", odd);
+    });
+    begin();
+    EXPECT_EQ(end(), sessionError::failed);
+  }
+}
+
+TEST_F(OddPortalsTest, MayEndTheSessionBeforeTheyAnswer) {
+  for (const char* method : {"CreateSession", "SelectDevices", "SelectSources", "Start"}) {
+    portal->deal(method, [&](const auto& question) {
+      portal->tell(PretendedPortal::sessionOf(question), name::session, "Closed", {});
+      portal->tell(PretendedPortal::sessionOf(question), name::session, "Closed", {});
+      portal->answer(question, 0, {{"session_handle", PretendedPortal::sessionOf(question)}});
+    });
+    begin();
+    EXPECT_EQ(end(), sessionError::ended) << method;
+  }
+}
+
+TEST_F(OddPortalsTest, GetNoStrokeBeforeTheyHaveAnsweredTheOneBefore) {
+  std::promise<QDBusMessage> first;
+  portal->deal("NotifyKeyboardKeycode", [&](const auto& question) {
+    first.set_value(question);
+    portal->deal("NotifyKeyboardKeycode", nullptr);
+  });
+  beginWithInput();
+  ASSERT_TRUE(testing::waitUntil([&] { return strokes->isOpen(); }));
+  strokes->push({.kind = Stroke::Kind::key, .code = 30, .isDown = true});
+  strokes->push({.kind = Stroke::Kind::key, .code = 30, .isDown = false});
+  // As long as a portal may be held up: the answer is what is waited for, not a time.
+  EXPECT_FALSE(strokes->settle(std::chrono::seconds(3)));
+  EXPECT_EQ(portal->count("NotifyKeyboardKeycode"), 1U);
+  portal->reply(first.get_future().get());
+  EXPECT_TRUE(strokes->settle(std::chrono::milliseconds(testing::patience())));
+  EXPECT_EQ(portal->count("NotifyKeyboardKeycode"), 2U);
+}
+
+}  // namespace
+}  // namespace vesk::portal::session
