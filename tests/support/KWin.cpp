@@ -21,11 +21,11 @@
 namespace vesk::testing {
 namespace {
 
-constexpr const char* dialogs = "org.freedesktop.impl.portal.desktop.kde";
+constexpr const char* nameOfDialogs = "org.freedesktop.impl.portal.desktop.kde";
 
 /// It lies in a folder that is named after the machine's architecture.
 std::string programOfDialogs() {
-  std::ifstream service("/usr/share/dbus-1/services/" + std::string(dialogs) + ".service");
+  std::ifstream service("/usr/share/dbus-1/services/" + std::string(nameOfDialogs) + ".service");
   const std::string key = "Exec=";
   for (std::string line; std::getline(service, line);) {
     if (line.starts_with(key)) return line.substr(key.size());
@@ -51,7 +51,7 @@ void keep(const QImage& picture) {
 
 }  // namespace
 
-KWin::KWin(KWinOptions options) : PortalServices("KDE", dialogs) {
+KWin::KWin(KWinOptions options) : PortalServices("KDE", nameOfDialogs) {
   tellServices({"KDE_FULL_SESSION=true", "KDE_SESSION_VERSION=5", "QT_QPA_PLATFORM=wayland"});
   // Its file asks for a capability that a container may lack; a copy asks for none.
   const auto program = folder() / "kwin_wayland";
