@@ -145,8 +145,8 @@ void PortalServices::startPortal() {
 }
 
 void PortalServices::awaitName(const std::string& name) const {
-  const auto service = QString::fromStdString(name);
-  if (!waitUntil([&] { return connection_.interface()->isServiceRegistered(service).value(); }))
+  const auto wanted = QString::fromStdString(name);
+  if (!waitUntil([&] { return connection_.interface()->isServiceRegistered(wanted).value(); }))
     throw std::runtime_error("nobody came as " + name);
 }
 
