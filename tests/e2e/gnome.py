@@ -4,101 +4,30 @@ import contextlib
 import os
 import pathlib
 import re
-import shutil
-import socket
 import subprocess
-import tempfile
 
 from gi.repository import Gio, GLib
 
 import harness
 import wayland
 from harness import wait_until
+from portal_services import PortalServices, answers
 from wayland import LEFT_BUTTON, SHIFT
 
 WIDTH, HEIGHT = 1280, 800
 
-BUS = """<busconfig><type>session</type><listen>unix:path={socket}</listen><auth>EXTERNAL</auth>
-<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/>
-<allow own="*"/></policy></busconfig>
-"""
-# One file, so that nobody else's dialogs are waited for.
-PORTAL = """[portal]
-DBusName=org.freedesktop.impl.portal.desktop.gnome
-Interfaces=org.freedesktop.impl.portal.ScreenCast;org.freedesktop.impl.portal.RemoteDesktop;
-UseIn=gnome
-"""
 
+class Mutter(PortalServices):
+    """A private GNOME desktop without its shell and without a screen: Mutter with its X server, and
+    what it shares its screen by."""
 
-def answers(address):
-    """Whether somebody listens there."""
-    with socket.socket(socket.AF_UNIX) as client:
-        try:
-            client.connect(str(address))
-        except OSError:
-            return False
-        return True
+    desktop, dialogs_name = "GNOME", "org.freedesktop.impl.portal.desktop.gnome"
+    x_displays = ()
 
-
-class Service(harness.Child):
-    """One of the desktop's programs; what it says is kept."""
-
-    def __init__(self, folder, environment, *command):
-        self.said = folder / (pathlib.Path(command[0]).name + ".said")
-        with open(self.said, "a", encoding="utf-8") as output:
-            super().__init__(command, environment, stdout=output, stderr=output)
-
-
-class Mutter:
-    """A private GNOME desktop without its shell and without a screen: a bus, PipeWire with its
-    session manager, Mutter with its X server, and the portal. All of it answers when this has been
-    made. Nobody is started by being called over the bus."""
-
-    display = "wayland-9"
-
-    def __init__(self, case):
-        """Its parts end with the test."""
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="vesk-mutter-"))
-        self.x_displays = ()
-        self._start = case.start
-        case.addCleanup(self.clean_up)
-        self.runtime = self.folder / "run"
-        self.runtime.mkdir(mode=0o700)
-        # There is no session of systemd's, without which the Bluetooth module ends the program.
-        self._write("home/.config/wireplumber/bluetooth.lua.d/80-off.lua",
-                    "bluez_monitor.enabled = false\n")
+    def start_compositor(self):
         # A switch is not another one before it has moved.
-        self._write("home/.config/glib-2.0/settings/keyfile",
-                    "[org/gnome/desktop/interface]\nenable-animations=false\n")
-        self._write("portals/gnome.portal", PORTAL)
-        self._start_bus()
-        self.pipewire = self.serve("pipewire")
-        # Whoever comes before it gives up.
-        wait_until(lambda: answers(self.runtime / "pipewire-0"), "PipeWire answers")
-        self.session_manager = self.serve("wireplumber")
-        self._start_compositor()
-        self.permissions = self.serve("/usr/libexec/xdg-permission-store")
-        self.await_name("org.freedesktop.impl.portal.PermissionStore")
-        self.start_dialogs()
-        self.start_portal()
-
-    def _write(self, path, text):
-        path = self.folder / path
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_text(text, encoding="utf-8")
-
-    def _start_bus(self):
-        address = self.folder / "bus"
-        self._write("bus.conf", BUS.format(socket=address))
-        self.bus = self.serve("dbus-daemon", "--nofork", "--nopidfile",
-                              f"--config-file={self.folder}/bus.conf")
-        wait_until(lambda: answers(address), "the bus answers")
-        self.connection = Gio.DBusConnection.new_for_address_sync(
-            f"unix:path={address}", Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT |
-            Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
-        self.connection.set_exit_on_close(False)
-
-    def _start_compositor(self):
+        self.write("home/.config/glib-2.0/settings/keyfile",
+                   "[org/gnome/desktop/interface]\nenable-animations=false\n")
         self.compositor = self.serve("mutter", "--headless", "--virtual-monitor", f"{WIDTH}x{HEIGHT}",
                                      "--wayland", "--wayland-display", self.display)
         told = re.compile(r"Using public X11 display :(\d+), \(using :(\d+) for managed services")
@@ -108,63 +37,26 @@ class Mutter:
         self.await_name("org.gnome.Mutter.ScreenCast")
         self.await_name("org.gnome.Mutter.RemoteDesktop")
 
-    def start_dialogs(self):
-        self.dialogs = self.serve("/usr/libexec/xdg-desktop-portal-gnome")
-        name = "org.freedesktop.impl.portal.desktop.gnome"
-        self.await_name(name)
-        # A portal that comes before takes it to have none, for good.
-        wait_until(lambda: self._knows_devices(name), "the dialogs know of devices")
+    def dialogs_program(self):
+        return "/usr/libexec/xdg-desktop-portal-gnome"
 
-    def _knows_devices(self, name):
-        try:
-            devices, = self.call(name, "/org/freedesktop/portal/desktop",
-                                 "org.freedesktop.DBus.Properties", "Get", "(ss)",
-                                 "org.freedesktop.impl.portal.RemoteDesktop", "AvailableDeviceTypes")
-        except GLib.Error:
-            return False
-        return devices != 0
-
-    def start_portal(self):
-        self.portal = self.serve("/usr/libexec/xdg-desktop-portal")
-        self.await_name("org.freedesktop.portal.Desktop")
-
-    def serve(self, *command):
-        """Starts one of the desktop's own programs."""
-        return self._start(Service, self.folder, {
-            **self.environment(), "PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8",
-            "HOME": str(self.folder / "home"), "LIBGL_ALWAYS_SOFTWARE": "1", "GTK_A11Y": "none",
-            "GDK_BACKEND": "wayland", "GSETTINGS_BACKEND": "keyfile",
-            "XDG_DESKTOP_PORTAL_DIR": str(self.folder / "portals")}, *command)
+    def service_environment(self):
+        return {**super().service_environment(), "GTK_A11Y": "none", "GDK_BACKEND": "wayland",
+                "GSETTINGS_BACKEND": "keyfile"}
 
     def environment(self):
-        """What programs that are started on the desktop are told."""
-        environment = {
-            "XDG_RUNTIME_DIR": str(self.runtime), "WAYLAND_DISPLAY": self.display,
-            "XDG_CURRENT_DESKTOP": "GNOME", "NO_AT_BRIDGE": "1",
-            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/bus",
-            "DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/dev/null"}
+        environment = super().environment()
         if self.x_displays:
             environment["DISPLAY"] = ":" + self.x_displays[0]
             environment["XAUTHORITY"] = str(next(self.runtime.glob(".mutter-Xwaylandauth.*")))
         return environment
 
     def clean_up(self):
-        """Once all of it has ended: a compositor that was killed leaves its X server's places."""
+        """A compositor that was killed leaves its X server's places."""
         for number in self.x_displays:
             pathlib.Path(f"/tmp/.X{number}-lock").unlink(missing_ok=True)
             pathlib.Path(f"/tmp/.X11-unix/X{number}").unlink(missing_ok=True)
-        shutil.rmtree(self.folder, ignore_errors=True)
-
-    def await_name(self, name):
-        wait_until(lambda: self.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                     "org.freedesktop.DBus", "NameHasOwner", "(s)", name)[0],
-                   f"somebody is {name}")
-
-    def call(self, service, path, interface, method, kind=None, *arguments):
-        parameters = GLib.Variant(kind, arguments) if kind else None
-        answer = self.connection.call_sync(service, path, interface, method, parameters, None,
-                                           Gio.DBusCallFlags.NONE, int(harness.PATIENCE * 1000), None)
-        return answer.unpack()
+        super().clean_up()
 
 
 class Hand:

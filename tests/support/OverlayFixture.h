@@ -14,10 +14,10 @@
 
 namespace vesk::testing {
 
-/// Strip and border on a private compositor.
-class OverlayFixture : public ::testing::Test {
+/// Strip and border on a private compositor of that kind.
+template <typename Compositor>
+class OverlayFixtureOn : public ::testing::Test {
  protected:
-  static constexpr Rect wholeScreen{{0, 0}, 1920, 1080};
   static constexpr Colour red{0.8, 0.05, 0.05, 1};
 
   static OverlayAppearance strip(const Rect& screen, double opacity = 1) {
@@ -53,14 +53,21 @@ class OverlayFixture : public ::testing::Test {
 
   std::vector<wayland::beneath::OwnSurface> surfaces() const { return own_.shown().surfaces; }
 
-  struct EnteredSway : Sway {
-    EnteredSway() { enter(); }
+  struct Entered : Compositor {
+    Entered() { this->enter(); }
   };
 
-  EnteredSway sway_;
+  Entered compositor_;
   TestApplication application_;
   wayland::beneath::OwnSurfaces own_;
   wayland::overlay::LayerOverlays overlays_{own_};
+};
+
+class OverlayFixture : public OverlayFixtureOn<Sway> {
+ protected:
+  static constexpr Rect wholeScreen{{0, 0}, 1920, 1080};
+
+  Sway& sway_ = compositor_;
 };
 
 }  // namespace vesk::testing

@@ -80,7 +80,7 @@ void PortalEventPoster::post(const MouseEvent& event) {
   if (!isReady()) return;
   if (gate_.isOpen()) {
     if (event.flags) makeTrue(*event.flags);
-    if (const auto place = pointer_.move(event.point)) place_ = place;
+    if (const auto place = pointer_.move(event.point, seat().outputs())) place_ = place;
     if (isMousePress(event.type)) pointer_.press(event.button);
   }
   if (isMouseRelease(event.type)) pointer_.release(event.button);
@@ -94,7 +94,7 @@ void PortalEventPoster::makeTrue(EventFlags flags) {
 
 void PortalEventPoster::post(const ScrollEvent& event) {
   const std::lock_guard lock(mutex_);
-  if (isReady() && gate_.isOpen()) pointer_.scroll(event.lines);
+  if (isReady() && gate_.isOpen()) pointer_.scroll(event.lines, seat().stepsPerNotch());
 }
 
 void PortalEventPoster::post(const KeyboardEvent& event) {

@@ -24,9 +24,9 @@ namespace vesk::portal::input {
 /// what is held can be let go of. Closing it lets go of everything; so does the end of a session,
 /// by the compositor's hand.
 ///
-/// Thread: any. Owns: a connection to the compositor from the first key to the end of input, to
-/// know how the person's keyboard is mapped. Fails: silently, where no session stands, and as the
-/// queue does.
+/// Thread: any. Owns: a connection to the compositor from the first event to the end of input, to
+/// know how the person's keyboard is mapped and where the outputs lie. Fails: silently, where no
+/// session stands, and as the queue does.
 class PortalEventPoster final : public EventPoster {
  public:
   /// The gate outlives this object, which is the one that acts when it closes or has ended. The

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "platform/linux/portal/input/sharedArea.h"
+
 namespace vesk::portal::input {
 namespace {
 
@@ -17,6 +19,15 @@ Stroke strokeOf(MouseButton button, bool isDown) {
   return {.kind = Stroke::Kind::button, .code = code, .isDown = isDown};
 }
 
+/// From lengths on what is pointed at to those on what is shared; exact where these are the same.
+struct Scale {
+  double pointed;
+  double shared;
+  bool isOne() const { return pointed == shared || pointed <= 0 || shared <= 0; }
+  double to(double length) const { return isOne() ? length : length * shared / pointed; }
+  double from(double length) const { return isOne() ? length : length * pointed / shared; }
+};
+
 /// The far edges belong to the neighbours.
 double inside(double coordinate, double length) {
   constexpr double partsPerPoint = 256;
@@ -25,13 +36,18 @@ double inside(double coordinate, double length) {
 
 }  // namespace
 
-std::optional<Point> PortalPointer::move(Point point) {
-  const auto area = strokes_.area();
-  if (!area) return std::nullopt;
-  const Point place{inside(point.x - area->origin.x, area->width),
-                    inside(point.y - area->origin.y, area->height)};
+std::optional<Point> PortalPointer::move(Point point, const wayland::server::OutputList& outputs) {
+  const auto told = strokes_.area();
+  if (!told) return std::nullopt;
+  const Rect area = sharedArea(*told, outputs.current());
+  const auto main = outputs.main();
+  const Rect pointed = main ? main->area : area;
+  const auto along = Scale{pointed.width, area.width};
+  const auto down = Scale{pointed.height, area.height};
+  const Point place{inside(along.to(point.x - pointed.origin.x), area.width),
+                    inside(down.to(point.y - pointed.origin.y), area.height)};
   strokes_.push({.kind = Stroke::Kind::motion, .place = place});
-  return Point{place.x + area->origin.x, place.y + area->origin.y};
+  return Point{along.from(place.x) + pointed.origin.x, down.from(place.y) + pointed.origin.y};
 }
 
 void PortalPointer::press(MouseButton button) {
@@ -44,12 +60,12 @@ void PortalPointer::release(MouseButton button) {
   strokes_.push(strokeOf(button, /*isDown=*/false));
 }
 
-void PortalPointer::scroll(int lines) {
+void PortalPointer::scroll(int lines, int stepsPerNotch) {
   constexpr int linesPerNotch = 3;
   if (lines == 0) return;
   const int notches = std::max(1, std::abs(lines) / linesPerNotch);
-  for (int i = 0; i < notches; ++i)
-    strokes_.push({.kind = Stroke::Kind::wheel, .code = lines > 0 ? -1 : 1});
+  const int steps = lines > 0 ? -stepsPerNotch : stepsPerNotch;
+  for (int i = 0; i < notches; ++i) strokes_.push({.kind = Stroke::Kind::wheel, .code = steps});
 }
 
 }  // namespace vesk::portal::input

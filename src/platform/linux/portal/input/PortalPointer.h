@@ -4,10 +4,12 @@
 
 #include "platform/Events.h"
 #include "platform/linux/portal/session/StrokeQueue.h"
+#include "platform/linux/wayland/server/OutputList.h"
 
 namespace vesk::portal::input {
 
-/// The pointer of a portal's session: it points into the screen that is shared, nowhere else.
+/// The pointer of a portal's session: it points into the screen that is shared, nowhere else. That
+/// need not be the main one, which is the one that is pointed at.
 ///
 /// Thread: one at a time. Owns: nothing; the queue outlives it. Fails: silently, where no session
 /// stands or nobody has told where its screen lies.
@@ -15,14 +17,14 @@ class PortalPointer {
  public:
   explicit PortalPointer(session::StrokeQueue& strokes) : strokes_(strokes) {}
 
-  /// Where the pointer is then.
-  std::optional<Point> move(Point point);
+  /// Where the pointer is then, as if the main one were shared.
+  std::optional<Point> move(Point point, const wayland::server::OutputList& outputs);
 
   void press(MouseButton button);
   void release(MouseButton button);
 
-  /// Up for more than 0.
-  void scroll(int lines);
+  /// Up for more than 0. A notch is as many of the portal's steps.
+  void scroll(int lines, int stepsPerNotch);
 
  private:
   session::StrokeQueue& strokes_;

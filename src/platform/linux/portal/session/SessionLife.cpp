@@ -60,10 +60,26 @@ SessionLife::SessionLife(StrokeQueue& strokes, const SessionWishes& wishes,
 
 SessionLife::~SessionLife() {
   isOver_ = true;
-  strokes_.close(strokesOf_);
   request_.reset();
-  if (bus_ && !session_.isEmpty())
+  if (bus_ && !session_.isEmpty()) {
+    letGo();
     bus_.tell(Bus::call(session_, name::session, "Close", {}), patience::close);
+  }
+  strokes_.close(strokesOf_);
+}
+
+/// By itself: where KWin is the compositor, what is down at the end of a session stays down.
+void SessionLife::letGo() {
+  for (const auto& stroke : strokes_.close(strokesOf_)) {
+    // A portal that has stopped takes the others no sooner.
+    if (!letGo(stroke, strokeCall(session_, node_, stroke))) return;
+  }
+}
+
+bool SessionLife::letGo(const Stroke& stroke, const QDBusMessage& call) {
+  const bool isUp = bus_.tell(call, patience::close).type() == QDBusMessage::ReplyMessage;
+  if (isUp) strokes_.wasLetGo(stroke);
+  return isUp;
 }
 
 void SessionLife::begin() {
@@ -203,12 +219,20 @@ void SessionLife::closeBehindPortal() {
       bus_.tell(QDBusMessage::createMethodCall(bus, "/org/freedesktop/DBus", bus, "ListNames"),
                 patience::close);
   const QString implementation = "org.freedesktop.impl.portal.";
+  const auto down = strokes_.close(strokesOf_);
   for (const auto& owner : names.arguments().value(0).toStringList()) {
     if (!owner.startsWith(implementation + "desktop.")) continue;
     const auto close = [&](const QString& path, const char* what) {
       bus_.tell(QDBusMessage::createMethodCall(owner, path, implementation + what, "Close"),
                 patience::close);
     };
+    for (const auto& stroke : down) {
+      const auto told = strokeCall(session_, node_, stroke);
+      auto call = QDBusMessage::createMethodCall(owner, told.path(),
+                                                 implementation + "RemoteDesktop", told.member());
+      call.setArguments(told.arguments());
+      letGo(stroke, call);
+    }
     if (request_ != nullptr) close(request_->path(), "Request");
     if (!session_.isEmpty()) close(session_, "Session");
   }

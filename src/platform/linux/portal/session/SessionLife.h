@@ -46,6 +46,8 @@ class SessionLife {
   void request(const char* interface, const char* method, const QVariantMap& options,
                std::chrono::milliseconds patience, Next next);
   void send();
+  void letGo();
+  bool letGo(const Stroke& stroke, const QDBusMessage& call);
   void closeBehindPortal();
   void fail(const PlatformError& error);
 

@@ -11,7 +11,7 @@ struct Stroke {
   enum class Kind : std::uint8_t {
     motion,  ///< to `place`, in the stream
     button,  ///< evdev's `code`
-    wheel,   ///< `code` notches downwards
+    wheel,   ///< `code` of the portal's steps downwards
     key,     ///< evdev's `code`
     symbol,  ///< the key that types XKB's symbol `code`, wherever it lies
   };

@@ -9,9 +9,11 @@
 #include <optional>
 #include <set>
 #include <utility>
+#include <vector>
 
 #include "platform/Geometry.h"
 #include "platform/InputGate.h"
+#include "platform/linux/keys/HeldRecord.h"
 #include "platform/linux/portal/session/Stroke.h"
 
 namespace vesk::portal::session {
@@ -20,8 +22,9 @@ namespace vesk::portal::session {
 /// what it is told of in any order, so the next one goes out when the one before was answered.
 ///
 /// The gate is asked as each one goes out: while it is shut nothing is pressed or moved, and what
-/// is down is let go of. What is down is what was sent; the compositor lets go of it where a
-/// session ends.
+/// is down is let go of. What is down is what was sent. Not every compositor lets go of it where a
+/// session ends: what that one leaves down is written down for the next one, a successor's too,
+/// which lets go of it first.
 ///
 /// Thread: any. Owns: what waits, of which there is a bounded number. Fails: silently, as a queue
 /// that takes nothing where no session stands; where one does not take what waits, all of that is
@@ -58,13 +61,17 @@ class StrokeQueue {
   std::optional<Stroke> take(std::uint64_t session);
   void answered(std::uint64_t session);
 
-  /// Harmless for a session that another one has followed.
-  void close(std::uint64_t session);
+  /// What a session lets go of at its end, each told of once it is up. Nothing for a session that
+  /// another one has followed.
+  std::vector<Stroke> close(std::uint64_t session);
+  void wasLetGo(const Stroke& stroke);
 
  private:
   using Held = std::pair<Stroke::Kind, std::int32_t>;
 
   void clear();
+  void takeOver();
+  std::vector<Stroke> releases() const;
   bool mayGo(const Stroke& stroke);
   void releaseHeld();
   void wakeWhereNeeded();
@@ -75,6 +82,7 @@ class StrokeQueue {
   std::deque<Stroke> waiting_;
   bool isOnItsWay_ = false;
   std::set<Held> held_;
+  keys::HeldRecord record_;
   std::uint64_t age_ = 0;
   std::uint64_t session_ = 0;
   std::optional<Rect> area_;

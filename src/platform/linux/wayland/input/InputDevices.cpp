@@ -15,7 +15,7 @@ using Clock = server::Connection::Clock;
 
 }  // namespace
 
-InputDevices::InputDevices(const InputGate& gate, HeldRecord& record)
+InputDevices::InputDevices(const InputGate& gate, keys::HeldRecord& record)
     : gate_(gate), record_(record) {
   if (!connection_) return;
   if (!seat_.isEquipped()) listeningFrom_ = Clock::now() + untilListening;

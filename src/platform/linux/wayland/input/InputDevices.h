@@ -27,7 +27,7 @@ class InputDevices {
  public:
   /// Waits until the compositor has made them, and lets go of what the record says that a
   /// predecessor has left down. The record outlives them.
-  InputDevices(const InputGate& gate, HeldRecord& record);
+  InputDevices(const InputGate& gate, keys::HeldRecord& record);
   ~InputDevices();
   InputDevices(const InputDevices&) = delete;
   InputDevices& operator=(const InputDevices&) = delete;
@@ -54,7 +54,7 @@ class InputDevices {
   KeyboardLayout usePersonsKeymap();
 
   const InputGate& gate_;
-  HeldRecord& record_;
+  keys::HeldRecord& record_;
   server::Connection connection_;
   server::OutputList outputs_{connection_};
   Seat seat_{connection_};

@@ -9,7 +9,7 @@
 namespace vesk::wayland::input {
 
 VirtualKeyboard::VirtualKeyboard(server::Connection& connection, wl_seat* seat,
-                                 const InputGate& gate, HeldRecord& record)
+                                 const InputGate& gate, keys::HeldRecord& record)
     : gate_(gate),
       record_(record),
       manager_(connection.bind<zwp_virtual_keyboard_manager_v1>(

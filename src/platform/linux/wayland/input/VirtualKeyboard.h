@@ -4,8 +4,8 @@
 #include <set>
 
 #include "platform/InputGate.h"
+#include "platform/linux/keys/HeldRecord.h"
 #include "platform/linux/keys/Xkb.h"
-#include "platform/linux/wayland/input/HeldRecord.h"
 #include "platform/linux/wayland/input/Key.h"
 #include "platform/linux/wayland/input/Keyboard.h"
 #include "platform/linux/wayland/server/Connection.h"
@@ -21,7 +21,7 @@ namespace vesk::wayland::input {
 class VirtualKeyboard final : public Keyboard {
  public:
   VirtualKeyboard(server::Connection& connection, wl_seat* seat, const InputGate& gate,
-                  HeldRecord& record);
+                  keys::HeldRecord& record);
   ~VirtualKeyboard() override;
   VirtualKeyboard(const VirtualKeyboard&) = delete;
   VirtualKeyboard& operator=(const VirtualKeyboard&) = delete;
@@ -58,7 +58,7 @@ class VirtualKeyboard final : public Keyboard {
   Modifiers modifiers() const;
 
   const InputGate& gate_;
-  HeldRecord& record_;
+  keys::HeldRecord& record_;
   server::Proxy<zwp_virtual_keyboard_manager_v1> manager_;
   server::Proxy<zwp_virtual_keyboard_v1> keyboard_;
   keys::Xkb<xkb_state> state_;  ///< null before the first keymap, without which no key may be told

@@ -56,7 +56,7 @@ Rect around(const std::vector<server::Output>& outputs) {
 }  // namespace
 
 VirtualPointer::VirtualPointer(server::Connection& connection, const server::OutputList& outputs,
-                               wl_seat* seat, const InputGate& gate, HeldRecord& record)
+                               wl_seat* seat, const InputGate& gate, keys::HeldRecord& record)
     : outputs_(outputs),
       gate_(gate),
       record_(record),

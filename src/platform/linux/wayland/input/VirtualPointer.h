@@ -6,7 +6,7 @@
 
 #include "platform/Events.h"
 #include "platform/InputGate.h"
-#include "platform/linux/wayland/input/HeldRecord.h"
+#include "platform/linux/keys/HeldRecord.h"
 #include "platform/linux/wayland/input/Key.h"
 #include "platform/linux/wayland/server/Connection.h"
 #include "platform/linux/wayland/server/OutputList.h"
@@ -21,7 +21,7 @@ namespace vesk::wayland::input {
 class VirtualPointer {
  public:
   VirtualPointer(server::Connection& connection, const server::OutputList& outputs, wl_seat* seat,
-                 const InputGate& gate, HeldRecord& record);
+                 const InputGate& gate, keys::HeldRecord& record);
   ~VirtualPointer();
   VirtualPointer(const VirtualPointer&) = delete;
   VirtualPointer& operator=(const VirtualPointer&) = delete;
@@ -45,7 +45,7 @@ class VirtualPointer {
 
   const server::OutputList& outputs_;
   const InputGate& gate_;
-  HeldRecord& record_;
+  keys::HeldRecord& record_;
   server::Proxy<zwlr_virtual_pointer_manager_v1> manager_;
   server::Proxy<zwlr_virtual_pointer_v1> pointer_;
   std::set<MouseButton> held_;

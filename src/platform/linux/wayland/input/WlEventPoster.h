@@ -43,7 +43,7 @@ class WlEventPoster final : public EventPoster {
   InputGate& gate_;
   /// Against whoever closes the gate.
   std::mutex mutex_;
-  HeldRecord record_;
+  keys::HeldRecord record_;
   std::unique_ptr<InputDevices> devices_;
   bool hasFailed_ = false;  ///< since input has begun
   std::optional<Point> pointer_;

@@ -2,11 +2,12 @@
 
 #include "support/XServer.h"
 #include "unit/platform/linux/portal/input/PosterFixture.h"
+#include "unit/platform/linux/portal/session/AskedDesktop.h"
 
 namespace vesk::portal::input::VESK_FILE {
 namespace {
 
-class PortalEventPosterEndsTest : public PosterFixture {};
+class PortalEventPosterEndsTest : public PosterFixtureOn<session::AskedDesktop> {};
 
 TEST_F(PortalEventPosterEndsTest, LetsGoOfEverythingWhenTheGateCloses) {
   hold();

@@ -4,12 +4,13 @@
 #include "support/TemporaryFolder.h"
 #include "support/XServer.h"
 #include "unit/platform/linux/portal/input/PosterFixture.h"
+#include "unit/platform/linux/portal/session/AskedDesktop.h"
 
 namespace vesk::portal::input::VESK_FILE {
 namespace {
 
 /// Programs as a person has them, which write down what they were given.
-class PortalEventPosterReceiversTest : public PosterFixture {
+class PortalEventPosterReceiversTest : public PosterFixtureOn<session::AskedDesktop> {
  protected:
   PortalEventPosterReceiversTest() { std::ofstream(folder.path() / "text").close(); }
 

@@ -1,11 +1,12 @@
 #include <algorithm>
 
 #include "unit/platform/linux/portal/input/PosterFixture.h"
+#include "unit/platform/linux/portal/session/AskedDesktop.h"
 
 namespace vesk::portal::input::VESK_FILE {
 namespace {
 
-class PortalEventPosterTest : public PosterFixture {};
+class PortalEventPosterTest : public PosterFixtureOn<session::AskedDesktop> {};
 
 TEST_F(PortalEventPosterTest, PointsPressesAndTurnsTheWheel) {
   EXPECT_EQ(poster.pointerLocation(), std::nullopt);

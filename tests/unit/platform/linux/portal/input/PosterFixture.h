@@ -6,21 +6,24 @@
 #include <string>
 
 #include "platform/linux/portal/input/PortalEventPoster.h"
-#include "unit/platform/linux/portal/session/AskedDesktop.h"
 
 namespace vesk::portal::input {
 
 /// A session that may control, on a desktop without any keyboard of a person's, and a poster on it.
-class PosterFixture : public ::testing::Test, protected session::AskedDesktop {
+template <typename Desktop>
+class PosterFixtureOn : public ::testing::Test, protected Desktop {
  protected:
-  PosterFixture() {
+  using Desktop::clock;
+  using Desktop::gate;
+  using Desktop::strokes;
+  using Desktop::window;
+
+  PosterFixtureOn() {
     poster.onLacking = [this](std::size_t count) { lacking.push_back(count); };
   }
 
   void SetUp() override {
-    ask();
-    ASSERT_TRUE(allow());
-    ASSERT_TRUE(isAskedNoMore());
+    ASSERT_TRUE(this->begin());
     window->forget();
   }
 

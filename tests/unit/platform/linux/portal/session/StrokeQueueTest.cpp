@@ -1,8 +1,10 @@
 #include "platform/linux/portal/session/StrokeQueue.h"
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 #include "platform/SystemClock.h"
+#include "support/TemporaryFolder.h"
 
 namespace vesk::portal::session::VESK_FILE {
 namespace {
@@ -13,16 +15,44 @@ Stroke key(std::int32_t code, bool isDown) {
 
 Stroke motion(double x) { return {.kind = Stroke::Kind::motion, .place = {x, 0}}; }
 
-class StrokeQueueTest : public ::testing::Test {
+Stroke button(std::int32_t code, bool isDown) {
+  return {.kind = Stroke::Kind::button, .code = code, .isDown = isDown};
+}
+
+Stroke symbol(std::int32_t code, bool isDown) {
+  return {.kind = Stroke::Kind::symbol, .code = code, .isDown = isDown};
+}
+
+/// Where records of what is held have a place of their own.
+class RuntimeFolder {
+ public:
+  RuntimeFolder() {
+    ::setenv("XDG_RUNTIME_DIR", folder_.path().c_str(), 1);
+    ::setenv("WAYLAND_DISPLAY", "wayland-7", 1);
+  }
+
+ private:
+  testing::TemporaryFolder folder_;
+};
+
+class StrokeQueueTest : public ::testing::Test, private RuntimeFolder {
  protected:
   /// What goes out, each answered at once.
-  std::vector<Stroke> sent() {
+  std::vector<Stroke> sent() { return sent(queue, session); }
+
+  static std::vector<Stroke> sent(StrokeQueue& from, std::uint64_t to) {
     std::vector<Stroke> all;
-    while (const auto stroke = queue.take(session)) {
+    while (const auto stroke = from.take(to)) {
       all.push_back(*stroke);
-      queue.answered(session);
+      from.answered(to);
     }
     return all;
+  }
+
+  void holdOneOfEach() {
+    for (const auto& stroke : {key(30, true), button(272, true), symbol(0x20ac, true)})
+      queue.push(stroke);
+    ASSERT_EQ(sent().size(), 3U);
   }
 
   SystemClock clock;
@@ -109,13 +139,47 @@ TEST_F(StrokeQueueTest, BelongsToTheLatestSession) {
   EXPECT_EQ(queue.take(next), key(30, true));
 }
 
-TEST_F(StrokeQueueTest, HoldsNothingInTheNextSession) {
+TEST_F(StrokeQueueTest, TellsWhatIsDownAtItsEnd) {
+  holdOneOfEach();
+  EXPECT_TRUE(queue.close(session + 1).empty()) << "another session";
+  const auto down = queue.close(session);
+  EXPECT_EQ(down, (std::vector{button(272, false), key(30, false), symbol(0x20ac, false)}));
+  EXPECT_TRUE(queue.close(session).empty()) << "told once";
+}
+
+TEST_F(StrokeQueueTest, LetsGoFirstOfWhatTheLastSessionLeftDown) {
+  holdOneOfEach();
+  for (const auto& stroke : queue.close(session)) {
+    if (stroke.kind != Stroke::Kind::button) queue.wasLetGo(stroke);
+  }
+  session = queue.open(std::nullopt, [this] { ++woken; });
+  queue.push(key(31, true));
+  EXPECT_EQ(sent(), (std::vector{button(272, false), key(31, true)}));
+}
+
+TEST_F(StrokeQueueTest, LetsGoFirstOfWhatAPredecessorLeftDown) {
+  holdOneOfEach();
+  StrokeQueue successor(gate);
+  int calls = 0;
+  auto next = successor.open(std::nullopt, [&calls] { ++calls; });
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(sent(successor, next),
+            (std::vector{button(272, false), key(30, false), symbol(0x20ac, false)}));
+  // Nothing is left for another one.
+  successor.close(next);
+  next = successor.open(std::nullopt, [] {});
+  EXPECT_TRUE(sent(successor, next).empty());
+  StrokeQueue third(gate);
+  EXPECT_TRUE(sent(third, third.open(std::nullopt, [] {})).empty());
+}
+
+TEST_F(StrokeQueueTest, PressesAnewInTheNextSessionWhatTheLastOneHeld) {
   queue.push(key(30, true));
   EXPECT_EQ(sent().size(), 1U);
   session = queue.open(std::nullopt, [] {});
   queue.push(key(30, false));
   queue.push(key(30, true));
-  EXPECT_EQ(sent(), std::vector{key(30, true)});
+  EXPECT_EQ(sent(), (std::vector{key(30, false), key(30, true)}));
 }
 
 }  // namespace

@@ -1,20 +1,22 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <set>
 
-#include "platform/linux/wayland/input/Key.h"
+namespace vesk::keys {
 
-namespace vesk::wayland::input {
-
-/// The keys and buttons that are held, written down beside the compositor's socket, where it is
-/// gone when the person's session is. A compositor lets go of the keys of a keyboard that is gone,
-/// but neither of a mouse's buttons nor of what the keys made true: a program that was killed
-/// leaves that to its successor. What is pressed is written before, and struck out after it is up.
+/// The keys and buttons that are held on a Wayland desktop, written down beside the compositor's
+/// socket, where it is gone when the person's session is. A compositor need not let go of all that
+/// was held by whoever is gone: a program that was killed leaves that to its successor. What is
+/// pressed is written before, and struck out after it is up.
 ///
 /// Thread: one at a time. Fails: silently, as a record of nothing.
 class HeldRecord {
  public:
+  /// As the kernel numbers them.
+  using Key = std::uint32_t;
+
   HeldRecord();
 
   /// What a predecessor has left behind. Nothing once something was written here.
@@ -43,4 +45,4 @@ class HeldRecord {
   std::set<Key> written_;
 };
 
-}  // namespace vesk::wayland::input
+}  // namespace vesk::keys

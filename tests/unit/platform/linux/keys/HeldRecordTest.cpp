@@ -1,4 +1,4 @@
-#include "platform/linux/wayland/input/HeldRecord.h"
+#include "platform/linux/keys/HeldRecord.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -10,7 +10,7 @@
 
 #include "support/TemporaryFolder.h"
 
-namespace vesk::wayland::input::VESK_FILE {
+namespace vesk::keys::VESK_FILE {
 namespace {
 
 class HeldRecordTest : public ::testing::Test {
@@ -37,10 +37,10 @@ TEST_F(HeldRecordTest, TellsASuccessorWhatIsHeldAndOnlyThat) {
   record.remove(30);
   const HeldRecord successor;
   EXPECT_TRUE(successor.isLeftBehind());
-  EXPECT_EQ(successor.read(), (std::set<Key>{30, 272}))
+  EXPECT_EQ(successor.read(), (std::set<HeldRecord::Key>{30, 272}))
       << "what lets go may not have been sent yet";
   record.update();
-  EXPECT_EQ(successor.read(), std::set<Key>{272});
+  EXPECT_EQ(successor.read(), std::set<HeldRecord::Key>{272});
   record.remove(272);
   record.update();
   EXPECT_FALSE(std::filesystem::exists(path));
@@ -56,7 +56,7 @@ TEST_F(HeldRecordTest, IsItsUsersAlone) {
 
 TEST_F(HeldRecordTest, TakesNothingForNumbersThatAreNone) {
   std::ofstream(path) << "30 nonsense 42";
-  EXPECT_EQ(HeldRecord().read(), std::set<Key>{30});
+  EXPECT_EQ(HeldRecord().read(), std::set<HeldRecord::Key>{30});
   std::ofstream(path) << std::string(1 << 20, '9');
   EXPECT_TRUE(HeldRecord().read().size() <= 1);
 }
@@ -89,4 +89,4 @@ TEST_F(HeldRecordTest, IsNowhereWithoutARuntimeFolder) {
 }
 
 }  // namespace
-}  // namespace vesk::wayland::input::VESK_FILE
+}  // namespace vesk::keys::VESK_FILE

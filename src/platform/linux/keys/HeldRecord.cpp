@@ -1,4 +1,4 @@
-#include "platform/linux/wayland/input/HeldRecord.h"
+#include "platform/linux/keys/HeldRecord.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,7 +13,7 @@
 
 #include "platform/Descriptor.h"
 
-namespace vesk::wayland::input {
+namespace vesk::keys {
 namespace {
 
 std::filesystem::path placeOfRecord() {
@@ -43,7 +43,7 @@ bool HeldRecord::isLeftBehind() const {
   return held_.empty() && !path_.empty() && std::filesystem::exists(path_, error);
 }
 
-std::set<Key> HeldRecord::read() const {
+std::set<HeldRecord::Key> HeldRecord::read() const {
   // No kernel has more codes than fit in here.
   std::array<char, 4096> text{};
   const auto file = openRecord(path_, O_RDONLY);
@@ -84,4 +84,4 @@ void HeldRecord::write() {
   [[maybe_unused]] const auto ignored = ::write(file.get(), text.data(), text.size());
 }
 
-}  // namespace vesk::wayland::input
+}  // namespace vesk::keys
