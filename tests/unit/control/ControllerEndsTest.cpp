@@ -24,6 +24,12 @@ class ControllerEndsTest : public vesk::testing::SessionFixture {
     EXPECT_TRUE(events_.posted.empty());
     EXPECT_TRUE(isSilent());
   }
+
+  /// As a desktop answers whose question was taken back.
+  void failHeldStarts() {
+    for (const auto& each : screen_.streams) each->answerStart(PlatformError{"taken back"});
+    manual_.run();
+  }
 };
 
 // Stops
@@ -65,6 +71,7 @@ TEST_F(ControllerEndsTest, AnEndTakesBackWhatTheDesktopAsks) {
   EXPECT_EQ(screen_.withdrawals, stream()->withdrawalsBefore);
   replaceAgent();
   EXPECT_GT(screen_.withdrawals, stream()->withdrawalsBefore);
+  failHeldStarts();
 }
 
 TEST_F(ControllerEndsTest, AStopThatCameBeforeTheDesktopAskedTakesThatBackToo) {
@@ -73,6 +80,7 @@ TEST_F(ControllerEndsTest, AStopThatCameBeforeTheDesktopAskedTakesThatBackToo) {
   tellTogether({R"({"op":"start"})", stopMessage});
   heard();
   EXPECT_GT(screen_.withdrawals, stream()->withdrawalsBefore);
+  failHeldStarts();
 }
 
 TEST_F(ControllerEndsTest, AStopBetweenTwoStartsEndsTheFirstAlone) {
