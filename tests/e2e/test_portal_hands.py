@@ -16,14 +16,6 @@ class Input(wayland.LettingGo, Session):
         self.run_session()
         self.receiver = self.start_receiver()
 
-    def allow(self):
-        self.agent.send("allow-input")
-
-        def moved():
-            self.agent.send("move 0.5 0.375")
-            return self.receiver.place() == (640, 300)
-        wait_until(moved, "the pointer moves")
-
     def test_reaches_the_screen_only_while_it_is_allowed(self):
         self.agent.send("move 0.375 0.5", "viewer Bo")
         self.allow()

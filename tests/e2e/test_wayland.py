@@ -299,14 +299,6 @@ class Input(wayland.LettingGo, Session):
         self.person = self.hand()
         self.receiver = self.start_receiver()
 
-    def allow(self):
-        self.agent.send("allow-input")
-
-        def moved():
-            self.agent.send("move 0.1 0.1")
-            return self.receiver.pointer() == (128, 80)
-        wait_until(moved, "the pointer moves")
-
     def test_reaches_the_screen_only_while_it_is_allowed(self):
         self.agent.send("move 0.5 0.5", "viewer Bo")
         self.allow()

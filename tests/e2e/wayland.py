@@ -195,6 +195,14 @@ class Case(harness.Case):
 class LettingGo(letting_go.LettingGo):
     """The same, as a window sees it that the case has as its `receiver`."""
 
+    def allow(self):
+        self.agent.send("allow-input")
+
+        def moved():
+            self.agent.send("move 0.5 0.375")
+            return self.receiver.place() == (640, 300)
+        wait_until(moved, "the pointer moves")
+
     def hold(self):
         self.press()
         wait_until(lambda: self.receiver.keys() == {SHIFT, KEY_A}, "the keys are down")

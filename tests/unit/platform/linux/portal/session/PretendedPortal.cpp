@@ -1,6 +1,7 @@
 #include "unit/platform/linux/portal/session/PretendedPortal.h"
 
 #include <QDBusArgument>
+#include <QDBusError>
 #include <QDBusObjectPath>
 #include <algorithm>
 #include <stdexcept>
@@ -19,21 +20,28 @@ QVariantMap optionsOf(const QDBusMessage& question) {
   return qdbus_cast<QVariantMap>(question.arguments().constLast());
 }
 
+/// Each has its own, so that no connection of a test before is handed out again.
+QString newName() {
+  static int count = 0;
+  return QString("pretended%1").arg(++count);
+}
+
 }  // namespace
 
 PretendedPortal::PretendedPortal(const std::string& address)
-    : connection_(QDBusConnection::connectToBus(QString::fromStdString(address), "pretended")) {
+    : connection_(QDBusConnection::connectToBus(QString::fromStdString(address), newName())) {
+  if (!connection_.registerService(name::portal))
+    throw std::runtime_error(connection_.lastError().message().toStdString());
   connection_.registerVirtualObject("/", this, QDBusConnection::SubPath);
   moveToThread(&thread_);
   thread_.start();
-  if (!connection_.registerService(name::portal)) throw std::runtime_error("the name is taken");
 }
 
 PretendedPortal::~PretendedPortal() {
   connection_.unregisterObject("/", QDBusConnection::UnregisterTree);
   thread_.quit();
   thread_.wait();
-  QDBusConnection::disconnectFromBus("pretended");
+  QDBusConnection::disconnectFromBus(connection_.name());
 }
 
 void PretendedPortal::deal(const QString& method, Deal deal) {
