@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "platform/UnixSocket.h"
 #include "support/Patience.h"
 
 namespace vesk::testing {
@@ -31,7 +32,8 @@ MessageBus::MessageBus(const std::filesystem::path& folder, Services services) {
   process_ = std::make_unique<ChildProcess>(std::vector<std::string>{
       "dbus-daemon", services == Services::systems ? "--session" : "--config-file=" + configuration,
       "--nofork", "--nosyslog", "--address=" + address_});
-  if (!waitUntil([&] { return std::filesystem::exists(socket); })) {
+  // The socket's file is there a moment before anybody listens.
+  if (!waitUntil([&] { return unixSocket::connect(unixSocket::open(), socket); })) {
     throw std::runtime_error("the message bus did not start");
   }
 }
