@@ -34,13 +34,17 @@ class Timeout(AssertionError):
     """Something that had to happen did not."""
 
 
-def wait_until(condition, what):
-    """Polls for what nobody announces: files, process states."""
+def wait_until(condition, what, every=0.005):
+    """Polls for what nobody announces: files, process states. What takes long to find out, as a
+    picture of the screen does, is asked for half of the time: the other half is for what it is about."""
     deadline = time.monotonic() + PATIENCE
+    asked = time.monotonic()
     while not (result := condition()):
-        if time.monotonic() > deadline:
+        now = time.monotonic()
+        if now > deadline:
             raise Timeout(f"waited in vain until {what}")
-        time.sleep(0.005)
+        time.sleep(min(max(every, now - asked), 0.1))
+        asked = time.monotonic()
     return result
 
 
@@ -75,14 +79,15 @@ class Child:
 
 
 class XServer(Child):
-    """A private Xvfb on a display number that was free. It outlives its last client, unless it is
-    to start anew when that one leaves."""
+    """A private Xvfb on a display number that was free, without GLX, whose loading takes as long as
+    all the rest of its start. It outlives its last client, unless it is to start anew when that one
+    leaves."""
 
     def __init__(self, screen="1280x800x24", options=(), starts_anew=False):
         read_end, write_end = os.pipe()
         super().__init__(
             ["Xvfb", "-displayfd", write_end, "-screen", "0", screen, "-nolisten", "tcp",
-             *([] if starts_anew else ["-noreset"]), *options],
+             "-extension", "GLX", *([] if starts_anew else ["-noreset"]), *options],
             pass_fds=[write_end], stderr=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as numbers:
@@ -122,6 +127,11 @@ class Agent(Child):
             return json.loads(self._messages.get(timeout=PATIENCE))
         except queue.Empty:
             raise Timeout("no control message came") from None
+
+    def wait_a_second(self):
+        """By the agent, which carries its commands out in order. An alert answers from half of it on."""
+        self.send("pause 1", "help")
+        self.wait_for_note("startreading")
 
     def wait_for_note(self, text):
         """Waits for a line of the agent's own that contains `text`."""

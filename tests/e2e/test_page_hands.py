@@ -3,8 +3,7 @@
 import subprocess
 
 import harness
-from harness import wait_until
-from viewing import Viewing
+from viewing import Viewing, wait_until
 from xclient import XClient, XWindow
 
 # The keycodes of both displays by KeyboardEvent.code: those of Linux (input-event-codes.h) and 8.
@@ -41,6 +40,7 @@ class Hands(Viewing):
     """On a screen of which one window has everything."""
 
     manager = None
+    server_options = ("-r",)  # keys do not repeat, however long a busy machine takes to let go of them
 
     def setUp(self):
         super().setUp()
@@ -67,13 +67,13 @@ class Hands(Viewing):
         def is_there():
             heard.extend(self.window.input())
             return len(heard) >= len(events)
-        wait_until(is_there, f"{events} arrive, after {heard}")
+        harness.wait_until(is_there, f"{events} arrive, after {heard}")
         self.assertEqual(heard, list(events))
 
     def point(self, x, y):
         """Goes to a fraction of the picture and waits until the person's pointer is there."""
         self.browser.hands("mousemove", *self.page.place(x, y))
-        wait_until(lambda: self.is_at(x, y), "the pointer is there")
+        harness.wait_until(lambda: self.is_at(x, y), "the pointer is there")
 
     def is_at(self, x, y):
         there, _ = self.x.pointer()

@@ -3,8 +3,7 @@
 import signal
 
 import harness
-from harness import wait_until
-from viewing import Viewing
+from viewing import Viewing, wait_until
 
 
 class States(Viewing):

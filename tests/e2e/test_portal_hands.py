@@ -32,11 +32,6 @@ class Input(wayland.LettingGo, Session):
                                 if "wl_pointer] button" in line]) >= 2, "the window is clicked")
         self.assertTrue(self.is_bordered())
 
-    def test_lets_go_when_the_program_is_told_to_end(self):
-        self.hold()
-        self.program.end(signal.SIGTERM)
-        self.expect_release()
-
     def test_nothing_stays_pressed_when_the_program_is_killed(self):
         self.hold()
         self.program.end(signal.SIGKILL)

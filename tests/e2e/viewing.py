@@ -1,20 +1,33 @@
 """A viewer in a real browser on a display of its own, watching the real program on another one."""
 
 import base64
+import contextlib
+import functools
 import os
 import pathlib
 import re
+import signal
 import subprocess
 import tempfile
+import unittest
 
 import harness
-from harness import wait_until
 from sessions import Person
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 
+# A question to the page takes a driver and a browser some milliseconds of a processor.
+wait_until = functools.partial(harness.wait_until, every=0.05)
 PICTURES = os.environ.get("VESK_PAGE_PICTURES")  # a folder to leave pictures of the page in
+
+
+def pages():
+    """The processes of all pages; in this namespace they are ours."""
+    for arguments in pathlib.Path("/proc").glob("[0-9]*/cmdline"):
+        with contextlib.suppress(OSError):  # it has just ended
+            if b"--type=renderer" in arguments.read_bytes():
+                yield int(arguments.parent.name)
 
 
 class Browser:
@@ -27,7 +40,8 @@ class Browser:
         options.binary_location = "/usr/bin/chromium"
         for argument in ("--no-sandbox", "--disable-gpu", "--no-first-run", "--start-maximized",
                          "--disable-background-networking", "--disable-component-update",
-                         "--disable-sync", "--force-color-profile=srgb",
+                         "--disable-extensions", "--disable-sync", "--force-color-profile=srgb",
+                         "--renderer-process-limit=1",
                          f"--user-data-dir={home}/browser"):
             options.add_argument(argument)
         # What is no business of a test: that a driver is at work, and a question about a translation.
@@ -74,6 +88,18 @@ class Browser:
     def command(self, name, **parameters):
         """One of the browser's own commands (DevTools)."""
         return self.driver.execute_cdp_cmd(name, parameters)
+
+    @contextlib.contextmanager
+    def halted_page(self):
+        """No page does anything meanwhile."""
+        processes = list(pages())
+        for process in processes:
+            os.kill(process, signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            for process in processes:
+                os.kill(process, signal.SIGCONT)
 
     def picture(self, name):
         if PICTURES:
@@ -128,24 +154,30 @@ class Page:
 
 
 class Viewing(Person):
-    """The program and the agent with its page; one browser for all tests of a class."""
+    """The program and the agent with its page; one browser for all tests of a file, which a test of
+    any class finds as the one before has left it. A page is a test's own by its agent's port and key."""
 
-    viewer_screen = "1700x960x24"
     manager = "openbox"  # the person's
+    browser = None
 
     @classmethod
     def setUpClass(cls):
+        if Viewing.browser is None:
+            Viewing.start_browser()
+
+    @staticmethod
+    def start_browser():
         folder = tempfile.TemporaryDirectory(prefix="vesk-viewer-", ignore_cleanup_errors=True)
-        cls.addClassCleanup(folder.cleanup)
+        unittest.addModuleCleanup(folder.cleanup)
         home = folder.name
-        server = harness.XServer(cls.viewer_screen)
-        cls.addClassCleanup(server.end)
+        server = harness.XServer("1700x960x24", ("+extension", "GLX"))
+        unittest.addModuleCleanup(server.end)
         manager = harness.Child(["openbox"], {"DISPLAY": server.display, "HOME": home,
                                               "PATH": os.environ["PATH"]})
-        cls.addClassCleanup(manager.end)
-        cls.browser = Browser(server.display, home)
-        cls.addClassCleanup(cls.browser.close)
-        cls.viewer_display = server.display
+        unittest.addModuleCleanup(manager.end)
+        Viewing.browser = Browser(server.display, home)
+        unittest.addModuleCleanup(Viewing.browser.close)
+        Viewing.viewer_display = server.display
 
     def setUp(self):
         super().setUp()

@@ -3,14 +3,19 @@ import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 
-/** A Chromium of its own without a screen, driven through a pipe. Ends with `close`. */
+/**
+ * A Chromium of its own without a screen, driven through a pipe, with one window, which is the dearest
+ * part of it. A page is a tab there; one after another they share a process. Ends with `close`.
+ */
 export class Browser {
   #folder = mkdtempSync(join(tmpdir(), 'vesk-page-'));
   #process = spawn('chromium', ['--headless=new', '--no-sandbox', '--disable-gpu', '--no-first-run',
     '--disable-background-networking', '--disable-component-update', '--disable-sync',
-    '--disable-breakpad', '--force-color-profile=srgb', '--hide-scrollbars',
-    '--remote-debugging-pipe', `--user-data-dir=${this.#folder}`],
+    '--disable-breakpad', '--force-color-profile=srgb', '--hide-scrollbars', '--in-process-gpu',
+    '--renderer-process-limit=1', '--no-startup-window', '--remote-debugging-pipe',
+    `--user-data-dir=${this.#folder}`],
   { stdio: ['ignore', 'ignore', 'ignore', 'pipe', 'pipe'] });
+  #context;  // of the one window, which opens with the first page
   #calls = new Map();
   #listeners = new Map();
   #last = 0;
@@ -20,12 +25,16 @@ export class Browser {
     this.#process.stdio[4].setEncoding('utf8').on('data', (data) => this.#take(data));
   }
 
-  /** A page of its own, with nothing remembered from another one. */
+  /**
+   * A page with nothing remembered from another one: what it keeps and what it is told to pretend
+   * belong to its tab, what it was permitted ends with it, and each test's agent has an origin of its
+   * own by its port.
+   */
   async page() {
-    const { browserContextId } = await this.ask('Target.createBrowserContext');
-    const { targetId } = await this.ask('Target.createTarget', { url: 'about:blank', browserContextId });
+    this.#context ??= await this.#openWindow();
+    const targetId = await this.#openTab(this.#context);
     const { sessionId } = await this.ask('Target.attachToTarget', { targetId, flatten: true });
-    const page = new Page(this, sessionId, browserContextId);
+    const page = new Page(this, sessionId, targetId);
     await page.ready();
     return page;
   }
@@ -36,8 +45,16 @@ export class Browser {
     return new Promise((resolve, reject) => this.#calls.set(id, { resolve, reject, method }));
   }
 
+  /** Permissions of the origin that is shown. */
+  permit(origin, permissions) {
+    return this.ask('Browser.grantPermissions',
+      { origin, permissions, browserContextId: this.#context });
+  }
+
   async end(page) {
-    await this.ask('Target.disposeBrowserContext', { browserContextId: page.context });
+    await this.ask('Target.closeTarget', { targetId: page.tab });
+    await this.ask('Browser.resetPermissions', { browserContextId: this.#context });
+    this.#listeners.delete(page.session);
   }
 
   listen(sessionId, listener) {
@@ -49,6 +66,18 @@ export class Browser {
     await this.ask('Browser.close');
     await ended;
     rmSync(this.#folder, { recursive: true, force: true, maxRetries: 5 });
+  }
+
+  /** Where nothing is written to the disk, and with a tab that stays, since the last one closes it. */
+  async #openWindow() {
+    const { browserContextId } = await this.ask('Target.createBrowserContext');
+    await this.#openTab(browserContextId);
+    return browserContextId;
+  }
+
+  async #openTab(browserContextId) {
+    const { targetId } = await this.ask('Target.createTarget', { url: 'about:blank', browserContextId });
+    return targetId;
   }
 
   #take(data) {
@@ -69,13 +98,12 @@ export class Browser {
 export class Page {
   complaints = [];
   #browser;
-  #session;
   #loaded = () => {};
 
-  constructor(browser, session, context) {
+  constructor(browser, session, tab) {
     this.#browser = browser;
-    this.#session = session;
-    this.context = context;
+    this.session = session;
+    this.tab = tab;
     browser.listen(session, ({ method, params }) => this.#hear(method, params));
   }
 
@@ -89,7 +117,7 @@ export class Page {
   }
 
   ask(method, params) {
-    return this.#browser.ask(method, params, this.#session);
+    return this.#browser.ask(method, params, this.session);
   }
 
   size(width, height, deviceScaleFactor = 1) {

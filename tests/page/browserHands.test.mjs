@@ -103,8 +103,7 @@ describe('the viewer’s hands', () => {
 
   test('type by a key what was copied, where the browser lets them', async () => {
     await watch();
-    await browser.ask('Browser.grantPermissions', { origin: address.slice(0, -1),
-      permissions: ['clipboardReadWrite', 'clipboardSanitizedWrite'], browserContextId: page.context });
+    await browser.permit(address.slice(0, -1), ['clipboardReadWrite', 'clipboardSanitizedWrite']);
     await page.evaluate("navigator.clipboard.writeText('Ελλάδα')");
     await page.key('down', 'KeyV', { key: 'V', modifiers: ctrlAltShift });
     await agent.until(() => kept().length >= 1);
