@@ -128,9 +128,9 @@ class LeftOutVideoTest : public ::testing::TestWithParam<Kind> {
     });
   }
   void keepPictures(Video& video, const std::string& step) {
-    keepPicture(video.picture(), step);
-    keepPicture(twins.reference(), step + "-expected");
-    keepPicture(twins.captured(), step + "-screen");
+    keepPicture(video.picture(), TwinDesktops::width, step);
+    keepPicture(twins.reference(), TwinDesktops::width, step + "-expected");
+    keepPicture(twins.captured(), TwinDesktops::width, step + "-screen");
   }
 
   TwinDesktops twins{GetParam()};

@@ -17,7 +17,18 @@ namespace vesk::testing {
 
 using x11::server::ReplyPtr;
 
-PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen) : server_(screen) {
+namespace {
+
+/// Who composes draws by GL where there is some.
+std::vector<std::string> serverOptions(DesktopKind kind) {
+  if (!DesktopManager::composes(kind)) return {};
+  return {"+extension", "GLX"};
+}
+
+}  // namespace
+
+PresenceDesktop::PresenceDesktop(Kind kind, const std::string& screen)
+    : server_(screen, serverOptions(kind)) {
   connection_ = xcb_connect(server_.display().c_str(), nullptr);
   root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
   manager_ = std::make_unique<DesktopManager>(kind, server_.environment());

@@ -5,12 +5,8 @@
 #include <xcb/composite.h>
 #include <xcb/shape.h>
 
-#include <algorithm>
 #include <array>
 #include <chrono>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
 
 #include "platform/linux/banner/OverlayShapes.h"
 #include "platform/linux/x11/beneath/shownWindow.h"
@@ -77,6 +73,8 @@ xcb_window_t makeWindow(xcb_connection_t* c, xcb_window_t window, const picture:
   return window;
 }
 
+constexpr std::size_t pixelCount{TwinDesktops::width * TwinDesktops::height};
+
 /// Whether somebody keeps the contents of windows off the screen, to draw them himself.
 bool isComposed(xcb_connection_t* c) {
   const ReplyPtr<xcb_composite_query_version_reply_t> version(
@@ -91,45 +89,7 @@ bool isComposed(xcb_connection_t* c) {
   return refused == nullptr;
 }
 
-/// In the channel where two colours differ most.
-int levelsBetween(std::uint32_t a, std::uint32_t b) {
-  int most = 0;
-  for (const unsigned shift : {0U, 8U, 16U}) {
-    most = std::max(
-        most, std::abs(static_cast<int>(a >> shift & 255U) - static_cast<int>(b >> shift & 255U)));
-  }
-  return most;
-}
-
 }  // namespace
-
-Difference difference(const Pixels& a, const Pixels& b, int width, int toleratedLevels) {
-  Difference result;
-  for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
-    const int levels = levelsBetween(a[i], b[i]);
-    if (levels <= toleratedLevels) continue;
-    ++result.pixels;
-    if (levels > Difference::loudLevels) ++result.loud;
-    result.most = std::max(result.most, levels);
-    const auto place = static_cast<int>(i);
-    result.area = around(result.area, {place % width, place / width, 1, 1});
-  }
-  return result;
-}
-
-void keepPicture(const Pixels& pixels, const std::string& step) {
-  const char* const folder = std::getenv("VESK_TEST_PICTURES");
-  if (folder == nullptr) return;
-  const auto* const test = ::testing::UnitTest::GetInstance()->current_test_info();
-  std::string name = std::string(test->name()) + "-" + step;
-  std::ranges::replace(name, '/', '-');
-  std::ofstream file(std::string(folder) + "/" + name + ".ppm", std::ios::binary);
-  file << "P6\n" << TwinDesktops::width << " " << TwinDesktops::height << "\n255\n";
-  for (const std::uint32_t pixel : pixels) {
-    file.put(static_cast<char>(pixel >> 16)).put(static_cast<char>(pixel >> 8));
-    file.put(static_cast<char>(pixel));
-  }
-}
 
 template <typename Do>
 void TwinDesktops::onBoth(Do what) {
@@ -338,7 +298,7 @@ bool TwinDesktops::take() {
   if (changed->empty()) return true;
   ++imagesTaken_;
   const auto pixels = grabbed();
-  ownPixelsSeen_ += static_cast<int>(std::ranges::count(pixels, ownColour));
+  ownPixelsSeen_ += count(pixels, ownColour);
   return true;
 }
 
@@ -372,18 +332,10 @@ Pixels TwinDesktops::screenOf(const PresenceDesktop& desktop) {
   const ReplyPtr<xcb_get_image_reply_t> image(xcb_get_image_reply(
       c, xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, desktop.root(), 0, 0, width, height, ~0U),
       nullptr));
-  Pixels pixels(static_cast<std::size_t>(width * height));
-  if (image == nullptr) return pixels;
-  std::memcpy(pixels.data(), xcb_get_image_data(image.get()), pixels.size() * 4);
-  for (auto& pixel : pixels) pixel &= 0xffffff;
-  return pixels;
+  if (image == nullptr) return Pixels(pixelCount);
+  return pixelsOf(xcb_get_image_data(image.get()), pixelCount);
 }
 
-Pixels TwinDesktops::grabbed() const {
-  Pixels pixels(static_cast<std::size_t>(width * height));
-  std::memcpy(pixels.data(), grabber_->pixels(), pixels.size() * 4);
-  for (auto& pixel : pixels) pixel &= 0xffffff;
-  return pixels;
-}
+Pixels TwinDesktops::grabbed() const { return pixelsOf(grabber_->pixels(), pixelCount); }
 
 }  // namespace vesk::testing

@@ -118,7 +118,8 @@ class PortalServices:
         """What the desktop's own programs are told."""
         return {**self.environment(), "PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8",
                 "HOME": str(self.folder / "home"), "LIBGL_ALWAYS_SOFTWARE": "1",
-                "XDG_DESKTOP_PORTAL_DIR": str(self.folder / "portals")}
+                "XDG_DESKTOP_PORTAL_DIR": str(self.folder / "portals"),
+                **{name: value for name, value in os.environ.items() if name.startswith("MESA_")}}
 
     def environment(self):
         """What programs that are started on the desktop are told."""

@@ -41,11 +41,6 @@ class Consent(Case):
         self.assertEqual(self.agent.next_message(), AWAITING)
         wait_until(self.is_asked, "the alert is on the screen")
 
-    def wait_a_second(self):
-        """By the agent, which carries its commands out in order. An alert answers from half of it on."""
-        self.agent.send("pause 1", "help")
-        self.agent.wait_for_note("startreading")
-
     def is_asked(self):
         return self.picture().at(*MIDDLE) != self.empty
 
@@ -59,10 +54,10 @@ class Consent(Case):
     def test_a_key_that_was_held_before_answers_nothing_and_return_allows(self):
         self.person.down(RETURN)
         self.ask()
-        self.wait_a_second()
+        self.agent.wait_a_second()
         self.person.up(RETURN)
         self.person.tap(KEY_A)
-        self.wait_a_second()
+        self.agent.wait_a_second()
         self.assertTrue(self.is_asked())
         self.assertTrue(self.agent.has_no_message())
         self.person.tap(RETURN)
@@ -71,7 +66,7 @@ class Consent(Case):
 
     def test_a_click_allows(self):
         self.ask()
-        self.wait_a_second()
+        self.agent.wait_a_second()
         self.person.click(*self.button())
         self.assertEqual(self.agent.next_message(), STARTING)
         wait_until(lambda: not self.is_asked(), "the alert is gone")
@@ -81,7 +76,7 @@ class Consent(Case):
         self.empty = self.picture().at(*MIDDLE)
         self.ask()
         seen = len(receiver.lines)
-        self.wait_a_second()
+        self.agent.wait_a_second()
         self.person.tap(ESCAPE)
         self.assertEqual(self.agent.next_message(), DENIED)
         wait_until(lambda: not self.is_asked(), "the alert is gone")

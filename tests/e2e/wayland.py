@@ -3,6 +3,7 @@
 import json
 import os
 import re
+import signal
 import socket
 import struct
 import subprocess
@@ -212,3 +213,8 @@ class LettingGo(letting_go.LettingGo):
     def expect_release(self):
         wait_until(lambda: not self.receiver.keys(), "the keys are up")
         wait_until(lambda: not self.receiver.buttons(), "the button is up")
+
+    def test_lets_go_when_the_program_is_told_to_end(self):
+        self.hold()
+        self.program.end(signal.SIGTERM)
+        self.expect_release()

@@ -23,8 +23,10 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
 }
 
 std::vector<std::string> xvfb(const std::string& screen, const std::vector<std::string>& options) {
-  // Without -noreset the server would start anew when a test's first client leaves.
-  std::vector<std::string> command{"Xvfb", "-screen", "0", screen, "-nolisten", "tcp", "-noreset"};
+  // Without -noreset the server would start anew when a test's first client leaves. Loading what
+  // draws by GL takes as long as all the rest of its start, and few draw by it.
+  std::vector<std::string> command{"Xvfb", "-screen",  "0",          screen, "-nolisten",
+                                   "tcp",  "-noreset", "-extension", "GLX"};
   command.insert(command.end(), options.begin(), options.end());
   return command;
 }

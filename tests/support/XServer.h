@@ -32,7 +32,8 @@ class ChildProcess {
 /// A private X server on a display number that was free, answering when the constructor returns.
 class XServer {
  public:
-  /// An Xvfb. `screen` is WIDTHxHEIGHTxDEPTH; further options go to the server as they are.
+  /// An Xvfb without GLX. `screen` is WIDTHxHEIGHTxDEPTH; further options go to the server as they
+  /// are.
   explicit XServer(const std::string& screen = "1920x1080x24",
                    const std::vector<std::string>& options = {});
 
