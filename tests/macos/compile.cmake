@@ -2,6 +2,7 @@
 #   TARGETS         names with blanks between them
 #   SOURCE, BUILD   this project, and the folder to build in
 #   ARCHITECTURE    x86_64 or arm64
+#   TOGETHER        whether the program's files are compiled together
 #   GENERATOR, LAUNCHER  how the build around this one was set up
 execute_process(
   COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${BUILD} -G ${GENERATOR}
@@ -9,6 +10,9 @@ execute_process(
     -DMAC_ARCHITECTURE=${ARCHITECTURE}
     -DCMAKE_PROJECT_INCLUDE=${SOURCE}/tests/macos/libraries.cmake
     -DVESK_PRECOMPILE=ON
+    -DVESK_TESTS_TOGETHER=ON
+    -DCMAKE_UNITY_BUILD=${TOGETHER}
+    -DCMAKE_UNITY_BUILD_BATCH_SIZE=40
     -DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}
     -DCMAKE_OBJCXX_COMPILER_LAUNCHER=${LAUNCHER}
   COMMAND_ERROR_IS_FATAL ANY)

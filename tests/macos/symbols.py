@@ -31,6 +31,7 @@ VARYING = {RUNTIME}
 # What every C++ library, or the linker, brings along, and is in no list of the system's.
 CXX_RUNTIME = re.compile(r"___(cxa_\w+|gxx_personality_v0|dynamic_cast|dso_handle)")
 EXPORTS = re.compile(r"targets: +\[([^]]*)\]\s+(?:weak-)?symbols: +\[([^]]*)\]")
+TOGETHER = re.compile(r'^#include "(.+)"$', re.MULTILINE)
 OWN = re.compile(r"^_OBJC_(META)?CLASS_\$_Vesk")
 CXX = re.compile(r"vesk::|std::|__gnu_cxx::|__cxxabiv1::|Vesk|operator (new|delete)\b")
 
@@ -62,21 +63,29 @@ def symbols_of(objects, which):
     return {line for line in output.splitlines() if line and not line.endswith(":")}
 
 
+def compiled(folder):
+    """Its objects, and the names of the files that they were made of, each of one or of many together."""
+    objects, files = sorted(folder.rglob("*.o")), []
+    for file in (o.with_suffix("") for o in objects):
+        files += TOGETHER.findall(file.read_text()) if file.exists() else [file]
+    return objects, {pathlib.Path(file).name for file in files}
+
+
 def objects_of_the_platform(build):
-    objects = sorted((build / "src/CMakeFiles/vesk_platform.dir/platform/macos").glob("*.o"))
-    sources = [s for s in PLATFORM.iterdir() if s.suffix in (".cpp", ".mm")]
-    if len(objects) != len(sources):
-        sys.exit(f"symbols: {len(sources)} sources, {len(objects)} objects in {build}")
+    objects, files = compiled(build / "src/CMakeFiles/vesk_platform.dir")
+    sources = {s.name for s in PLATFORM.iterdir() if s.suffix in (".cpp", ".mm")}
+    if files != sources:
+        sys.exit(f"symbols: only in {PLATFORM} or only in {build}: {sorted(files ^ sources)}")
     return objects
 
 
 def objects_of_the_rest(build):
-    found = {folder: sorted((build / folder).rglob("*.o")) for folder in PORTABLE}
-    missing = [folder for folder, objects in found.items() if not objects]
-    objects = [o for objects in found.values() for o in objects]
-    if missing or len(objects) < 60:
-        sys.exit(f"symbols: only {len(objects)} objects in {build}, none in {missing}")
-    return objects
+    found = {folder: compiled(build / folder) for folder in PORTABLE}
+    missing = [folder for folder, (objects, _) in found.items() if not objects]
+    files = sum(len(files) for _, files in found.values())
+    if missing or files < 60:
+        sys.exit(f"symbols: only {files} files in {build}, none in {missing}")
+    return [o for objects, _ in found.values() for o in objects]
 
 
 def needed_by_the_rest(build):
