@@ -1,7 +1,6 @@
 #include "x11/Receivers.h"
 
 #include <sys/wait.h>
-#include <xcb/xtest.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -115,7 +114,7 @@ class Chromium final : public Program {
                 "--user-data-dir=%/profile --window-size=800,600 --window-position=0,0 "
                 "--app=file://%/page.html > %/output 2>&1",
                 "hromium") {
-    if (!eventually([this] { return isReady() || (strikeShift(), false); }))
+    if (!eventually([this] { return isReady() || (session_.strikeShift(), false); }))
       throw std::runtime_error("Chromium shows no page: " + title() + "\n" + Program::text());
   }
   std::string text() override { return part(title(), 0); }
@@ -129,17 +128,6 @@ class Chromium final : public Program {
  private:
   std::string title() const { return session_.text(window_, "_NET_WM_NAME"); }
   bool isReady() const { return title() == "ready" || title().find("¦") != std::string::npos; }
-
-  /// A key that leaves no trace.
-  void strikeShift() const {
-    constexpr std::uint8_t leftShift = 50;  // on every layout
-    xcb_connection_t* const connection = session_.connection().get();
-    for (const auto event : {XCB_KEY_PRESS, XCB_KEY_RELEASE}) {
-      xcb_test_fake_input(connection, static_cast<std::uint8_t>(event), leftShift, XCB_CURRENT_TIME,
-                          XCB_NONE, 0, 0, 0);
-    }
-    session_.settle();
-  }
 };
 
 }  // namespace

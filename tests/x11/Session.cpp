@@ -1,6 +1,7 @@
 #include "x11/Session.h"
 
 #include <sys/wait.h>
+#include <xcb/xtest.h>
 
 #include <array>
 #include <cstdio>
@@ -55,8 +56,24 @@ Session::Session(Windows windows) {
   const ReplyPtr<xcb_xkb_use_extension_reply_t> xkb(xcb_xkb_use_extension_reply(
       connection_->get(), xcb_xkb_use_extension(connection_->get(), 1, 0), nullptr));
   if (windows == Windows::bare) return;
-  windowManager_ = std::make_unique<ChildProcess>(std::vector<std::string>{"openbox"});
-  if (!managesWindows(connection_->get())) throw std::runtime_error("no window manager");
+  // It would read its locale's long table of composed characters anew with every map of the keys.
+  windowManager_ = std::make_unique<ChildProcess>(
+      std::vector<std::string>{"openbox"}, std::vector<std::string>{"XCOMPOSEFILE=/dev/null"});
+  bool isReady = managesWindows(connection_->get());
+  // With the first stroke of a keyboard everybody gets a new map of the keys. The window manager
+  // lets go of its keys for a moment while it reads one; whoever answers behind it is past that.
+  strikeShift();
+  isReady = isReady && managesWindows(connection_->get());
+  if (!isReady) throw std::runtime_error("no window manager");
+}
+
+void Session::strikeShift() const {
+  constexpr std::uint8_t leftShift = 50;  // on every layout
+  for (const auto event : {XCB_KEY_PRESS, XCB_KEY_RELEASE}) {
+    xcb_test_fake_input(connection_->get(), static_cast<std::uint8_t>(event), leftShift,
+                        XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+  }
+  settle();
 }
 
 void Session::setLayout(std::vector<std::string> layout) {

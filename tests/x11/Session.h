@@ -59,6 +59,8 @@ class Session {
   void lockGroup(int group) const;
   /// The key map as xmodmap prints it.
   std::string keyMap() const;
+  /// A key that leaves no trace.
+  void strikeShift() const;
   /// Waits until the server has done all that it was sent before.
   void settle() const;
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <linux/input-event-codes.h>
+
 #include <optional>
 #include <utility>
 
@@ -35,6 +37,14 @@ class AskedDesktop : public DesktopOfTests<testing::Mutter>, public HeardSession
     return window->waitFor([](const auto& seen) { return seen.hasPointer; });
   }
 
+  /// The keys come back to the window some time after the pointer, which is told where there is a
+  /// keyboard: the person's.
+  bool hasKeysAgain() {
+    hand.strike(KEY_LEFTCTRL);
+    return window->waitFor(
+        [](const auto& seen) { return seen.hasFocus && seen.modifiers == "0 0 0 0"; });
+  }
+
   /// Answers the dialog with yes. Whether a session has come of it.
   bool allow(bool withInput = true) {
     if (!isAsked()) return false;
@@ -45,7 +55,7 @@ class AskedDesktop : public DesktopOfTests<testing::Mutter>, public HeardSession
   /// Up to a session that may control.
   bool begin() {
     ask();
-    return allow() && isAskedNoMore();
+    return allow() && isAskedNoMore() && hasKeysAgain();
   }
 
   /// Clicks at the dialog, which has come up.

@@ -6,17 +6,16 @@
 #include <QDBusArgument>
 #include <QDBusMetaType>
 #include <QDBusUnixFileDescriptor>
-#include <condition_variable>
+#include <array>
 #include <cstdlib>
 #include <future>
 
 #include "e2e/MessageBus.h"
-#include "platform/SystemClock.h"
 #include "platform/linux/portal/session/Bus.h"
-#include "platform/linux/portal/session/PortalSession.h"
 #include "platform/linux/portal/session/sessionErrors.h"
 #include "support/Patience.h"
 #include "support/TemporaryFolder.h"
+#include "unit/platform/linux/portal/session/HeardSession.h"
 #include "unit/platform/linux/portal/session/PretendedPortal.h"
 
 namespace vesk::portal::session::VESK_FILE {
@@ -56,14 +55,14 @@ QVariant streams(const QList<ToldOf>& told) { return QVariant::fromValue(told); 
 
 QVariant pair(int first, int second) { return QVariant::fromValue(TwoNumbers{first, second}); }
 
-/// Portals that do what none should.
-class OddPortalsTest : public ::testing::Test {
- protected:
-  OddPortalsTest() {
+/// A bus on which nobody but a portal is that does what none should.
+class OddDesktop {
+ public:
+  OddDesktop() {
     const auto entry = bus_.environment();
-    address_ = entry.substr(entry.find('=') + 1);
-    ::setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
-    portal.emplace(address_);
+    const auto address = entry.substr(entry.find('=') + 1);
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    portal.emplace(address);
     portal->deal("OpenPipeWireRemote", [this](const auto& question) {
       portal->reply(question, {QVariant::fromValue(QDBusUnixFileDescriptor(STDIN_FILENO))});
     });
@@ -73,22 +72,26 @@ class OddPortalsTest : public ::testing::Test {
     qDBusRegisterMetaType<QList<TwoNumbers>>();
   }
 
+ protected:
+  testing::TemporaryFolder folder_;
+
+ private:
+  std::array<char, 6> name_{"tests"};
+  std::array<char*, 2> arguments_{name_.data(), nullptr};
+  int count_ = 1;
+  QCoreApplication application_{count_, arguments_.data()};
+  testing::MessageBus bus_{folder_.path()};
+
+ public:
+  std::optional<PretendedPortal> portal;
+};
+
+class OddPortalsTest : public ::testing::Test, public OddDesktop, public HeardSession {
+ protected:
   void begin() {
     ends.clear();
-    session.emplace(strokes,
-                    SessionWishes{.answerWithin = std::chrono::seconds(5),
-                                  .token = RestoreToken(folder_.path() / "token")},
-                    PortalSession::Listener{[this](Granted given) {
-                                              const std::lock_guard lock(mutex);
-                                              grants.push_back(std::move(given));
-                                              changed.notify_all();
-                                            },
-                                            [this](const PlatformError& error) {
-                                              const std::lock_guard lock(mutex);
-                                              ends.push_back(error);
-                                              changed.notify_all();
-                                            }});
-    session->start();
+    startSession(
+        {.answerWithin = std::chrono::seconds(5), .token = RestoreToken(folder_.path() / "token")});
   }
 
   /// The person lets the viewer have everything.
@@ -99,33 +102,6 @@ class OddPortalsTest : public ::testing::Test {
     });
     begin();
   }
-
-  std::optional<PlatformError> end() {
-    std::unique_lock lock(mutex);
-    changed.wait_for(lock, std::chrono::milliseconds(testing::patience()),
-                     [this] { return !ends.empty(); });
-    return ends.empty() ? std::nullopt : std::optional(ends.front());
-  }
-
- private:
-  std::array<char, 6> name_{"tests"};
-  std::array<char*, 2> arguments_{name_.data(), nullptr};
-  int count_ = 1;
-  QCoreApplication application_{count_, arguments_.data()};
-  testing::TemporaryFolder folder_;
-  testing::MessageBus bus_{folder_.path()};
-  std::string address_;
-
- protected:
-  std::optional<PretendedPortal> portal;
-  SystemClock clock;
-  InputGate gate{clock};
-  std::shared_ptr<StrokeQueue> strokes = std::make_shared<StrokeQueue>(gate);
-  std::mutex mutex;
-  std::condition_variable changed;
-  std::vector<Granted> grants;
-  std::vector<PlatformError> ends;
-  std::optional<PortalSession> session;
 };
 
 TEST_F(OddPortalsTest, MakesNothingOfAGrantWithoutAStream) {
@@ -153,9 +129,8 @@ TEST_F(OddPortalsTest, TakesTheFirstOfManyStreamsAndItsAreaWhereThatMakesSense) 
     portal->answer(question, 2, {});
   });
   begin();
-  std::unique_lock lock(mutex);
-  ASSERT_TRUE(changed.wait_for(lock, std::chrono::milliseconds(testing::patience()),
-                               [&] { return !grants.empty(); }));
+  ASSERT_TRUE(waitFor([&] { return !grants.empty(); }));
+  const std::lock_guard lock(mutex);
   EXPECT_EQ(grants.front().node, 4294967295U);
   EXPECT_EQ(grants.front().area, std::nullopt);
   EXPECT_TRUE(ends.empty());
@@ -166,9 +141,8 @@ TEST_F(OddPortalsTest, HaveNoAreaWithoutAHeight) {
     portal->answer(question, 0, {{"streams", streams({{5, {{"size", pair(7, 0)}}}})}});
   });
   begin();
-  std::unique_lock lock(mutex);
-  ASSERT_TRUE(changed.wait_for(lock, std::chrono::milliseconds(testing::patience()),
-                               [&] { return !grants.empty(); }));
+  ASSERT_TRUE(waitFor([&] { return !grants.empty(); }));
+  const std::lock_guard lock(mutex);
   EXPECT_EQ(grants.front().area, std::nullopt);
   EXPECT_FALSE(strokes->isOpen()) << "no devices were given";
 }

@@ -1,7 +1,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
+#include <stdexcept>
 #include <thread>
 
 #include "unit/platform/linux/wayland/input/PersonsKeyboard.h"
@@ -9,6 +11,50 @@
 
 namespace vesk::wayland::input::VESK_FILE {
 namespace {
+
+/// Another program's hands, which hold what they hold until it is killed. Made while this process
+/// has one thread, so that no other one has anything that a copy of it would wait for.
+class OtherHands {
+ public:
+  OtherHands() {
+    if (::pipe(start_.data()) != 0) throw std::runtime_error("no pipe");
+    program_ = ::fork();
+    if (program_ == 0) hold();
+  }
+  ~OtherHands() {
+    kill();
+    ::close(start_[0]);
+    ::close(start_[1]);
+  }
+  OtherHands(const OtherHands&) = delete;
+  OtherHands& operator=(const OtherHands&) = delete;
+
+  void press() { ASSERT_EQ(::write(start_[1], "", 1), 1); }
+
+  void kill() {
+    if (program_ <= 0) return;
+    ::kill(program_, SIGKILL);
+    ::waitpid(program_, nullptr, 0);
+    program_ = -1;
+  }
+
+ private:
+  [[noreturn]] void hold() const {
+    ::close(start_[1]);
+    char byte = 0;
+    if (::read(start_[0], &byte, 1) != 1) ::_exit(1);
+    const SystemClock clock;
+    InputGate gate(clock);
+    WlEventPoster poster(gate);
+    poster.post(KeyboardEvent{
+        .keyCode = 0x00, .down = true, .type = EventType::keyDown, .flags = eventFlag::shift});
+    poster.post(MouseEvent{.type = EventType::leftMouseDown, .point = {100, 100}});
+    while (true) ::pause();
+  }
+
+  std::array<int, 2> start_{};
+  pid_t program_ = -1;
+};
 
 class WlEventPosterEndsTest : public PosterFixture {
  protected:
@@ -34,7 +80,8 @@ class WlEventPosterEndsTest : public PosterFixture {
     gate.ended();
   }
 
-  testing::WlWindow window;
+  OtherHands other;
+  testing::WlWindow window;  // which has a thread
 };
 
 TEST_F(WlEventPosterEndsTest, LetsGoOfEverythingWhenTheGateCloses) {
@@ -103,20 +150,9 @@ class PersonsMouse {
 TEST_F(WlEventPosterEndsTest, IsLetGoOfByItsSuccessorWhereItIsKilled) {
   const PersonsKeyboard keyboard("us");
   const PersonsMouse mouse;
-  // A child that is forked has one thread, which is all that posting takes.
-  const pid_t child = ::fork();
-  if (child == 0) {
-    InputGate ownGate(clock);
-    WlEventPoster own(ownGate);
-    own.post(KeyboardEvent{
-        .keyCode = 0x00, .down = true, .type = EventType::keyDown, .flags = eventFlag::shift});
-    own.post(MouseEvent{.type = EventType::leftMouseDown, .point = {100, 100}});
-    while (true) ::pause();
-  }
-  const bool wasHeld = isHeld();
-  ::kill(child, SIGKILL);
-  ::waitpid(child, nullptr, 0);
-  ASSERT_TRUE(wasHeld);
+  other.press();
+  ASSERT_TRUE(isHeld());
+  other.kill();
   EXPECT_TRUE(window.waitFor([](const auto& seen) { return seen.keys.empty(); }))
       << "the compositor's own doing";
   EXPECT_EQ(window.seen().buttons.size(), 1U) << "not so";
