@@ -56,4 +56,16 @@ class InputGate {
   std::deque<HostTime> ends_;  ///< not carried out yet, the first one first
 };
 
+/// Keeps a gate shut for as long as it lives. The gate outlives it.
+class ShutGate {
+ public:
+  explicit ShutGate(InputGate& gate) : gate_(gate) { gate_.close(); }
+  ~ShutGate() { gate_.open(); }
+  ShutGate(const ShutGate&) = delete;
+  ShutGate& operator=(const ShutGate&) = delete;
+
+ private:
+  InputGate& gate_;
+};
+
 }  // namespace vesk

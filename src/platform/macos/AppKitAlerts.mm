@@ -68,12 +68,11 @@ class AppKitAlerts::AppKitAlert final : public Alert {
 
   ModalResponse runModal() override {
     // Before there is anything that the viewer's hands could answer.
-    alerts_.inputGate_.close();
+    const ShutGate shut(alerts_.inputGate_);
     const AlertInput input(alert_.window);
     ++alerts_.modal_;
     const NSModalResponse response = modalResponse(alert_);
     --alerts_.modal_;
-    alerts_.inputGate_.open();
     return static_cast<ModalResponse>(response);
   }
 

@@ -49,7 +49,7 @@ std::optional<std::vector<Bytes>> parameterSetsOf(CMSampleBufferRef _Nonnull sam
 
 }  // namespace
 
-std::optional<EncodedSample> encodedSampleOf(CMSampleBufferRef frame) {
+std::optional<EncodedSample> encodedSampleOf(CMSampleBufferRef _Nullable frame) {
   if (frame == nullptr) return std::nullopt;
   const auto sample = static_cast<CMSampleBufferRef _Nonnull>(frame);
   return EncodedSample{dataOf(sample), notSyncOf(sample), parameterSetsOf(sample)};

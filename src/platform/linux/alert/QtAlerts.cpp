@@ -48,10 +48,9 @@ class QtAlerts::QtAlert final : public Alert {
 
   ModalResponse runModal() override {
     // Before there is anything that the viewer's hands could answer.
-    alerts_.inputGate_.close();
+    const ShutGate shut(alerts_.inputGate_);
     int result = ask();
     while (result == AlertDialog::outdated) result = ask();
-    alerts_.inputGate_.open();
     return result == 0 ? ModalResponse::alertSecondButtonReturn
                        : static_cast<ModalResponse>(result);
   }

@@ -82,18 +82,6 @@ class PortalStream::Run final : public Question, public std::enable_shared_from_
   }
 
  private:
-  /// The viewer cannot answer what the person is asked.
-  class ShutGate {
-   public:
-    explicit ShutGate(InputGate& gate) : gate_(gate) { gate_.close(); }
-    ~ShutGate() { gate_.open(); }
-    ShutGate(const ShutGate&) = delete;
-    ShutGate& operator=(const ShutGate&) = delete;
-
-   private:
-    InputGate& gate_;
-  };
-
   /// On the session's thread: the person has agreed.
   void show(session::Granted granted) {
     const std::lock_guard lock(mutex_);
@@ -147,7 +135,8 @@ class PortalStream::Run final : public Question, public std::enable_shared_from_
   /// Taken twice by one thread where there is no other for it to start: that fails at once.
   std::recursive_mutex mutex_;
   bool isOver_ = false;
-  std::unique_ptr<ShutGate> asking_;  ///< while the desktop asks
+  /// While the desktop asks: the viewer cannot answer that.
+  std::unique_ptr<ShutGate> asking_;
   Completion started_;
   std::unique_ptr<session::PortalSession> session_;
   std::unique_ptr<ScreenStream> images_;

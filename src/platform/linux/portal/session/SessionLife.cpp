@@ -60,17 +60,16 @@ SessionLife::SessionLife(StrokeQueue& strokes, const SessionWishes& wishes,
 
 SessionLife::~SessionLife() {
   isOver_ = true;
+  const auto down = strokes_.close(strokesOf_);
   request_.reset();
-  if (bus_ && !session_.isEmpty()) {
-    letGo();
-    bus_.tell(Bus::call(session_, name::session, "Close", {}), patience::close);
-  }
-  strokes_.close(strokesOf_);
+  if (!bus_ || session_.isEmpty()) return;
+  letGo(down);
+  bus_.tell(Bus::call(session_, name::session, "Close", {}), patience::close);
 }
 
 /// By itself: where KWin is the compositor, what is down at the end of a session stays down.
-void SessionLife::letGo() {
-  for (const auto& stroke : strokes_.close(strokesOf_)) {
+void SessionLife::letGo(const std::vector<Stroke>& down) {
+  for (const auto& stroke : down) {
     // A portal that has stopped takes the others no sooner.
     if (!letGo(stroke, strokeCall(session_, node_, stroke))) return;
   }

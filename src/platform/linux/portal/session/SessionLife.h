@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "platform/ScreenCapture.h"
 #include "platform/linux/portal/session/Bus.h"
@@ -46,7 +47,7 @@ class SessionLife {
   void request(const char* interface, const char* method, const QVariantMap& options,
                std::chrono::milliseconds patience, Next next);
   void send();
-  void letGo();
+  void letGo(const std::vector<Stroke>& down);
   bool letGo(const Stroke& stroke, const QDBusMessage& call);
   void closeBehindPortal();
   void fail(const PlatformError& error);

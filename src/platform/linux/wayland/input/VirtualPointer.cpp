@@ -38,21 +38,6 @@ std::uint32_t parts(double length) {
   return static_cast<std::uint32_t>(std::max(0.0, std::round(length * partsPerPoint)));
 }
 
-/// What all outputs cover together.
-Rect around(const std::vector<server::Output>& outputs) {
-  Rect whole = outputs.front().area;
-  for (const auto& output : outputs) {
-    const Rect& area = output.area;
-    const double right = std::max(whole.origin.x + whole.width, area.origin.x + area.width);
-    const double bottom = std::max(whole.origin.y + whole.height, area.origin.y + area.height);
-    whole.origin = {std::min(whole.origin.x, area.origin.x),
-                    std::min(whole.origin.y, area.origin.y)};
-    whole.width = right - whole.origin.x;
-    whole.height = bottom - whole.origin.y;
-  }
-  return whole;
-}
-
 }  // namespace
 
 VirtualPointer::VirtualPointer(server::Connection& connection, const server::OutputList& outputs,
@@ -76,7 +61,7 @@ std::optional<Point> VirtualPointer::move(Point point) {
   const Rect& area = main->area;
   const Point place{inside(point.x, area.origin.x, area.width),
                     inside(point.y, area.origin.y, area.height)};
-  const Rect whole = around(outputs_.current());
+  const Rect whole = server::desktopArea(outputs_.current());
   zwlr_virtual_pointer_v1_motion_absolute(
       pointer_.get(), eventTime(), parts(place.x - whole.origin.x), parts(place.y - whole.origin.y),
       parts(whole.width), parts(whole.height));

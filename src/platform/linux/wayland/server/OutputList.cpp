@@ -28,6 +28,20 @@ double Output::scale() const {
   return area.width > 0 ? static_cast<double>(pixels().width) / area.width : 1;
 }
 
+Rect desktopArea(const std::vector<Output>& outputs) {
+  Rect whole = outputs.front().area;
+  for (const auto& output : outputs) {
+    const Rect& area = output.area;
+    const double right = std::max(whole.origin.x + whole.width, area.origin.x + area.width);
+    const double bottom = std::max(whole.origin.y + whole.height, area.origin.y + area.height);
+    whole.origin = {std::min(whole.origin.x, area.origin.x),
+                    std::min(whole.origin.y, area.origin.y)};
+    whole.width = right - whole.origin.x;
+    whole.height = bottom - whole.origin.y;
+  }
+  return whole;
+}
+
 /// What has been told of an output is taken for true once the compositor says that it is all.
 struct OutputList::Entry {
   OutputList& list;

@@ -27,6 +27,9 @@ struct Output {
   double scale() const;
 };
 
+/// What all of them cover together; there is at least one.
+Rect desktopArea(const std::vector<Output>& outputs);
+
 /// The outputs that are there, kept up to date by what a connection tells.
 ///
 /// Thread: the connection's. Owns: its proxies; the connection outlives it and tells nobody else of
