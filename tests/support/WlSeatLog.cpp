@@ -47,7 +47,10 @@ WlSeatLog::WlSeatLog(wayland::server::Connection& connection)
 void WlSeatLog::take(std::uint32_t capabilities) {
   const bool hasPointer = (capabilities & WL_SEAT_CAPABILITY_POINTER) != 0;
   const bool hasKeyboard = (capabilities & WL_SEAT_CAPABILITY_KEYBOARD) != 0;
-  if (!hasPointer) pointer_.reset();
+  if (!hasPointer) {
+    pointer_.reset();
+    seen_.hasPointer = false;
+  }
   if (hasPointer && pointer_ == nullptr) takePointer();
   if (!hasKeyboard) {
     keyboard_.reset();

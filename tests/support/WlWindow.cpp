@@ -87,6 +87,13 @@ void WlWindow::hang() {
   thread_.join();
 }
 
+void WlWindow::goOn() {
+  std::uint64_t woken = 0;
+  if (::read(wake_.get(), &woken, sizeof(woken)) < 0) return;
+  isOver_ = false;
+  thread_ = std::thread([this] { run(); });
+}
+
 void WlWindow::show() {
   surface_.reset(wl_compositor_create_surface(compositor_.get()));
   wl_surface_set_buffer_scale(surface_.get(), look_.scale);

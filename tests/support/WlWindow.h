@@ -70,8 +70,10 @@ class WlWindow {
   /// Returns when all has arrived that the compositor has sent by then.
   void settle();
 
-  /// Answers nothing from then on, as a program that hangs.
+  /// Answers nothing and reads nothing from then on, as a program that hangs.
   void hang();
+  /// After that.
+  void goOn();
 
  private:
   struct End {

@@ -11,6 +11,10 @@ namespace {
 /// What ends the viewer's hands is over soon, whether the compositor answers or not.
 constexpr std::chrono::milliseconds patience{200};
 
+/// A compositor that is only busy reads again before that.
+constexpr std::chrono::milliseconds patienceWithReader{1000};
+constexpr std::chrono::milliseconds untilAskedAgain{2};
+
 using Clock = server::Connection::Clock;
 
 }  // namespace
@@ -31,14 +35,24 @@ InputDevices::~InputDevices() {
 
 /// Whether something can be posted: what was asked for has all been sent. Takes in what has come.
 bool InputDevices::isReading() {
-  if (!connection_.dispatch()) return false;
-  if (!connection_.flush()) {
-    isBehind_ = true;
-  } else if (isBehind_) {
-    isBehind_ = false;
-    letGo();
-  }
+  if (!connection_.dispatch() || !hasSent()) return false;
+  if (std::exchange(isBehind_, false)) letGo();
   return !isBehind_;
+}
+
+/// Whether what was asked for has all been sent. A compositor that does not take it is waited for
+/// while the gate is open, and no more once that was in vain.
+bool InputDevices::hasSent() {
+  const auto deadline = Clock::now() + patienceWithReader;
+  while (!connection_.flush()) {
+    const auto now = Clock::now();
+    const bool mayWait = !isBehind_ && now < deadline && connection_.dispatch();
+    if (!mayWait || !gate_.sleepUntil(now + untilAskedAgain)) {
+      isBehind_ = true;
+      return false;
+    }
+  }
+  return true;
 }
 
 /// Waits for them where they have to be. False once the gate is shut.

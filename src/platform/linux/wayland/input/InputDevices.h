@@ -21,8 +21,9 @@ namespace vesk::wayland::input {
 ///
 /// Thread: one at a time. Owns: a connection of its own, and with it the devices: what they hold is
 /// let go of at the end, by the compositor itself where this program is killed. The gate outlives
-/// it. Fails: silently. A compositor that has stopped reading is never waited for: what is posted
-/// meanwhile is dropped, and everything is let go of once it reads again.
+/// it. Fails: silently. A compositor that has stopped reading is waited for once, for a second at
+/// most and not beyond the gate's closing: what is posted after that is dropped, and everything is
+/// let go of once it reads again.
 class InputDevices {
  public:
   /// Waits until the compositor has made them, and lets go of what the record says that a
@@ -45,6 +46,7 @@ class InputDevices {
 
  private:
   bool isReading();
+  bool hasSent();
   bool areProgramsListening();
   void send();
   void confirm();
@@ -62,7 +64,7 @@ class InputDevices {
   VirtualKeyboard keyboard_{connection_, seat_.get(), gate_, record_};
   ModifierKeys modifiers_{keyboard_};
   PlacedKeys keys_{keyboard_};
-  TextTyper typer_{keyboard_, gate_, [this] { return connection_.flush(); }};
+  TextTyper typer_{keyboard_, gate_, [this] { return hasSent(); }};
   std::optional<HostTime> listeningFrom_;    ///< programs can be expected to listen to the devices
   server::Proxy<wl_callback> confirmation_;  ///< that what was let go of has been carried out
   std::set<Key> asked_;                      ///< what was held when it was asked for

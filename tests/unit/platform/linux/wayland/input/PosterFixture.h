@@ -29,6 +29,15 @@ class PosterFixture : public ::testing::Test {
 
   void move(Point point) { mouse(EventType::mouseMoved, point); }
 
+  /// Makes the devices, and waits until the window listens to them: on a busy machine it does so later
+  /// than they wait for by themselves.
+  void beHeardBy(const testing::WlWindow& window) {
+    move({10, 10});
+    ASSERT_TRUE(window.waitFor([](const testing::WlSeen& seen) {
+      return seen.hasFocus && seen.hasPointer && seen.pointer == Point{10, 10};
+    }));
+  }
+
   void press(KeyCode code, std::optional<EventFlags> flags = 0) {
     poster->post(
         KeyboardEvent{.keyCode = code, .down = true, .type = EventType::keyDown, .flags = flags});

@@ -85,6 +85,7 @@ class WlEventPosterEndsTest : public PosterFixture {
 };
 
 TEST_F(WlEventPosterEndsTest, LetsGoOfEverythingWhenTheGateCloses) {
+  beHeardBy(window);
   hold();
   ASSERT_TRUE(isHeld());
   gate.close();
@@ -97,6 +98,7 @@ TEST_F(WlEventPosterEndsTest, LetsGoOfEverythingWhenTheGateCloses) {
 }
 
 TEST_F(WlEventPosterEndsTest, LetsGoOfEverythingAtItsEnd) {
+  beHeardBy(window);
   hold();
   ASSERT_TRUE(isHeld());
   poster.reset();
@@ -110,7 +112,7 @@ TEST_F(WlEventPosterEndsTest, HasDevicesFromTheFirstStrokeToTheEndOfInput) {
   mouse(EventType::leftMouseUp, {100, 100});
   modifiers(0x38, false, 0);
   EXPECT_EQ(devices(), 0U);
-  move({10, 10});
+  beHeardBy(window);
   EXPECT_EQ(devices(), 2U);
   hold();
   ASSERT_TRUE(isHeld());
@@ -118,6 +120,7 @@ TEST_F(WlEventPosterEndsTest, HasDevicesFromTheFirstStrokeToTheEndOfInput) {
   EXPECT_TRUE(isFree());
   EXPECT_TRUE(testing::waitUntil([&] { return devices() == 0; }));
   EXPECT_EQ(poster->pointerLocation(), (Point{100, 100}));
+  beHeardBy(window);
   hold();
   EXPECT_TRUE(isHeld()) << "they have come back";
   EXPECT_EQ(devices(), 2U);
@@ -168,6 +171,7 @@ TEST_F(WlEventPosterEndsTest, IsLetGoOfByItsSuccessorWhereItIsKilled) {
 }
 
 TEST_F(WlEventPosterEndsTest, IsSilentOnceTheCompositorIsGone) {
+  beHeardBy(window);
   hold();
   ASSERT_TRUE(isHeld());
   sway.kill();
@@ -182,7 +186,7 @@ TEST_F(WlEventPosterEndsTest, IsSilentOnceTheCompositorIsGone) {
   strike(0x00);
 }
 
-TEST_F(WlEventPosterEndsTest, DoesNotWaitForACompositorThatHasStopped) {
+TEST_F(WlEventPosterEndsTest, WaitsOnlyOnceForACompositorThatHasStopped) {
   move({5, 5});
   ::kill(sway.pid(), SIGSTOP);
   const auto begin = clock.hostTime();

@@ -38,6 +38,7 @@ TEST_F(WlEventPosterKeysTest, StrikesTheFirstKeyAlready) {
 }
 
 TEST_F(WlEventPosterKeysTest, StrikesEveryKeyAtItsPlace) {
+  beHeardBy(window);
   const keys::Xkb<xkb_context> context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
   const keys::Xkb<xkb_keymap> keymap(
       xkb_keymap_new_from_names(context.get(), nullptr, XKB_KEYMAP_COMPILE_NO_FLAGS));
@@ -56,6 +57,7 @@ TEST_F(WlEventPosterKeysTest, StrikesEveryKeyAtItsPlace) {
 }
 
 TEST_F(WlEventPosterKeysTest, PressesNothingTwice) {
+  beHeardBy(window);
   press(a);
   press(a);
   release(a);
@@ -67,6 +69,7 @@ TEST_F(WlEventPosterKeysTest, PressesNothingTwice) {
 }
 
 TEST_F(WlEventPosterKeysTest, MakesTheFlagsTrueBeforeTheKey) {
+  beHeardBy(window);
   press(a, eventFlag::shift | eventFlag::control);
   EXPECT_TRUE(holds({29, 30, 42}));
   EXPECT_TRUE(hasModifiers("5 0 0 0"));
@@ -81,6 +84,7 @@ TEST_F(WlEventPosterKeysTest, MakesTheFlagsTrueBeforeTheKey) {
 }
 
 TEST_F(WlEventPosterKeysTest, PressesTheModifierKeyThatTheViewerPresses) {
+  beHeardBy(window);
   modifiers(shiftRight, true, eventFlag::shift);
   EXPECT_TRUE(holds({54}));
   strike(a, eventFlag::shift);
@@ -99,6 +103,7 @@ TEST_F(WlEventPosterKeysTest, PressesTheModifierKeyThatTheViewerPresses) {
 }
 
 TEST_F(WlEventPosterKeysTest, LocksCapsForAsLongAsTheViewerHasIt) {
+  beHeardBy(window);
   strike(a, eventFlag::alphaShift);
   EXPECT_TRUE(hasTyped("A"));
   strike(a, eventFlag::alphaShift | eventFlag::shift);
@@ -115,6 +120,7 @@ TEST_F(WlEventPosterKeysTest, LocksCapsForAsLongAsTheViewerHasIt) {
 }
 
 TEST_F(WlEventPosterKeysTest, TypesDigitsWithTheKeypad) {
+  beHeardBy(window);
   strike(keypadOne);
   strike(0x41);
   EXPECT_TRUE(hasTyped("1."));
@@ -124,6 +130,7 @@ TEST_F(WlEventPosterKeysTest, TypesDigitsWithTheKeypad) {
 }
 
 TEST_F(WlEventPosterKeysTest, LetsGoOfModifiersOnlyWhileTheGateIsShut) {
+  beHeardBy(window);
   modifiers(shiftLeft, true, eventFlag::shift);
   ASSERT_TRUE(holds({42}));
   gate.close();
