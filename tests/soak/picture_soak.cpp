@@ -36,7 +36,11 @@ std::uint32_t sumOf(const PlanesView& planes, PixelSize size) {
   std::vector<std::uint8_t> row(width / 2);
   for (const std::size_t which : {0U, 1U}) {
     for (int y = 0; y < height; y += 2) {
-      for (std::size_t x = 0; x < row.size(); ++x) row[x] = planes.chromaAt(0, y)[2 * x + which];
+      // By pointers, which are fast where nothing is inlined too.
+      const std::uint8_t* sample = planes.chromaAt(0, y) + which;
+      std::uint8_t* summed = row.data();
+      for (const auto* const end = summed + row.size(); summed != end; sample += 2)
+        *summed++ = *sample;
       sum = support::pictureSum(row, sum);
     }
   }

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -95,11 +96,12 @@ std::optional<Luma> H264Decoder::decode(std::span<const std::byte> accessUnit) {
   const auto planes = decodedPlanes(*decoder_, accessUnit);
   if (!planes) return std::nullopt;
   const auto& plane = planes->front();
-  Luma luma{plane.width, plane.height, {}};
-  for (int row = 0; row < plane.height; ++row) {
-    const auto pixels = plane.row(row);
-    luma.pixels.insert(luma.pixels.end(), pixels.begin(), pixels.end());
-  }
+  const auto width = static_cast<std::size_t>(plane.width);
+  Luma luma{plane.width, plane.height,
+            std::vector<std::uint8_t>(width * static_cast<std::size_t>(plane.height))};
+  std::uint8_t* pixels = luma.pixels.data();
+  for (int row = 0; row < plane.height; ++row, pixels += width)
+    std::memcpy(pixels, plane.row(row).data(), width);
   return luma;
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <system_error>
 
 #include "platform/UnixSocket.h"
 #include "support/Patience.h"

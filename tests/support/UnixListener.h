@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "link/Frame.h"
 #include "platform/Descriptor.h"
