@@ -1,8 +1,10 @@
 #include "agent/CommandWords.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <nlohmann/json.hpp>
+#include <system_error>
 
 namespace vesk::agent::words {
 namespace {

@@ -1,6 +1,7 @@
 #include "agent/server/PageViewer.h"
 
 #include <charconv>
+#include <system_error>
 #include <utility>
 
 #include "agent/server/PageMessage.h"

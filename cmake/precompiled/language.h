@@ -1,5 +1,5 @@
-// What many files include of the language's library. No file may count on it: the build with g++
-// goes without, and tells of what is missing.
+// What many files include of the language's library. No file may count on it: scripts/check-names
+// tells of what is missing.
 #pragma once
 
 #include <algorithm>

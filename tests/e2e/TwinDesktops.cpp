@@ -7,6 +7,7 @@
 
 #include <array>
 #include <chrono>
+#include <stdexcept>
 
 #include "platform/linux/banner/OverlayShapes.h"
 #include "platform/linux/x11/beneath/shownWindow.h"

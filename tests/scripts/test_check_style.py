@@ -1,4 +1,4 @@
-"""scripts/check-style refuses what crosses a border of the house, by scripts/check-includes too."""
+"""scripts/check-style refuses what crosses a border of the house, by scripts/check-includes and scripts/check-names too."""
 
 import pathlib
 import shutil
@@ -20,7 +20,8 @@ class CheckStyle(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.root = pathlib.Path(folder.name)
         subprocess.run(["git", "init", "--quiet", self.root], check=True)
-        for name in (".clang-format", "scripts/check-style", "scripts/check-includes", ".ci/run"):
+        for name in (".clang-format", "scripts/check-style", "scripts/check-includes", "scripts/check-names",
+                     ".ci/run"):
             (self.root / name).parent.mkdir(exist_ok=True)
             shutil.copy(ROOT / name, self.root / name)
         self.write(f"{LINUX}/x11/screen/Stream.h", include("picture/Image.h"))
@@ -101,6 +102,15 @@ class CheckStyle(unittest.TestCase):
             with self.subTest(header=header):
                 self.expect_refusal(f"{LINUX}/picture/Image.h", f"#include <{header}>\n",
                                     "must not know of a desktop")
+
+    def test_refuses_a_name_of_the_librarys_whose_header_is_nowhere(self):
+        self.write("src/link/Frame.h", "#pragma once\n\n#include <string>\n")
+        self.write("src/link/Frame.cpp",
+                   '#include "link/Frame.h"\n\n// std::vector\nstd::string name = "std::map";\n')
+        self.assertEqual(self.check(), (0, ""))
+        for path in ("src/link/Frame.cpp", "tests/link/FrameTest.cpp"):
+            self.expect_refusal(path, '#include "link/Frame.h"\n\nstd::optional<int> none;\n',
+                                ":3: std::optional without <optional>")
 
 
 if __name__ == "__main__":

@@ -2,6 +2,7 @@
 #include <xkbcommon/xkbcommon-keysyms.h>
 
 #include <map>
+#include <utility>
 
 #include "x11/EventRecorder.h"
 #include "x11/Session.h"

@@ -1,5 +1,6 @@
 #include "platform/macos/DispatchQueue.h"
 
+#include <cstdint>
 #include <utility>
 
 #include "platform/Fatal.h"

@@ -2,6 +2,8 @@
 
 #include <CoreMedia/CoreMedia.h>
 
+#include <cstdint>
+
 #include "platform/Clock.h"
 
 /// Time between the core and the media frameworks. Thread: any.

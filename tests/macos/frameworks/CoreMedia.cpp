@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 
 #include "macos/frameworks/Frameworks.h"
 

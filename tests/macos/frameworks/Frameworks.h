@@ -4,12 +4,14 @@
 #include <CoreMedia/CoreMedia.h>
 
 #include <atomic>
+#include <cstdint>
 #include <deque>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Stand-ins for the C frameworks of a Mac, so that what this project's Mac platform does with them

@@ -2,6 +2,7 @@
 
 #include <VideoToolbox/VideoToolbox.h>
 
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <future>

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 
 #include <array>
+#include <stdexcept>
 
 #include "platform/UnixSocket.h"
 

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <regex>
+#include <string>
 #include <thread>
 #include <vector>
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <csignal>
+#include <cstdint>
 #include <deque>
 #include <future>
 #include <mutex>

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <stdexcept>
+
 #include <boost/asio/connect.hpp>
 #include <boost/asio/read.hpp>
 #include <boost/asio/write.hpp>

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+
 #include "platform/macos/dictionaryOf.h"
 
 namespace vesk::mac::VESK_FILE {

@@ -1,5 +1,7 @@
 #include "platform/linux/wayland/input/KeyboardLayout.h"
 
+#include <array>
+
 #include "platform/linux/keys/KeyPositions.h"
 #include "platform/linux/keys/modifierSymbols.h"
 

@@ -8,9 +8,9 @@
 namespace vesk::wayland::input {
 namespace {
 
-/// Sent together, characters are one message to the compositor and one from there to the program that
-/// reads them: the system keeps some hundred messages for whoever has fallen behind, however small
-/// they are. So many strokes are less than half of what the connection holds back.
+/// Sent together, characters are one message to the compositor and one from there to the program
+/// that reads them: the system keeps some hundred messages for whoever has fallen behind, however
+/// small they are. So many strokes are less than half of what the connection holds back.
 constexpr std::size_t sentTogether = 32;
 
 std::u32string typeable(std::u32string_view characters) {

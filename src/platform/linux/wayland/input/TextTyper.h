@@ -21,8 +21,8 @@ namespace vesk::wayland::input {
 /// Fails: a character that cannot be typed is left out.
 class TextTyper {
  public:
-  /// `mayGoOn` is asked every few characters, and sends what has been typed: a long text is more than
-  /// the connection holds back.
+  /// `mayGoOn` is asked every few characters, and sends what has been typed: a long text is more
+  /// than the connection holds back.
   TextTyper(VirtualKeyboard& keyboard, const InputGate& gate, std::function<bool()> mayGoOn);
 
   /// Types a run of UTF-16. What was held before on the keyboard is up then.

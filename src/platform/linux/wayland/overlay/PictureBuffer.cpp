@@ -1,6 +1,7 @@
 #include "platform/linux/wayland/overlay/PictureBuffer.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 #include "platform/Descriptor.h"

@@ -4,6 +4,7 @@
 
 #include <QFontMetricsF>
 #include <QGuiApplication>
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <functional>
 #include <random>
+#include <utility>
 
 namespace vesk::picture::VESK_FILE {
 namespace {

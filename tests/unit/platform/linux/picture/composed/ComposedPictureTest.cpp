@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "platform/linux/picture/h264/emulationPrevention.h"
 #include "platform/linux/picture/h264/units.h"
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <random>
+#include <string>
 
 #include "platform/linux/picture/PixelRect.h"
 #include "platform/linux/picture/composed/shiftedPlanes.h"

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <random>
+#include <utility>
 
 namespace vesk::picture::composed::VESK_FILE {
 namespace {

@@ -29,8 +29,8 @@ class PosterFixture : public ::testing::Test {
 
   void move(Point point) { mouse(EventType::mouseMoved, point); }
 
-  /// Makes the devices, and waits until the window listens to them: on a busy machine it does so later
-  /// than they wait for by themselves.
+  /// Makes the devices, and waits until the window listens to them: on a busy machine it does so
+  /// later than they wait for by themselves.
   void beHeardBy(const testing::WlWindow& window) {
     move({10, 10});
     ASSERT_TRUE(window.waitFor([](const testing::WlSeen& seen) {
