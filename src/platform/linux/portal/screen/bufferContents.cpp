@@ -1,8 +1,10 @@
 #include "platform/linux/portal/screen/bufferContents.h"
 
 #include <spa/buffer/meta.h>
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <span>
 
@@ -21,6 +23,17 @@ std::vector<Value> metadata(const spa_buffer& buffer, std::uint32_t type) {
   std::vector<Value> values(found->size / sizeof(Value));
   if (!values.empty()) std::memcpy(values.data(), found->data, values.size() * sizeof(Value));
   return values;
+}
+
+/// How much of its memory there is. To read behind the end of a file, which may be shorter than was
+/// announced, would end this program.
+std::size_t bytesThere(const spa_data& data) {
+  if (data.type != SPA_DATA_MemFd) return data.maxsize;
+  struct stat file {};
+  if (::fstat(static_cast<int>(data.fd), &file) != 0) return 0;
+  const auto size = static_cast<std::uint64_t>(file.st_size);
+  return std::min<std::uint64_t>(data.maxsize,
+                                 size - std::min<std::uint64_t>(size, data.mapoffset));
 }
 
 bool isSpoilt(const spa_buffer& buffer) {
@@ -56,8 +69,8 @@ std::optional<RemotePicture> pictureIn(const spa_buffer& buffer, const PictureLa
   const auto row = static_cast<std::size_t>(layout.size.width) * bytesPerPixel;
   const auto stride = chunk.stride == 0 ? row : static_cast<std::size_t>(chunk.stride);
   const auto needed = stride * (static_cast<std::size_t>(layout.size.height) - 1) + row;
-  if (stride < row || chunk.offset > data.maxsize || data.maxsize - chunk.offset < needed)
-    return std::nullopt;
+  const auto there = bytesThere(data);
+  if (stride < row || chunk.offset > there || there - chunk.offset < needed) return std::nullopt;
   return RemotePicture{layout, static_cast<const std::uint8_t*>(data.data) + chunk.offset,
                        static_cast<std::ptrdiff_t>(stride), damageIn(buffer)};
 }

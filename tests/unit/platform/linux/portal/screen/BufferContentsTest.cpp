@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 #include <spa/buffer/meta.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <array>
+#include <cstdint>
 #include <limits>
+
+#include "platform/Descriptor.h"
 
 namespace vesk::portal::screen::VESK_FILE {
 namespace {
@@ -13,8 +18,8 @@ namespace {
 struct Filled {
   std::array<std::uint8_t, 16 * 3> pixels{};
   spa_chunk chunk{0, sizeof pixels, 16, 0};
-  spa_data data{SPA_DATA_MemFd, SPA_DATA_FLAG_READABLE, -1,    0,
-                sizeof pixels,  pixels.data(),          &chunk};
+  spa_data data{SPA_DATA_MemPtr, SPA_DATA_FLAG_READABLE, -1,    0,
+                sizeof pixels,   pixels.data(),          &chunk};
   spa_meta_header header{};
   std::array<spa_meta_region, 3> damage{};
   spa_meta_cursor cursor{};
@@ -95,6 +100,27 @@ TEST(BufferContentsTest, StayWithinTheMemory) {
   EXPECT_TRUE(isRefused([](Filled& f) { f.data.data = nullptr; }));
   EXPECT_TRUE(isRefused([](Filled& f) { f.data.chunk = nullptr; }));
   EXPECT_TRUE(isRefused([](Filled& f) { f.buffer.n_datas = 0; }));
+}
+
+TEST(BufferContentsTest, StayWithinAFileThatIsShorterThanItWasAnnounced) {
+  const Descriptor file(::memfd_create("picture", MFD_CLOEXEC));
+  Filled filled;
+  filled.data.type = SPA_DATA_MemFd;
+  filled.data.fd = file.get();
+  const auto isPicture = [&](std::size_t length, std::uint32_t mapOffset = 0) {
+    EXPECT_EQ(::ftruncate(file.get(), static_cast<off_t>(length)), 0);
+    filled.data.mapoffset = mapOffset;
+    return filled.picture().has_value();
+  };
+  EXPECT_TRUE(isPicture(sizeof filled.pixels));
+  EXPECT_FALSE(isPicture(sizeof filled.pixels - 1));
+  EXPECT_TRUE(isPicture(4096 + sizeof filled.pixels, 4096));
+  EXPECT_FALSE(isPicture(4095 + sizeof filled.pixels, 4096));
+  EXPECT_FALSE(isPicture(100, 4096));
+  filled.data.maxsize -= 1;
+  EXPECT_FALSE(isPicture(4096)) << "and within what was announced";
+  filled.data.fd = -1;
+  EXPECT_FALSE(filled.picture());
 }
 
 TEST(BufferContentsTest, AreReadWithoutAnythingBeside) {
