@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <functional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "e2e/ScreenPixels.h"
@@ -45,6 +47,7 @@ class LeftOutInMotionTest : public ::testing::Test {
 
   /// Takes a picture as a viewer gets it; whether there was one.
   bool takePicture() {
+    ++begun;
     const auto changed = grabber.readEvents() ? grabber.grab() : std::nullopt;
     if (!changed || changed->empty()) return false;
     for (const auto& rect : *changed) {
@@ -100,6 +103,7 @@ class LeftOutInMotionTest : public ::testing::Test {
   PlainWindow strip{{200, 0, 400, 26}, ownColour};
   PlainWindow edge{{0, 0, 8, height}, ownColour};
   PlainWindow window{moving, movingColour};
+  std::atomic<int> begun = 0;  ///< pictures
   std::vector<std::uint32_t> seen = std::vector<std::uint32_t>(width * height);
   x11::screen::ScreenGrabber grabber{x11::server::monitors(x11::server::Connection()).at(0), false,
                                      &ownWindows};
@@ -107,7 +111,13 @@ class LeftOutInMotionTest : public ::testing::Test {
 
 TEST_F(LeftOutInMotionTest, ShowsAWindowThatMovesBeneathInOnePiece) {
   int torn = 0;
-  const Again move(handsPause, [&](int i) { window.move(150 + i * 7 % 97, 5 + i * 3 % 19); });
+  // Once for each picture, at any time while that is taken: one that moves time and again
+  // meanwhile, as on a busy machine it does, is shown with a seam rather than not at all.
+  int last = 0;
+  const Again move(handsPause, [&](int) {
+    if (const int i = begun; std::exchange(last, i) != i)
+      window.move(150 + i * 7 % 97, 5 + i * 3 % 19);
+  });
   EXPECT_TRUE(takePictures(200, [&] { torn += isWhole() ? 0 : 1; }));
   EXPECT_EQ(torn, 0);
 }
