@@ -21,7 +21,7 @@ class CheckStyle(unittest.TestCase):
         self.root = pathlib.Path(folder.name)
         subprocess.run(["git", "init", "--quiet", self.root], check=True)
         for name in (".clang-format", "scripts/check-style", "scripts/check-includes", "scripts/check-names",
-                     ".ci/run"):
+                     "scripts/sources.py", ".ci/run"):
             (self.root / name).parent.mkdir(exist_ok=True)
             shutil.copy(ROOT / name, self.root / name)
         self.write(f"{LINUX}/x11/screen/Stream.h", include("picture/Image.h"))
@@ -109,8 +109,9 @@ class CheckStyle(unittest.TestCase):
                    '#include "link/Frame.h"\n\n// std::vector\nstd::string name = "std::map";\n')
         self.assertEqual(self.check(), (0, ""))
         for path in ("src/link/Frame.cpp", "tests/link/FrameTest.cpp"):
-            self.expect_refusal(path, '#include "link/Frame.h"\n\nstd::optional<int> none;\n',
-                                ":3: std::optional without <optional>")
+            self.expect_refusal(
+                path, '#include "link/Frame.h"\n\n#include <set>\n\nstd::optional<int> none;\n',
+                ":5: std::optional without <optional>")
 
 
 if __name__ == "__main__":
