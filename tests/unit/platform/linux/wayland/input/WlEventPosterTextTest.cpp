@@ -29,6 +29,16 @@ class WlEventPosterTextTest : public PosterFixture {
  protected:
   void SetUp() override { beHeardBy(window); }
 
+  /// In as many events as a long text comes in: twenty characters each.
+  std::u16string typeRuns(int count) {
+    std::u16string text;
+    for (int i = 0; i < count; ++i) {
+      type(manyCharacters(20));
+      text += manyCharacters(20);
+    }
+    return text;
+  }
+
   bool hasArrived(const std::string& text) const {
     return window.waitFor(
         [&](const testing::WlSeen& seen) { return seen.text == text && seen.keys.empty(); });
@@ -57,11 +67,7 @@ TEST_F(WlEventPosterTextTest, TypesMoreDifferentCharactersThanThereAreKeys) {
 // The compositor ends the connection of a program that leaves too much unread.
 TEST_F(WlEventPosterTextTest, EndsNoProgramThatReadsNothingForAWhile) {
   window.hang();
-  std::u16string text;
-  for (int i = 0; i < 50; ++i) {
-    type(manyCharacters(20));
-    text += manyCharacters(20);
-  }
+  const auto text = typeRuns(50);
   sway.ask("get_inputs");
   window.goOn();
   EXPECT_TRUE(hasArrived(utf8(text))) << window.seen().text.size();
@@ -94,12 +100,8 @@ TEST_F(WlEventPosterHeldUpTest, LosesNothingToACompositorThatIsHeldUpMeanwhile) 
     if (++waits == 5) ::kill(sway.pid(), SIGCONT);
   };
   ::kill(sway.pid(), SIGSTOP);
-  std::u16string text;
-  // More than what the socket takes meanwhile, in as many events as a long text comes in.
-  for (int i = 0; i < 120; ++i) {
-    type(manyCharacters(20));
-    text += manyCharacters(20);
-  }
+  // More than what the socket takes meanwhile.
+  const auto text = typeRuns(120);
   ::kill(sway.pid(), SIGCONT);
   strike(0x00);
   EXPECT_GE(waits, 5U);
