@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 namespace vesk::testing {
 namespace {
@@ -27,6 +28,37 @@ std::vector<std::string> commandOf(DesktopKind kind) {
 
 void write(const std::filesystem::path& file, const std::string& text) {
   std::ofstream(file) << text;
+}
+
+std::string typeOf(const std::string& value) {
+  if (value == "true" || value == "false") return "bool";
+  return value.find_first_not_of("-0123456789") == std::string::npos ? "int" : "string";
+}
+
+/// Xfce's window manager with the settings that it brings along, as it finds them when it is
+/// started for the second time: the first time it stores one after the other, and loads its theme
+/// anew for each. Without its shortcuts, which it asks for in many ways, one by one; nobody strikes
+/// them here.
+void writeXfceSettings(const std::filesystem::path& home) {
+  const auto folder = home / "xfce4/xfconf/xfce-perchannel-xml";
+  std::filesystem::create_directories(folder);
+  std::string general;
+  std::ifstream defaults("/usr/share/xfwm4/defaults");
+  for (std::string line; std::getline(defaults, line);) {
+    const auto equals = line.find('=');
+    if (equals == 0 || equals == std::string::npos) continue;
+    const std::string value = line.substr(equals + 1);
+    general += "<property name=\"" + line.substr(0, equals) + "\" type=\"" + typeOf(value) +
+               "\" value=\"" + value + "\"/>";
+  }
+  write(folder / "xfwm4.xml",
+        R"(<channel name="xfwm4" version="1.0"><property name="general" type="empty">)" + general +
+            "</property></channel>");
+  write(
+      folder / "xfce4-keyboard-shortcuts.xml",
+      R"(<channel name="xfce4-keyboard-shortcuts" version="1.0"><property name="xfwm4" type="empty">)"
+      R"(<property name="custom" type="empty"><property name="override" type="bool" value="true"/>)"
+      "</property></property></channel>");
 }
 
 }  // namespace
@@ -64,12 +96,10 @@ DesktopManager::DesktopManager(DesktopKind kind, const std::string& server) {
                   "NO_AT_BRIDGE=1"};
   if (kind != DesktopKind::openbox && kind != DesktopKind::openboxPicom) {
     const bool isXfwm4 = kind == DesktopKind::xfwm4 || kind == DesktopKind::xfwm4Compositing;
+    if (isXfwm4) writeXfceSettings(folder_.path());
     bus_.emplace(folder_.path(),
                  isXfwm4 ? MessageBus::Services::systems : MessageBus::Services::none);
     environment_.push_back(bus_->environment());
-    // Xfce's default shortcuts are a fifth of its window manager's start: each is asked of the
-    // server in many ways, one by one. Nobody strikes them here.
-    if (isXfwm4) environment_.push_back("XDG_CONFIG_DIRS=" + home);
   }
   if (kind == DesktopKind::mutter) environment_.emplace_back("GSETTINGS_BACKEND=memory");
   if (kind == DesktopKind::kwin) {

@@ -29,9 +29,14 @@ MessageBus::MessageBus(const std::filesystem::path& folder, Services services) {
   const std::string configuration = folder / "bus.conf";
   address_ = "unix:path=" + socket;
   std::ofstream(configuration) << lonelyBus(address_);
-  process_ = std::make_unique<ChildProcess>(std::vector<std::string>{
-      "dbus-daemon", services == Services::systems ? "--session" : "--config-file=" + configuration,
-      "--nofork", "--nosyslog", "--address=" + address_});
+  const std::string home = folder;
+  process_ = std::make_unique<ChildProcess>(
+      std::vector<std::string>{
+          "dbus-daemon",
+          services == Services::systems ? "--session" : "--config-file=" + configuration,
+          "--nofork", "--nosyslog", "--address=" + address_},
+      std::vector<std::string>{"HOME=" + home, "XDG_CONFIG_HOME=" + home, "XDG_CONFIG_DIRS=" + home,
+                               "XDG_RUNTIME_DIR=" + home});
   // The socket's file is there a moment before anybody listens.
   if (!waitUntil([&] { return unixSocket::connect(unixSocket::open(), socket); })) {
     throw std::runtime_error("the message bus did not start");

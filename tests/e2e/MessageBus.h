@@ -14,7 +14,7 @@ class MessageBus {
  public:
   enum class Services {
     none,     ///< nothing is started for whoever asks, so that nothing outlives the test
-    systems,  ///< those that are installed
+    systems,  ///< those that are installed, at home in the bus's folder
   };
 
   /// Its files are in that folder, which outlives it. Throws when it does not start.
