@@ -60,7 +60,8 @@ class PageViewer : public PageGuest,
   void onFarewell();
   void leave();
 
-  boost::beast::websocket::stream<boost::beast::tcp_stream> socket_;
+  /// Nothing is compressed: video is already.
+  boost::beast::websocket::stream<boost::beast::tcp_stream, false> socket_;
   boost::asio::steady_timer timer_;
   pageHttp::Request request_;
   PageRoom& room_;

@@ -2,6 +2,7 @@
 
 import ctypes
 import ctypes.util
+import select
 
 _x11 = ctypes.CDLL(ctypes.util.find_library("X11") or "libX11.so.6")
 _x11.XOpenDisplay.restype = ctypes.c_void_p
@@ -31,6 +32,7 @@ _x11.XGetPixel.argtypes = [ctypes.c_void_p, ctypes.c_int, ctypes.c_int]
 _x11.XSelectInput.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_long]
 _x11.XFlush.argtypes = [ctypes.c_void_p]
 _x11.XPending.argtypes = [ctypes.c_void_p]
+_x11.XConnectionNumber.argtypes = [ctypes.c_void_p]
 _x11.XNextEvent.argtypes = [ctypes.c_void_p, ctypes.c_void_p]
 _x11.XMapRaised.argtypes = [ctypes.c_void_p, ctypes.c_ulong]
 _x11.XSetInputFocus.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_int, ctypes.c_ulong]
@@ -150,9 +152,12 @@ class XClient:
         _x11.XSelectInput(self._display, self._root, key_press)
         self.pointer()  # an answer: the server knows of the wish
 
-    def keys_heard(self):
-        """How many keys have come since this was last asked."""
+    def keys_heard(self, within=0):
+        """How many keys have come since this was last asked, after something has come or that many
+        seconds are over."""
         event, count = _InputEvent(), 0
+        if not _x11.XPending(self._display):
+            select.select([_x11.XConnectionNumber(self._display)], [], [], within)
         while _x11.XPending(self._display):
             _x11.XNextEvent(self._display, ctypes.byref(event))
             count += event.type == _KEY_PRESS
