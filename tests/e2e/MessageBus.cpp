@@ -10,8 +10,9 @@
 namespace vesk::testing {
 namespace {
 
-std::string lonelyBus(const std::string& address) {
-  return "<busconfig><type>session</type><listen>" + address + R"(</listen>
+std::string lonelyBus(const std::string& address, const std::string& services) {
+  return "<busconfig><type>session</type><listen>" + address + "</listen><servicedir>" + services +
+         R"(</servicedir>
   <auth>EXTERNAL</auth>
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
@@ -28,7 +29,7 @@ MessageBus::MessageBus(const std::filesystem::path& folder, Services services) {
   const std::string socket = folder / "bus";
   const std::string configuration = folder / "bus.conf";
   address_ = "unix:path=" + socket;
-  std::ofstream(configuration) << lonelyBus(address_);
+  std::ofstream(configuration) << lonelyBus(address_, folder / "services");
   const std::string home = folder;
   process_ = std::make_unique<ChildProcess>(
       std::vector<std::string>{

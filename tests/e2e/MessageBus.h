@@ -13,7 +13,7 @@ namespace vesk::testing {
 class MessageBus {
  public:
   enum class Services {
-    none,     ///< nothing is started for whoever asks, so that nothing outlives the test
+    none,     ///< but those that the test itself has described in its folder "services"
     systems,  ///< those that are installed, at home in the bus's folder
   };
 

@@ -2,6 +2,7 @@
 
 #include <QDBusConnection>
 #include <QDBusReply>
+#include <QThread>
 #include <algorithm>
 #include <future>
 #include <memory>
@@ -56,6 +57,9 @@ Offer offerOf(const QVariantMap& remoteDesktop, const QVariantMap& screenCast) {
 }
 
 std::optional<Offer> askForOffer(std::chrono::milliseconds patience) {
+  // Qt takes the first thread that it meets for the program's first, and an application on any
+  // other hears nothing of its windows.
+  QThread::currentThread();
   // Finding the bus has no bound of its own, so somebody waits for it who need not come back.
   const auto deadline = Clock::now() + patience;
   auto promise = std::make_shared<std::promise<std::optional<Offer>>>();

@@ -27,8 +27,9 @@ struct Offer {
 /// Of the properties of both interfaces.
 Offer offerOf(const QVariantMap& remoteDesktop, const QVariantMap& screenCast);
 
-/// Thread: any. What the session's portal offers; nothing where there is none, or none that answers
-/// within that time. One that is only being started took eleven seconds at worst.
+/// Thread: any; before there is an application of Qt's, the one that will make it. What the
+/// session's portal offers; nothing where there is none, or none that answers within that time. One
+/// that is only being started took eleven seconds at worst.
 std::optional<Offer> askForOffer(std::chrono::milliseconds patience = std::chrono::seconds(15));
 
 }  // namespace vesk::portal::session
