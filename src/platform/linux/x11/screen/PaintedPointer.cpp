@@ -4,11 +4,16 @@
 #include <xcb/xfixes.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <utility>
 
 namespace vesk::x11::screen {
 namespace {
+
+/// For so long nobody sees a pointer move. What has been asked for whether there is something to
+/// paint need not be asked for again when it is painted.
+constexpr std::chrono::milliseconds instant(1);
 
 /// Of eight bits, in as many as the screen has.
 std::uint32_t widened(std::uint32_t level, unsigned bits) {
@@ -65,7 +70,7 @@ bool PaintedPointer::refresh() {
   const bool redrawn = stale_;
   if (redrawn) {
     load();
-  } else if (isToLook()) {
+  } else if (isToLook() && PointerWatch::Time::clock::now() - locatedAt_ > instant) {
     locate();
   }
   return redrawn;
@@ -88,6 +93,7 @@ void PaintedPointer::place(int x, int y) {
   frame_.x = x - hotX_ - monitor_.x;
   frame_.y = y - hotY_ - monitor_.y;
   const auto now = HiddenPointer::Clock::now();
+  locatedAt_ = now;
   const bool isHidden = !inMonitor().isEmpty() && hidden_.isHidden(now);
   isInSight_ = !inMonitor().isEmpty() && !isHidden;
   watch_.see(x, y, now);

@@ -38,9 +38,9 @@ class PaintedPointer {
   /// Gives the picture back the pixels that it covers; where that was, if it was anywhere.
   std::optional<PixelRect> takeOff(std::uint8_t* pixels);
 
-  /// Paints it where the server has it now, after it was taken off. Where the picture changes
-  /// against the one `before`, in which it was there or nowhere: a pointer that stays as it is
-  /// changes nothing. Waits for the server where it is to be looked at.
+  /// Paints it where the server has it, or had it a millisecond ago, after it was taken off. Where
+  /// the picture changes against the one `before`, in which it was there or nowhere: a pointer that
+  /// stays as it is changes nothing. Waits for the server where it is to be looked at.
   std::vector<PixelRect> repaint(std::uint8_t* pixels, const std::optional<PixelRect>& before);
 
  private:
@@ -67,6 +67,7 @@ class PaintedPointer {
   int hotY_ = 0;
   HiddenPointer hidden_;
   PointerWatch watch_;
+  PointerWatch::Time locatedAt_;
   bool isInSight_ = false;
   std::vector<std::uint32_t> image_;  ///< premultiplied ARGB
   std::optional<PixelRect> painted_;
