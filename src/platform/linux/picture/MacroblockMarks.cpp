@@ -1,7 +1,7 @@
 #include "platform/linux/picture/MacroblockMarks.h"
 
 #include <algorithm>
-#include <array>
+#include <span>
 
 #include "platform/linux/picture/X264Encoder.h"
 #include "platform/linux/picture/composed/movedQuantisers.h"
@@ -43,22 +43,18 @@ MacroblockMarks::MacroblockMarks(int across, int down)
       unchanged_(static_cast<std::size_t>(across) * static_cast<std::size_t>(down)),
       same_(unchanged_.size()),
       quantisers_(unchanged_.size(), worstQuantiser),
-      faded_(unchanged_.size()) {}
+      faded_(unchanged_.size()) {
+  count();
+}
 
 /// Of what has not changed, the coarsest macroblocks are told of, and those that are much like
 /// them.
 void MacroblockMarks::compare(const Nv12Image& image, Nv12Image::Sequence before, int bearable,
                               PicturePlan::Tick& tick) {
-  std::array<std::size_t, worstQuantiser + 1> count{};
-  for (std::size_t i = 0; i < same_.size(); ++i) {
-    const bool same = image.changedAt[i] <= before;
-    same_[i] = same ? 1 : 0;
-    if (same) {
-      ++count[quantisers_[i]];
-    } else {
-      ++tick.changed;
-    }
-  }
+  findChanges(image, before);
+  auto count = counts_;
+  for (const auto at : changed_) --count[quantisers_[at]];
+  tick.changed = changed_.size();
   if (tick.changed > 0) tick.pieces = composed::changedRuns(same_, across_).size();
   int worst = worstQuantiser;
   while (worst > bearable && count[static_cast<std::size_t>(worst)] == 0) --worst;
@@ -73,25 +69,48 @@ void MacroblockMarks::compare(const Nv12Image& image, Nv12Image::Sequence before
   if (tick.coarse > 0) tick.coarseQuantiser = static_cast<int>(sum / tick.coarse);
 }
 
+void MacroblockMarks::findChanges(const Nv12Image& image, Nv12Image::Sequence before) {
+  changed_.clear();
+  std::ranges::fill(same_, X264Encoder::unchangedMark());
+  if (image.sequence <= before) return;
+  for (std::size_t i = 0; i < same_.size(); ++i) {
+    if (image.changedAt[i] <= before) continue;
+    same_[i] = 0;
+    changed_.push_back(i);
+  }
+}
+
 bool MacroblockMarks::mark(const PicturePlan::Decision& decision) {
-  constexpr std::size_t rowLength = 6;
-  Portion portion(decision.refined, coarse_,
-                  decision.composed ? PicturePlan::composedPiece : rowLength);
-  bool keepsCoarse = false;
-  for (std::size_t i = 0; i < unchanged_.size(); ++i) {
-    const bool changed = same_[i] == 0;
-    const bool coarse = !changed && isCoarse(i);
-    const bool better = coarse && portion.next() && quantisers_[i] > decision.quantiser;
-    const bool encoded = decision.keyFrame || changed || better;
-    unchanged_[i] = encoded ? 0 : X264Encoder::unchangedMark();
-    if (encoded) {
-      quantisers_[i] = static_cast<std::uint8_t>(decision.quantiser);
-      faded_[i] = 0;
-    } else if (quantisers_[i] > decision.quantiser) {
-      keepsCoarse = true;
+  // What is encoded becomes as fine as the picture.
+  const auto encode = [&](std::size_t at) {
+    --counts_[quantisers_[at]];
+    quantisers_[at] = static_cast<std::uint8_t>(decision.quantiser);
+    ++counts_[quantisers_[at]];
+    faded_[at] = 0;
+  };
+  unchanged_ = same_;
+  for (const auto at : changed_) encode(at);
+  if (decision.keyFrame || decision.refined > 0) {
+    constexpr std::size_t rowLength = 6;
+    Portion portion(decision.refined, coarse_,
+                    decision.composed ? PicturePlan::composedPiece : rowLength);
+    for (std::size_t i = 0; i < unchanged_.size(); ++i) {
+      if (same_[i] == 0) continue;
+      const bool better = isCoarse(i) && portion.next() && quantisers_[i] > decision.quantiser;
+      if (!decision.keyFrame && !better) continue;
+      unchanged_[i] = 0;
+      encode(i);
     }
   }
-  return keepsCoarse;
+  return std::ranges::any_of(
+      std::span(counts_).subspan(static_cast<std::size_t>(decision.quantiser) + 1),
+      [](auto count) { return count > 0; });
+}
+
+/// How many have each of the quantisers.
+void MacroblockMarks::count() {
+  counts_.fill(0);
+  for (const auto quantiser : quantisers_) ++counts_[quantiser];
 }
 
 PicturePlan::Moved MacroblockMarks::compare(const composed::FoundMove& move) {
@@ -136,6 +155,7 @@ void MacroblockMarks::mark(const PicturePlan::Decision& decision, const composed
     }
   }
   quantisers_ = movedQuantisers_;
+  count();
 }
 
 std::vector<composed::Run> MacroblockMarks::windows() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -48,12 +49,18 @@ class MacroblockMarks {
   std::vector<composed::Run> windows(const composed::FoundMove& move) const;
 
  private:
+  using Counts = std::array<std::size_t, PicturePlan::worstQuantiser + 1>;
+
   bool isCoarse(std::size_t at) const { return quantisers_[at] >= coarseFrom_; }
+  void findChanges(const Nv12Image& image, Nv12Image::Sequence before);
+  void count();
 
   int across_;
   std::vector<std::uint8_t> unchanged_;
   std::vector<std::uint8_t> same_;        ///< in the image that was compared as in the one before
+  std::vector<std::size_t> changed_;      ///< which of them are not
   std::vector<std::uint8_t> quantisers_;  ///< how each was last encoded
+  Counts counts_{};                       ///< how many have each of these
   std::vector<std::uint8_t> movedQuantisers_;  ///< the same once the move has been made
   std::vector<std::uint8_t> faded_;
   int coarseFrom_ = 0;           ///< the finest quantiser of what is to be made better
