@@ -85,8 +85,13 @@ class Source:
         if parts is None:
             return
         digits, suffix = parts.groups()
-        number = float(digits) if "." in digits else int(digits, 0)
-        self.put(i, i, (hex(number + 1) if "x" in digits else str(number + 1)) + suffix)
+        if re.fullmatch(r"0[0-7]+", digits):
+            changed = f"0{int(digits, 8) + 1:o}"
+        elif "x" in digits:
+            changed = hex(int(digits, 16) + 1)
+        else:
+            changed = str((float if "." in digits else int)(digits) + 1)
+        self.put(i, i, changed + suffix)
 
     def change_sign(self, i, token):
         alone = self.text[token.start - 1].isspace() and self.text[token.end].isspace()

@@ -79,7 +79,9 @@ class CheckStyle(unittest.TestCase):
     def test_refuses_ways_around(self):
         for text, complaint in (('#include "../beneath/Patch.h"\n', "leaves its folder"),
                                 ('#include "Patch.h"\n', "does not begin at a folder of src"),
-                                ("#include HEADER\n", "what a macro says")):
+                                ("#include HEADER\n", "what a macro says"),
+                                ("#include <platform/linux/loop/Queue.h>\n", "in angle brackets"),
+                                ("/**/ " + include("alert/Dialog.h"), "must not know of")):
             with self.subTest(text=text):
                 self.expect_refusal(f"{LINUX}/x11/screen/Other.h", text, complaint)
 
@@ -93,15 +95,26 @@ class CheckStyle(unittest.TestCase):
                             ("x11/overlay/Strip.h", "x11/input/Keyboard.h"),
                             ("x11/screen/Stream.h", "alert/Dialog.h"),
                             ("alert/Dialog.h", "x11/XDesktop.h"),
-                            ("x11/XDesktop.h", "LinuxProcesses.h")):
+                            ("x11/XDesktop.h", "LinuxProcesses.h"),
+                            ("x11/XDesktop.h", "portal/screen/PortalStream.h"),
+                            ("portal/PortalDesktop.h", "x11/XDesktop.h")):
             with self.subTest(path=path, other=other):
                 self.expect_refusal(f"{LINUX}/{path}", include(other), "must not know of")
+
+    def test_refuses_a_file_that_is_in_no_room(self):
+        for path in (f"{LINUX}/cellar/Queue.h", f"{LINUX}/x11/cellar/Queue.h", "src/cellar/Queue.h"):
+            with self.subTest(path=path):
+                self.expect_refusal(path, "struct Queue;\n", ": a folder that is n")
 
     def test_refuses_a_desktop_in_the_picture(self):
         for header in ("xcb/xcb.h", "QImage"):
             with self.subTest(header=header):
                 self.expect_refusal(f"{LINUX}/picture/Image.h", f"#include <{header}>\n",
                                     "must not know of a desktop")
+
+    def test_sees_names_beside_a_quotation_mark(self):
+        self.expect_refusal("src/link/Frame.cpp", "auto a = '\"';\nstd::optional<int> b;\nauto c = '\"';\n",
+                            ":2: std::optional without <optional>")
 
     def test_refuses_a_name_of_the_librarys_whose_header_is_nowhere(self):
         self.write("src/link/Frame.h", "#pragma once\n\n#include <string>\n")

@@ -150,6 +150,32 @@ class Mutate(unittest.TestCase):
                 self.assertEqual((self.root / "build/mutate/0/tree/src/link/Frame.cpp").read_text(),
                                  PROJECT["src/link/Frame.cpp"])
 
+    def test_tells_nothing_where_the_tests_fail_by_themselves(self):
+        self.compiler()
+        seen = self.root / "bin" / "seen"
+        (self.root / "tests/unit/link/FrameTest.cpp").write_text(f"""#include <gtest/gtest.h>
+#include <cstdio>
+TEST(FrameTest, IsRedTheSecondTime) {{
+  EXPECT_EQ(std::fopen("{seen}", "r"), nullptr);
+  std::fopen("{seen}", "w");
+}}
+""")
+        status, said = self.run_on(ROOM)
+        self.assertIn("unit_tests fails without any change", said)
+        self.assertEqual(status, 2)
+
+    def test_does_not_take_its_own_failure_for_a_change_that_survived(self):
+        self.compiler()
+        with (self.root / "scripts/mutants.py").open("a") as script:
+            script.write("def mutants_of(*_): return {}[0]\n")
+        self.assertEqual(self.start("--list").wait(60), 2)
+
+    def test_changes_numbers_of_every_base(self):
+        (self.root / "src/link/Frame.cpp").write_text("int all[] = {0600, 0x1f, 7, 0};\n")
+        said = self.start("--list").communicate(timeout=60)[0]
+        for changed in ("{0601, 0x1f, 7, 0}", "{0600, 0x20, 7, 0}", "{0600, 0x1f, 8, 0}", "{0600, 0x1f, 7, 1}"):
+            self.assertIn(changed, said)
+
     def test_begins_with_the_change_that_is_asked_for(self):
         every = [["--every", "2", "--first", first, "--list"] for first in ("1", "2")]
         odd, even, both = (self.start(*options).communicate()[0].splitlines()[:-1]
