@@ -232,7 +232,7 @@ TEST_F(GateTest, AnEndStopsWhatIsQueued) {
     hands_.releaseAll();
     hands_.gate.ended();
   });
-  std::this_thread::sleep_for(300ms);
+  EXPECT_TRUE(recorder_.waitForOne());
   const std::uint32_t now = recorder_.serverTime();
   hands_.gate.endBy(hands_.clock.hostTime() + left);
   const auto start = Clock::now();
