@@ -112,6 +112,10 @@ class CheckStyle(unittest.TestCase):
                 self.expect_refusal(f"{LINUX}/picture/Image.h", f"#include <{header}>\n",
                                     "must not know of a desktop")
 
+    def test_refuses_an_algorithm_of_ranges_whose_header_is_nowhere(self):
+        self.expect_refusal("src/link/Frame.cpp", "auto a = std::ranges::find(b, c);\n",
+                            ":1: std::find without <algorithm>")
+
     def test_sees_names_beside_a_quotation_mark(self):
         self.expect_refusal("src/link/Frame.cpp", "auto a = '\"';\nstd::optional<int> b;\nauto c = '\"';\n",
                             ":2: std::optional without <optional>")

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <thread>
 
 #include "x11/EventRecorder.h"

@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <xcb/xtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>

@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <algorithm>
+#include <iterator>
 
 #include "platform/linux/x11/overlay/XOverlay.h"
 #include "platform/linux/x11/server/Randr.h"

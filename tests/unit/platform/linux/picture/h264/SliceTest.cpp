@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "platform/linux/picture/h264/emulationPrevention.h"
 #include "platform/linux/picture/h264/frameNumber.h"
 #include "platform/linux/picture/h264/skipPicture.h"

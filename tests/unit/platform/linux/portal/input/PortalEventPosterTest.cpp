@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <tuple>
 
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 #include "unit/platform/linux/portal/session/AskedDesktop.h"

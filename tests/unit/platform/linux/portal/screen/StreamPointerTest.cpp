@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "platform/linux/portal/screen/StreamImages.h"
 #include "support/CastImages.h"
 #include "support/Mutter.h"
