@@ -20,6 +20,8 @@ class MessageBus {
   /// Its files are in that folder, which outlives it. Throws when it does not start.
   explicit MessageBus(const std::filesystem::path& folder, Services services = Services::none);
 
+  const std::string& address() const { return address_; }
+
   /// The entry for a child's environment.
   std::string environment() const { return "DBUS_SESSION_BUS_ADDRESS=" + address_; }
 

@@ -44,7 +44,7 @@ MacroblockMarks::MacroblockMarks(int across, int down)
       same_(unchanged_.size()),
       quantisers_(unchanged_.size(), worstQuantiser),
       faded_(unchanged_.size()) {
-  count();
+  recount();
 }
 
 /// Of what has not changed, the coarsest macroblocks are told of, and those that are much like
@@ -108,7 +108,7 @@ bool MacroblockMarks::mark(const PicturePlan::Decision& decision) {
 }
 
 /// How many have each of the quantisers.
-void MacroblockMarks::count() {
+void MacroblockMarks::recount() {
   counts_.fill(0);
   for (const auto quantiser : quantisers_) ++counts_[quantiser];
 }
@@ -155,7 +155,7 @@ void MacroblockMarks::mark(const PicturePlan::Decision& decision, const composed
     }
   }
   quantisers_ = movedQuantisers_;
-  count();
+  recount();
 }
 
 std::vector<composed::Run> MacroblockMarks::windows() const {

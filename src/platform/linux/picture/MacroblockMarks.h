@@ -53,7 +53,7 @@ class MacroblockMarks {
 
   bool isCoarse(std::size_t at) const { return quantisers_[at] >= coarseFrom_; }
   void findChanges(const Nv12Image& image, Nv12Image::Sequence before);
-  void count();
+  void recount();
 
   int across_;
   std::vector<std::uint8_t> unchanged_;

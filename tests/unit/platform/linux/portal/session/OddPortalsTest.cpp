@@ -59,10 +59,8 @@ QVariant pair(int first, int second) { return QVariant::fromValue(TwoNumbers{fir
 class OddDesktop {
  public:
   OddDesktop() {
-    const auto entry = bus_.environment();
-    const auto address = entry.substr(entry.find('=') + 1);
-    ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
-    portal.emplace(address);
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", bus_.address().c_str(), 1);
+    portal.emplace(bus_.address());
     portal->deal("OpenPipeWireRemote", [this](const auto& question) {
       portal->reply(question, {QVariant::fromValue(QDBusUnixFileDescriptor(STDIN_FILENO))});
     });
