@@ -1,13 +1,25 @@
+#!/usr/bin/env python3
 """The sources that the checks read: those that git knows of, and those that are new."""
 
 import pathlib
 import subprocess
 
+KINDS = {".h", ".hh", ".hpp", ".inc", ".c", ".cc", ".cpp", ".m", ".mm"}
+
+
+def git_files(*patterns):
+    """The files of these names, as paths from the project's root."""
+    listed = subprocess.run(
+        ["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard", "--", *patterns],
+        check=True, text=True, capture_output=True).stdout.split("\0")
+    return [path for path in map(pathlib.Path, filter(None, listed)) if path.is_file()]
+
 
 def sources(*folders):
-    """Their files of C++ and Objective-C++, as paths from the project's root."""
-    listed = subprocess.run(
-        ["git", "ls-files", "--cached", "--others", "--exclude-standard",
-         *(f"{folder}/*.{kind}" for folder in folders for kind in ("h", "cpp", "mm"))],
-        check=True, text=True, capture_output=True).stdout.split()
-    return [path for path in map(pathlib.Path, listed) if path.exists()]
+    """Their files of C++ and Objective-C++; those of all folders where none is named."""
+    patterns = [f"{folder}/*" for folder in folders] or ["*"]
+    return [path for path in git_files(*patterns) if path.suffix in KINDS]
+
+
+if __name__ == "__main__":
+    print(*sources(), sep="\n")

@@ -1,8 +1,12 @@
-"""scripts/check-style refuses what crosses a border of the house, by scripts/check-includes and scripts/check-names too."""
+"""scripts/check-style refuses what crosses a border of the house or lies in its wrong place, by scripts/check-includes, scripts/check-layout and
+scripts/check-names too."""
 
+import importlib.machinery
+import importlib.util
 import pathlib
 import shutil
 import subprocess
+import sys
 import tempfile
 import unittest
 
@@ -20,8 +24,8 @@ class CheckStyle(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.root = pathlib.Path(folder.name)
         subprocess.run(["git", "init", "--quiet", self.root], check=True)
-        for name in (".clang-format", "scripts/check-style", "scripts/check-includes", "scripts/check-names",
-                     "scripts/sources.py", ".ci/run"):
+        for name in (".clang-format", "scripts/check-style", "scripts/check-includes", "scripts/check-layout",
+                     "scripts/check-names", "scripts/sources.py", ".ci/run"):
             (self.root / name).parent.mkdir(exist_ok=True)
             shutil.copy(ROOT / name, self.root / name)
         self.write(f"{LINUX}/x11/screen/Stream.h", include("picture/Image.h"))
@@ -60,7 +64,8 @@ class CheckStyle(unittest.TestCase):
     def test_refuses_an_operating_system_in_core_and_seam(self):
         for path in ("src/link/Frame.cpp", "src/platform/InputGate.cpp"):
             for text, complaint in (
-                    ("#ifdef __linux__\n#endif\n", "operating-system condition"),
+                    ("#ifdef __linux__\n#endif\n", "only an operating system could ask for"),
+                    ("#if __has_include(<poll.h>)\n#endif\n", "only an operating system could ask for"),
                     ("#include <unistd.h>\n", "must not know of an operating system"),
                     ("#include <dispatch/dispatch.h>\n", "must not know of an operating system"),
                     (include("LinuxProcesses.h"), "must not know of the linux"),
@@ -112,6 +117,46 @@ class CheckStyle(unittest.TestCase):
                 self.expect_refusal(f"{LINUX}/picture/Image.h", f"#include <{header}>\n",
                                     "must not know of a desktop")
 
+    def test_refuses_what_the_agent_and_the_cores_tests_should_not_know(self):
+        for path, other in (("agent/Session.cpp", "platform/linux/LinuxProcesses.h"),
+                            ("agent/Session.cpp", "control/Controller.h"),
+                            ("tests/unit/link/FrameTest.cpp", "platform/posix/Pipe.h"),
+                            ("tests/unit/link/FrameTest.cpp", "platform/linux/loop/Queue.h")):
+            with self.subTest(path=path, other=other):
+                self.write("tests/CMakeLists.txt", "add_executable(unit_tests unit/link/FrameTest.cpp)\n")
+                self.expect_refusal(path, f'#include "{other}"\n', "must not know of")
+
+    def test_reads_headers_of_every_name(self):
+        self.expect_refusal("src/link/Frame.hpp", "#include <unistd.h>\n", "must not know of an operating system")
+
+    def test_refuses_a_namespace_that_is_not_its_folders(self):
+        for name in ("vesk", "vesk::x11", "vesk::x11::screens", "vesk::picture"):
+            with self.subTest(name=name):
+                self.expect_refusal(f"{LINUX}/x11/screen/Other.h",
+                                    f"namespace {name} {{\n}}  // namespace {name}\n",
+                                    f"the namespace {name} in the room vesk::x11::screen")
+        self.write(f"{LINUX}/x11/screen/Other.h", "namespace vesk::x11::screen::error {\n}\n")
+        self.assertNotIn("in the room", self.check()[1])
+
+    def test_refuses_a_test_that_nobody_runs(self):
+        self.write("tests/CMakeLists.txt",
+                   "# unit/link/FrameTest.cpp\nadd_executable(unit_tests\n  unit/link/OtherTest.cpp)\n")
+        self.expect_refusal("tests/unit/link/FrameTest.cpp", "int frame;\n", "a test that is part of no program")
+        for named in ("unit/link/FrameTest.cpp", "${PROJECT_SOURCE_DIR}/tests/unit/link/FrameTest.cpp"):
+            self.write("tests/CMakeLists.txt", f"add_executable(a {named})\n")
+            self.write("tests/unit/link/FrameTest.cpp", "int frame;\n")
+            self.assertEqual(self.check(), (0, ""))
+
+    def test_refuses_a_test_of_a_folder_that_is_not_there(self):
+        self.write("tests/CMakeLists.txt", "add_executable(a unit/chain/FrameTest.cpp)\n")
+        self.expect_refusal("tests/unit/chain/FrameTest.cpp", "int frame;\n", "a test of a folder that is not there")
+
+    def test_refuses_what_nobody_reads_in_a_sitting(self):
+        self.write("src/link/Frame.cpp", "int frame();\n" * 400)
+        self.assertEqual(self.check(), (0, ""))
+        self.expect_refusal("src/link/Frame.cpp", "int frame();\n" * 401, "401 lines; more than 400 want splitting")
+        self.expect_refusal("scripts/long", "#!/bin/sh\n" * 401, "401 lines; more than 400 want splitting")
+
     def test_refuses_an_algorithm_of_ranges_whose_header_is_nowhere(self):
         self.expect_refusal("src/link/Frame.cpp", "auto a = std::ranges::find(b, c);\n",
                             ":1: std::find without <algorithm>")
@@ -129,6 +174,26 @@ class CheckStyle(unittest.TestCase):
             self.expect_refusal(
                 path, '#include "link/Frame.h"\n\n#include <set>\n\nstd::optional<int> none;\n',
                 ":5: std::optional without <optional>")
+
+
+class Rooms(unittest.TestCase):
+    """What a room may know of and does not is no rule of the house: somebody forgot to take it back."""
+
+    def test_know_of_all_that_they_may_know_of(self):
+        sys.path.insert(0, str(ROOT / "scripts"))
+        loader = importlib.machinery.SourceFileLoader("check_includes", str(ROOT / "scripts/check-includes"))
+        check = importlib.util.module_from_spec(importlib.util.spec_from_loader("check_includes", loader))
+        loader.exec_module(check)
+        known = {room: set() for room in check.ROOMS}
+        for path in (ROOT / "src/platform/linux").rglob("*.[ch]*"):
+            file = path.relative_to(ROOT / "src").as_posix()
+            for line in path.read_text().splitlines():
+                include = check.INCLUDE.match(line)
+                if include and include["own"] and check.place_of(include["own"]) == "linux":
+                    known[check.room_of(file)].add(check.room_of(include["own"]))
+        above = {"", *check.DESKTOPS}
+        self.assertEqual({room: allowed - known[room] for room, allowed in check.ROOMS.items()
+                          if room not in above and allowed - known[room]}, {})
 
 
 if __name__ == "__main__":

@@ -57,7 +57,8 @@ class Mutate(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.root = pathlib.Path(folder.name)
         subprocess.run(["git", "init", "--quiet", self.root], check=True)
-        for name in ("scripts/mutate", "scripts/mutants.py", "tests/e2e/run_isolated"):
+        for name in ("scripts/mutate", "scripts/mutation/copies.py", "scripts/mutation/coverage.py",
+                     "scripts/mutation/mutants.py", "tests/e2e/run_isolated"):
             (self.root / name).parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(ROOT / name, self.root / name)
         for name, text in PROJECT.items():
@@ -73,10 +74,10 @@ class Mutate(unittest.TestCase):
             original=self.root / "src/link/Frame.cpp"))
         wrapper.chmod(0o755)
 
-    def start(self, *options):
+    def start(self, *options, file="src/link/Frame.cpp"):
         path = f"{self.root / 'bin'}:{os.environ['PATH']}"
         mutate = subprocess.Popen(
-            [self.root / "scripts/mutate", "--jobs", "1", *options, self.root / "src/link/Frame.cpp"],
+            [self.root / "scripts/mutate", "--jobs", "1", *options, self.root / file],
             env={**os.environ, "PATH": path, "CCACHE_DISABLE": "1"}, text=True,
             stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         self.addCleanup(mutate.stdout.close)
@@ -150,6 +151,68 @@ class Mutate(unittest.TestCase):
                 self.assertEqual((self.root / "build/mutate/0/tree/src/link/Frame.cpp").read_text(),
                                  PROJECT["src/link/Frame.cpp"])
 
+    def test_leaves_nothing_running_when_it_is_killed(self):
+        self.compiler("sleep 600 & wait")
+        mutate = self.start("--only", str(ROOM))
+        while not (self.root / "tried").exists():
+            self.assertIsNone(mutate.poll(), "ended before its time")
+            time.sleep(0.05)
+        mutate.kill()
+        mutate.communicate(timeout=10)
+        until = time.monotonic() + 30
+        while self.left() and time.monotonic() < until:
+            time.sleep(0.05)
+        self.assertEqual(self.left(), [])
+
+    def test_runs_the_tests_of_what_is_linked_and_not_of_what_is_compiled(self):
+        """The test of that name is in a program that takes nothing of it, and of two others one starts a
+        third that does."""
+        (self.root / "tests/CMakeLists.txt").write_text("""
+            find_package(GTest REQUIRED)
+            include_directories(../src)
+            link_libraries(GTest::gtest_main)
+            add_library(rooms STATIC ../src/link/Frame.cpp)
+            add_executable(unit_tests unit/link/FrameTest.cpp)
+            target_link_libraries(unit_tests PRIVATE rooms)
+            add_executable(other_tests other/SumTest.cpp)
+            target_link_libraries(other_tests PRIVATE rooms)
+            add_executable(window window.cpp)
+            target_link_libraries(window PRIVATE rooms)
+            add_executable(hands_tests hands/WindowTest.cpp)
+            target_compile_definitions(hands_tests PRIVATE WINDOW="$<TARGET_FILE:window>")
+            add_dependencies(hands_tests window)
+            """)
+        for file, text in {
+                "unit/link/FrameTest.cpp": "TEST(FrameTest, Idles) {}",
+                "other/SumTest.cpp": "TEST(SumTest, IsTwo) { EXPECT_EQ(1 + 1, 2); }",
+                "window.cpp": "int main() { return frame(3); }",
+                "hands/WindowTest.cpp": "TEST(WindowTest, Squares) { EXPECT_EQ(system(WINDOW) >> 8, 9); }",
+        }.items():
+            (self.root / "tests" / file).parent.mkdir(parents=True, exist_ok=True)
+            (self.root / "tests" / file).write_text(
+                f'#include "link/Frame.h"\n#include <cstdlib>\n#include <gtest/gtest.h>\n{text}\n')
+        self.compiler()
+        status, said = self.run_on(RULE)
+        self.assertIn("2 changes: 2 killed, 0 timed out, 0 not compiled, 0 survived, 0 not tried", said)
+        self.assertIn("WindowTest.Squares", (self.root / "build/mutate/results.txt").read_text())
+        self.assertEqual(status, 0)
+
+    def test_leaves_out_what_no_test_runs(self):
+        (self.root / "src/link/Frame.cpp").rename(self.root / "src/link/Idle.cpp")
+        (self.root / "tests/CMakeLists.txt").write_text("""
+            find_package(GTest REQUIRED)
+            add_library(rooms STATIC ../src/link/Idle.cpp)
+            target_include_directories(rooms PRIVATE ../src)
+            add_executable(unit_tests unit/link/FrameTest.cpp)
+            target_link_libraries(unit_tests PRIVATE rooms GTest::gtest_main)
+            """)
+        (self.root / "tests/unit/link/FrameTest.cpp").write_text(
+            "#include <gtest/gtest.h>\nTEST(FrameTest, Idles) {}\n")
+        mutate = self.start(file="src/link/Idle.cpp")
+        said = mutate.communicate(timeout=120)[0]
+        self.assertIn("src/link/Idle.cpp: left out, it is part of no executable with tests", said)
+        self.assertEqual(mutate.returncode, 2)
+
     def test_tells_nothing_where_the_tests_fail_by_themselves(self):
         self.compiler()
         seen = self.root / "bin" / "seen"
@@ -166,7 +229,7 @@ TEST(FrameTest, IsRedTheSecondTime) {{
 
     def test_does_not_take_its_own_failure_for_a_change_that_survived(self):
         self.compiler()
-        with (self.root / "scripts/mutants.py").open("a") as script:
+        with (self.root / "scripts/mutation/mutants.py").open("a") as script:
             script.write("def mutants_of(*_): return {}[0]\n")
         self.assertEqual(self.start("--list").wait(60), 2)
 
