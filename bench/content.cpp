@@ -16,6 +16,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -186,61 +187,86 @@ class Screen {
   std::vector<std::uint32_t> pixels_;
 };
 
+/// One kind of content, drawn step by step.
+class Content {
+ public:
+  explicit Content(std::string kind) : kind_(std::move(kind)) {
+    for (int line = 0; line < lines_; ++line) screen_.words(line, random_);
+    screen_.show(0, 0, screen_.width(), screen_.height());
+    if (kind_ == "pointer") screen_.showPointer();
+    if (kind_ == "dragging") screen_.showWindow(900, 600, random_);
+  }
+
+  /// Draws the next step; how long it stands.
+  std::chrono::milliseconds draw() {
+    const int step = step_++;
+    if (kind_ == "typing") return type(step);
+    if (kind_ == "scrolling") return scroll();
+    if (kind_ == "pointer") return movePointer(step);
+    if (kind_ == "dragging") return drag(step);
+    if (kind_ == "video") return play(step);
+    return 1h;
+  }
+
+ private:
+  std::chrono::milliseconds type(int step) {
+    const int column = step % columns_;
+    const int line = lines_ / 2 + step / columns_ % 4;
+    screen_.letter(column, line, static_cast<unsigned>(random_()));
+    screen_.show(column * 9, line * 18, 9, 18);
+    screen_.finish();
+    std::printf(
+        "%.6f\n",
+        std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count());
+    std::fflush(stdout);
+    return 100ms;
+  }
+
+  std::chrono::milliseconds scroll() {
+    screen_.words(lines_ - 1, random_);
+    screen_.scroll(18);
+    screen_.show(0, (lines_ - 1) * 18, screen_.width(), 18);
+    return 33ms;
+  }
+
+  std::chrono::milliseconds movePointer(int step) {
+    const double angle = step * 0.05;
+    screen_.movePointer(static_cast<int>(screen_.width() / 2 + 400 * std::cos(angle)),
+                        static_cast<int>(screen_.height() / 2 + 300 * std::sin(angle)));
+    return 20ms;
+  }
+
+  std::chrono::milliseconds drag(int step) {
+    const double angle = step * 0.05;
+    screen_.moveWindow(static_cast<int>((screen_.width() - 900) / 2.0 + 200 * std::cos(angle)),
+                       static_cast<int>((screen_.height() - 600) / 2.0 + 200 * std::sin(angle)));
+    return 33ms;
+  }
+
+  std::chrono::milliseconds play(int step) {
+    for (int y = 0; y < screen_.height(); ++y) {
+      for (int x = 0; x < screen_.width(); ++x) {
+        const auto wave = static_cast<std::uint32_t>((x + step * 6) / 3 + (y * 2 + step * 3) / 5);
+        screen_.at(x, y) = (wave & 0xff) << 16 | ((wave * 2) & 0xff) << 8 | ((x ^ y) >> 3 & 0xff);
+      }
+    }
+    screen_.show(0, 0, screen_.width(), screen_.height());
+    return 20ms;
+  }
+
+  std::string kind_;
+  Screen screen_;
+  std::mt19937 random_{1};
+  int columns_ = screen_.width() / 9;
+  int lines_ = screen_.height() / 18;
+  int step_ = 0;
+};
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
-  const std::string kind = argc > 1 ? argv[1] : "still";
   std::signal(SIGUSR1, [](int) { frozen = 1; });
-  Screen screen;
-  std::mt19937 random(1);
-  const int columns = screen.width() / 9;
-  const int lines = screen.height() / 18;
-  for (int line = 0; line < lines; ++line) screen.words(line, random);
-  screen.show(0, 0, screen.width(), screen.height());
-  if (kind == "pointer") screen.showPointer();
-  if (kind == "dragging") screen.showWindow(900, 600, random);
+  Content content(argc > 1 ? argv[1] : "still");
   std::this_thread::sleep_for(3s);
-  const int last = (lines - 1) * 18;
-  for (int step = 0;; ++step) {
-    if (frozen != 0) {
-      std::this_thread::sleep_for(1h);
-    } else if (kind == "typing") {
-      const int column = step % columns;
-      const int line = lines / 2 + step / columns % 4;
-      screen.letter(column, line, static_cast<unsigned>(random()));
-      screen.show(column * 9, line * 18, 9, 18);
-      screen.finish();
-      std::printf("%.6f\n",
-                  std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
-                      .count());
-      std::fflush(stdout);
-      std::this_thread::sleep_for(100ms);
-    } else if (kind == "scrolling") {
-      screen.words(lines - 1, random);
-      screen.scroll(18);
-      screen.show(0, last, screen.width(), 18);
-      std::this_thread::sleep_for(33ms);
-    } else if (kind == "pointer") {
-      const double angle = step * 0.05;
-      screen.movePointer(static_cast<int>(screen.width() / 2 + 400 * std::cos(angle)),
-                         static_cast<int>(screen.height() / 2 + 300 * std::sin(angle)));
-      std::this_thread::sleep_for(20ms);
-    } else if (kind == "dragging") {
-      const double angle = step * 0.05;
-      screen.moveWindow(static_cast<int>((screen.width() - 900) / 2.0 + 200 * std::cos(angle)),
-                        static_cast<int>((screen.height() - 600) / 2.0 + 200 * std::sin(angle)));
-      std::this_thread::sleep_for(33ms);
-    } else if (kind == "video") {
-      for (int y = 0; y < screen.height(); ++y) {
-        for (int x = 0; x < screen.width(); ++x) {
-          const auto wave = static_cast<std::uint32_t>((x + step * 6) / 3 + (y * 2 + step * 3) / 5);
-          screen.at(x, y) = (wave & 0xff) << 16 | ((wave * 2) & 0xff) << 8 | ((x ^ y) >> 3 & 0xff);
-        }
-      }
-      screen.show(0, 0, screen.width(), screen.height());
-      std::this_thread::sleep_for(20ms);
-    } else {
-      std::this_thread::sleep_for(1h);
-    }
-  }
+  for (;;) std::this_thread::sleep_for(frozen != 0 ? 1h : content.draw());
 }

@@ -15,9 +15,11 @@
 #include <iomanip>
 #include <memory>
 #include <mutex>
+#include <numeric>
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "capture/Capturer.h"
@@ -92,6 +94,54 @@ struct Unit {
   steady_clock::time_point at;
 };
 
+/// What the capturer sends, to a file, and how much of it when.
+class Recording {
+ public:
+  explicit Recording(std::string file) : file_(std::move(file)), stream_(file_, std::ios::binary) {}
+
+  /// On whichever thread the capturer sends.
+  void add(ByteView unit) {
+    const std::lock_guard lock(mutex_);
+    units_.push_back({unit.size(), steady_clock::now()});
+    stream_.write(reinterpret_cast<const char*>(unit.data()),
+                  static_cast<std::streamsize>(unit.size()));
+  }
+
+  /// Once nothing is added any more.
+  void close() {
+    stream_.close();
+    std::ofstream index(file_ + ".index");
+    index << std::fixed << std::setprecision(6);
+    for (const auto& unit : units_) {
+      // The clock of the log is the one that the content's log uses too.
+      index << std::chrono::duration<double>(unit.at.time_since_epoch()).count() << ' ' << unit.size
+            << '\n';
+    }
+  }
+
+  /// The sizes in bytes of what came then, sorted.
+  std::vector<std::size_t> sizes(steady_clock::time_point from, steady_clock::time_point to) const {
+    std::vector<std::size_t> sizes;
+    for (const auto& unit : units_) {
+      if (unit.at >= from && unit.at <= to) sizes.push_back(unit.size);
+    }
+    std::sort(sizes.begin(), sizes.end());
+    return sizes;
+  }
+
+ private:
+  std::string file_;
+  std::ofstream stream_;
+  std::mutex mutex_;
+  std::vector<Unit> units_;
+};
+
+void report(double cpu, double seconds, const std::vector<std::size_t>& sizes) {
+  const double bits = 8 * std::accumulate(sizes.begin(), sizes.end(), 0.0);
+  std::printf("%.1f %.0f %zu %zu %s\n", cpu, bits / seconds / 1000, sizes.size(),
+              sizes.empty() ? 0 : sizes[sizes.size() / 2], residentPeak().c_str());
+}
+
 }  // namespace
 
 /// Arguments: seconds to warm up, seconds to measure, frames a second, kbit/s, file for the stream,
@@ -110,15 +160,8 @@ int main(int argc, char* argv[]) {
   picture::X264Compression compression;
   const auto capturer = std::make_shared<Capturer>(
       Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});
-  std::mutex mutex;
-  std::vector<Unit> units;
-  std::ofstream stream(argv[5], std::ios::binary);
-  capturer->onAccessUnit = [&](ByteView unit, Ticks) {
-    const std::lock_guard lock(mutex);
-    units.push_back({unit.size(), steady_clock::now()});
-    stream.write(reinterpret_cast<const char*>(unit.data()),
-                 static_cast<std::streamsize>(unit.size()));
-  };
+  Recording recording(argv[5]);
+  capturer->onAccessUnit = [&](ByteView unit, Ticks) { recording.add(unit); };
   std::promise<std::exception_ptr> started;
   capturer->start(std::atoi(argv[3]), std::atoi(argv[4]),
                   [&](auto error) { started.set_value(error); });
@@ -134,22 +177,7 @@ int main(int argc, char* argv[]) {
   // Hidden before the stream ends: what they cover is kept only as long as it runs.
   overlays.reset();
   capturer->stop();
-  stream.close();
-
-  std::ofstream index(std::string(argv[5]) + ".index");
-  index << std::fixed << std::setprecision(6);
-  double bits = 0;
-  std::vector<std::size_t> sizes;
-  for (const auto& unit : units) {
-    // The clock of the log is the one that the content's log uses too.
-    index << std::chrono::duration<double>(unit.at.time_since_epoch()).count() << ' ' << unit.size
-          << '\n';
-    if (unit.at < from || unit.at > to) continue;
-    bits += static_cast<double>(unit.size) * 8;
-    sizes.push_back(unit.size);
-  }
-  std::sort(sizes.begin(), sizes.end());
-  std::printf("%.1f %.0f %zu %zu %s\n", cpu, bits / seconds / 1000, sizes.size(),
-              sizes.empty() ? 0 : sizes[sizes.size() / 2], residentPeak().c_str());
+  recording.close();
+  report(cpu, seconds, recording.sizes(from, to));
   return EXIT_SUCCESS;
 }

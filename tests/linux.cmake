@@ -51,6 +51,7 @@ add_executable(linux_tests
   unit/platform/linux/picture/h264/LevelTest.cpp
   unit/platform/linux/picture/h264/SliceTest.cpp
   unit/platform/linux/stream/SampleOutletTest.cpp
+  unit/platform/linux/stream/StreamRunTest.cpp
   unit/platform/linux/x11/alert/ServerTimeTest.cpp
   unit/platform/linux/x11/beneath/BareColourTest.cpp
   unit/platform/linux/x11/beneath/ClearedRootTest.cpp
@@ -75,7 +76,6 @@ add_executable(linux_tests
   unit/platform/linux/x11/screen/PaintedPointerTest.cpp
   unit/platform/linux/x11/screen/PointerWatchTest.cpp
   unit/platform/linux/x11/screen/ScreenGrabberTest.cpp
-  unit/platform/linux/x11/screen/StreamRunTest.cpp
   unit/platform/linux/x11/screen/WholeRowsTest.cpp
   unit/platform/linux/x11/screen/XScreenCaptureTest.cpp
   unit/platform/linux/x11/server/XPermissionsTest.cpp

@@ -43,7 +43,8 @@ bool isKeyFrame(const std::vector<std::byte>& unit) {
   return unit.size() > 4 && unit[4] == sequenceSet;
 }
 
-void write(const Run& run, int number, const Luma& picture) {
+void keep(const Run& run, int number, const Luma& picture) {
+  if (std::ranges::find(run.keptPictures, number) == run.keptPictures.end()) return;
   std::ofstream file(run.pictureFolder + "/" + std::to_string(number) + ".pgm", std::ios::binary);
   file << "P5 " << picture.width << ' ' << picture.height << " 255\n";
   file.write(reinterpret_cast<const char*>(picture.pixels.data()),
@@ -58,6 +59,15 @@ int settledFrom(const Content& content) {
 
 double mean(const std::vector<double>& values, int count) {
   return std::accumulate(values.begin(), values.begin() + count, 0.0) / count;
+}
+
+void summarise(const Link& link, double bytes, Measured& measured) {
+  constexpr double seconds = double(allPictures) / picturesPerSecond;
+  measured.bitRate = bytes * 8 / seconds;
+  measured.milliseconds /= seconds;
+  measured.mostOverThreeSeconds = link.mostOverThreeSeconds();
+  measured.worstDelay = link.worstDelay();
+  measured.delayOf95Percent = link.delayOf95Percent();
 }
 
 void summarise(const Run& run, const std::vector<double>& qualities, const std::vector<bool>& keys,
@@ -90,7 +100,8 @@ Measured measure(const Run& run, const Encode& encode) {
     if (!run.content.moves || number < movingPictures) painter(number);
     const double before = threadMilliseconds();
     const auto unit = encode(canvas.image());
-    measured.milliseconds += threadMilliseconds() - before;
+    const double taken = threadMilliseconds() - before;
+    measured.milliseconds += taken;
     bytes += static_cast<double>(unit.size());
     link.send(unit.size());
     level.add(unit);
@@ -102,23 +113,15 @@ Measured measure(const Run& run, const Encode& encode) {
       qualities.push_back(quality(*picture, *canvas.image()));
     }
     keys.push_back(isKeyFrame(unit));
-    if (picture && std::ranges::find(run.keptPictures, number) != run.keptPictures.end()) {
-      write(run, number, *picture);
-    }
+    if (picture) keep(run, number, *picture);
     if (run.trace) {
       std::printf("%4d %s %7zu bytes %6.3f s %6.2f dB %5.1f ms\n", number, keys.back() ? "K" : " ",
-                  unit.size(), link.delays().back(), qualities.back(),
-                  threadMilliseconds() - before);
+                  unit.size(), link.delays().back(), qualities.back(), taken);
     }
   }
-  constexpr double seconds = double(allPictures) / picturesPerSecond;
-  measured.bitRate = bytes * 8 / seconds;
-  measured.milliseconds /= seconds;
   measured.level = level.level();
   measured.faults.insert(measured.faults.end(), level.faults().begin(), level.faults().end());
-  measured.mostOverThreeSeconds = link.mostOverThreeSeconds();
-  measured.worstDelay = link.worstDelay();
-  measured.delayOf95Percent = link.delayOf95Percent();
+  summarise(link, bytes, measured);
   summarise(run, qualities, keys, measured);
   return measured;
 }

@@ -121,55 +121,60 @@ TEST_F(RecorderTest, GetsOneNotchForAWheelMessageAndNoMotion) {
   EXPECT_EQ(got[2].x, 960);
 }
 
+/// What each of the viewer's keys is to a program with a keyboard of the United States.
+std::map<int, xkb_keysym_t> symbolsOfKeys() {
+  std::map<int, xkb_keysym_t> symbols{{8, XKB_KEY_BackSpace},
+                                      {9, XKB_KEY_Tab},
+                                      {13, XKB_KEY_Return},
+                                      {27, XKB_KEY_Escape},
+                                      {32, XKB_KEY_space},
+                                      {33, XKB_KEY_Page_Up},
+                                      {34, XKB_KEY_Page_Down},
+                                      {35, XKB_KEY_End},
+                                      {36, XKB_KEY_Home},
+                                      {37, XKB_KEY_Left},
+                                      {38, XKB_KEY_Up},
+                                      {39, XKB_KEY_Right},
+                                      {40, XKB_KEY_Down},
+                                      {45, XKB_KEY_Insert},
+                                      {46, XKB_KEY_Delete},
+                                      {16, XKB_KEY_Shift_L},
+                                      {17, XKB_KEY_Control_L},
+                                      {18, XKB_KEY_Alt_L},
+                                      {91, XKB_KEY_Super_L},
+                                      {92, XKB_KEY_Super_R},
+                                      {160, XKB_KEY_Shift_L},
+                                      {161, XKB_KEY_Shift_R},
+                                      {162, XKB_KEY_Control_L},
+                                      {163, XKB_KEY_Control_R},
+                                      {164, XKB_KEY_Alt_L},
+                                      {165, XKB_KEY_Alt_R},
+                                      {106, XKB_KEY_KP_Multiply},
+                                      {107, XKB_KEY_KP_Add},
+                                      {109, XKB_KEY_KP_Subtract},
+                                      {110, XKB_KEY_KP_Decimal},
+                                      {111, XKB_KEY_KP_Divide},
+                                      {186, XKB_KEY_semicolon},
+                                      {187, XKB_KEY_equal},
+                                      {188, XKB_KEY_comma},
+                                      {189, XKB_KEY_minus},
+                                      {190, XKB_KEY_period},
+                                      {191, XKB_KEY_slash},
+                                      {192, XKB_KEY_grave},
+                                      {219, XKB_KEY_bracketleft},
+                                      {220, XKB_KEY_backslash},
+                                      {221, XKB_KEY_bracketright},
+                                      {222, XKB_KEY_apostrophe},
+                                      {226, XKB_KEY_less}};
+  for (int i = 0; i < 26; ++i) symbols['A' + i] = XKB_KEY_a + static_cast<unsigned>(i);
+  for (int i = 0; i < 10; ++i) symbols['0' + i] = XKB_KEY_0 + static_cast<unsigned>(i);
+  for (int i = 0; i < 10; ++i) symbols[96 + i] = XKB_KEY_KP_0 + static_cast<unsigned>(i);
+  for (int i = 0; i < 12; ++i) symbols[112 + i] = XKB_KEY_F1 + static_cast<unsigned>(i);
+  return symbols;
+}
+
 TEST_F(RecorderTest, GetsEveryKey) {
-  std::map<int, xkb_keysym_t> expected{{8, XKB_KEY_BackSpace},
-                                       {9, XKB_KEY_Tab},
-                                       {13, XKB_KEY_Return},
-                                       {27, XKB_KEY_Escape},
-                                       {32, XKB_KEY_space},
-                                       {33, XKB_KEY_Page_Up},
-                                       {34, XKB_KEY_Page_Down},
-                                       {35, XKB_KEY_End},
-                                       {36, XKB_KEY_Home},
-                                       {37, XKB_KEY_Left},
-                                       {38, XKB_KEY_Up},
-                                       {39, XKB_KEY_Right},
-                                       {40, XKB_KEY_Down},
-                                       {45, XKB_KEY_Insert},
-                                       {46, XKB_KEY_Delete},
-                                       {16, XKB_KEY_Shift_L},
-                                       {17, XKB_KEY_Control_L},
-                                       {18, XKB_KEY_Alt_L},
-                                       {91, XKB_KEY_Super_L},
-                                       {92, XKB_KEY_Super_R},
-                                       {160, XKB_KEY_Shift_L},
-                                       {161, XKB_KEY_Shift_R},
-                                       {162, XKB_KEY_Control_L},
-                                       {163, XKB_KEY_Control_R},
-                                       {164, XKB_KEY_Alt_L},
-                                       {165, XKB_KEY_Alt_R},
-                                       {106, XKB_KEY_KP_Multiply},
-                                       {107, XKB_KEY_KP_Add},
-                                       {109, XKB_KEY_KP_Subtract},
-                                       {110, XKB_KEY_KP_Decimal},
-                                       {111, XKB_KEY_KP_Divide},
-                                       {186, XKB_KEY_semicolon},
-                                       {187, XKB_KEY_equal},
-                                       {188, XKB_KEY_comma},
-                                       {189, XKB_KEY_minus},
-                                       {190, XKB_KEY_period},
-                                       {191, XKB_KEY_slash},
-                                       {192, XKB_KEY_grave},
-                                       {219, XKB_KEY_bracketleft},
-                                       {220, XKB_KEY_backslash},
-                                       {221, XKB_KEY_bracketright},
-                                       {222, XKB_KEY_apostrophe},
-                                       {226, XKB_KEY_less}};
-  for (int i = 0; i < 26; ++i) expected['A' + i] = XKB_KEY_a + static_cast<unsigned>(i);
-  for (int i = 0; i < 10; ++i) expected['0' + i] = XKB_KEY_0 + static_cast<unsigned>(i);
-  for (int i = 0; i < 10; ++i) expected[96 + i] = XKB_KEY_KP_0 + static_cast<unsigned>(i);
-  for (int i = 0; i < 12; ++i) expected[112 + i] = XKB_KEY_F1 + static_cast<unsigned>(i);
-  for (const auto& [code, symbol] : expected) {
+  for (const auto& [code, symbol] : symbolsOfKeys()) {
     const bool isModifier = code >= 16 && code != 27 && (code <= 18 || code >= 160) && code < 186;
     if (isModifier || code == 91 || code == 92) {
       hands_.send(R"({"t":"k","e":"down","c":)" + std::to_string(code) + "}");

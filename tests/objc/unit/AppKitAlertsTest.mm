@@ -175,9 +175,13 @@ TEST_F(AppKitAlertsTest, HasNobodysConsentWhereItDoesNotComeUp) {
 }
 
 TEST_F(AppKitAlertsTest, AbortsNothingWhereNothingRuns) {
-  alerts_.abortModal();
-  run([](NSAlert*) {});
-  alerts_.abortModal();
+  for (const bool throws : {true, false}) {
+    desk_.abortThrows = throws;
+    alerts_.abortModal();
+    EXPECT_EQ(run([](NSAlert*) { click(0, later); }), allow);
+    alerts_.abortModal();
+  }
+  EXPECT_EQ(desk_.alerts, 2);
 }
 
 TEST_F(AppKitAlertsTest, IsEndedByATimerWithinItsLoop) {

@@ -98,6 +98,8 @@ TEST_F(MacOverlayTest, DoesNothingWithATextThatNobodyAskedFor) {
   MacOverlay overlay(border(), 900);
   overlay.setLabel("a text");
   overlay.setLabel("\xff");
+  overlay.orderFrontRegardless();
+  EXPECT_TRUE(labelOf(desk_.shown.at(0)) == nil);
 }
 
 TEST_F(MacOverlayTest, IsGoneWhenItIsOrderedOutAndWhenItEnds) {

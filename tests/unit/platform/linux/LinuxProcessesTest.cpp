@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -187,6 +188,8 @@ TEST(LinuxProcessesTest, RunsAProgramAndWaitsForItsEnd) {
 TEST(LinuxProcessesTest, PassesOverAProgramThatCannotBeStartedAndOneThatFails) {
   LinuxProcesses().runAndWait("/nonexistent/launchctl", {"kickstart"});
   LinuxProcesses().runAndWait("/bin/false", {});
+  EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+  EXPECT_EQ(errno, ECHILD);
 }
 
 TEST(LinuxProcessesDeathTest, ExitsWithTheStatus) {

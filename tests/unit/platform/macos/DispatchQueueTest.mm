@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <memory>
 #include <thread>
@@ -35,11 +36,13 @@ TEST(DispatchQueueTest, MayBeDestroyedByItsOwnTask) {
 
 TEST(DispatchQueueTest, LetsATimerOutliveIt) {
   auto queue = std::make_unique<DispatchQueue>("com.vesk.test");
-  const auto never = queue->makeTimer({1h, 0ms}, [] {});
-  const auto timer = queue->makeTimer({1h, 0ms}, [] {});
+  std::atomic<int> fired = 0;
+  const auto never = queue->makeTimer({1h, 0ms}, [&] { ++fired; });
+  const auto timer = queue->makeTimer({1h, 0ms}, [&] { ++fired; });
   timer->resume();
   queue.reset();
   timer->cancel();
+  EXPECT_EQ(fired, 0);
 }
 
 TEST(DispatchQueueDeathTest, RefusesToWaitForItself) {

@@ -135,11 +135,15 @@ TEST(ThreadQueueTimerTest, PassesOverFiringsThatItMissed) {
 
 TEST(ThreadQueueTimerTest, MayOutliveItsQueue) {
   std::optional<ThreadQueue> queue(std::in_place, "test");
-  const auto timer = queue->makeTimer({1h, 0ms}, [] {});
+  int fired = 0;
+  const auto never = queue->makeTimer({1ms, 0ms}, [&] { ++fired; });
+  const auto timer = queue->makeTimer({1h, 0ms}, [&] { ++fired; });
   timer->resume();
   queue.reset();
+  never->resume();
   timer->cancel();
   timer->resume();
+  EXPECT_EQ(fired, 0);
 }
 
 }  // namespace

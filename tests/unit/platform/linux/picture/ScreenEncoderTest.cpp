@@ -201,20 +201,37 @@ TEST_F(LargeScreenEncoderTest, GoesAlongWithAPageThatIsScrolled) {
   }
 }
 
+constexpr PixelSize page{640, 480};
+
+/// Of a page, without key frames but the first.
+ScreenEncoderSettings onePage(std::int64_t bitRate) {
+  ScreenEncoderSettings settings;
+  settings.encoder.width = page.width;
+  settings.encoder.height = page.height;
+  settings.bitRate = bitRate;
+  settings.maxKeyFrameInterval = 1'000'000;
+  settings.maxKeyFrameDuration = 100h;
+  return settings;
+}
+
+/// Of what a viewer sees of the image, in decibels.
+double quality(const ScreenEncoder& encoder, const Nv12Image& image) {
+  testing::Luma luma{page.width, page.height, {}};
+  for (int y = 0; y < luma.height; ++y) {
+    const auto* row = encoder.reconstruction().lumaAt(0, y);
+    luma.pixels.insert(luma.pixels.end(), row, row + luma.width);
+  }
+  return testing::psnr(luma, image.luma(), image.stride());
+}
+
 /// What is typed all over the place while another part is scrolled is not taken to be good before
 /// it is: once all stands still, the page becomes as good as one of pictures that were never
 /// composed.
 TEST(StaleTest, LeavesNothingCoarseBesideWhatMoves) {
-  constexpr PixelSize size{640, 480};
   std::mt19937 random(84);
   for (const std::int64_t rate : {5'000'000, 3'000'000, 1'000'000}) {
-    PaintedImages screen(size);
-    ScreenEncoderSettings settings;
-    settings.encoder.width = size.width;
-    settings.encoder.height = size.height;
-    settings.bitRate = rate;
-    settings.maxKeyFrameInterval = 1'000'000;
-    settings.maxKeyFrameDuration = 100h;
+    PaintedImages screen(page);
+    auto settings = onePage(rate);
     ScreenEncoder composing(settings);
     settings.composes = false;
     ScreenEncoder whole(settings);
@@ -240,15 +257,7 @@ TEST(StaleTest, LeavesNothingCoarseBesideWhatMoves) {
       pictures(3);
     }
     pictures(400);
-    const auto qualityOf = [&](const ScreenEncoder& encoder) {
-      testing::Luma luma{size.width, size.height, {}};
-      for (int y = 0; y < size.height; ++y) {
-        const auto* row = encoder.reconstruction().lumaAt(0, y);
-        luma.pixels.insert(luma.pixels.end(), row, row + size.width);
-      }
-      return testing::psnr(luma, screen.image()->luma(), screen.image()->stride());
-    };
-    EXPECT_GT(qualityOf(composing), qualityOf(whole) - 1) << rate;
+    EXPECT_GT(quality(composing, *screen.image()), quality(whole, *screen.image()) - 1) << rate;
   }
 }
 

@@ -24,7 +24,7 @@
 #include "support/XResources.h"
 #include "support/XServer.h"
 
-namespace vesk::x11::screen::VESK_FILE {
+namespace vesk::stream::VESK_FILE {
 namespace {
 
 using namespace std::chrono_literals;
@@ -38,7 +38,8 @@ using testing::XServer;
 class StreamRunTest : public ::testing::Test {
  protected:
   explicit StreamRunTest(bool showsCursor = true)
-      : run(std::make_unique<MonitorImages>(display(), configuration(showsCursor), nullptr),
+      : run(std::make_unique<x11::screen::MonitorImages>(display(), configuration(showsCursor),
+                                                         nullptr),
             framesPerSecond, [](const auto&) { ADD_FAILURE(); }) {
     painter.fill(0, 0, 640, 480, 0xffffff);
     painter.showArrow();
@@ -70,7 +71,7 @@ class StreamRunTest : public ::testing::Test {
   }
 
   static ShareableDisplay display() {
-    server::XDisplays displays;
+    x11::server::XDisplays displays;
     const auto id = displays.mainDisplay();
     return {id, displays.pixels(id).width, displays.pixels(id).height};
   }
@@ -205,4 +206,4 @@ TEST_F(WithoutAPointerTest, SaysOnceAfterEachChangeThatNothingFollows) {
 }
 
 }  // namespace
-}  // namespace vesk::x11::screen::VESK_FILE
+}  // namespace vesk::stream::VESK_FILE
