@@ -167,7 +167,8 @@ class Copy:
     @staticmethod
     def bound():
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-        resource.setrlimit(resource.RLIMIT_AS, (8 << 30, 8 << 30))
+        # Of what is really used: a browser reserves addresses by the terabyte.
+        resource.setrlimit(resource.RLIMIT_DATA, (8 << 30, 8 << 30))
         resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 28, 1 << 28))
 
     def times(self, program):

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <utility>
 
 namespace vesk {
 
@@ -18,6 +20,12 @@ class SerialQueue {
 
   /// Submits `task` and returns at once.
   virtual void async(Task task) = 0;
+
+  /// The same for a task that may wait for up to `leeway`: a queue that will be awake by then anyway
+  /// need not be woken up for it alone.
+  virtual void asyncWithin([[maybe_unused]] std::chrono::nanoseconds leeway, Task task) {
+    async(std::move(task));
+  }
 
   /// Submits `task` and returns when it has run. Called on the queue itself it could only wait for
   /// itself: that is a programming error and ends the process.

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -33,6 +34,14 @@ TYPED_TEST(SerialQueueContract, RunsWhatCameBeforeASynchronousTaskFirst) {
   this->queue_->async([this] { this->order_.push_back(1); });
   this->queue_->sync([this] { this->order_.push_back(2); });
   EXPECT_EQ(this->order_, (std::vector{1, 2}));
+}
+
+TYPED_TEST(SerialQueueContract, RunsWhatMayWaitInItsTurn) {
+  this->queue_->async([this] { this->order_.push_back(1); });
+  this->queue_->asyncWithin(std::chrono::hours(1), [this] { this->order_.push_back(2); });
+  this->queue_->asyncWithin({}, [this] { this->order_.push_back(3); });
+  this->queue_->sync([this] { this->order_.push_back(4); });
+  EXPECT_EQ(this->order_, (std::vector{1, 2, 3, 4}));
 }
 
 TYPED_TEST(SerialQueueContract, RunsATaskOfATaskLater) {

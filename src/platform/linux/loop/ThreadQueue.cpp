@@ -65,6 +65,21 @@ class ThreadQueue::State {
     changed_.notify_one();
   }
 
+  /// Wakes nobody where a timer will in time, whose handler runs after the task.
+  void submitWithin(std::chrono::nanoseconds leeway, Task task) {
+    const auto latest = steady_clock::now() + leeway;
+    {
+      const std::lock_guard lock(mutex_);
+      tasks_.push_back(std::move(task));
+      const auto next = nextFiring();
+      if (next != firings_.end() && (*next)->due <= latest) {
+        patient_ = tasks_.size();
+        return;
+      }
+    }
+    changed_.notify_one();
+  }
+
   void close() {
     {
       const std::lock_guard lock(mutex_);
@@ -102,10 +117,11 @@ class ThreadQueue::State {
   /// Waits for something to do. Empty at the end of the queue.
   Task nextTask(std::unique_lock<std::mutex>& lock) {
     for (;;) {
-      if (Task firing = dueFiring()) return firing;
+      if (Task firing = patient_ == 0 ? dueFiring() : nullptr) return firing;
       if (!tasks_.empty()) {
         Task task = std::move(tasks_.front());
         tasks_.pop_front();
+        if (patient_ > 0) --patient_;
         return task;
       }
       if (closing_) return nullptr;
@@ -114,13 +130,17 @@ class ThreadQueue::State {
   }
 
   void wait(std::unique_lock<std::mutex>& lock) {
-    const auto next = std::ranges::min_element(firings_, {}, &Firing::due);
+    const auto next = nextFiring();
     if (next == firings_.end()) {
       changed_.wait(lock);
     } else {
       const auto due = (*next)->due;  // a copy: the timer may be gone before the wait is over
       changed_.wait_until(lock, due);
     }
+  }
+
+  std::vector<FiringRef>::iterator nextFiring() {
+    return std::ranges::min_element(firings_, {}, &Firing::due);
   }
 
   Task dueFiring() {
@@ -135,6 +155,7 @@ class ThreadQueue::State {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<Task> tasks_;
+  std::size_t patient_ = 0;  ///< as many tasks are to run before a timer, which they have waited for
   std::vector<FiringRef> firings_;
   bool closing_ = false;
 };
@@ -182,6 +203,11 @@ void ThreadQueue::async(Task task) {
   // Held on to, because the task may run, and destroy the queue, before this call returns.
   const auto state = state_;
   state->submit(std::move(task));
+}
+
+void ThreadQueue::asyncWithin(std::chrono::nanoseconds leeway, Task task) {
+  const auto state = state_;
+  state->submitWithin(leeway, std::move(task));
 }
 
 void ThreadQueue::sync(const Task& task) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
@@ -25,6 +26,7 @@ class ThreadQueue final : public SerialQueue {
   ThreadQueue& operator=(const ThreadQueue&) = delete;
 
   void async(Task task) override;
+  void asyncWithin(std::chrono::nanoseconds leeway, Task task) override;
   void sync(const Task& task) override;
 
   /// A timer whose handler runs on this queue. It may outlive the queue and then fires no more.

@@ -3,9 +3,17 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <utility>
 
 namespace vesk::stream {
+namespace {
+
+/// Whoever shows samples does so by a clock of its own, at most this far apart as a rule. A sample of
+/// every picture would wake it up a second time each.
+constexpr std::chrono::milliseconds worthOneWakeUp{50};
+
+}  // namespace
 
 SampleOutlet::SampleOutlet() : stopped_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
@@ -33,8 +41,9 @@ bool SampleOutlet::isStopped() const {
 void SampleOutlet::deliver(StreamSample sample) {
   const std::lock_guard lock(mutex_);
   if (stopping_ || queue_ == nullptr) return;
-  queue_->async(
-      [output = output_, sample = std::move(sample)] { output(sample, StreamOutputType::screen); });
+  queue_->asyncWithin(worthOneWakeUp, [output = output_, sample = std::move(sample)] {
+    output(sample, StreamOutputType::screen);
+  });
 }
 
 void SampleOutlet::end() {

@@ -2,14 +2,17 @@
 
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <csignal>
+#include <fstream>
 #include <future>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "support/Patience.h"
 #include "support/UnixListener.h"
 
 namespace vesk::loop::VESK_FILE {
@@ -17,6 +20,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using vesk::testing::longestWait;
+using vesk::testing::waitUntil;
 
 TEST(ThreadQueueTest, RunsTasksInOrderOnAThreadOfItsOwn) {
   std::vector<int> order;
@@ -131,6 +135,70 @@ TEST(ThreadQueueTimerTest, PassesOverFiringsThatItMissed) {
   held.set_value();
   ASSERT_EQ(second.get_future().wait_for(longestWait), std::future_status::ready);
   queue.sync([&] { EXPECT_LT(fired, 15); });
+}
+
+TEST(ThreadQueueTimerTest, IsNotHeldUpForWhatMayNotWaitForIt) {
+  ThreadQueue queue("test");
+  const auto timer = queue.makeTimer({1h, 0ms}, [] {});
+  for (const bool hasTimer : {false, true}) {
+    if (hasTimer) timer->resume();
+    std::promise<void> done;
+    queue.asyncWithin(1ms, [&] { done.set_value(); });
+    EXPECT_EQ(done.get_future().wait_for(longestWait), std::future_status::ready);
+  }
+}
+
+TEST(ThreadQueueTimerTest, RunsWhatHasWaitedForItFirst) {
+  ThreadQueue queue("test");
+  std::vector<std::string> order;
+  std::promise<void> fired;
+  std::promise<void> waited;
+  auto over = waited.get_future();
+  queue.async([&] { over.wait(); });
+  const auto timer = queue.makeTimer({1ms, 0ms}, [&] {
+    if (order.size() == 1) fired.set_value();
+    order.emplace_back("timer");
+  });
+  timer->resume();
+  const auto due = std::chrono::steady_clock::now() + 2ms;
+  while (std::chrono::steady_clock::now() < due) std::this_thread::yield();
+  queue.asyncWithin(1h, [&] { order.emplace_back("task"); });
+  waited.set_value();
+  ASSERT_EQ(fired.get_future().wait_for(longestWait), std::future_status::ready);
+  queue.sync([&] { timer->cancel(); });
+  EXPECT_EQ(order.at(0), "task");
+  EXPECT_EQ(order.at(1), "timer");
+}
+
+/// What the system says of a thread.
+std::string statusOf(pid_t thread, const std::string& name) {
+  std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(name)) return line.substr(line.find_first_not_of(": \t", name.size()));
+  }
+  return "";
+}
+
+/// As often as a thread has gone to sleep, once it sleeps.
+long sleepsOf(pid_t thread) {
+  EXPECT_TRUE(waitUntil([&] { return statusOf(thread, "State").starts_with("S"); }));
+  return std::stol(statusOf(thread, "voluntary_ctxt_switches"));
+}
+
+TEST(ThreadQueueTimerTest, WakesNobodyForWhatMayWaitForIt) {
+  ThreadQueue queue("test");
+  const auto timer = queue.makeTimer({1h, 0ms}, [] {});
+  timer->resume();
+  pid_t thread = 0;
+  queue.sync([&] { thread = ::gettid(); });
+  const long before = sleepsOf(thread);
+  int ran = 0;
+  for (int i = 0; i < 50; ++i) {
+    queue.asyncWithin(2h, [&] { ++ran; });
+    EXPECT_EQ(sleepsOf(thread), before);
+  }
+  queue.sync([] {});
+  EXPECT_EQ(ran, 50);
 }
 
 TEST(ThreadQueueTimerTest, MayOutliveItsQueue) {
