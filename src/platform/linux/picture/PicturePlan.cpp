@@ -71,6 +71,14 @@ bool PicturePlan::mayRepeatKey(int quantiser) const {
   return keyQuantiser_ <= std::max(quantiser, bearable()) && keyBits_ <= most;
 }
 
+/// What has not changed need not be encoded again: not because the key frame takes a little less than
+/// it may, nor where a readable page would become hardly finer.
+bool PicturePlan::mayKeepKey(int quantiser, double allowed) const {
+  if (!keyAgain_) return false;
+  if (keyQuantiser_ <= quantiser) return keyBits_ >= allowed * tooSmall;
+  return keyIsReadable_ && keyQuantiser_ - quantiser < leastStep;
+}
+
 PicturePlan::Decision PicturePlan::keyFrame(const Tick& tick) {
   const bool moving = begun_ && (moves_ || !calm_) && stillTicks_ < ticksUntilRefined;
   const double room = load_.room(moving ? movingKeyFrameSeconds : keyFrameSeconds);
@@ -81,11 +89,10 @@ PicturePlan::Decision PicturePlan::keyFrame(const Tick& tick) {
   if (tick.changed == 0 && mayRepeatKey(quantiser)) {
     return {Action::repeatKey, true, keyQuantiser_, 0, macroblocks_, 0, most};
   }
-  const int finest = moving ? std::max(busyQuantiser_, range_.finest) : range_.finest;
+  int finest = moving ? std::max(busyQuantiser_, range_.finest) : range_.finest;
   quantiser = std::max(quantiser, finest);
-  // What has not changed need not be encoded again.
-  if (keyAgain_ && keyBits_ >= allowed * tooSmall && keyBits_ <= most && keyQuantiser_ >= finest &&
-      keyQuantiser_ <= quantiser) {
+  if (keyBits_ <= most && keyQuantiser_ >= finest && mayKeepKey(quantiser, allowed)) {
+    if (keyQuantiser_ > quantiser) finest = keyQuantiser_;
     quantiser = keyQuantiser_;
   }
   Decision decision = encoded(quantiser, macroblocks_, allowed);

@@ -122,6 +122,7 @@ class PicturePlan {
 
  private:
   bool mayRepeatKey(int quantiser) const;
+  bool mayKeepKey(int quantiser, double allowed) const;
   Decision keyFrame(const Tick& tick);
   double keptForKey(int quantiser, double seconds) const;
   /// The link has taken what was sent before.

@@ -1,5 +1,6 @@
 #include "platform/linux/picture/X264Encoder.h"
 
+#include <libyuv.h>
 #include <x264.h>
 
 #include <algorithm>
@@ -108,18 +109,11 @@ void X264Encoder::readParameterSets() {
 }
 
 double X264Encoder::quality(const Nv12Image& image) const {
-  std::uint64_t sum = 0;
-  for (std::ptrdiff_t y = 0; reference_.luma != nullptr && y < settings_.height; ++y) {
-    const auto* ours = reference_.luma + y * reference_.lumaStride;
-    const auto* theirs = image.luma() + y * image.stride();
-    std::uint32_t row = 0;  // of 16384 pixels at most
-    for (int x = 0; x < settings_.width; ++x) {
-      const int difference = ours[x] - theirs[x];
-      row += static_cast<std::uint32_t>(difference * difference);
-    }
-    sum += row;
-  }
   constexpr double most = 100;
+  if (reference_.luma == nullptr) return most;
+  const std::uint64_t sum = libyuv::ComputeSumSquareErrorPlane(
+      reference_.luma, static_cast<int>(reference_.lumaStride), image.luma(),
+      static_cast<int>(image.stride()), settings_.width, settings_.height);
   const double mean = static_cast<double>(sum) / settings_.width / settings_.height;
   return mean > 0 ? std::min(10 * std::log10(255.0 * 255.0 / mean), most) : most;
 }

@@ -53,7 +53,7 @@ KeyFrameComposer::KeyFrameComposer(const X264Settings& settings, const h264::Sli
       made_(wholeMacroblocks(extent_)) {
   const int rows = rowsOfBands(extent_.down, std::clamp<std::size_t>(mostSlices, 1, mostBands));
   for (int row = 0; row < extent_.down; row += rows) {
-    bands_.push_back({row, std::min(rows, extent_.down - row), std::nullopt, 0, {}});
+    bands_.push_back({row, std::min(rows, extent_.down - row), std::nullopt, 0, {}, {}});
   }
 }
 
@@ -63,15 +63,24 @@ std::optional<h264::Bytes> KeyFrameComposer::compose(const Nv12Image& image,
   h264::Bytes units;
   for (Band& band : bands_) {
     if (!bringUpToDate(band, image, request.quantiser)) return std::nullopt;
-    h264::BitWriter slice;
-    const auto first = static_cast<std::uint32_t>(band.row * extent_.across);
-    h264::writeSliceHeader(slice, syntax_, {first, 0, band.data->quantiser, request.identifier});
-    slice.copy(band.data->raw, band.data->from, band.data->to);
-    h264::appendUnit(units, h264::escaped(slice.finished()));
+    const h264::Bytes& unit = unitOf(band, request.identifier);
+    units.insert(units.end(), unit.begin(), unit.end());
   }
   copyMacroblocks(made_.planes().view(), reconstruction, extent_);
   restoreBorder(reconstruction, extent_);
   return units;
+}
+
+/// A header is no whole number of bytes, so that all behind it is laid anew for each.
+const h264::Bytes& KeyFrameComposer::unitOf(Band& band, std::uint32_t identifier) const {
+  h264::Bytes& unit = band.units[identifier];
+  if (!unit.empty()) return unit;
+  h264::BitWriter slice;
+  const auto first = static_cast<std::uint32_t>(band.row * extent_.across);
+  h264::writeSliceHeader(slice, syntax_, {first, 0, band.data->quantiser, identifier});
+  slice.copy(band.data->raw, band.data->from, band.data->to);
+  h264::appendUnit(unit, h264::escaped(slice.finished()));
+  return unit;
 }
 
 bool KeyFrameComposer::bringUpToDate(Band& band, const Nv12Image& image, int quantiser) {
@@ -90,6 +99,7 @@ bool KeyFrameComposer::bringUpToDate(Band& band, const Nv12Image& image, int qua
 
 bool KeyFrameComposer::encode(Band& band, const PlanesView& pixels) {
   band.data.reset();
+  band.units.clear();
   X264Encoder* const encoder = encoderOf(band.rows);
   if (encoder == nullptr) return false;
   X264Encoder::Request request;

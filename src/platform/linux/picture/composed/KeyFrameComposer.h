@@ -46,8 +46,11 @@ class KeyFrameComposer {
     std::optional<h264::SliceData> data;  ///< nothing: it has not been encoded
     int quantiser = 0;                    ///< that it was asked for
     Digest digest;                        ///< of its pixels
+    /// What it is in the stream, behind its length, by the identifiers of the key frames.
+    std::map<std::uint32_t, h264::Bytes> units;
   };
 
+  const h264::Bytes& unitOf(Band& band, std::uint32_t identifier) const;
   bool bringUpToDate(Band& band, const Nv12Image& image, int quantiser);
   bool encode(Band& band, const PlanesView& pixels);
   X264Encoder* encoderOf(int rows);

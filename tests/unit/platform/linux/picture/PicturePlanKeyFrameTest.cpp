@@ -221,6 +221,21 @@ TEST_F(PicturePlanKeyFrameTest, IsNotKeptForAnotherPage) {
   }
 }
 
+/// Which a viewer would not see, and all of it would be encoded anew.
+TEST_F(PicturePlanKeyFrameTest, IsKeptWhereItCouldBeHardlyFiner) {
+  for (const double quality : {goodQuality, poorQuality}) {
+    PicturePlan other{macroblocks, mostBits, {}};
+    const auto first = other.next(tickOf(macroblocks, true));
+    other.sent(first, 0.84 * first.wantedBits, quality);
+    for (int i = 0; i < 60; ++i) other.sent(other.next(tickOf(0)), 0, 0);
+    const auto second = other.next(tickOf(3, true));
+    EXPECT_EQ(second.quantiser, first.quantiser - (quality == goodQuality ? 0 : 2)) << quality;
+    // Nor is a finer one asked for when it is there.
+    const auto finer = other.instead(second, 0.84 * second.wantedBits);
+    EXPECT_EQ(finer.has_value(), quality == poorQuality);
+  }
+}
+
 TEST_F(PicturePlanKeyFrameTest, IsNotKeptWhereItCouldBeFiner) {
   const auto first = sendKey(0.5, goodQuality);
   idle(60);
