@@ -53,7 +53,10 @@ KeyFrameComposer::KeyFrameComposer(const X264Settings& settings, const h264::Sli
       made_(wholeMacroblocks(extent_)) {
   const int rows = rowsOfBands(extent_.down, std::clamp<std::size_t>(mostSlices, 1, mostBands));
   for (int row = 0; row < extent_.down; row += rows) {
-    bands_.push_back({row, std::min(rows, extent_.down - row), std::nullopt, 0, {}, {}});
+    Band band;
+    band.row = row;
+    band.rows = std::min(rows, extent_.down - row);
+    bands_.push_back(std::move(band));
   }
 }
 
@@ -63,18 +66,23 @@ std::optional<h264::Bytes> KeyFrameComposer::compose(const Nv12Image& image,
   h264::Bytes units;
   for (Band& band : bands_) {
     if (!bringUpToDate(band, image, request.quantiser)) return std::nullopt;
-    const h264::Bytes& unit = unitOf(band, request.identifier);
-    units.insert(units.end(), unit.begin(), unit.end());
+    append(band, request.identifier, units);
   }
   copyMacroblocks(made_.planes().view(), reconstruction, extent_);
   restoreBorder(reconstruction, extent_);
   return units;
 }
 
+void KeyFrameComposer::append(Band& band, std::uint32_t identifier, h264::Bytes& units) const {
+  h264::Bytes& kept = band.units[identifier];
+  h264::Bytes unit = kept.empty() ? unitOf(band, identifier) : std::move(kept);
+  units.insert(units.end(), unit.begin(), unit.end());
+  if (band.hasLasted) kept = std::move(unit);
+}
+
 /// A header is no whole number of bytes, so that all behind it is laid anew for each.
-const h264::Bytes& KeyFrameComposer::unitOf(Band& band, std::uint32_t identifier) const {
-  h264::Bytes& unit = band.units[identifier];
-  if (!unit.empty()) return unit;
+h264::Bytes KeyFrameComposer::unitOf(const Band& band, std::uint32_t identifier) const {
+  h264::Bytes unit;
   h264::BitWriter slice;
   const auto first = static_cast<std::uint32_t>(band.row * extent_.across);
   h264::writeSliceHeader(slice, syntax_, {first, 0, band.data->quantiser, identifier});
@@ -89,7 +97,8 @@ bool KeyFrameComposer::bringUpToDate(Band& band, const Nv12Image& image, int qua
   const int height = std::min(wholeHeight, static_cast<int>(image.size().height) - top);
   const PlanesView pixels = image.planes().from(0, top);
   const Digest digest(pixels, settings_.width, height, seed_);
-  if (band.data && band.quantiser == quantiser && band.digest == digest) return true;
+  band.hasLasted = band.data && band.quantiser == quantiser && band.digest == digest;
+  if (band.hasLasted) return true;
   band.digest = digest;
   band.quantiser = quantiser;
   if (height == wholeHeight) return encode(band, pixels);

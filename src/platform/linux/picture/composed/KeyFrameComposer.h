@@ -46,11 +46,14 @@ class KeyFrameComposer {
     std::optional<h264::SliceData> data;  ///< nothing: it has not been encoded
     int quantiser = 0;                    ///< that it was asked for
     Digest digest;                        ///< of its pixels
-    /// What it is in the stream, behind its length, by the identifiers of the key frames.
+    bool hasLasted = false;               ///< it was in the key frame before
+    /// What it is in the stream, behind its length, by the identifiers of the key frames; once it
+    /// has lasted, as a page that scrolls would keep much for nothing.
     std::map<std::uint32_t, h264::Bytes> units;
   };
 
-  const h264::Bytes& unitOf(Band& band, std::uint32_t identifier) const;
+  void append(Band& band, std::uint32_t identifier, h264::Bytes& units) const;
+  h264::Bytes unitOf(const Band& band, std::uint32_t identifier) const;
   bool bringUpToDate(Band& band, const Nv12Image& image, int quantiser);
   bool encode(Band& band, const PlanesView& pixels);
   X264Encoder* encoderOf(int rows);

@@ -85,6 +85,20 @@ TEST_F(KeyFrameComposerTest, KeepsAllOfAPictureThatIsAsItWas) {
   EXPECT_TRUE(isExact());
 }
 
+/// As long as a page lasts, each of its key frames is what it would be by itself.
+TEST_F(KeyFrameComposerTest, IsTheSameEachTimeButForItsIdentifier) {
+  for (int i = 0; i < 6; ++i) {
+    const auto lasting = compose();
+    EXPECT_TRUE(isExact());
+    KeyFrameComposer fresh(settings, syntax, mostSlices);
+    const auto units = fresh.compose(*screen.image(), encoder.reconstruction(), {20, identifier});
+    ASSERT_TRUE(units);
+    std::vector<Bytes> first;
+    for (const ByteView unit : h264::unitsOf(*units)) first.emplace_back(unit.begin(), unit.end());
+    EXPECT_EQ(lasting, first) << "key frame " << i;
+  }
+}
+
 /// Whatever was shown between the two.
 TEST_F(KeyFrameComposerTest, KeepsWhatHasChangedAndIsAsItWasAgain) {
   const auto first = compose();
