@@ -98,8 +98,6 @@ add_executable(x11_hands_tests
   x11/ShortcutsTest.cpp
   x11/TextTest.cpp
 )
-add_executable(qt_entry x11/receivers/QtEntry.cpp)
-target_link_libraries(qt_entry PRIVATE vesk_options Qt6::Widgets)
 add_executable(holding_hands x11/receivers/HoldingHands.cpp x11/Session.cpp support/Patience.cpp
   support/TemporaryFolder.cpp support/XServer.cpp support/managesWindows.cpp)
 target_include_directories(holding_hands PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})

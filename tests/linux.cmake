@@ -84,6 +84,10 @@ target_link_libraries(linux_tests PRIVATE
   linux_test_support Qt6::Widgets PkgConfig::XCB PkgConfig::XKBCOMMON)
 vesk_discover_suites(linux_tests TIMEOUT 300)
 
+# A toolkit's entry, to type into.
+add_executable(qt_entry x11/receivers/QtEntry.cpp)
+target_link_libraries(qt_entry PRIVATE vesk_options Qt6::Widgets)
+
 # The Wayland platform, on private compositors.
 add_executable(wayland_tests
   support/WlImages.cpp
@@ -108,6 +112,8 @@ add_executable(wayland_tests
 )
 target_link_libraries(wayland_tests PRIVATE
   linux_test_support vesk_wayland_input vesk_wayland_screen)
+target_compile_definitions(wayland_tests PRIVATE VESK_QT_ENTRY="$<TARGET_FILE:qt_entry>")
+add_dependencies(wayland_tests qt_entry)
 vesk_discover_suites(wayland_tests TIMEOUT 300)
 
 # The platform by a portal, on a private desktop of GNOME's.
@@ -147,9 +153,10 @@ target_link_libraries(portal_tests PRIVATE
 add_executable(holding_portal unit/platform/linux/portal/input/holding_portal.cpp)
 target_link_libraries(holding_portal PRIVATE vesk_portal_input vesk_options)
 target_compile_definitions(portal_tests PRIVATE
+  VESK_QT_ENTRY="$<TARGET_FILE:qt_entry>"
   VESK_HOLDING_PORTAL="$<TARGET_FILE:holding_portal>"
   VESK_TURN_MONITOR="${CMAKE_CURRENT_SOURCE_DIR}/support/turn_monitor.py")
-add_dependencies(portal_tests holding_portal)
+add_dependencies(portal_tests holding_portal qt_entry)
 if(VESK_SANITIZERS MATCHES thread)
   # Qt and PipeWire hand from thread to thread what its inline functions then read: the sanitizer
   # sees the reading, and not what the libraries do to make it safe.

@@ -21,8 +21,8 @@ class SerialQueue {
   /// Submits `task` and returns at once.
   virtual void async(Task task) = 0;
 
-  /// The same for a task that may wait for up to `leeway`: a queue that will be awake by then anyway
-  /// need not be woken up for it alone.
+  /// The same for a task that may wait for up to `leeway`: a queue that will be awake by then
+  /// anyway need not be woken up for it alone.
   virtual void asyncWithin([[maybe_unused]] std::chrono::nanoseconds leeway, Task task) {
     async(std::move(task));
   }

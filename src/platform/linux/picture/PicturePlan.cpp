@@ -71,8 +71,8 @@ bool PicturePlan::mayRepeatKey(int quantiser) const {
   return keyQuantiser_ <= std::max(quantiser, bearable()) && keyBits_ <= most;
 }
 
-/// What has not changed need not be encoded again: not because the key frame takes a little less than
-/// it may, nor where a readable page would become hardly finer.
+/// What has not changed need not be encoded again: not because the key frame takes a little less
+/// than it may, nor where a readable page would become hardly finer.
 bool PicturePlan::mayKeepKey(int quantiser, double allowed) const {
   if (!keyAgain_) return false;
   if (keyQuantiser_ <= quantiser) return keyBits_ >= allowed * tooSmall;

@@ -9,8 +9,8 @@
 namespace vesk::stream {
 namespace {
 
-/// Whoever shows samples does so by a clock of its own, at most this far apart as a rule. A sample of
-/// every picture would wake it up a second time each.
+/// Whoever shows samples does so by a clock of its own, at most this far apart as a rule. A sample
+/// of every picture would wake it up a second time each.
 constexpr std::chrono::milliseconds worthOneWakeUp{50};
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <fstream>
 #include <iterator>
+#include <regex>
 
 #include "support/TemporaryFolder.h"
 #include "support/XServer.h"
@@ -16,11 +17,23 @@ class PortalEventPosterReceiversTest : public PosterFixtureOn<session::AskedDesk
 
   std::string file() const { return (folder.path() / "text").string(); }
 
-  std::string content() const {
-    std::ifstream stream(file());
+  static std::string textOf(const std::string& name) {
+    std::ifstream stream(name);
     return {std::istreambuf_iterator<char>(stream), {}};
   }
 
+  std::string content() const { return textOf(file()); }
+
+  bool hasSaid(const std::string& text) const {
+    return testing::waitUntil([&] { return content().find(text) != npos; });
+  }
+
+  void click(Point point) {
+    mouse(EventType::leftMouseDown, point);
+    mouse(EventType::leftMouseUp, point);
+  }
+
+  static constexpr auto npos = std::string::npos;
   testing::TemporaryFolder folder;
 };
 
@@ -30,8 +43,7 @@ TEST_F(PortalEventPosterReceiversTest, TypesInATerminal) {
                                        desktop.environment());
   ASSERT_TRUE(testing::waitUntil([&] {
     // A compositor need not give the focus to a program that the person has not asked for.
-    mouse(EventType::leftMouseDown, {500, 500});
-    mouse(EventType::leftMouseUp, {500, 500});
+    click({500, 500});
     type(u"\n");
     return !content().empty();
   })) << "it has the focus";
@@ -40,6 +52,70 @@ TEST_F(PortalEventPosterReceiversTest, TypesInATerminal) {
   strike(0x10);
   strike(0x24);
   EXPECT_TRUE(testing::waitUntil([&] { return content().ends_with("Z€ ok~\nAy\n"); })) << content();
+}
+
+TEST_F(PortalEventPosterReceiversTest, TypesInAToolkitsEntry) {
+  window.reset();
+  auto environment = desktop.environment();
+  environment.insert(environment.end(), {"GDK_BACKEND=wayland", "NO_AT_BRIDGE=1", "LC_ALL=C.UTF-8",
+                                         "GSETTINGS_BACKEND=memory", "WAYLAND_DEBUG=client"});
+  const std::string protocol = (folder.path() / "protocol").string();
+  const testing::ChildProcess entry(
+      {"sh", "-c", "exec zenity --entry > " + file() + " 2> " + protocol}, environment);
+  ASSERT_TRUE(testing::waitUntil([&] {
+    click({300, 60});
+    return std::regex_search(textOf(protocol), std::regex("wl_keyboard@\\d+\\.enter"));
+  })) << "it has the focus";
+  type(u"äZ€中 ok~");
+  strike(0x00, eventFlag::shift);
+  type(u"\n");
+  EXPECT_TRUE(testing::waitUntil([&] { return content().ends_with("Z€ ok~A\n"); })) << content();
+}
+
+TEST_F(PortalEventPosterReceiversTest, TypesInAnotherToolkitsEntry) {
+  window.reset();
+  auto environment = desktop.environment();
+  environment.insert(environment.end(), {"QT_QPA_PLATFORM=wayland", "LC_ALL=C.UTF-8"});
+  const testing::ChildProcess entry({"sh", "-c", "exec " VESK_QT_ENTRY " > " + file()},
+                                    environment);
+  ASSERT_TRUE(testing::waitUntil([&] {
+    click({300, 60});
+    return content().find("ready\n") != npos;
+  })) << "it has the focus";
+  type(u"äZ€中 ok~");
+  strike(0x00, eventFlag::shift);
+  EXPECT_TRUE(hasSaid("Z€ ok~A\n")) << content();
+  strike(0x00, eventFlag::control);
+  EXPECT_TRUE(testing::waitUntil([&] { return content().ends_with("Z€ ok~A\n"); })) << content();
+  EXPECT_TRUE(hasSaid("selected:")) << content();
+}
+
+/// Which takes nothing from keys that are on no usual keyboard, as that of the euro.
+TEST_F(PortalEventPosterReceiversTest, TypesInABrowser) {
+  window.reset();
+  const std::string page = (folder.path() / "page.html").string();
+  std::ofstream(page) << "<meta charset=utf-8><body style='margin: 0'><textarea autofocus "
+                         "style='width: 100vw; height: 100vh' "
+                         "onfocus='console.log(`ready.`)' "
+                         "oninput='console.log(`text:${value}.`)' "
+                         "onselect='console.log(`selected:${value}.`)'></textarea>";
+  const testing::ChildProcess browser(
+      {"sh", "-c",
+       "exec chromium --ozone-platform=wayland --no-sandbox --disable-gpu --no-first-run --kiosk "
+       "--disable-background-networking --disable-component-update --disable-sync "
+       "--enable-logging=stderr --user-data-dir=" +
+           (folder.path() / "profile").string() + " --app=file://" + page + " 2> " + file()},
+      desktop.environment());
+  ASSERT_TRUE(testing::waitUntil([&] {
+    click({500, 500});
+    type(u"x");
+    return content().find("text:x") != npos;
+  })) << content();
+  type(u"äZ{中 ok~");
+  strike(0x00, eventFlag::shift);
+  EXPECT_TRUE(hasSaid("Z{ ok~A.")) << content();
+  strike(0x00, eventFlag::control);
+  EXPECT_TRUE(hasSaid("selected:x")) << content();
 }
 
 }  // namespace

@@ -25,6 +25,7 @@ class WlEventPosterReceiversTest : public PosterFixture {
     });
   }
 
+  static constexpr auto npos = std::string::npos;
   testing::TemporaryFolder folder;
 };
 
@@ -49,6 +50,44 @@ TEST_F(WlEventPosterReceiversTest, TypesInAToolkitsEntry) {
   strike(0x00, eventFlag::shift);
   type(u"\n");
   EXPECT_TRUE(testing::waitUntil([&] { return content() == "äZ€中😀 okA\n"; })) << content();
+}
+
+TEST_F(WlEventPosterReceiversTest, TypesInAnotherToolkitsEntry) {
+  auto environment = sway.environment();
+  environment.insert(environment.end(), {"QT_QPA_PLATFORM=wayland", "LC_ALL=C.UTF-8"});
+  const testing::ChildProcess entry({"sh", "-c", "exec " VESK_QT_ENTRY " > " + file()},
+                                    environment);
+  ASSERT_TRUE(testing::waitUntil([&] { return content().starts_with("ready\n"); }));
+  type(u"äZ€中😀 ok");
+  strike(0x00, eventFlag::shift);
+  EXPECT_TRUE(testing::waitUntil([&] { return content().find("text:äZ€中😀 okA\n") != npos; }))
+      << content();
+  strike(0x00, eventFlag::control);
+  EXPECT_TRUE(testing::waitUntil([&] { return content().ends_with("selected:äZ€中😀 okA\n"); }))
+      << content();
+}
+
+/// The page writes its field into its title, and so into the window's name. Characters beyond the
+/// first 65,536 it drops by itself.
+TEST_F(WlEventPosterReceiversTest, TypesInABrowser) {
+  const std::string page = (folder.path() / "page.html").string();
+  std::ofstream(page) << "<meta charset=utf-8><title>ready</title><textarea autofocus "
+                         "oninput='document.title = `text:${value}.`' "
+                         "onselect='document.title = `selected:${value}.`'></textarea>";
+  const testing::ChildProcess browser(
+      {"chromium", "--ozone-platform=wayland", "--no-sandbox", "--disable-gpu", "--no-first-run",
+       "--disable-background-networking", "--disable-component-update", "--disable-sync",
+       "--user-data-dir=" + (folder.path() / "profile").string(), "--app=file://" + page},
+      sway.environment());
+  const auto isNamed = [&](const std::string& name) {
+    return testing::waitUntil([&] { return sway.ask("get_tree").find(name) != npos; });
+  };
+  ASSERT_TRUE(isNamed("\"name\": \"ready\""));
+  type(u"äZ€中Ж ok");
+  strike(0x00, eventFlag::shift);
+  EXPECT_TRUE(isNamed("\"text:äZ€中Ж okA.\"")) << sway.ask("get_tree");
+  strike(0x00, eventFlag::control);
+  EXPECT_TRUE(isNamed("\"selected:äZ€中Ж okA.\"")) << sway.ask("get_tree");
 }
 
 }  // namespace
