@@ -99,7 +99,10 @@ BENCHMARK(encode)->Arg(0)->Arg(16)->Arg(1000)->Unit(benchmark::kMicrosecond);
 void searchMove(benchmark::State& state) {
   std::vector<std::uint8_t> pixels(1920 * 1080 * 4);
   std::mt19937 random(2);
-  std::ranges::generate(pixels, [&] { return static_cast<std::uint8_t>(random()); });
+  // Grey, as text mostly is: other colours fade too much where they move an odd distance.
+  for (std::size_t i = 0; i < pixels.size(); i += 4) {
+    std::fill_n(&pixels[i], 4, static_cast<std::uint8_t>(random()));
+  }
   picture::ImagePainter painter(full, full);
   const auto before = painter.paint(pixels.data(), 1920 * 4, {{0, 0, 1920, 1080}});
   if (state.range(0) > 0) {
@@ -112,7 +115,7 @@ void searchMove(benchmark::State& state) {
     benchmark::DoNotOptimize(picture::composed::findMove(*before, *now, {511, 2000}));
   }
 }
-BENCHMARK(searchMove)->Arg(0)->Arg(54)->Unit(benchmark::kMicrosecond);
+BENCHMARK(searchMove)->Arg(0)->Arg(53)->Arg(54)->Unit(benchmark::kMicrosecond);
 
 void writeMove(benchmark::State& state) {
   picture::composed::MovedBlocks moved{120, std::vector<std::uint8_t>(120 * 68), {0, -54}};

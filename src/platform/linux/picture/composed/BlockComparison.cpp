@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 namespace vesk::picture::composed {
 namespace {
@@ -44,6 +45,26 @@ void findDifferences(const Plane& plane, std::ptrdiff_t origin, int height, std:
       std::memcpy(a.data(), before + i * macroblockEdge, macroblockEdge);
       std::memcpy(b.data(), now + i * macroblockEdge, macroblockEdge);
       result[i] |= (a[0] ^ b[0]) | (a[1] ^ b[1]);
+    }
+  }
+}
+
+/// The same of what lies between the samples: for each column, the largest difference.
+void findFading(const Plane& plane, const Origin& origin, int height, std::size_t count,
+                std::vector<std::uint8_t>& came, std::vector<std::uint8_t>& largest) {
+  const std::size_t width = count * macroblockEdge;
+  came.resize(width);
+  largest.assign(width, 0);
+  // Bytes may be anything, so that the compiler must be told that the vectors stay where they are.
+  std::uint8_t* const there = came.data();
+  std::uint8_t* const most = largest.data();
+  const std::uint8_t* before = plane.before;
+  const std::uint8_t* now = plane.now;
+  for (int y = 0; y < height; ++y, before += plane.stride, now += plane.stride) {
+    fetch(before, origin, static_cast<int>(width), there);
+    for (std::size_t x = 0; x < width; ++x) {
+      const int difference = std::max(there[x], now[x]) - std::min(there[x], now[x]);
+      most[x] = std::max(most[x], static_cast<std::uint8_t>(difference));
     }
   }
 }
@@ -108,16 +129,19 @@ void BlockComparison::readAhead(int row, int first, int end) {
   const int y = row * macroblockEdge;
   findDifferences({before_.luma() + at(y), now_.luma() + at(y), stride}, luma_.first,
                   macroblockEdge, count, ahead_.luma);
-  if (chroma_.isBetween()) return;
-  findDifferences({before_.chroma() + at(y / 2), now_.chroma() + at(y / 2), stride}, chroma_.first,
-                  macroblockEdge / 2, count, ahead_.chroma);
+  const Plane chroma{before_.chroma() + at(y / 2), now_.chroma() + at(y / 2), stride};
+  if (chroma_.isBetween()) {
+    findFading(chroma, chroma_, macroblockEdge / 2, count, ahead_.came, ahead_.largest);
+  } else {
+    findDifferences(chroma, chroma_.first, macroblockEdge / 2, count, ahead_.chroma);
+  }
 }
 
 Likeness BlockComparison::likeness(int row, int column) const {
   if (isReadAhead(row, column)) {
     const auto place = static_cast<std::size_t>(column - ahead_.first);
     if (ahead_.luma[place] != 0) return Likeness::none;
-    if (chroma_.isBetween()) return colourLikeness(row, column);
+    if (chroma_.isBetween()) return fadingAhead(place);
     return ahead_.chroma[place] == 0 ? Likeness::same : Likeness::none;
   }
   if (!comesFromInside(row, column)) return Likeness::none;
@@ -129,6 +153,13 @@ Likeness BlockComparison::likeness(int row, int column) const {
   const Plane luma{before_.luma() + at, now_.luma() + at, now_.stride()};
   if (!isSamePlane(luma, luma_.first, width, height)) return Likeness::none;
   return colourLikeness(row, column);
+}
+
+Likeness BlockComparison::fadingAhead(std::size_t place) const {
+  const auto columns = std::span(ahead_.largest).subspan(place * macroblockEdge, macroblockEdge);
+  const int largest = *std::ranges::max_element(columns);
+  if (largest > mostFaded) return Likeness::none;
+  return largest > 0 ? Likeness::faded : Likeness::same;
 }
 
 Likeness BlockComparison::colourLikeness(int row, int column) const {

@@ -38,6 +38,7 @@ class BlockComparison {
   bool isReadAhead(int row, int column) const {
     return row == ahead_.row && column >= ahead_.first && column < ahead_.end;
   }
+  Likeness fadingAhead(std::size_t place) const;
   Likeness colourLikeness(int row, int column) const;
 
   /// What has been read ahead: per macroblock, not 0 where some bits differ.
@@ -47,6 +48,9 @@ class BlockComparison {
     int end = 0;
     std::vector<std::uint64_t> luma;
     std::vector<std::uint64_t> chroma;  ///< which lies on other samples
+    /// Or between them: per column of the macroblocks, the largest difference.
+    std::vector<std::uint8_t> largest;
+    std::vector<std::uint8_t> came;  ///< one row of samples that lie between others
   };
 
   const Nv12Image& before_;
