@@ -1,10 +1,14 @@
 #!/usr/bin/env python3
 """The sources that the checks read: those that git knows of, and those that are new."""
 
+import os
 import pathlib
 import subprocess
 
-KINDS = {".h", ".hh", ".hpp", ".inc", ".c", ".cc", ".cpp", ".m", ".mm"}
+KINDS = {".h", ".hh", ".hpp", ".hxx", ".inc", ".ipp", ".tpp", ".c", ".cc", ".cpp", ".cxx", ".m", ".mm"}
+
+# Paths are those from the project's root, wherever a check was started.
+os.chdir(pathlib.Path(__file__).resolve().parent.parent)
 
 
 def git_files(*patterns):

@@ -4,6 +4,7 @@ for one of them says little, as a linker takes from a library only what somebody
 import os
 import pathlib
 import re
+import shlex
 from functools import cached_property
 
 LINKED_BY = re.compile(r"^(\S+): (?:CXX|OBJCXX)_EXECUTABLE_LINKER__", re.M)
@@ -59,15 +60,19 @@ class Build:
         found = []
         for path in sorted(self.executables):
             if path.startswith("tests/") and not path.endswith(".cmake"):
-                program = Program(path, self.ask("-t", "inputs", path).split(), self)
+                program = Program(path, self.inputs_of(path), self)
                 found += [program] if program.tests else []
         return found
+
+    def inputs_of(self, path):
+        """Which are quoted as for a shell."""
+        return shlex.split(self.ask("-t", "inputs", path))
 
     def objects_of(self, executable):
         """Its own, and those that the linker took out of libraries."""
         folder, name = os.path.split(executable)
         own = f"{folder}/CMakeFiles/{name}.dir/"
-        yield from (each for each in self.ask("-t", "inputs", executable).split()
+        yield from (each for each in self.inputs_of(executable)
                     if each.startswith(own) and each.endswith(".o"))
         taken = (self.folder / f"{executable}.taken").read_text()
         for library, name in re.findall(r"\t(\S+)\((\S+)\)\t", taken):
@@ -76,7 +81,11 @@ class Build:
             yield from self.named(f"{folder}/CMakeFiles/{archive[3:-2]}.dir/", name)
 
     def named(self, folder, name):
-        return (each for each in self.dependencies if each.startswith(folder) and each.endswith(f"/{name}"))
+        """By the folder of a library's objects and a name alone, which is all that the linker tells."""
+        found = [each for each in self.dependencies if each.startswith(folder) and each.endswith(f"/{name}")]
+        if len(found) > 1:
+            raise ValueError(f"one library has {' and '.join(found)}; which of them is linked nobody tells")
+        return found
 
     @cached_property
     def dependencies(self):

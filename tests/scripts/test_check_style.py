@@ -107,12 +107,13 @@ class CheckStyle(unittest.TestCase):
                 self.expect_refusal(f"{LINUX}/{path}", include(other), "must not know of")
 
     def test_refuses_a_file_that_is_in_no_room(self):
-        for path in (f"{LINUX}/cellar/Queue.h", f"{LINUX}/x11/cellar/Queue.h", "src/cellar/Queue.h"):
+        for path in (f"{LINUX}/cellar/Queue.h", f"{LINUX}/x11/cellar/Queue.h", "src/cellar/Queue.h",
+                     "src/platform/other/Queue.h"):
             with self.subTest(path=path):
                 self.expect_refusal(path, "struct Queue;\n", ": a folder that is n")
 
     def test_refuses_a_desktop_in_the_picture(self):
-        for header in ("xcb/xcb.h", "QImage"):
+        for header in ("xcb/xcb.h", "QImage", "QtGui/QImage", "QtCore", "pipewire/pipewire.h"):
             with self.subTest(header=header):
                 self.expect_refusal(f"{LINUX}/picture/Image.h", f"#include <{header}>\n",
                                     "must not know of a desktop")
@@ -125,6 +126,18 @@ class CheckStyle(unittest.TestCase):
             with self.subTest(path=path, other=other):
                 self.write("tests/CMakeLists.txt", "add_executable(unit_tests unit/link/FrameTest.cpp)\n")
                 self.expect_refusal(path, f'#include "{other}"\n', "must not know of")
+        self.expect_refusal("tests/unit/link/FrameTest.cpp", '#include "../../../src/platform/linux/Queue.h"\n',
+                            "leaves its folder")
+        self.expect_refusal("agent/Session.cpp", '#include ""\n', "leaves its folder")
+
+    def test_refuses_what_is_no_text(self):
+        (self.root / "src/link/Frame.cpp").write_bytes(b"// caf\xe9\n")
+        self.assertEqual(self.check(), (1, "src/link/Frame.cpp: it is not in UTF-8\n"))
+
+    def test_is_the_same_wherever_it_is_started(self):
+        self.write("src/link/Frame.cpp", "#include <unistd.h>\n")
+        done = subprocess.run([self.root / "scripts/check-includes"], cwd=self.root / "src")
+        self.assertEqual(done.returncode, 1)
 
     def test_reads_headers_of_every_name(self):
         self.expect_refusal("src/link/Frame.hpp", "#include <unistd.h>\n", "must not know of an operating system")

@@ -65,15 +65,17 @@ class ThreadQueue::State {
     changed_.notify_one();
   }
 
-  /// Wakes nobody where a timer will in time, whose handler runs after the task.
+  /// Wakes nobody where a timer will in time, whose handler runs after the task. One that is
+  /// overdue waits for no more tasks, nor for those that others have woken the thread up for.
   void submitWithin(std::chrono::nanoseconds leeway, Task task) {
-    const auto latest = steady_clock::now() + leeway;
+    const auto now = steady_clock::now();
     {
       const std::lock_guard lock(mutex_);
       tasks_.push_back(std::move(task));
       const auto next = nextFiring();
-      if (next != firings_.end() && (*next)->due <= latest) {
-        patient_ = tasks_.size();
+      if (next != firings_.end() && (*next)->due - now <= leeway) {
+        const bool onlySuch = patient_ + 1 == tasks_.size();
+        if ((*next)->due > now && onlySuch) ++patient_;
         return;
       }
     }

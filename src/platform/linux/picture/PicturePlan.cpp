@@ -72,11 +72,12 @@ bool PicturePlan::mayRepeatKey(int quantiser) const {
 }
 
 /// What has not changed need not be encoded again: not because the key frame takes a little less
-/// than it may, nor where a readable page would become hardly finer.
+/// than it may, nor where nobody would see what is finer.
 bool PicturePlan::mayKeepKey(int quantiser, double allowed) const {
   if (!keyAgain_) return false;
   if (keyQuantiser_ <= quantiser) return keyBits_ >= allowed * tooSmall;
-  return keyIsReadable_ && keyQuantiser_ - quantiser < leastStep;
+  return keyQuality_ >= flawlessQuality && settledQuantiser() == keyQuantiser_ &&
+         keyQuantiser_ - quantiser < leastStep;
 }
 
 PicturePlan::Decision PicturePlan::keyFrame(const Tick& tick) {
@@ -195,6 +196,7 @@ void PicturePlan::sent(const Decision& decision, double bits, double quality) {
   // A page at the border must not change sides with every key frame.
   constexpr double border = 1;
   keyIsReadable_ = quality >= readableQuality - (keyIsReadable_ ? border : 0);
+  keyQuality_ = quality;
   keyQuantiser_ = decision.quantiser;
   keyBits_ = bits;
   busyQuantiser_ = decision.quantiser;

@@ -182,6 +182,7 @@ class PicturePlan {
   double reference_ = worstQuantiser;  ///< how good the last picture is for those that follow
   int keyQuantiser_ = worstQuantiser;  ///< of the last key frame
   double keyBits_ = 0;
+  double keyQuality_ = 0;       ///< in decibels
   bool keyIsReadable_ = false;  ///< and so nothing is to become better than it
   int attempts_ = 0;            ///< that were made at the picture under way and are not to be sent
   bool keyAgain_ = false;       ///< the key frame under way is like the one before

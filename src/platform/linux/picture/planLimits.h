@@ -61,6 +61,9 @@ inline constexpr int mostStep = 9;
 /// Better in two steps takes this much more than good at once.
 inline constexpr double refinementFactor = 1.15;
 
+/// Above this signal-to-noise ratio of its luma, in decibels, nobody tells a page from the screen.
+inline constexpr double flawlessQuality = 44;
+
 /// What is finer than the settled quantiser by less than this looks the same.
 inline constexpr int bearableStep = 3;
 

@@ -223,23 +223,38 @@ TEST_F(PicturePlanKeyFrameTest, IsNotKeptForAnotherPage) {
 
 /// Which a viewer would not see, and all of it would be encoded anew.
 TEST_F(PicturePlanKeyFrameTest, IsKeptWhereItCouldBeHardlyFiner) {
-  for (const double quality : {goodQuality, poorQuality}) {
+  constexpr double flawless = 44;
+  for (const double quality : {flawless, flawless - 0.1}) {
     PicturePlan other{macroblocks, mostBits, {}};
     const auto first = other.next(tickOf(macroblocks, true));
     other.sent(first, 0.84 * first.wantedBits, quality);
     for (int i = 0; i < 60; ++i) other.sent(other.next(tickOf(0)), 0, 0);
     const auto second = other.next(tickOf(3, true));
-    EXPECT_EQ(second.quantiser, first.quantiser - (quality == goodQuality ? 0 : 2)) << quality;
+    EXPECT_EQ(second.quantiser, first.quantiser - (quality == flawless ? 0 : 2)) << quality;
     // Nor is a finer one asked for when it is there.
     const auto finer = other.instead(second, 0.84 * second.wantedBits);
-    EXPECT_EQ(finer.has_value(), quality == poorQuality);
+    EXPECT_EQ(finer.has_value(), quality < flawless);
   }
 }
 
-TEST_F(PicturePlanKeyFrameTest, IsNotKeptWhereItCouldBeFiner) {
-  const auto first = sendKey(0.5, goodQuality);
+TEST_F(PicturePlanKeyFrameTest, IsNotKeptWhereItIsTooMuchForTheLink) {
+  const auto first = sendKey(1, goodQuality);
   idle(60);
-  EXPECT_LT(plan.next(tickOf(3, true)).quantiser, first.quantiser - 2);
+  auto slower = tickOf(3, true);
+  slower.bitRate = static_cast<std::int64_t>(rate * 0.92);
+  EXPECT_EQ(plan.next(slower).quantiser, first.quantiser);
+  slower.bitRate = static_cast<std::int64_t>(rate * 0.85);
+  EXPECT_GT(plan.next(slower).quantiser, first.quantiser);
+}
+
+TEST_F(PicturePlanKeyFrameTest, IsNotKeptWhereItCouldBeFiner) {
+  for (const double part : {0.8, 0.5}) {
+    PicturePlan other{macroblocks, mostBits, {}};
+    const auto first = other.next(tickOf(macroblocks, true));
+    other.sent(first, part * first.wantedBits, goodQuality);
+    for (int i = 0; i < 60; ++i) other.sent(other.next(tickOf(0)), 0, 0);
+    EXPECT_LE(other.next(tickOf(3, true)).quantiser, first.quantiser - 3) << part;
+  }
 }
 
 TEST_F(PicturePlanKeyFrameTest, IsNotRepeatedWhereTheLinkHasNoRoomForIt) {

@@ -46,6 +46,24 @@ TEST_F(SampleOutletTest, DeliversOnTheQueueOnceThereIsOne) {
   EXPECT_EQ(samples, 1);
 }
 
+/// Whoever shows samples looks at them by a clock of its own.
+class LeisurelyQueue final : public SerialQueue {
+ public:
+  void async(Task) override { ADD_FAILURE() << "it is woken up for every sample"; }
+  void asyncWithin(std::chrono::nanoseconds given, Task) override { leeway = given; }
+  void sync(const Task&) override {}
+
+  std::chrono::nanoseconds leeway{};
+};
+
+TEST_F(SampleOutletTest, WakesNobodyForASampleWithinATickOfUsualLength) {
+  LeisurelyQueue other;
+  outlet.connect([](const StreamSample&, StreamOutputType) {}, other);
+  outlet.deliver({});
+  EXPECT_GT(other.leeway, std::chrono::milliseconds(34));
+  EXPECT_LT(other.leeway, std::chrono::milliseconds(100));
+}
+
 TEST_F(SampleOutletTest, DeliversNothingOnceItIsStopped) {
   connect();
   EXPECT_FALSE(isReadable());
