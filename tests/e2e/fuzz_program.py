@@ -207,7 +207,19 @@ class Fuzz(harness.Case):
         wait_until(lambda: self.overlays() == 0, "no overlay is left")
         self.expect_keyboard_as_before()
         self.assertTrue(self.program.is_running())
+        wait_until(lambda: not {"screen", "encoder"} & self.threads(), "no thread of a session is left")
         return Footprint(self.program.pid)
+
+    def threads(self):
+        """By name. Those of a session end behind its stop, not in it."""
+        tasks = pathlib.Path(f"/proc/{self.program.pid}/task").glob("*/comm")
+        names = set()
+        for task in tasks:
+            try:
+                names.add(task.read_text().strip())
+            except OSError:  # it has just ended
+                pass
+        return names
 
     def expect_keyboard_as_before(self):
         try:

@@ -157,8 +157,8 @@ class ThreadQueue::State {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<Task> tasks_;
-  std::size_t patient_ =
-      0;  ///< as many tasks are to run before a timer, which they have waited for
+  /// As many tasks are to run before a timer, which they have waited for.
+  std::size_t patient_ = 0;
   std::vector<FiringRef> firings_;
   bool closing_ = false;
 };
