@@ -158,7 +158,7 @@ std::vector<std::string> orderAround(
   constexpr auto interval = 100ms;
   ThreadQueue queue("test");
   std::vector<std::string> order;
-  const auto note = [&](const char* what) { order.emplace_back(what); };
+  const std::function<void(const char*)> note = [&](const char* what) { order.emplace_back(what); };
   std::promise<void> begun;
   std::promise<void> over;
   std::promise<void> fired;
