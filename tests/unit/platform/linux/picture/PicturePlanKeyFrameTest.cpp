@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "platform/linux/picture/PicturePlan.h"
 
 /// Single decisions about key frames; what becomes of whole streams is held elsewhere.
@@ -235,6 +237,21 @@ TEST_F(PicturePlanKeyFrameTest, IsKeptWhereItCouldBeHardlyFiner) {
     const auto finer = other.instead(second, 0.84 * second.wantedBits);
     EXPECT_EQ(finer.has_value(), quality < flawless);
   }
+}
+
+/// A key frame that is kept would undo each time what has become better meanwhile.
+TEST_F(PicturePlanKeyFrameTest, IsNotKeptWhereThePageIsToBecomeMuchBetter) {
+  std::set<int> finer;
+  for (int part = 0; part < 200; ++part) {
+    PicturePlan other{macroblocks, mostBits, {}};
+    const auto first = other.next(tickOf(macroblocks, true));
+    other.sent(first, 0.4 * first.wantedBits, goodQuality);
+    for (int i = 0; i < 60; ++i) other.sent(other.next(tickOf(0)), 0, 0);
+    other.sent({.action = Action::skip}, rate * part / 200, 0);
+    finer.insert(first.quantiser - other.next(tickOf(3, true)).quantiser);
+  }
+  EXPECT_TRUE(finer.contains(1));
+  EXPECT_TRUE(finer.contains(2));
 }
 
 TEST_F(PicturePlanKeyFrameTest, IsNotKeptWhereItIsTooMuchForTheLink) {
