@@ -111,8 +111,7 @@ class Copy:
         self.expect_built(status, output)
 
     def build_unchanged(self, programs):
-        if programs:
-            self.expect_built(*self.build(programs))
+        self.expect_built(*self.build(programs))
 
     @staticmethod
     def expect_built(status, output):
@@ -142,7 +141,7 @@ class Copy:
     def built(self):
         """What ninja knows of this copy's build."""
         return Build(self.tree, self.build_folder, lambda *arguments: self.runner.run(
-            ["ninja", "-C", self.build_folder, "--quiet", *arguments], 60)[1])
+            ["ninja", "-C", self.build_folder, "--quiet", *arguments], 60)[1], self.build_unchanged)
 
     def test(self, program, chosen, limit):
         """Runs the chosen tests up to the first that fails. Several processes share them: in one, the

@@ -47,12 +47,15 @@ def test_of(match):
 
 
 class Build:
-    """What ninja knows of a build folder. `ask` gives ninja's answer to arguments."""
+    """What ninja knows of a build folder. `ask` gives ninja's answer to arguments, `build` builds
+    programs."""
 
-    def __init__(self, tree, folder, ask):
+    def __init__(self, tree, folder, ask, build):
         self.tree = tree
         self.folder = folder
         self.ask = ask
+        self.build = build
+        self.built = set()
         self.executables = set(LINKED_BY.findall(ask("-t", "targets", "all")))
 
     @cached_property
@@ -63,6 +66,13 @@ class Build:
                 program = Program(path, self.inputs_of(path), self)
                 found += [program] if program.tests else []
         return found
+
+    def make(self, programs):
+        """Builds those that are not there yet; what was known of objects before is not all then."""
+        if missing := [program for program in programs if program not in self.built]:
+            self.build(missing)
+            self.built.update(missing)
+            self.__dict__.pop("dependencies", None)
 
     def inputs_of(self, path):
         """Which are quoted as for a shell."""
@@ -106,8 +116,7 @@ class Coverage:
     """The tests that hold a file, in the programs that it is linked into: those of its name; where
     there are none, those of its folder; where there are none either, all."""
 
-    def __init__(self, file, build, make):
-        """`make` builds programs."""
+    def __init__(self, file, build):
         name = pathlib.PurePath(file).stem
         name = name[0].upper() + name[1:]
         folder = os.path.join("tests/unit", os.path.dirname(os.path.relpath(file, "src")))
@@ -116,7 +125,7 @@ class Coverage:
                      lambda test: True):
             candidates = [program for program in build.programs
                           if any(map(near, program.tests)) and program.may_link(file)]
-            make(candidates)
+            build.make(candidates)
             self.programs = [each for each in candidates if str(build.tree / file) in each.linked]
             if self.programs:
                 self.suites = {program: program.suites(near) for program in self.programs}

@@ -197,6 +197,28 @@ class Mutate(unittest.TestCase):
         self.assertIn("WindowTest.Squares", (self.root / "build/mutate/results.txt").read_text())
         self.assertEqual(status, 0)
 
+    def test_knows_of_programs_that_are_built_for_a_later_file(self):
+        (self.root / "tests/CMakeLists.txt").write_text("""
+            find_package(GTest REQUIRED)
+            include_directories(../src)
+            link_libraries(GTest::gtest_main)
+            add_library(link STATIC ../src/link/Frame.cpp)
+            add_library(input STATIC ../src/input/Key.cpp)
+            add_executable(unit_tests unit/link/FrameTest.cpp)
+            target_link_libraries(unit_tests PRIVATE link)
+            add_executable(hands_tests unit/input/KeyTest.cpp)
+            target_link_libraries(hands_tests PRIVATE input)
+            """)
+        for file, text in {"src/input/Key.cpp": "int key() { return 7; }\n",
+                           "tests/unit/input/KeyTest.cpp": "#include <gtest/gtest.h>\nint key();\n"
+                                                           "TEST(KeyTest, IsSeven) { EXPECT_EQ(key(), 7); }\n"}.items():
+            (self.root / file).parent.mkdir(parents=True, exist_ok=True)
+            (self.root / file).write_text(text)
+        mutate = self.start(self.root / "src/link/Frame.cpp", file="src/input/Key.cpp")
+        said = mutate.communicate(timeout=120)[0]
+        self.assertNotIn("left out", said)
+        self.assertIn("KeyTest.IsSeven", (self.root / "build/mutate/results.txt").read_text())
+
     def test_leaves_out_what_no_test_runs(self):
         (self.root / "src/link/Frame.cpp").rename(self.root / "src/link/Idle.cpp")
         (self.root / "tests/CMakeLists.txt").write_text("""
