@@ -4,6 +4,7 @@
 
 #include "support/TemporaryFolder.h"
 #include "support/XServer.h"
+#include "support/waylandPrograms.h"
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 #include "unit/platform/linux/portal/session/AskedDesktop.h"
 
@@ -17,12 +18,7 @@ class PortalEventPosterReceiversTest : public PosterFixtureOn<session::AskedDesk
 
   std::string file() const { return (folder.path() / "text").string(); }
 
-  static std::string textOf(const std::string& name) {
-    std::ifstream stream(name);
-    return {std::istreambuf_iterator<char>(stream), {}};
-  }
-
-  std::string content() const { return textOf(file()); }
+  std::string content() const { return testing::contentsOf(file()); }
 
   bool hasSaid(const std::string& text) const {
     return testing::waitUntil([&] { return content().find(text) != npos; });
@@ -64,7 +60,7 @@ TEST_F(PortalEventPosterReceiversTest, TypesInAToolkitsEntry) {
       {"sh", "-c", "exec zenity --entry > " + file() + " 2> " + protocol}, environment);
   ASSERT_TRUE(testing::waitUntil([&] {
     click({300, 60});
-    return std::regex_search(textOf(protocol), std::regex("wl_keyboard@\\d+\\.enter"));
+    return std::regex_search(testing::contentsOf(protocol), std::regex("wl_keyboard@\\d+\\.enter"));
   })) << "it has the focus";
   type(u"äZ€中 ok~");
   strike(0x00, eventFlag::shift);
@@ -74,10 +70,8 @@ TEST_F(PortalEventPosterReceiversTest, TypesInAToolkitsEntry) {
 
 TEST_F(PortalEventPosterReceiversTest, TypesInAnotherToolkitsEntry) {
   window.reset();
-  auto environment = desktop.environment();
-  environment.insert(environment.end(), {"QT_QPA_PLATFORM=wayland", "LC_ALL=C.UTF-8"});
   const testing::ChildProcess entry({"sh", "-c", "exec " VESK_QT_ENTRY " > " + file()},
-                                    environment);
+                                    testing::environmentForQt(desktop.environment()));
   ASSERT_TRUE(testing::waitUntil([&] {
     click({300, 60});
     return content().find("ready\n") != npos;
@@ -93,19 +87,14 @@ TEST_F(PortalEventPosterReceiversTest, TypesInAnotherToolkitsEntry) {
 /// Which takes nothing from keys that are on no usual keyboard, as that of the euro.
 TEST_F(PortalEventPosterReceiversTest, TypesInABrowser) {
   window.reset();
-  const std::string page = (folder.path() / "page.html").string();
-  std::ofstream(page) << "<meta charset=utf-8><body style='margin: 0'><textarea autofocus "
-                         "style='width: 100vw; height: 100vh' "
-                         "onfocus='console.log(`ready.`)' "
-                         "oninput='console.log(`text:${value}.`)' "
-                         "onselect='console.log(`selected:${value}.`)'></textarea>";
-  const testing::ChildProcess browser(
-      {"sh", "-c",
-       "exec chromium --ozone-platform=wayland --no-sandbox --disable-gpu --no-first-run --kiosk "
-       "--disable-background-networking --disable-component-update --disable-sync "
-       "--enable-logging=stderr --user-data-dir=" +
-           (folder.path() / "profile").string() + " --app=file://" + page + " 2> " + file()},
-      desktop.environment());
+  auto command = testing::browserWith(
+      "<body style='margin: 0'><textarea autofocus style='width: 100vw; height: 100vh' "
+      "oninput='console.log(`text:${value}.`)' "
+      "onselect='console.log(`selected:${value}.`)'></textarea>",
+      folder.path());
+  command.insert(command.end(), {"--kiosk", "--enable-logging=stderr"});
+  command.insert(command.begin(), {"sh", "-c", "exec \"$@\" 2> " + file(), "sh"});
+  const testing::ChildProcess browser(command, desktop.environment());
   ASSERT_TRUE(testing::waitUntil([&] {
     click({500, 500});
     type(u"x");

@@ -1,8 +1,6 @@
-#include <fstream>
-#include <iterator>
-
 #include "support/TemporaryFolder.h"
 #include "support/XServer.h"
+#include "support/waylandPrograms.h"
 #include "unit/platform/linux/wayland/input/PosterFixture.h"
 
 namespace vesk::wayland::input::VESK_FILE {
@@ -13,10 +11,7 @@ class WlEventPosterReceiversTest : public PosterFixture {
  protected:
   std::string file() const { return (folder.path() / "text").string(); }
 
-  std::string content() const {
-    std::ifstream stream(file());
-    return {std::istreambuf_iterator<char>(stream), {}};
-  }
+  std::string content() const { return testing::contentsOf(file()); }
 
   bool isShown(const std::string& name) const {
     return testing::waitUntil([&] {
@@ -53,10 +48,8 @@ TEST_F(WlEventPosterReceiversTest, TypesInAToolkitsEntry) {
 }
 
 TEST_F(WlEventPosterReceiversTest, TypesInAnotherToolkitsEntry) {
-  auto environment = sway.environment();
-  environment.insert(environment.end(), {"QT_QPA_PLATFORM=wayland", "LC_ALL=C.UTF-8"});
   const testing::ChildProcess entry({"sh", "-c", "exec " VESK_QT_ENTRY " > " + file()},
-                                    environment);
+                                    testing::environmentForQt(sway.environment()));
   ASSERT_TRUE(testing::waitUntil([&] { return content().starts_with("ready\n"); }));
   type(u"äZ€中😀 ok");
   strike(0x00, eventFlag::shift);
@@ -70,14 +63,11 @@ TEST_F(WlEventPosterReceiversTest, TypesInAnotherToolkitsEntry) {
 /// The page writes its field into its title, and so into the window's name. Characters beyond the
 /// first 65,536 it drops by itself.
 TEST_F(WlEventPosterReceiversTest, TypesInABrowser) {
-  const std::string page = (folder.path() / "page.html").string();
-  std::ofstream(page) << "<meta charset=utf-8><title>ready</title><textarea autofocus "
-                         "oninput='document.title = `text:${value}.`' "
-                         "onselect='document.title = `selected:${value}.`'></textarea>";
   const testing::ChildProcess browser(
-      {"chromium", "--ozone-platform=wayland", "--no-sandbox", "--disable-gpu", "--no-first-run",
-       "--disable-background-networking", "--disable-component-update", "--disable-sync",
-       "--user-data-dir=" + (folder.path() / "profile").string(), "--app=file://" + page},
+      testing::browserWith("<title>ready</title><textarea autofocus "
+                           "oninput='document.title = `text:${value}.`' "
+                           "onselect='document.title = `selected:${value}.`'></textarea>",
+                           folder.path()),
       sway.environment());
   const auto isNamed = [&](const std::string& name) {
     return testing::waitUntil([&] { return sway.ask("get_tree").find(name) != npos; });
