@@ -20,7 +20,7 @@ class TakenImages {
 
   virtual ~TakenImages() = default;
 
-  std::optional<PlatformError> open() { return images().open(); }
+  std::optional<PlatformError> open() { return images().open(-1); }
 
   /// Takes the next image if there is one by then; the error that ends it otherwise is kept.
   Image next(int milliseconds);

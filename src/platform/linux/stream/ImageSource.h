@@ -23,8 +23,9 @@ class ImageSource {
 
   virtual ~ImageSource() = default;
 
-  /// Own windows come up once this has returned.
-  virtual std::optional<PlatformError> open() = 0;
+  /// Own windows come up once this has returned. What takes long is given up as soon as `stopped`,
+  /// a descriptor or -1, becomes readable.
+  virtual std::optional<PlatformError> open(int stopped) = 0;
   virtual void close() = 0;
 
   /// Becomes readable when the desktop has something to tell.

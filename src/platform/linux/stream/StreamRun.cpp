@@ -35,7 +35,7 @@ void StreamRun::run(Completion started) {
 std::optional<PlatformError> StreamRun::open() {
   // Without it the stream could be neither stopped nor put to sleep.
   if (!outlet_) return streamError::noDescriptor;
-  return images_->open();
+  return images_->open(outlet_.descriptor());
 }
 
 /// Sends images until it is stopped or the display fails; the failure, if any.

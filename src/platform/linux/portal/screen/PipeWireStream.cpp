@@ -110,9 +110,7 @@ pw_stream_events PipeWireStream::streamEvents() {
 
 int PipeWireStream::descriptor() const { return pw_loop_get_fd(loop_.get()); }
 
-void PipeWireStream::iterate(std::chrono::milliseconds time) {
-  pw_loop_iterate(loop_.get(), static_cast<int>(time.count()));
-}
+void PipeWireStream::iterate() { pw_loop_iterate(loop_.get(), 0); }
 
 void PipeWireStream::beginAnew() {
   pw_stream_set_active(stream_.get(), false);

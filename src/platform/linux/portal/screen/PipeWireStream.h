@@ -58,8 +58,8 @@ class PipeWireStream {
   /// Becomes readable when something was called back, or `iterate` has something else to do.
   int descriptor() const;
 
-  /// Takes what has come, and waits for something so long at most.
-  void iterate(std::chrono::milliseconds time);
+  /// Takes what has come.
+  void iterate();
 
   /// Has the other side begin once more.
   void beginAnew();

@@ -47,13 +47,7 @@ class PortalStream::Run final : public Question, public std::enable_shared_from_
     session_->start();
   }
 
-  void withdraw() override {
-    {
-      const std::lock_guard lock(mutex_);
-      if (session_ == nullptr || images_ != nullptr) return;
-    }
-    end(session::sessionError::withdrawn);
-  }
+  void withdraw() override { end(session::sessionError::withdrawn, Unless::started); }
 
   /// Nothing is told of any more once this has returned, but for the completion.
   void stop(Completion completion) {
@@ -109,15 +103,19 @@ class PortalStream::Run final : public Question, public std::enable_shared_from_
     return std::exchange(started_, nullptr);
   }
 
-  /// Of the session or of the images, on their thread: the other one ends too.
-  void end(const PlatformError& error) {
+  enum class Unless { over, started };
+
+  /// Both, whichever of the session and the images has ended.
+  void end(const PlatformError& error, Unless unless = Unless::over) {
     Completion started;
     {
       const std::lock_guard lock(mutex_);
+      if (unless == Unless::started && started_ == nullptr) return;
       if (std::exchange(isOver_, true)) return;
       asking_.reset();
       started = std::exchange(started_, nullptr);
       if (session_ != nullptr) session_->end();
+      if (images_ != nullptr) images_->stopCapture([](const auto&) {});
     }
     if (started) return started(error);
     onStopped_(error);

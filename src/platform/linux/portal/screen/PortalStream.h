@@ -10,12 +10,12 @@
 
 namespace vesk::portal::screen {
 
-/// What the desktop asks the person.
+/// What the desktop asks the person, up to the first picture of what they have agreed to.
 class Question {
  public:
   virtual ~Question() = default;
 
-  /// Takes it back, if it stands open: the start fails. Thread: any.
+  /// Takes it back, if the start is still under way: it fails. Thread: any.
   virtual void withdraw() = 0;
 };
 

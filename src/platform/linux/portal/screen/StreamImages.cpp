@@ -1,8 +1,10 @@
 #include "platform/linux/portal/screen/StreamImages.h"
 
 #include <libyuv.h>
+#include <poll.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <utility>
@@ -29,6 +31,14 @@ constexpr auto longestHalt = 2s;
 /// A picture takes so long at most from the screen to this program, besides waiting for its turn.
 constexpr auto longestOnItsWay = 100ms;
 
+/// Waits until one of the two is readable or the time is over; whether the first one is.
+bool isReadable(int first, int second, StreamImages::Time::duration time) {
+  std::array<pollfd, 2> descriptors{pollfd{first, POLLIN, 0}, pollfd{second, POLLIN, 0}};
+  ::poll(descriptors.data(), descriptors.size(),
+         static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(time).count()));
+  return descriptors.front().revents != 0;
+}
+
 }  // namespace
 
 StreamImages::StreamImages(Descriptor remote, std::uint32_t node, DisplayId display,
@@ -40,7 +50,7 @@ StreamImages::StreamImages(Descriptor remote, std::uint32_t node, DisplayId disp
       leftOut_(leftOut),
       beneath_(display) {}
 
-std::optional<PlatformError> StreamImages::open() {
+std::optional<PlatformError> StreamImages::open(int stopped) {
   if (leftOut_ != nullptr) generation_ = leftOut_->shown().generation;
   stream_ = std::make_unique<PipeWireStream>(
       std::move(remote_), node_,
@@ -50,7 +60,7 @@ std::optional<PlatformError> StreamImages::open() {
                                  const std::lock_guard lock(mutex_);
                                  pointer_.follow(std::move(news));
                                }});
-  auto error = *stream_ ? firstPicture()
+  auto error = *stream_ ? firstPicture(stopped)
                         : std::optional(stream::unlessNoDescriptor(streamError::notReadable));
   // It ends on the thread that it was made on.
   if (error) close();
@@ -58,7 +68,7 @@ std::optional<PlatformError> StreamImages::open() {
 }
 
 /// Waits for it.
-std::optional<PlatformError> StreamImages::firstPicture() {
+std::optional<PlatformError> StreamImages::firstPicture(int stopped) {
   const auto deadline = Time::clock::now() + longestFirst;
   auto isDue = Time::clock::now() + longestSilence;
   while (!hasPicture()) {
@@ -68,8 +78,9 @@ std::optional<PlatformError> StreamImages::firstPicture() {
       stream_->beginAnew();
       isDue = now + longestSilence;
     }
-    stream_->iterate(std::chrono::ceil<std::chrono::milliseconds>(std::min(isDue, deadline) - now));
-    if (auto error = end()) return error;
+    if (isReadable(stopped, stream_->descriptor(), std::min(isDue, deadline) - now))
+      return streamError::givenUp;
+    if (auto error = follow()) return error;
   }
   const auto size = layout_.size;
   canvas_.resize(static_cast<std::size_t>(size.width * size.height) * bytesPerPixel);
@@ -81,7 +92,7 @@ std::optional<PlatformError> StreamImages::firstPicture() {
 void StreamImages::close() { stream_.reset(); }
 
 std::optional<PlatformError> StreamImages::follow() {
-  stream_->iterate(0ms);
+  stream_->iterate();
   return end();
 }
 

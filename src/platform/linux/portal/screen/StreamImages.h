@@ -34,7 +34,7 @@ class StreamImages final : public stream::ImageSource {
                const StreamConfiguration& configuration,
                const wayland::beneath::OwnSurfaces* leftOut);
 
-  std::optional<PlatformError> open() override;
+  std::optional<PlatformError> open(int stopped) override;
   void close() override;
   int descriptor() const override { return stream_->descriptor(); }
   std::optional<PlatformError> follow() override;
@@ -45,7 +45,7 @@ class StreamImages final : public stream::ImageSource {
   bool isHeldBack() const override { return isHeldBack_; }
 
  private:
-  std::optional<PlatformError> firstPicture();
+  std::optional<PlatformError> firstPicture(int stopped);
   std::optional<PlatformError> end() const;
   void keep(const RemotePicture& picture);
   bool hasPicture() const;

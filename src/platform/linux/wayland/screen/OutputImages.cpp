@@ -36,7 +36,7 @@ PixelRect whole(const server::Output& output) {
 
 }  // namespace
 
-std::optional<PlatformError> OutputImages::open() {
+std::optional<PlatformError> OutputImages::open(int /*stopped*/) {
   if (auto error = connect()) return error;
   copier_ = std::make_unique<OutputCopier>(*connection_, outputs_->proxy(output_.id),
                                            configuration_.showsCursor);

@@ -29,7 +29,7 @@ class OutputImages final : public stream::ImageSource {
                const beneath::OwnSurfaces* leftOut)
       : display_(std::move(display)), configuration_(configuration), leftOut_(leftOut) {}
 
-  std::optional<PlatformError> open() override;
+  std::optional<PlatformError> open(int stopped) override;
   void close() override;
   int descriptor() const override { return connection_->descriptor(); }
   std::optional<PlatformError> follow() override;

@@ -19,7 +19,7 @@ std::optional<server::Monitor> monitorOf(const server::Connection& connection, D
 
 }  // namespace
 
-std::optional<PlatformError> MonitorImages::open() {
+std::optional<PlatformError> MonitorImages::open(int /*stopped*/) {
   const server::Connection connection;
   if (!connection) return stream::unlessNoDescriptor(streamError::serverGone);
   const auto monitor = monitorOf(connection, display_.displayID);

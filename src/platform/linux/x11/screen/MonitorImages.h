@@ -22,7 +22,7 @@ class MonitorImages final : public stream::ImageSource {
       : display_(std::move(display)), configuration_(configuration), leftOut_(leftOut) {}
 
   /// What own windows cover that come up once this has returned has been seen before.
-  std::optional<PlatformError> open() override;
+  std::optional<PlatformError> open(int stopped) override;
   void close() override;
   int descriptor() const override { return grabber_->descriptor(); }
   std::optional<PlatformError> follow() override;

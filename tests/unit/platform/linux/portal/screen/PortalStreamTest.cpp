@@ -20,7 +20,9 @@ namespace {
 
 class PortalStreamTest : public ::testing::Test, protected session::AskedDesktop {
  protected:
-  PortalStreamTest() {
+  PortalStreamTest() { makeStream(); }
+
+  void makeStream() {
     StreamConfiguration configuration;
     configuration.width = 1920;
     configuration.height = 1080;
@@ -73,12 +75,18 @@ class PortalStreamTest : public ::testing::Test, protected session::AskedDesktop
       return all_;
     }
 
+    void clear() {
+      const std::lock_guard lock(mutex_);
+      all_.clear();
+    }
+
    private:
     std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<std::string> all_;
   };
 
+  const std::string withdrawn = session::sessionError::withdrawn.localizedDescription;
   wayland::beneath::OwnSurfaces own;
   PortalScreenCapture capture{strokes, gate, own};
   testing::ReceivedSamples received;
@@ -128,7 +136,7 @@ TEST_F(PortalStreamTest, SaysThatThePersonHasRefused) {
 TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsStopped) {
   begin();
   EXPECT_TRUE(stopsInTime());
-  EXPECT_EQ(outcome(), session::sessionError::withdrawn.localizedDescription);
+  EXPECT_EQ(outcome(), withdrawn);
   EXPECT_TRUE(isAskedNoMore());
   EXPECT_EQ(received.images(), 0);
   EXPECT_TRUE(gate.isOpen());
@@ -137,7 +145,7 @@ TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsStopped) {
 TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsWithdrawn) {
   begin();
   capture.withdrawQuestions();
-  EXPECT_EQ(outcome(), session::sessionError::withdrawn.localizedDescription);
+  EXPECT_EQ(outcome(), withdrawn);
   EXPECT_TRUE(isAskedNoMore());
   EXPECT_EQ(received.errors(), std::vector<std::string>{});
 }
@@ -149,7 +157,7 @@ TEST_F(PortalStreamTest, TakesEachQuestionBackWhenAllAreWithdrawn) {
   another->startCapture([&](const auto& error) { others.add(error->localizedDescription); });
   capture.withdrawQuestions();
   others.await();
-  EXPECT_EQ(outcome(), session::sessionError::withdrawn.localizedDescription);
+  EXPECT_EQ(outcome(), withdrawn);
   EXPECT_EQ(others.all(), outcomes.all());
   EXPECT_TRUE(isAskedNoMore());
 }
@@ -185,6 +193,25 @@ TEST_F(PortalStreamTest, IsNotEndedByAWithdrawalOnceThePersonHasAgreed) {
   EXPECT_EQ(received.errors(), std::vector<std::string>{});
   stream.reset();
   capture.withdrawQuestions();
+}
+
+/// Between the person's answer and the first picture. Where that was here first, once more.
+TEST_F(PortalStreamTest, IsGivenUpBeforeItsFirstPictureWhenItIsWithdrawn) {
+  for (int i = 0; i < 10 && outcomes.all() != std::vector{withdrawn}; ++i) {
+    outcomes.clear();
+    makeStream();
+    begin();
+    approve();
+    ASSERT_TRUE(testing::waitUntil([this] { return gate.isOpen(); }));
+    capture.withdrawQuestions();
+    outcome();
+    ASSERT_TRUE(isAskedNoMore());
+  }
+  EXPECT_EQ(outcome(), withdrawn);
+  const int images = received.images();
+  EXPECT_TRUE(stopsInTime());
+  EXPECT_EQ(received.images(), images);
+  EXPECT_EQ(received.errors(), std::vector<std::string>{});
 }
 
 TEST_F(PortalStreamTest, FailsWhereTheSystemHasNoThread) {

@@ -200,9 +200,9 @@ TEST_F(StreamImagesTest, DoNotBeginWithoutAStream) {
   configuration.width = monitor.width;
   configuration.height = monitor.height;
   StreamImages ofNoNode(cast.remote(), cast.node() + 1000, 0, configuration, nullptr);
-  EXPECT_EQ(ofNoNode.open(), streamError::notReadable);
+  EXPECT_EQ(ofNoNode.open(-1), streamError::notReadable);
   StreamImages ofNoRemote(Descriptor(), cast.node(), 0, configuration, nullptr);
-  EXPECT_EQ(ofNoRemote.open(), streamError::notReadable);
+  EXPECT_EQ(ofNoRemote.open(-1), streamError::notReadable);
 }
 
 TEST_F(StreamImagesTest, WaitForAPictureOnlySoLong) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -163,6 +164,17 @@ TEST_F(StreamLifeTest, StopsAtAnyMoment) {
     }
   }
   EXPECT_TRUE(received.errors().empty());
+}
+
+/// A desktop that sends no picture is waited for, but not by whoever has stopped it.
+TEST_F(StreamLifeTest, StopsBeforeItsFirstPicture) {
+  const auto stream = makeStream();
+  ::kill(mutter.compositorPid(), SIGSTOP);
+  std::promise<std::optional<PlatformError>> started;
+  stream->startCapture([&](const auto& error) { started.set_value(error); });
+  EXPECT_EQ(stop(*stream), std::nullopt);
+  EXPECT_EQ(started.get_future().get(), streamError::givenUp);
+  ::kill(mutter.compositorPid(), SIGCONT);
 }
 
 TEST_F(StreamLifeTest, LeavesNothingBehindHoweverOftenItRuns) {

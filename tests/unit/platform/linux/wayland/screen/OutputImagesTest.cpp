@@ -291,12 +291,12 @@ TEST_F(OutputImagesTest, DoNotBeginForADisplayThatIsNotAsListed) {
   configuration.width = 64;
   configuration.height = 40;
   const auto id = server::WlDisplays().mainDisplay();
-  EXPECT_EQ(OutputImages({id + 1000, 640, 400}, configuration, nullptr).open(),
+  EXPECT_EQ(OutputImages({id + 1000, 640, 400}, configuration, nullptr).open(-1),
             streamError::displayGone);
-  EXPECT_EQ(OutputImages({id, 640, 401}, configuration, nullptr).open(),
+  EXPECT_EQ(OutputImages({id, 640, 401}, configuration, nullptr).open(-1),
             streamError::displayChanged);
   OutputImages images({id, 640, 400}, configuration, nullptr);
-  ASSERT_EQ(images.open(), std::nullopt);
+  ASSERT_EQ(images.open(-1), std::nullopt);
   EXPECT_EQ(images.take().image->size(), (PixelSize{64, 40}));
 }
 

@@ -50,7 +50,7 @@ class MonitorImagesTest : public ::testing::Test {
 
 TEST_F(MonitorImagesTest, AreOfTheSizeAskedForAndOnlyWhereThereIsSomethingNew) {
   auto images = of(display);
-  ASSERT_EQ(images.open(), std::nullopt);
+  ASSERT_EQ(images.open(-1), std::nullopt);
   EXPECT_TRUE(images.mayDiffer());
   const auto first = images.take();
   ASSERT_NE(first.image, nullptr);
@@ -73,16 +73,16 @@ TEST_F(MonitorImagesTest, AreOfTheSizeAskedForAndOnlyWhereThereIsSomethingNew) {
 }
 
 TEST_F(MonitorImagesTest, SayThatThereIsNoSuchDisplay) {
-  EXPECT_EQ(of({display.displayID + 1000, 320, 200}).open(), streamError::displayGone);
+  EXPECT_EQ(of({display.displayID + 1000, 320, 200}).open(-1), streamError::displayGone);
 }
 
 TEST_F(MonitorImagesTest, SayThatTheServerIsGone) {
   auto images = of(display);
-  ASSERT_EQ(images.open(), std::nullopt);
+  ASSERT_EQ(images.open(-1), std::nullopt);
   server.kill();
   EXPECT_TRUE(testing::waitUntil([&] { return images.follow() == streamError::serverGone; }));
   images.close();
-  EXPECT_EQ(of(display).open(), streamError::serverGone);
+  EXPECT_EQ(of(display).open(-1), streamError::serverGone);
 }
 
 TEST_F(MonitorImagesTest, AreOfTheMonitorsAreaWhereItIsAPartOfWhatItsModeHas) {
@@ -99,7 +99,7 @@ TEST_F(MonitorImagesTest, AreOfTheMonitorsAreaWhereItIsAPartOfWhatItsModeHas) {
     configuration.width = size.width;
     configuration.height = size.height;
     auto images = of(part);
-    ASSERT_EQ(images.open(), std::nullopt);
+    ASSERT_EQ(images.open(-1), std::nullopt);
     const auto taken = images.take();
     ASSERT_NE(taken.image, nullptr);
     const auto& image = dynamic_cast<const picture::Nv12Image&>(*taken.image);
@@ -116,14 +116,14 @@ TEST_F(MonitorImagesTest, AreOfWhatLiesOnTheScreenOfAMonitorThatReachesBeyond) {
   EXPECT_EQ(mainDisplay().width, 80);
   EXPECT_EQ(mainDisplay().height, 50);
   auto images = of(mainDisplay());
-  EXPECT_EQ(images.open(), std::nullopt);
+  EXPECT_EQ(images.open(-1), std::nullopt);
   EXPECT_NE(images.take().image, nullptr);
 }
 
 TEST_F(MonitorImagesTest, EndWhenTheMonitorIsDefinedAnew) {
   defineMonitor("200/100x100/60+0+0");
   auto images = of(mainDisplay());
-  ASSERT_EQ(images.open(), std::nullopt);
+  ASSERT_EQ(images.open(-1), std::nullopt);
   std::ignore = std::system("xrandr --delmonitor own");
   defineMonitor("100/100x60/60+200+120");
   std::optional<PlatformError> error;
@@ -134,7 +134,7 @@ TEST_F(MonitorImagesTest, EndWhenTheMonitorIsDefinedAnew) {
 TEST_F(MonitorImagesTest, DoNotBeginForADisplayThatHasChangedSinceItWasListed) {
   const auto listed = display;
   defineMonitor("100/100x60/60+200+120");
-  EXPECT_EQ(of({mainDisplay().displayID, listed.width, listed.height}).open(),
+  EXPECT_EQ(of({mainDisplay().displayID, listed.width, listed.height}).open(-1),
             streamError::displayChanged);
 }
 
@@ -153,7 +153,7 @@ TEST_F(DeepColourTest, LooksLikeAnyOther) {
   painter.showArrow();
   painter.movePointer(250, 100);
   auto images = of(display);
-  ASSERT_EQ(images.open(), std::nullopt);
+  ASSERT_EQ(images.open(-1), std::nullopt);
   const auto taken = images.take();
   ASSERT_NE(taken.image, nullptr);
   const auto& image = dynamic_cast<const picture::Nv12Image&>(*taken.image);
@@ -180,7 +180,7 @@ class FewColoursTest : public MonitorImagesTest {
 };
 
 TEST_F(FewColoursTest, AreRefusedInWords) {
-  EXPECT_EQ(of(display).open(), streamError::strangeColours);
+  EXPECT_EQ(of(display).open(-1), streamError::strangeColours);
 }
 
 }  // namespace
