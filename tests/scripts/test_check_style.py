@@ -178,6 +178,17 @@ class CheckStyle(unittest.TestCase):
         self.expect_refusal("src/link/Frame.cpp", "auto a = '\"';\nstd::optional<int> b;\nauto c = '\"';\n",
                             ":2: std::optional without <optional>")
 
+    def test_refuses_a_type_of_ours_whose_header_is_nowhere(self):
+        self.write("src/link/Frame.h", "#pragma once\n\nstruct Frame {};\n")
+        self.write("src/link/Link.h", '#pragma once\n\n#include "link/Frame.h"\n')
+        self.expect_refusal("src/link/Frame.cpp", "\nFrame frame;\n", ":2: Frame without Frame.h")
+        self.expect_refusal("src/link/Frame.cpp", "link::Frame frame;\n", ":1: Frame without Frame.h")
+        for text in ('#include "link/Link.h"\n\nFrame frame;\n', "class Frame;\nFrame& frame();\n",
+                     "template <typename Frame>\nFrame frame;\n", 'auto frame = "Frame";  // Frame\n',
+                     "QImage::Frame frame;\n", "::testing::Frame frame;\n", "SubFrame frame;\n"):
+            self.write("src/link/Frame.cpp", text)
+            self.assertEqual(self.check(), (0, ""), text)
+
     def test_refuses_a_name_of_the_librarys_whose_header_is_nowhere(self):
         self.write("src/link/Frame.h", "#pragma once\n\n#include <string>\n")
         self.write("src/link/Frame.cpp",
