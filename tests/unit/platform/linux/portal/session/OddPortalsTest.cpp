@@ -6,6 +6,7 @@
 #include <QDBusArgument>
 #include <QDBusMetaType>
 #include <QDBusUnixFileDescriptor>
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <future>
@@ -90,6 +91,12 @@ class OddPortalsTest : public ::testing::Test, public OddDesktop, public HeardSe
     ends.clear();
     startSession(
         {.answerWithin = std::chrono::seconds(5), .token = RestoreToken(folder_.path() / "token")});
+  }
+
+  /// Where the portal was told to close something, once there is nothing left of the session.
+  std::vector<QString> closedAtTheEnd() {
+    session.reset();
+    return portal->callsOf("Close");
   }
 
   /// The person lets the viewer have everything.
@@ -184,6 +191,30 @@ TEST_F(OddPortalsTest, MayEndTheSessionBeforeTheyAnswer) {
     begin();
     EXPECT_EQ(end(), sessionError::ended) << method;
   }
+}
+
+TEST_F(OddPortalsTest, AreToldThatAQuestionIsNoLongerOneAndThatTheSessionIsOver) {
+  std::promise<QDBusMessage> asked;
+  portal->deal("Start", [&](const auto& question) {
+    portal->reply(question, {QVariant::fromValue(QDBusObjectPath("/unused"))});
+    asked.set_value(question);
+  });
+  startSession({.answerWithin = std::chrono::milliseconds(100)});
+  EXPECT_EQ(end(), sessionError::unanswered);
+  const auto start = asked.get_future().get();
+  EXPECT_EQ(closedAtTheEnd(),
+            (std::vector{PretendedPortal::requestOf(start), PretendedPortal::sessionOf(start)}));
+}
+
+TEST_F(OddPortalsTest, AreNotToldOfTheEndOfASessionThatTheyHaveEnded) {
+  std::promise<QString> ended;
+  portal->deal("Start", [&](const auto& question) {
+    portal->tell(PretendedPortal::sessionOf(question), name::session, "Closed", {});
+    ended.set_value(PretendedPortal::sessionOf(question));
+  });
+  begin();
+  EXPECT_EQ(end(), sessionError::ended);
+  EXPECT_EQ(std::ranges::count(closedAtTheEnd(), ended.get_future().get()), 0);
 }
 
 TEST_F(OddPortalsTest, GetNoStrokeBeforeTheyHaveAnsweredTheOneBefore) {

@@ -3,7 +3,6 @@
 #include <QDBusArgument>
 #include <QDBusError>
 #include <QDBusObjectPath>
-#include <algorithm>
 #include <stdexcept>
 
 #include "platform/linux/portal/session/Bus.h"
@@ -75,16 +74,16 @@ QString PretendedPortal::sessionOf(const QDBusMessage& question) {
   return pathOf(question, "session", "vesk");
 }
 
-std::size_t PretendedPortal::count(const QString& method) {
+std::vector<QString> PretendedPortal::callsOf(const QString& method) {
   const std::lock_guard lock(mutex_);
-  return static_cast<std::size_t>(std::ranges::count(called_, method));
+  return calls_[method];
 }
 
 bool PretendedPortal::handleMessage(const QDBusMessage& question, const QDBusConnection&) {
   Deal deal;
   {
     const std::lock_guard lock(mutex_);
-    called_.push_back(question.member());
+    calls_[question.member()].push_back(question.path());
     if (const auto found = deals_.find(question.member()); found != deals_.end())
       deal = found->second;
   }

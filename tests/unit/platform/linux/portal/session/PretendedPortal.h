@@ -37,8 +37,10 @@ class PretendedPortal : private QDBusVirtualObject {
   static QString requestOf(const QDBusMessage& question);
   static QString sessionOf(const QDBusMessage& question);
 
-  /// How often a method has been called.
-  std::size_t count(const QString& method);
+  /// Of which objects a method has been called so far.
+  std::vector<QString> callsOf(const QString& method);
+
+  std::size_t count(const QString& method) { return callsOf(method).size(); }
 
   QVariantMap remoteDesktop{{"version", 1U}, {"AvailableDeviceTypes", 7U}};
   QVariantMap screenCast{{"version", 4U}, {"AvailableCursorModes", 7U}};
@@ -52,7 +54,7 @@ class PretendedPortal : private QDBusVirtualObject {
   QThread thread_;
   std::mutex mutex_;
   std::map<QString, Deal> deals_;
-  std::vector<QString> called_;
+  std::map<QString, std::vector<QString>> calls_;  ///< by method
 };
 
 }  // namespace vesk::portal::session
