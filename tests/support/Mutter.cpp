@@ -1,5 +1,6 @@
 #include "support/Mutter.h"
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -7,10 +8,11 @@
 namespace vesk::testing {
 
 Mutter::Mutter(MutterOptions options)
-    : PortalServices("GNOME", "org.freedesktop.impl.portal.desktop.gnome") {
+    : PortalServices("GNOME", "org.freedesktop.impl.portal.desktop.gnome"), scale_(options.scale) {
   // A switch is not another one before it has moved.
   write("home/.config/glib-2.0/settings/keyfile",
         "[org/gnome/desktop/interface]\nenable-animations=false\n");
+  keepScale(options.monitor);
   tellServices({"GTK_A11Y=none", "GDK_BACKEND=wayland"});
   const std::string monitor =
       std::to_string(options.monitor.width) + "x" + std::to_string(options.monitor.height);
@@ -22,6 +24,27 @@ Mutter::Mutter(MutterOptions options)
   awaitName("org.gnome.Mutter.ScreenCast");
   awaitName("org.gnome.Mutter.RemoteDesktop");
   if (options.hasPortal) startPortal({"/usr/libexec/xdg-desktop-portal-gnome"});
+}
+
+/// As the person has chosen it.
+void Mutter::keepScale(PixelSize monitor) const {
+  const auto element = [](const std::string& name, const std::string& content) {
+    return "<" + name + ">" + content + "</" + name + ">";
+  };
+  const auto number = [&](const std::string& name, std::int64_t value) {
+    return element(name, std::to_string(value));
+  };
+  const std::string which = element(
+      "monitorspec", element("connector", "Meta-0") + element("vendor", "MetaVendor") +
+                         element("product", "MetaVirtualMonitor") + element("serial", "0x00"));
+  const std::string mode =
+      element("mode", number("width", monitor.width) + number("height", monitor.height) +
+                          element("rate", "60.000"));
+  const std::string all = number("x", 0) + number("y", 0) + number("scale", scale_) +
+                          element("primary", "yes") + element("monitor", which + mode);
+  write("home/.config/monitors.xml", "<monitors version='2'>" +
+                                         element("configuration", element("logicalmonitor", all)) +
+                                         "</monitors>\n");
 }
 
 }  // namespace vesk::testing

@@ -11,6 +11,7 @@ struct MutterOptions {
   bool hasXServer = false;
   /// What asks the person before a program gets the screen and the input.
   bool hasPortal = true;
+  int scale = 1;
 };
 
 /// A private GNOME desktop without its shell and without a screen: Mutter, and what it shares its
@@ -18,6 +19,14 @@ struct MutterOptions {
 class Mutter : public PortalServices {
  public:
   explicit Mutter(MutterOptions options = {});
+
+  /// How many pixels windows have to a point, each way. What is shared is counted in pixels.
+  int scale() const { return scale_; }
+
+ private:
+  void keepScale(PixelSize monitor) const;
+
+  int scale_;
 };
 
 }  // namespace vesk::testing

@@ -56,7 +56,8 @@ MutterHand::~MutterHand() {
 }
 
 void MutterHand::moveTo(Point point) {
-  call("NotifyPointerMotionAbsolute", {screen_, point.x, point.y});
+  const double scale = desktop_.scale();
+  call("NotifyPointerMotionAbsolute", {screen_, point.x * scale, point.y * scale});
 }
 
 bool MutterHand::awaitFullSize(const WlWindow& window) {

@@ -19,6 +19,7 @@ class MutterHand {
   MutterHand(const MutterHand&) = delete;
   MutterHand& operator=(const MutterHand&) = delete;
 
+  /// Places are those that a window over the whole monitor counts.
   void moveTo(Point point);
 
   /// Returns when a full-screen window is shown in its place, where the pointer is then: all

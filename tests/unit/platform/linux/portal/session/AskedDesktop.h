@@ -14,9 +14,12 @@
 namespace vesk::portal::session {
 
 /// A desktop with a window over all of it, and a person at it who is asked about a session.
-class AskedDesktop : public DesktopOfTests<testing::Mutter>, public HeardSession {
+template <typename Desktop>
+class AskedDesktopOn : public DesktopOfTests<Desktop>, public HeardSession {
  public:
-  AskedDesktop() {
+  using DesktopOfTests<Desktop>::desktop;
+
+  AskedDesktopOn() {
     window.emplace();
     hand.awaitFullSize(*window);
   }
@@ -69,5 +72,7 @@ class AskedDesktop : public DesktopOfTests<testing::Mutter>, public HeardSession
   testing::MutterHand hand{desktop};
   std::optional<testing::WlWindow> window;
 };
+
+using AskedDesktop = AskedDesktopOn<testing::Mutter>;
 
 }  // namespace vesk::portal::session
