@@ -133,6 +133,7 @@ add_executable(portal_tests
   unit/support/MutterTest.cpp
   unit/platform/linux/portal/input/LayoutSymbolsTest.cpp
   unit/platform/linux/portal/input/PortalEventPosterEndsTest.cpp
+  unit/platform/linux/portal/input/PortalEventPosterMonitorsTest.cpp
   unit/platform/linux/portal/input/PortalEventPosterReceiversTest.cpp
   unit/platform/linux/portal/input/PortalEventPosterTest.cpp
   unit/platform/linux/portal/input/SharedAreaTest.cpp

@@ -14,11 +14,17 @@ Mutter::Mutter(MutterOptions options)
         "[org/gnome/desktop/interface]\nenable-animations=false\n");
   keepScale(options.monitor);
   tellServices({"GTK_A11Y=none", "GDK_BACKEND=wayland"});
-  const std::string monitor =
-      std::to_string(options.monitor.width) + "x" + std::to_string(options.monitor.height);
-  std::vector<std::string> command{"mutter", "--headless", "--virtual-monitor",
-                                   monitor,  "--wayland",  "--wayland-display",
+  const auto nameOf = [](PixelSize size) {
+    return std::to_string(size.width) + "x" + std::to_string(size.height);
+  };
+  std::vector<std::string> command{"mutter",
+                                   "--headless",
+                                   "--virtual-monitor",
+                                   nameOf(options.monitor),
+                                   "--wayland",
+                                   "--wayland-display",
                                    display};
+  if (options.beside) command.insert(command.end(), {"--virtual-monitor", nameOf(*options.beside)});
   if (!options.hasXServer) command.emplace_back("--no-x11");
   startCompositor(std::move(command));
   awaitName("org.gnome.Mutter.ScreenCast");

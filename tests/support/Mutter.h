@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "platform/Geometry.h"
 #include "support/PortalServices.h"
 
@@ -12,6 +14,8 @@ struct MutterOptions {
   /// What asks the person before a program gets the screen and the input.
   bool hasPortal = true;
   int scale = 1;
+  /// Another monitor, to the right of that one.
+  std::optional<PixelSize> beside = std::nullopt;
 };
 
 /// A private GNOME desktop without its shell and without a screen: Mutter, and what it shares its

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <tuple>
 
-#include "platform/linux/wayland/server/WlDisplays.h"
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 #include "unit/platform/linux/portal/session/AskedDesktop.h"
 
@@ -9,13 +8,6 @@ namespace vesk::portal::input::VESK_FILE {
 namespace {
 
 class PortalEventPosterTest : public PosterFixtureOn<session::AskedDesktop> {};
-
-struct FineMutter : testing::Mutter {
-  FineMutter() : Mutter({.monitor = {3840, 2160}, .scale = 2}) {}
-};
-
-/// Where what is shared has more pixels than windows have points.
-class PortalEventPosterAtTwoTest : public PosterFixtureOn<session::AskedDesktopOn<FineMutter>> {};
 
 TEST_F(PortalEventPosterTest, PointsPressesAndTurnsTheWheel) {
   EXPECT_EQ(poster.pointerLocation(), std::nullopt);
@@ -44,17 +36,6 @@ TEST_F(PortalEventPosterTest, PointsNowhereElse) {
   EXPECT_TRUE(window->waitFor([](const auto& seen) { return seen.pointer.x == 0; }));
   EXPECT_GT(window->seen().pointer.y, 1079);
   EXPECT_LT(window->seen().pointer.y, 1080);
-}
-
-TEST_F(PortalEventPosterAtTwoTest, PointsAtPlacesOfTheWholeMonitor) {
-  wayland::server::WlDisplays monitor;
-  const Rect bounds = monitor.bounds(monitor.mainDisplay());
-  move({bounds.width / 4, bounds.height / 2});
-  EXPECT_TRUE(window->waitFor([](const auto& seen) { return seen.pointer == Point{480, 540}; }));
-  EXPECT_EQ(poster.pointerLocation(), (Point{bounds.width / 4, bounds.height / 2}));
-  move({bounds.width * 2, bounds.height * 2});
-  EXPECT_TRUE(window->waitFor([](const auto& seen) { return seen.pointer.x > 1919; }));
-  EXPECT_GT(window->seen().pointer.y, 1079);
 }
 
 TEST_F(PortalEventPosterTest, LosesNotEvenTheFirstKey) {
