@@ -137,6 +137,7 @@ add_executable(portal_tests
   unit/platform/linux/portal/input/PortalEventPosterReceiversTest.cpp
   unit/platform/linux/portal/input/PortalEventPosterTest.cpp
   unit/platform/linux/portal/input/SharedAreaTest.cpp
+  unit/platform/linux/portal/overlay/ListedOverlaysTest.cpp
   unit/platform/linux/portal/screen/BufferContentsTest.cpp
   unit/platform/linux/portal/screen/KeptPictureTest.cpp
   unit/platform/linux/portal/screen/PaintedPointerTest.cpp
@@ -156,7 +157,8 @@ add_executable(portal_tests
   unit/platform/linux/portal/session/StrokeQueueTest.cpp
 )
 target_link_libraries(portal_tests PRIVATE
-  linux_test_support vesk_portal_input vesk_portal_screen Qt6::DBus nlohmann_json::nlohmann_json)
+  linux_test_support vesk_portal_input vesk_portal_overlay vesk_portal_screen Qt6::DBus
+  nlohmann_json::nlohmann_json)
 add_executable(holding_portal unit/platform/linux/portal/input/holding_portal.cpp)
 target_link_libraries(holding_portal PRIVATE vesk_portal_input vesk_options)
 target_compile_definitions(portal_tests PRIVATE

@@ -1,5 +1,6 @@
 #include "platform/linux/portal/overlay/ListedOverlays.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <utility>
@@ -17,11 +18,11 @@ PixelRect pixelsOf(double left, double top, double right, double bottom) {
           static_cast<std::int32_t>(std::ceil(bottom)) - y};
 }
 
-/// What a window covers of a display, in its pixels: all of its frame, or the border along it.
-std::vector<PixelRect> coveredBy(const OverlayAppearance& appearance, const Rect& display,
+/// What a window covers of a screen, in its pixels: all of its frame, or the border along it.
+std::vector<PixelRect> coveredBy(const OverlayAppearance& appearance, const Rect& screen,
                                  double scale) {
-  const double left = (appearance.frame.origin.x - display.origin.x) * scale;
-  const double top = (appearance.frame.origin.y - display.origin.y) * scale;
+  const double left = (appearance.frame.origin.x - screen.origin.x) * scale;
+  const double top = (appearance.frame.origin.y - screen.origin.y) * scale;
   const double right = left + appearance.frame.width * scale;
   const double bottom = top + appearance.frame.height * scale;
   if (!appearance.border || appearance.background) return {pixelsOf(left, top, right, bottom)};
@@ -74,14 +75,36 @@ class ListedOverlay final : public Overlay {
 
 }  // namespace
 
+/// The points that windows are placed in are not those of the display: each window system has a
+/// scale of its own, and one for all its screens.
+double ListedOverlays::pixelsOfAPoint(DisplayId display) {
+  const auto panel = displays_.modePixels(display);
+  const auto all = screens();
+  const auto sameOrigin = [origin = displays_.bounds(display).origin](const Screen& screen) {
+    return screen.frame.origin == origin;
+  };
+  const auto found = std::ranges::find_if(all, sameOrigin);
+  const bool isKnown = panel && found != all.end() && found->frame.width > 0;
+  return isKnown ? static_cast<double>(panel->width) / found->frame.width : 1;
+}
+
+/// The one that an overlay is on.
+Screen ListedOverlays::screenOf(const OverlayAppearance& appearance) {
+  const Rect& frame = appearance.frame;
+  const Point middle{frame.origin.x + frame.width / 2, frame.origin.y + frame.height / 2};
+  for (const auto& screen : screens()) {
+    const double x = middle.x - screen.frame.origin.x;
+    const double y = middle.y - screen.frame.origin.y;
+    if (x >= 0 && y >= 0 && x < screen.frame.width && y < screen.frame.height) return screen;
+  }
+  return mainScreen().value_or(Screen());
+}
+
 std::unique_ptr<Overlay> ListedOverlays::makeOverlay(const OverlayAppearance& appearance) {
   const auto display = displays_.mainDisplay();
-  const auto bounds = displays_.bounds(display);
-  const auto panel = displays_.modePixels(display);
-  const double scale =
-      panel && bounds.width > 0 ? static_cast<double>(panel->width) / bounds.width : 1;
+  auto covered = coveredBy(appearance, screenOf(appearance).frame, pixelsOfAPoint(display));
   return std::make_unique<ListedOverlay>(overlays_->makeOverlay(appearance), display,
-                                         coveredBy(appearance, bounds, scale), ownSurfaces_);
+                                         std::move(covered), ownSurfaces_);
 }
 
 }  // namespace vesk::portal::overlay
