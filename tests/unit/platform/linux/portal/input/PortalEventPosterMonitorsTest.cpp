@@ -1,6 +1,5 @@
 #include "platform/linux/wayland/server/WlDisplays.h"
 #include "platform/linux/wayland/server/shareableOutputs.h"
-#include "support/CastImages.h"
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 #include "unit/platform/linux/portal/session/AskedDesktop.h"
 
@@ -74,19 +73,6 @@ TEST_F(OnTheOtherMonitorTest, PointsAtWhatIsShared) {
   EXPECT_TRUE(onIt.waitFor([](const auto& seen) { return seen.pointer == Point{640, 360}; }));
   EXPECT_EQ(poster.pointerLocation(), middle);
   EXPECT_TRUE(window->waitFor([](const auto& seen) { return !seen.hasPointer; }));
-}
-
-TEST_F(OnTheOtherMonitorTest, SeesWhatIsShared) {
-  testing::WlWindow onIt({.output = other()});
-  ASSERT_EQ(onIt.size(), besideIt);
-  onIt.fill(0, 0, 640, 720, 0xffffff);
-  testing::CastImages images(std::move(grants.front().remote), grants.front().node, besideIt, {});
-  ASSERT_EQ(images.open(), std::nullopt);
-  const auto lumaAt = [](const auto& image, int x) {
-    return image.luma()[360 * image.stride() + x];
-  };
-  EXPECT_TRUE(images.waitUntil([&](const auto& image) { return lumaAt(image, 320) == 235; }));
-  EXPECT_LT(lumaAt(*images.last(), 960), 100);
 }
 
 }  // namespace
