@@ -3,6 +3,7 @@
 import ctypes
 import ctypes.util
 import select
+import time
 
 _x11 = ctypes.CDLL(ctypes.util.find_library("X11") or "libX11.so.6")
 _x11.XOpenDisplay.restype = ctypes.c_void_p
@@ -154,13 +155,18 @@ class XClient:
 
     def keys_heard(self, within=0):
         """How many keys have come since this was last asked, after something has come or that many
-        seconds are over."""
+        seconds are over. When the server made the last one stands in `last_key` then, on the clock of
+        `time.monotonic`."""
         event, count = _InputEvent(), 0
         if not _x11.XPending(self._display):
             select.select([_x11.XConnectionNumber(self._display)], [], [], within)
         while _x11.XPending(self._display):
             _x11.XNextEvent(self._display, ctypes.byref(event))
-            count += event.type == _KEY_PRESS
+            if event.type == _KEY_PRESS:
+                count += 1
+                now = time.monotonic()
+                # The server's time is that clock's too, in milliseconds, of which it has 32 bits.
+                self.last_key = now - ((int(now * 1000) - event.time) % (1 << 32)) / 1000
         return count
 
     def next_motion(self):
