@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "platform/isOn.h"
+
 namespace vesk::portal::overlay {
 namespace {
 
@@ -16,6 +18,18 @@ PixelRect pixelsOf(double left, double top, double right, double bottom) {
   const auto y = static_cast<std::int32_t>(std::floor(top));
   return {x, y, static_cast<std::int32_t>(std::ceil(right)) - x,
           static_cast<std::int32_t>(std::ceil(bottom)) - y};
+}
+
+/// The points that windows are placed in are not those of the display: each window system has a
+/// scale of its own, and one for all its screens.
+double pixelsOfAPoint(const std::vector<Screen>& screens, Displays& displays, DisplayId display) {
+  const auto panel = displays.modePixels(display);
+  const auto sameOrigin = [origin = displays.bounds(display).origin](const Screen& screen) {
+    return screen.frame.origin == origin;
+  };
+  const auto found = std::ranges::find_if(screens, sameOrigin);
+  const bool isKnown = panel && found != screens.end() && found->frame.width > 0;
+  return isKnown ? static_cast<double>(panel->width) / found->frame.width : 1;
 }
 
 /// What a window covers of a screen, in its pixels: all of its frame, or the border along it.
@@ -75,36 +89,15 @@ class ListedOverlay final : public Overlay {
 
 }  // namespace
 
-/// The points that windows are placed in are not those of the display: each window system has a
-/// scale of its own, and one for all its screens.
-double ListedOverlays::pixelsOfAPoint(DisplayId display) {
-  const auto panel = displays_.modePixels(display);
-  const auto all = screens();
-  const auto sameOrigin = [origin = displays_.bounds(display).origin](const Screen& screen) {
-    return screen.frame.origin == origin;
-  };
-  const auto found = std::ranges::find_if(all, sameOrigin);
-  const bool isKnown = panel && found != all.end() && found->frame.width > 0;
-  return isKnown ? static_cast<double>(panel->width) / found->frame.width : 1;
-}
-
-/// The one that an overlay is on.
-Screen ListedOverlays::screenOf(const OverlayAppearance& appearance) {
-  const Rect& frame = appearance.frame;
-  const Point middle{frame.origin.x + frame.width / 2, frame.origin.y + frame.height / 2};
-  for (const auto& screen : screens()) {
-    const double x = middle.x - screen.frame.origin.x;
-    const double y = middle.y - screen.frame.origin.y;
-    if (x >= 0 && y >= 0 && x < screen.frame.width && y < screen.frame.height) return screen;
-  }
-  return mainScreen().value_or(Screen());
-}
-
 std::unique_ptr<Overlay> ListedOverlays::makeOverlay(const OverlayAppearance& appearance) {
   const auto display = displays_.mainDisplay();
-  auto covered = coveredBy(appearance, screenOf(appearance).frame, pixelsOfAPoint(display));
+  const auto all = screens();
+  const auto found = std::ranges::find_if(
+      all, [&](const Screen& screen) { return isOn(screen.frame, appearance.frame); });
+  const auto screen = found != all.end() ? *found : mainScreen().value_or(Screen());
+  const double scale = pixelsOfAPoint(all, displays_, display);
   return std::make_unique<ListedOverlay>(overlays_->makeOverlay(appearance), display,
-                                         std::move(covered), ownSurfaces_);
+                                         coveredBy(appearance, screen.frame, scale), ownSurfaces_);
 }
 
 }  // namespace vesk::portal::overlay

@@ -27,9 +27,6 @@ class ListedOverlays final : public Overlays {
   std::unique_ptr<Overlay> makeOverlay(const OverlayAppearance& appearance) override;
 
  private:
-  double pixelsOfAPoint(DisplayId display);
-  Screen screenOf(const OverlayAppearance& appearance);
-
   std::unique_ptr<Overlays> overlays_;
   Displays& displays_;
   wayland::beneath::OwnSurfaces& ownSurfaces_;

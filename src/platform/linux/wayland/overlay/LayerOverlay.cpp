@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "platform/isOn.h"
 #include "platform/linux/wayland/overlay/seeThrough.h"
 
 namespace vesk::wayland::overlay {
@@ -12,16 +13,10 @@ namespace {
 
 using Change = beneath::OwnSurfaces::Change;
 
-bool contains(const Rect& area, const Point& point) {
-  return point.x >= area.origin.x && point.x < area.origin.x + area.width &&
-         point.y >= area.origin.y && point.y < area.origin.y + area.height;
-}
-
 std::optional<server::Output> outputOf(const server::OutputList& outputs, const Rect& frame) {
-  const Point middle{frame.origin.x + frame.width / 2, frame.origin.y + frame.height / 2};
   const auto all = outputs.current();
   const auto found = std::ranges::find_if(
-      all, [&](const server::Output& output) { return contains(output.area, middle); });
+      all, [&](const server::Output& output) { return isOn(output.area, frame); });
   return found == all.end() ? std::nullopt : std::optional(*found);
 }
 
