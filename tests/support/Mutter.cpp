@@ -9,9 +9,11 @@ namespace vesk::testing {
 
 Mutter::Mutter(MutterOptions options)
     : PortalServices("GNOME", "org.freedesktop.impl.portal.desktop.gnome"), scale_(options.scale) {
-  // A switch is not another one before it has moved.
+  // A switch is not another one before it has moved, and a program that got no processor while a
+  // key was down would repeat it.
   write("home/.config/glib-2.0/settings/keyfile",
-        "[org/gnome/desktop/interface]\nenable-animations=false\n");
+        "[org/gnome/desktop/interface]\nenable-animations=false\n"
+        "[org/gnome/desktop/peripherals/keyboard]\nrepeat=false\n");
   keepScale(options.monitor);
   tellServices({"GTK_A11Y=none", "GDK_BACKEND=wayland"});
   const auto nameOf = [](PixelSize size) {

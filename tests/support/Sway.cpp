@@ -39,7 +39,9 @@ Sway::Sway(const std::vector<std::string>& lines, std::vector<std::string> envir
   const Descriptor pipe(::open(ready.c_str(), O_RDWR | O_CLOEXEC));
   {
     std::ofstream configuration(folder / "config");
+    // A program that got no processor while a key was down would repeat it.
     configuration << "output HEADLESS-1 mode 1920x1080@60Hz position 0 0\n"
+                  << "input * repeat_rate 0\n"
                   << "xwayland disable\n";
     for (const auto& line : lines) configuration << line << '\n';
     configuration << "exec echo $WAYLAND_DISPLAY $SWAYSOCK > " << ready.string() << '\n';
