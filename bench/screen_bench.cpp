@@ -156,7 +156,8 @@ int main(int argc, char* argv[]) {
   x11::server::XDisplays displays;
   x11::beneath::OwnWindows ownWindows;
   const x11::server::Connection connection;
-  x11::screen::XScreenCapture screenCapture(ownWindows, connection);
+  stream::WatchedDisplay watched;
+  x11::screen::XScreenCapture screenCapture(ownWindows, watched, connection);
   picture::X264Compression compression;
   const auto capturer = std::make_shared<Capturer>(
       Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});

@@ -52,6 +52,7 @@ add_executable(linux_tests
   unit/platform/linux/picture/h264/SliceTest.cpp
   unit/platform/linux/stream/SampleOutletTest.cpp
   unit/platform/linux/stream/StreamRunTest.cpp
+  unit/platform/linux/stream/WatchedDisplaysTest.cpp
   unit/platform/linux/x11/alert/ServerTimeTest.cpp
   unit/platform/linux/x11/beneath/BareColourTest.cpp
   unit/platform/linux/x11/beneath/ClearedRootTest.cpp
@@ -114,6 +115,7 @@ add_executable(wayland_tests
   unit/platform/linux/wayland/screen/OutputImagesTest.cpp
   unit/platform/linux/wayland/screen/UprightPixelsTest.cpp
   unit/platform/linux/wayland/screen/WlScreenCaptureTest.cpp
+  unit/platform/linux/wayland/server/OutputAtTest.cpp
   unit/platform/linux/wayland/server/WlDisplaysTest.cpp
 )
 target_link_libraries(wayland_tests PRIVATE

@@ -24,7 +24,7 @@ using Kind = PresenceDesktop::Kind;
 class Video {
  public:
   explicit Video(const x11::beneath::OwnWindows& ownWindows)
-      : screenCapture_(ownWindows, connection_) {
+      : screenCapture_(ownWindows, watched_, connection_) {
     capturer_->onAccessUnit = [this](ByteView unit, Ticks) {
       const std::lock_guard lock(mutex_);
       picture_ = decoder_.decode(unit);
@@ -66,6 +66,7 @@ class Video {
   WorkQueues queues_;
   SystemClock clock_;
   LinuxProcesses processes_;
+  stream::WatchedDisplay watched_;
   x11::server::XDisplays displays_;
   x11::server::Connection connection_;
   x11::screen::XScreenCapture screenCapture_;

@@ -14,6 +14,9 @@ struct MutterOptions {
   /// What asks the person before a program gets the screen and the input.
   bool hasPortal = true;
   int scale = 1;
+  /// Whether the desktop, and not each program by itself, is scaled: GNOME's own word for it is
+  /// `scale-monitor-framebuffer`. Places on the desktop are counted in points then.
+  bool isScaledAsAWhole = false;
   /// Another monitor, to the right of that one.
   std::optional<PixelSize> beside = std::nullopt;
 };

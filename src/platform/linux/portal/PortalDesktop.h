@@ -7,6 +7,7 @@
 #include "platform/linux/portal/input/PortalEventPoster.h"
 #include "platform/linux/portal/screen/PortalScreenCapture.h"
 #include "platform/linux/portal/session/StrokeQueue.h"
+#include "platform/linux/stream/WatchedDisplays.h"
 #include "platform/linux/wayland/beneath/OwnSurfaces.h"
 #include "platform/linux/wayland/server/WlDisplays.h"
 #include "platform/linux/wayland/server/WlPermissions.h"
@@ -45,12 +46,13 @@ class PortalDesktop final : public Desktop {
   wayland::beneath::OwnSurfaces ownSurfaces_;
   x11::beneath::OwnWindows ownWindows_;
   wayland::server::WlPermissions permissions_;
-  wayland::server::WlDisplays displays_;
+  stream::WatchedDisplay watched_;
+  stream::WatchedDisplays displays_{std::make_unique<wayland::server::WlDisplays>(), watched_};
   InputGate inputGate_;
   std::shared_ptr<session::StrokeQueue> strokes_ =
       std::make_shared<session::StrokeQueue>(inputGate_);
-  input::PortalEventPoster events_{inputGate_, strokes_};
-  screen::PortalScreenCapture screenCapture_{strokes_, inputGate_, ownSurfaces_};
+  input::PortalEventPoster events_{inputGate_, strokes_, watched_};
+  screen::PortalScreenCapture screenCapture_{strokes_, inputGate_, ownSurfaces_, watched_};
 };
 
 }  // namespace vesk::portal

@@ -8,8 +8,10 @@
 
 namespace vesk::stream {
 ThreadedStream::ThreadedStream(std::unique_ptr<ImageSource> images, int framesPerSecond,
-                               std::function<void(PlatformError)> onStopped)
-    : run_(std::make_shared<StreamRun>(std::move(images), framesPerSecond, std::move(onStopped))) {}
+                               std::function<void(PlatformError)> onStopped,
+                               WatchedDisplay::Hold watched)
+    : run_(std::make_shared<StreamRun>(std::move(images), framesPerSecond, std::move(onStopped))),
+      watched_(std::move(watched)) {}
 
 ThreadedStream::~ThreadedStream() {
   run_->stop(nullptr);
@@ -35,6 +37,7 @@ void ThreadedStream::startCapture(Completion completion) {
 }
 
 void ThreadedStream::stopCapture(Completion completion) {
+  watched_.reset();
   if (!thread_.joinable()) return completion(std::nullopt);
   // The completion may own this stream and is let go of on the stream's thread, perhaps before
   // `stop` has returned here.

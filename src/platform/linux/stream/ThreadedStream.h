@@ -6,6 +6,7 @@
 
 #include "platform/ScreenCapture.h"
 #include "platform/linux/stream/ImageSource.h"
+#include "platform/linux/stream/WatchedDisplay.h"
 
 namespace vesk::stream {
 
@@ -19,8 +20,10 @@ class StreamRun;
 /// the desktop is gone. It may be destroyed on its own thread.
 class ThreadedStream final : public ScreenStream {
  public:
+  /// `watched` is held until the stream is stopped.
   ThreadedStream(std::unique_ptr<ImageSource> images, int framesPerSecond,
-                 std::function<void(PlatformError)> onStopped);
+                 std::function<void(PlatformError)> onStopped,
+                 WatchedDisplay::Hold watched = nullptr);
   ~ThreadedStream() override;
   ThreadedStream(const ThreadedStream&) = delete;
   ThreadedStream& operator=(const ThreadedStream&) = delete;
@@ -32,6 +35,7 @@ class ThreadedStream final : public ScreenStream {
  private:
   std::shared_ptr<StreamRun> run_;
   std::thread thread_;
+  WatchedDisplay::Hold watched_;
 };
 
 }  // namespace vesk::stream

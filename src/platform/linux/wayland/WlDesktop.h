@@ -1,8 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "platform/Desktop.h"
+#include "platform/linux/stream/WatchedDisplays.h"
 #include "platform/linux/wayland/beneath/OwnSurfaces.h"
 #include "platform/linux/wayland/input/WlEventPoster.h"
 #include "platform/linux/wayland/screen/WlScreenCapture.h"
@@ -31,10 +33,11 @@ class WlDesktop final : public Desktop {
  private:
   beneath::OwnSurfaces ownSurfaces_;
   server::WlPermissions permissions_;
-  server::WlDisplays displays_;
+  stream::WatchedDisplay watched_;
+  stream::WatchedDisplays displays_{std::make_unique<server::WlDisplays>(), watched_};
   InputGate inputGate_;
-  input::WlEventPoster events_{inputGate_};
-  screen::WlScreenCapture screenCapture_{ownSurfaces_};
+  input::WlEventPoster events_{inputGate_, watched_};
+  screen::WlScreenCapture screenCapture_{ownSurfaces_, watched_};
 };
 
 }  // namespace vesk::wayland

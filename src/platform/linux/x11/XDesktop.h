@@ -1,8 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "platform/Desktop.h"
+#include "platform/linux/stream/WatchedDisplays.h"
 #include "platform/linux/x11/beneath/OwnWindows.h"
 #include "platform/linux/x11/input/XEventPoster.h"
 #include "platform/linux/x11/screen/XScreenCapture.h"
@@ -41,10 +43,11 @@ class XDesktop final : public Desktop {
   server::Connection connection_;
   beneath::OwnWindows ownWindows_;
   server::XPermissions permissions_{connection_};
-  server::XDisplays displays_;
+  stream::WatchedDisplay watched_;
+  stream::WatchedDisplays displays_{std::make_unique<server::XDisplays>(), watched_};
   InputGate inputGate_;
   input::XEventPoster events_{inputGate_};
-  screen::XScreenCapture screenCapture_{ownWindows_, connection_};
+  screen::XScreenCapture screenCapture_{ownWindows_, watched_, connection_};
 };
 
 }  // namespace vesk::x11

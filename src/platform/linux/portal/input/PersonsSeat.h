@@ -2,6 +2,7 @@
 
 #include "platform/linux/keys/Xkb.h"
 #include "platform/linux/portal/input/LayoutSymbols.h"
+#include "platform/linux/portal/input/PortalPointer.h"
 #include "platform/linux/wayland/input/KeyboardLayout.h"
 #include "platform/linux/wayland/input/Seat.h"
 #include "platform/linux/wayland/server/Connection.h"
@@ -26,6 +27,13 @@ class PersonsSeat {
   /// How many of a portal's steps turn the wheel by a notch: KDE's portal hands each on to KWin as
   /// one of those parts of which programs count ten for a notch.
   int stepsPerNotch() const { return connection_.offers("org_kde_plasma_shell", 1) ? 10 : 1; }
+
+  /// GNOME's portal hands places on to Mutter, which takes them for those in the picture; the
+  /// protocol counts them in points. These are not the same where GNOME scales what it shows.
+  PortalPointer::Unit unit() const {
+    return connection_.offers("gtk_shell1", 1) ? PortalPointer::Unit::pixels
+                                               : PortalPointer::Unit::points;
+  }
 
   const wayland::server::OutputList& outputs() const { return outputs_; }
 

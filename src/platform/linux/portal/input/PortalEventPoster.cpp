@@ -23,8 +23,9 @@ bool makeShortcut(EventFlags flags) {
 
 }  // namespace
 
-PortalEventPoster::PortalEventPoster(InputGate& gate, std::shared_ptr<session::StrokeQueue> strokes)
-    : gate_(gate), strokes_(std::move(strokes)) {
+PortalEventPoster::PortalEventPoster(InputGate& gate, std::shared_ptr<session::StrokeQueue> strokes,
+                                     const stream::WatchedDisplay& watched)
+    : gate_(gate), strokes_(std::move(strokes)), pointer_(*strokes_, watched) {
   gate_.onClose = [this] {
     const std::lock_guard lock(mutex_);
     letGo();
@@ -80,7 +81,9 @@ void PortalEventPoster::post(const MouseEvent& event) {
   if (!isReady()) return;
   if (gate_.isOpen()) {
     if (event.flags) makeTrue(*event.flags);
-    if (const auto place = pointer_.move(event.point, seat().outputs())) place_ = place;
+    auto& persons = seat();
+    const auto place = pointer_.move(event.point, persons.outputs(), persons.unit());
+    if (place) place_ = place;
     if (isMousePress(event.type)) pointer_.press(event.button);
   }
   if (isMouseRelease(event.type)) pointer_.release(event.button);

@@ -13,6 +13,7 @@
 #include "platform/linux/portal/input/PortalPointer.h"
 #include "platform/linux/portal/input/SymbolTyper.h"
 #include "platform/linux/portal/session/StrokeQueue.h"
+#include "platform/linux/stream/WatchedDisplay.h"
 #include "platform/linux/wayland/input/ModifierKeys.h"
 #include "platform/linux/wayland/input/PlacedKeys.h"
 
@@ -29,9 +30,10 @@ namespace vesk::portal::input {
 /// session stands, and as the queue does.
 class PortalEventPoster final : public EventPoster {
  public:
-  /// The gate outlives this object, which is the one that acts when it closes or has ended. The
-  /// queue asks the same gate.
-  PortalEventPoster(InputGate& gate, std::shared_ptr<session::StrokeQueue> strokes);
+  /// The gate outlives this object, which is the one that acts when it closes or has ended; so does
+  /// `watched`. The queue asks the same gate.
+  PortalEventPoster(InputGate& gate, std::shared_ptr<session::StrokeQueue> strokes,
+                    const stream::WatchedDisplay& watched);
   ~PortalEventPoster() override;
   PortalEventPoster(const PortalEventPoster&) = delete;
   PortalEventPoster& operator=(const PortalEventPoster&) = delete;
@@ -59,7 +61,7 @@ class PortalEventPoster final : public EventPoster {
   /// Against whoever closes the gate.
   std::mutex mutex_;
   std::unique_ptr<PersonsSeat> seat_;
-  PortalPointer pointer_{*strokes_};
+  PortalPointer pointer_;
   PortalKeyboard keyboard_{*strokes_, gate_};
   wayland::input::ModifierKeys modifiers_{keyboard_};
   wayland::input::PlacedKeys keys_{keyboard_};

@@ -6,11 +6,13 @@
 #include <cstdlib>
 
 #include "platform/linux/portal/input/sharedArea.h"
+#include "platform/linux/wayland/server/outputAt.h"
 
 namespace vesk::portal::input {
 namespace {
 
 using session::Stroke;
+using wayland::server::OutputList;
 
 Stroke strokeOf(MouseButton button, bool isDown) {
   std::int32_t code = BTN_LEFT;
@@ -34,20 +36,46 @@ double inside(double coordinate, double length) {
   return std::clamp(coordinate, 0.0, std::max(0.0, length - 1 / partsPerPoint));
 }
 
+/// What is shared, in the points of the desktop, and in the units in which places on it are told.
+struct Shared {
+  Rect area;
+  double across;
+  double high;
+};
+
+Shared sharedOf(const Rect& told, const OutputList& outputs, DisplayId watched,
+                PortalPointer::Unit unit) {
+  const auto all = outputs.current();
+  auto shared = outputs.find(watched);
+  if (!shared) shared = wayland::server::outputAt(told, all);
+  const Rect area = shared ? shared->area : sharedArea(told, all);
+  if (!shared || unit == PortalPointer::Unit::points) return {area, area.width, area.height};
+  const PixelSize pixels = shared->pixels();
+  return {area, static_cast<double>(pixels.width), static_cast<double>(pixels.height)};
+}
+
 }  // namespace
 
-std::optional<Point> PortalPointer::move(Point point, const wayland::server::OutputList& outputs) {
+std::optional<Point> PortalPointer::move(Point point, const OutputList& outputs, Unit unit) {
   const auto told = strokes_.area();
   if (!told) return std::nullopt;
-  const Rect area = sharedArea(*told, outputs.current());
-  const auto main = outputs.main();
-  const Rect pointed = main ? main->area : area;
-  const auto along = Scale{pointed.width, area.width};
-  const auto down = Scale{pointed.height, area.height};
-  const Point place{inside(along.to(point.x - pointed.origin.x), area.width),
-                    inside(down.to(point.y - pointed.origin.y), area.height)};
-  strokes_.push({.kind = Stroke::Kind::motion, .place = place});
+  const auto main = outputs.main(watched_.current());
+  const Rect pointed = main ? main->area : *told;
+  const auto [area, across, high] = sharedOf(*told, outputs, watched_.current(), unit);
+  const auto along = Scale{pointed.width, across};
+  const auto down = Scale{pointed.height, high};
+  const Point place{inside(along.to(point.x - pointed.origin.x), across),
+                    inside(down.to(point.y - pointed.origin.y), high)};
+  push(place, {inside(place.x, told->width), inside(place.y, told->height)},
+       {area.width / across, area.height / high});
   return Point{along.from(place.x) + pointed.origin.x, down.from(place.y) + pointed.origin.y};
+}
+
+/// A portal refuses places beyond the size that it tells: as far as it lets, and on from there.
+void PortalPointer::push(Point place, Point reached, Point unit) {
+  strokes_.push({.kind = Stroke::Kind::motion, .place = reached});
+  const Point rest{(place.x - reached.x) * unit.x, (place.y - reached.y) * unit.y};
+  if (rest != Point{}) strokes_.push({.kind = Stroke::Kind::step, .place = rest});
 }
 
 void PortalPointer::press(MouseButton button) {

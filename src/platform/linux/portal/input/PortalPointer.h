@@ -4,21 +4,27 @@
 
 #include "platform/Events.h"
 #include "platform/linux/portal/session/StrokeQueue.h"
+#include "platform/linux/stream/WatchedDisplay.h"
 #include "platform/linux/wayland/server/OutputList.h"
 
 namespace vesk::portal::input {
 
-/// The pointer of a portal's session: it points into the screen that is shared, nowhere else. That
-/// need not be the main one, which is the one that is pointed at.
+/// The pointer of a portal's session: it points into the screen that is shared, nowhere else. Where
+/// that is no single display, it is pointed at as if it were the main one.
 ///
-/// Thread: one at a time. Owns: nothing; the queue outlives it. Fails: silently, where no session
+/// Thread: one at a time. Owns: nothing. Fails: silently, where no session
 /// stands or nobody has told where its screen lies.
 class PortalPointer {
  public:
-  explicit PortalPointer(session::StrokeQueue& strokes) : strokes_(strokes) {}
+  /// How the desktop counts places on a screen.
+  enum class Unit { points, pixels };
 
-  /// Where the pointer is then, as if the main one were shared.
-  std::optional<Point> move(Point point, const wayland::server::OutputList& outputs);
+  /// Both outlive the object.
+  PortalPointer(session::StrokeQueue& strokes, const stream::WatchedDisplay& watched)
+      : strokes_(strokes), watched_(watched) {}
+
+  /// Where the pointer is then, in the points in which it is pointed.
+  std::optional<Point> move(Point point, const wayland::server::OutputList& outputs, Unit unit);
 
   void press(MouseButton button);
   void release(MouseButton button);
@@ -27,7 +33,10 @@ class PortalPointer {
   void scroll(int lines, int stepsPerNotch);
 
  private:
+  void push(Point place, Point reached, Point unit);
+
   session::StrokeQueue& strokes_;
+  const stream::WatchedDisplay& watched_;
 };
 
 }  // namespace vesk::portal::input

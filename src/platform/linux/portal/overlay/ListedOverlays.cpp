@@ -20,16 +20,15 @@ PixelRect pixelsOf(double left, double top, double right, double bottom) {
           static_cast<std::int32_t>(std::ceil(bottom)) - y};
 }
 
-/// The points that windows are placed in are not those of the display: each window system has a
-/// scale of its own, and one for all its screens.
-double pixelsOfAPoint(const std::vector<Screen>& screens, Displays& displays, DisplayId display) {
-  const auto panel = displays.modePixels(display);
-  const auto sameOrigin = [origin = displays.bounds(display).origin](const Screen& screen) {
-    return screen.frame.origin == origin;
+/// Whether the two are the same place. The points that windows are placed in are not those of the
+/// display: each window system has a scale of its own, and one for all its screens.
+bool isSamePlace(const Rect& screen, const Rect& display) {
+  const double scale = display.width / screen.width;
+  const auto isNear = [scale](double ofScreen, double ofDisplay) {
+    return std::abs(ofScreen * scale - ofDisplay) <= 1;
   };
-  const auto found = std::ranges::find_if(screens, sameOrigin);
-  const bool isKnown = panel && found != screens.end() && found->frame.width > 0;
-  return isKnown ? static_cast<double>(panel->width) / found->frame.width : 1;
+  return isNear(screen.origin.x, display.origin.x) && isNear(screen.origin.y, display.origin.y) &&
+         isNear(screen.height, display.height);
 }
 
 /// What a window covers of a screen, in its pixels: all of its frame, or the border along it.
@@ -89,13 +88,26 @@ class ListedOverlay final : public Overlay {
 
 }  // namespace
 
+/// The other window system's numbers say nothing here.
+std::vector<Screen> ListedOverlays::screens() {
+  auto all = overlays_->screens();
+  const auto display = displays_.mainDisplay();
+  const Rect bounds = displays_.bounds(display);
+  for (auto& screen : all) {
+    const bool isIt = isSamePlace(screen.frame, bounds);
+    screen.screenNumber = isIt ? std::optional(display) : std::nullopt;
+  }
+  return all;
+}
+
 std::unique_ptr<Overlay> ListedOverlays::makeOverlay(const OverlayAppearance& appearance) {
   const auto display = displays_.mainDisplay();
   const auto all = screens();
   const auto found = std::ranges::find_if(
       all, [&](const Screen& screen) { return isOn(screen.frame, appearance.frame); });
   const auto screen = found != all.end() ? *found : mainScreen().value_or(Screen());
-  const double scale = pixelsOfAPoint(all, displays_, display);
+  const auto panel = displays_.modePixels(display);
+  const double scale = panel ? static_cast<double>(panel->width) / screen.frame.width : 1;
   return std::make_unique<ListedOverlay>(overlays_->makeOverlay(appearance), display,
                                          coveredBy(appearance, screen.frame, scale), ownSurfaces_);
 }

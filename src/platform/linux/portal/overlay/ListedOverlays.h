@@ -22,7 +22,8 @@ class ListedOverlays final : public Overlays {
                  wayland::beneath::OwnSurfaces& ownSurfaces)
       : overlays_(std::move(overlays)), displays_(displays), ownSurfaces_(ownSurfaces) {}
 
-  std::vector<Screen> screens() override { return overlays_->screens(); }
+  /// Of these, the one in the place of the main display has its number, the others have none.
+  std::vector<Screen> screens() override;
   std::optional<Screen> mainScreen() override { return overlays_->mainScreen(); }
   std::unique_ptr<Overlay> makeOverlay(const OverlayAppearance& appearance) override;
 

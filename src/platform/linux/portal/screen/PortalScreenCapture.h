@@ -8,22 +8,30 @@
 
 #include "platform/InputGate.h"
 #include "platform/ScreenCapture.h"
-#include "platform/linux/portal/screen/PortalStream.h"
+#include "platform/linux/portal/screen/Share.h"
 #include "platform/linux/portal/session/StrokeQueue.h"
+#include "platform/linux/stream/WatchedDisplay.h"
 #include "platform/linux/wayland/beneath/OwnSurfaces.h"
 
 namespace vesk::portal::screen {
 
-/// The compositor's outputs as what can be shared, of which the person chooses when a stream of one
-/// is started. It tells of no other program's windows, so the list of applications holds this
-/// program alone. Completions run before the call returns.
+/// What can be shared is what the person chooses when the desktop asks them for it, which it does
+/// whenever that is wanted to be known. No more is there to make streams of; the session that has
+/// begun by then ends with what tells of it and the stream that was made of that. It tells of no
+/// other program's windows, so the list of applications holds this program alone.
 class PortalScreenCapture final : public ScreenCapture {
  public:
   /// The gate is shut while a question stands open. It and `ownSurfaces` outlive this object and
-  /// its streams.
+  /// its streams, so does `watched`.
   PortalScreenCapture(std::shared_ptr<session::StrokeQueue> strokes, InputGate& gate,
-                      const wayland::beneath::OwnSurfaces& ownSurfaces)
-      : strokes_(std::move(strokes)), gate_(gate), ownSurfaces_(ownSurfaces) {}
+                      const wayland::beneath::OwnSurfaces& ownSurfaces,
+                      stream::WatchedDisplay& watched)
+      : strokes_(std::move(strokes)), gate_(gate), ownSurfaces_(ownSurfaces), watched_(watched) {}
+
+  /// Withdraws the questions.
+  ~PortalScreenCapture() override;
+  PortalScreenCapture(const PortalScreenCapture&) = delete;
+  PortalScreenCapture& operator=(const PortalScreenCapture&) = delete;
 
   void shareableContent(Content completion) override;
   std::unique_ptr<ScreenStream> makeStream(const ContentFilter& filter,
@@ -33,11 +41,14 @@ class PortalScreenCapture final : public ScreenCapture {
   void withdrawQuestions() override;
 
  private:
+  std::shared_ptr<Share> makeShare();
+
   const std::shared_ptr<session::StrokeQueue> strokes_;
   InputGate& gate_;
   const wayland::beneath::OwnSurfaces& ownSurfaces_;
+  stream::WatchedDisplay& watched_;
   std::mutex mutex_;
-  std::vector<std::weak_ptr<Question>> questions_;  ///< of the streams that were made
+  std::vector<std::weak_ptr<Share>> shares_;
 };
 
 }  // namespace vesk::portal::screen

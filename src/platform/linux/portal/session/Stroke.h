@@ -10,6 +10,7 @@ namespace vesk::portal::session {
 struct Stroke {
   enum class Kind : std::uint8_t {
     motion,  ///< to `place`, in the stream
+    step,    ///< by as much as `place` says, in the desktop's points, from where a motion went
     button,  ///< evdev's `code`
     wheel,   ///< `code` of the portal's steps downwards
     key,     ///< evdev's `code`

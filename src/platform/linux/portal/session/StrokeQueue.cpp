@@ -13,6 +13,10 @@ bool isHoldable(const Stroke& stroke) {
          stroke.kind == Stroke::Kind::symbol;
 }
 
+bool isOfPointer(const Stroke& stroke) {
+  return stroke.kind == Stroke::Kind::motion || stroke.kind == Stroke::Kind::step;
+}
+
 /// Keys and buttons share the kernel's numbers; symbols are told from them by a bit that no number
 /// has.
 constexpr Key symbolMark = Key{1} << 31;
@@ -64,13 +68,10 @@ void StrokeQueue::push(const Stroke& stroke) {
     releaseHeld();
   }
   // Of places that wait, only the last one matters.
-  const bool isNewerPlace = stroke.kind == Stroke::Kind::motion && !waiting_.empty() &&
-                            waiting_.back().kind == Stroke::Kind::motion;
-  if (isNewerPlace) {
-    waiting_.back() = stroke;
-  } else {
-    waiting_.push_back(stroke);
+  if (stroke.kind == Stroke::Kind::motion) {
+    while (!waiting_.empty() && isOfPointer(waiting_.back())) waiting_.pop_back();
   }
+  waiting_.push_back(stroke);
   wakeWhereNeeded();
 }
 

@@ -23,6 +23,8 @@ QDBusMessage strokeCall(const QString& session, std::uint32_t node, const Stroke
       return call("NotifyKeyboardKeycode", {stroke.code, state});
     case Stroke::Kind::symbol:
       return call("NotifyKeyboardKeysym", {stroke.code, state});
+    case Stroke::Kind::step:
+      return call("NotifyPointerMotion", {stroke.place.x, stroke.place.y});
     case Stroke::Kind::motion:
       break;
   }

@@ -19,8 +19,11 @@ using Clock = server::Connection::Clock;
 
 }  // namespace
 
-InputDevices::InputDevices(const InputGate& gate, keys::HeldRecord& record)
-    : gate_(gate), record_(record) {
+InputDevices::InputDevices(const InputGate& gate, const stream::WatchedDisplay& watched,
+                           keys::HeldRecord& record)
+    : gate_(gate),
+      record_(record),
+      pointer_(connection_, outputs_, watched, seat_.get(), gate_, record_) {
   if (!connection_) return;
   if (!seat_.isEquipped()) listeningFrom_ = Clock::now() + untilListening;
   seat_.expectOwnKeymap();

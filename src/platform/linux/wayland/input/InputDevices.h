@@ -6,6 +6,7 @@
 
 #include "platform/Events.h"
 #include "platform/InputGate.h"
+#include "platform/linux/stream/WatchedDisplay.h"
 #include "platform/linux/wayland/input/ModifierKeys.h"
 #include "platform/linux/wayland/input/PlacedKeys.h"
 #include "platform/linux/wayland/input/Seat.h"
@@ -27,8 +28,9 @@ namespace vesk::wayland::input {
 class InputDevices {
  public:
   /// Waits until the compositor has made them, and lets go of what the record says that a
-  /// predecessor has left down. The record outlives them.
-  InputDevices(const InputGate& gate, keys::HeldRecord& record);
+  /// predecessor has left down. What is given outlives them.
+  InputDevices(const InputGate& gate, const stream::WatchedDisplay& watched,
+               keys::HeldRecord& record);
   ~InputDevices();
   InputDevices(const InputDevices&) = delete;
   InputDevices& operator=(const InputDevices&) = delete;
@@ -60,7 +62,7 @@ class InputDevices {
   server::Connection connection_;
   server::OutputList outputs_{connection_};
   Seat seat_{connection_};
-  VirtualPointer pointer_{connection_, outputs_, seat_.get(), gate_, record_};
+  VirtualPointer pointer_;
   VirtualKeyboard keyboard_{connection_, seat_.get(), gate_, record_};
   ModifierKeys modifiers_{keyboard_};
   PlacedKeys keys_{keyboard_};

@@ -41,8 +41,10 @@ std::uint32_t parts(double length) {
 }  // namespace
 
 VirtualPointer::VirtualPointer(server::Connection& connection, const server::OutputList& outputs,
-                               wl_seat* seat, const InputGate& gate, keys::HeldRecord& record)
+                               const stream::WatchedDisplay& watched, wl_seat* seat,
+                               const InputGate& gate, keys::HeldRecord& record)
     : outputs_(outputs),
+      watched_(watched),
       gate_(gate),
       record_(record),
       manager_(connection.bind<zwlr_virtual_pointer_manager_v1>(
@@ -56,7 +58,7 @@ VirtualPointer::~VirtualPointer() { releaseAll(); }
 /// The device belongs to no output: of one that is turned, some compositors would turn the position
 /// once more.
 std::optional<Point> VirtualPointer::move(Point point) {
-  const auto main = outputs_.main();
+  const auto main = outputs_.main(watched_.current());
   if (!main || pointer_ == nullptr) return std::nullopt;
   const Rect& area = main->area;
   const Point place{inside(point.x, area.origin.x, area.width),

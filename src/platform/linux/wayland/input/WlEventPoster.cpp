@@ -2,7 +2,8 @@
 
 namespace vesk::wayland::input {
 
-WlEventPoster::WlEventPoster(InputGate& gate) : gate_(gate) {
+WlEventPoster::WlEventPoster(InputGate& gate, const stream::WatchedDisplay& watched)
+    : gate_(gate), watched_(watched) {
   undoLeftBehind();
   gate_.onClose = [this] {
     const std::lock_guard lock(mutex_);
@@ -26,14 +27,14 @@ WlEventPoster::~WlEventPoster() {
 
 /// Devices that come up let go of what others have left down.
 void WlEventPoster::undoLeftBehind() {
-  if (record_.isLeftBehind()) const InputDevices undoing(gate_, record_);
+  if (record_.isLeftBehind()) const InputDevices undoing(gate_, watched_, record_);
 }
 
 /// Those that there are; made now where they are needed and nothing speaks against it.
 InputDevices* WlEventPoster::devices(Need need) {
   if (devices_ != nullptr && !*devices_) devices_.reset();
   if (devices_ == nullptr && need == Need::ofAny && gate_.isOpen() && !hasFailed_) {
-    devices_ = std::make_unique<InputDevices>(gate_, record_);
+    devices_ = std::make_unique<InputDevices>(gate_, watched_, record_);
     hasFailed_ = !*devices_;
     if (hasFailed_) devices_.reset();
   }

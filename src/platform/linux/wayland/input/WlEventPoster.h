@@ -6,6 +6,7 @@
 
 #include "platform/Events.h"
 #include "platform/InputGate.h"
+#include "platform/linux/stream/WatchedDisplay.h"
 #include "platform/linux/wayland/input/InputDevices.h"
 
 namespace vesk::wayland::input {
@@ -23,8 +24,8 @@ namespace vesk::wayland::input {
 /// input, and where there is none, not before that input has ended.
 class WlEventPoster final : public EventPoster {
  public:
-  /// The gate outlives this object, which is the one that acts when it closes or has ended.
-  explicit WlEventPoster(InputGate& gate);
+  /// Both outlive this object, which is the one that acts when the gate closes or has ended.
+  WlEventPoster(InputGate& gate, const stream::WatchedDisplay& watched);
   ~WlEventPoster() override;
 
   void post(const MouseEvent& event) override;
@@ -41,6 +42,7 @@ class WlEventPoster final : public EventPoster {
   InputDevices* devices(Need need);
 
   InputGate& gate_;
+  const stream::WatchedDisplay& watched_;
   /// Against whoever closes the gate.
   std::mutex mutex_;
   keys::HeldRecord record_;

@@ -25,7 +25,8 @@ std::unique_ptr<ScreenStream> WlScreenCapture::makeStream(
       filter.display, configuration,
       stream::leavesOutThisProgram(filter) ? &ownSurfaces_ : nullptr);
   return std::make_unique<stream::ThreadedStream>(std::move(images), configuration.framesPerSecond,
-                                                  std::move(onStopped));
+                                                  std::move(onStopped),
+                                                  watched_.hold(filter.display.displayID));
 }
 
 }  // namespace vesk::wayland::screen

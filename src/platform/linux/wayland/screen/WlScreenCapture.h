@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/ScreenCapture.h"
+#include "platform/linux/stream/WatchedDisplay.h"
 #include "platform/linux/wayland/beneath/OwnSurfaces.h"
 
 namespace vesk::wayland::screen {
@@ -10,8 +11,9 @@ namespace vesk::wayland::screen {
 /// surfaces: what lies beneath them is shown. Completions run before the call returns.
 class WlScreenCapture final : public ScreenCapture {
  public:
-  /// `ownSurfaces` outlives this object and its streams.
-  explicit WlScreenCapture(const beneath::OwnSurfaces& ownSurfaces) : ownSurfaces_(ownSurfaces) {}
+  /// `ownSurfaces` outlives this object and its streams, `watched` this object.
+  WlScreenCapture(const beneath::OwnSurfaces& ownSurfaces, stream::WatchedDisplay& watched)
+      : ownSurfaces_(ownSurfaces), watched_(watched) {}
 
   void shareableContent(Content completion) override;
   std::unique_ptr<ScreenStream> makeStream(const ContentFilter& filter,
@@ -20,6 +22,7 @@ class WlScreenCapture final : public ScreenCapture {
 
  private:
   const beneath::OwnSurfaces& ownSurfaces_;
+  stream::WatchedDisplay& watched_;
 };
 
 }  // namespace vesk::wayland::screen

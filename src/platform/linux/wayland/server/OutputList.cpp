@@ -142,7 +142,8 @@ std::optional<Output> OutputList::find(DisplayId id) const {
   return found == all.end() ? std::nullopt : std::optional(*found);
 }
 
-std::optional<Output> OutputList::main() const {
+std::optional<Output> OutputList::main(DisplayId watched) const {
+  if (const auto found = find(watched)) return found;
   const auto all = current();
   if (all.empty()) return std::nullopt;
   const auto atOrigin =

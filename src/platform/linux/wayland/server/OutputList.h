@@ -46,9 +46,9 @@ class OutputList {
   std::vector<Output> current() const;
   std::optional<Output> find(DisplayId id) const;
 
-  /// The main one. The compositor names none: it is the one at the origin, where the others are
-  /// laid out from, or the first.
-  std::optional<Output> main() const;
+  /// The main one: the one that is watched, while it is there. The compositor names none: otherwise
+  /// it is the one at the origin, where the others are laid out from, or the first.
+  std::optional<Output> main(DisplayId watched = 0) const;
 
   /// Of an output that is there; null for another.
   wl_output* proxy(DisplayId id) const;

@@ -32,7 +32,8 @@ std::unique_ptr<ScreenStream> XScreenCapture::makeStream(
   auto images = std::make_unique<MonitorImages>(
       filter.display, configuration, stream::leavesOutThisProgram(filter) ? &ownWindows_ : nullptr);
   return std::make_unique<stream::ThreadedStream>(std::move(images), configuration.framesPerSecond,
-                                                  std::move(onStopped));
+                                                  std::move(onStopped),
+                                                  watched_.hold(filter.display.displayID));
 }
 
 }  // namespace vesk::x11::screen

@@ -64,7 +64,8 @@ TEST_F(OverlaysOnKWinTest, AreAboveAFullScreenWindowAndCanBeTakenOutOfThePicture
 
 TEST_F(OverlaysOnKWinTest, LetClicksAndKeysThroughToWhatIsBeneath) {
   portal::session::HeardSession hand;
-  portal::input::PortalEventPoster poster(hand.gate, hand.strokes);
+  const stream::WatchedDisplay watched;
+  portal::input::PortalEventPoster poster(hand.gate, hand.strokes, watched);
   hand.startSession();
   ASSERT_TRUE(hand.waitFor([&] { return !hand.grants.empty(); }));
   const auto line = show(border(wholeScreen, 0.8, 20));

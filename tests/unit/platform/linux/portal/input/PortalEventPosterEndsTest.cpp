@@ -71,7 +71,8 @@ TEST(PortalEventPosterOverflowTest, LeavesNothingDownThatFoundNoRoom) {
   InputGate gate(clock);
   const auto strokes = std::make_shared<session::StrokeQueue>(gate);
   const auto session = strokes->open(std::nullopt, [] {});
-  PortalEventPoster poster(gate, strokes);
+  const stream::WatchedDisplay watched;
+  PortalEventPoster poster(gate, strokes, watched);
   std::set<std::int32_t> down;
   const auto sendAll = [&] {
     while (const auto stroke = strokes->take(session)) {

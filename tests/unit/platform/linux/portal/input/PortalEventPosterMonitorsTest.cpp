@@ -1,5 +1,3 @@
-#include <cmath>
-
 #include "platform/linux/wayland/server/WlDisplays.h"
 #include "platform/linux/wayland/server/shareableOutputs.h"
 #include "unit/platform/linux/portal/input/PosterFixture.h"
@@ -31,23 +29,54 @@ TEST_F(OnAFineMonitorTest, PointsAtPlacesOfTheWholeMonitor) {
   EXPECT_GT(window->seen().pointer.y, 1079);
 }
 
+struct ScaledMutter : testing::Mutter {
+  ScaledMutter() : Mutter({.monitor = {3840, 2160}, .scale = 2, .isScaledAsAWhole = true}) {}
+};
+
+/// Where the desktop itself has more pixels than points.
+class OnAScaledDesktopTest : public PosterFixtureOn<session::AskedDesktopOn<ScaledMutter>> {};
+
+TEST_F(OnAScaledDesktopTest, PointsAtPlacesOfTheWholeMonitor) {
+  ASSERT_EQ(mainArea(), (Rect{{0, 0}, 1920, 1080}));
+  move({480, 540});
+  EXPECT_TRUE(window->waitFor([](const auto& seen) { return seen.pointer == Point{480, 540}; }));
+  EXPECT_EQ(poster.pointerLocation(), (Point{480, 540}));
+  move({1500.5, 900});
+  EXPECT_TRUE(window->waitFor([](const auto& seen) { return seen.pointer == Point{1500.5, 900}; }));
+  move({4000, 4000});
+  EXPECT_TRUE(window->waitFor([](const auto& seen) { return seen.pointer.x > 1919; }));
+  EXPECT_GT(window->seen().pointer.y, 1079);
+}
+
 constexpr PixelSize besideIt{1280, 720};
 
 struct TwoMonitors : testing::Mutter {
   TwoMonitors() : Mutter({.beside = besideIt}) {}
 };
 
-/// A person who shares the monitor beside the main one.
+/// A person who shares the monitor beside the main one. A dialog that gets no processor takes no
+/// notice of a choice; then the person is asked once more.
 class OtherShared : public session::AskedDesktopOn<TwoMonitors> {
  public:
   bool begin() {
-    ask();
-    if (!isAsked()) return false;
-    for (const Point place : {ofTheOther, ofInput, ofYes}) hand.click(place);
-    return waitFor([this] { return !grants.empty(); }) && isAskedNoMore() && hasKeysAgain();
+    constexpr int tries = 5;
+    for (int i = 0; i < tries; ++i) {
+      if (!share()) return false;
+      if (grants.front().area->origin == Point{1920, 0}) return isAskedNoMore() && hasKeysAgain();
+    }
+    return false;
   }
 
  private:
+  bool share() {
+    session.reset();
+    grants.clear();
+    ask();
+    if (!isAsked()) return false;
+    for (const Point place : {ofTheOther, ofInput, ofYes}) hand.click(place);
+    return waitFor([this] { return !grants.empty(); });
+  }
+
   static constexpr Point ofTheOther{791, 580};
   static constexpr Point ofInput{1150, 667};
   static constexpr Point ofYes{1172, 413};
@@ -63,21 +92,36 @@ class OnTheOtherMonitorTest : public PosterFixtureOn<OtherShared> {
     }
     return 0;
   }
+
+  /// Whether the viewer's `target` is that place in a window, which may have to grow first.
+  bool isThere(Point target, const testing::WlWindow& there, Point place) {
+    return testing::waitUntil([&] {
+      move(target);
+      const auto seen = there.seen();
+      return seen.hasPointer && seen.pointer == place;
+    });
+  }
 };
 
-/// The viewer's places are those of the picture that they see.
-TEST_F(OnTheOtherMonitorTest, PointsAtWhatIsShared) {
+TEST_F(OnTheOtherMonitorTest, PointsAtWhatIsWatched) {
+  testing::WlWindow onIt({.output = other()});
+  ASSERT_EQ(onIt.size(), besideIt);
+  const auto hold = watched.hold(other());
+  EXPECT_TRUE(isThere({1920, 0}, onIt, {0, 0}));
+  EXPECT_TRUE(isThere({1920 + 640, 360}, onIt, {640, 360}));
+  EXPECT_EQ(poster.pointerLocation(), (Point{1920 + 640, 360}));
+  EXPECT_FALSE(window->seen().hasPointer);
+  EXPECT_TRUE(isThere({10, 10}, onIt, {0, 10}));
+}
+
+/// Where nobody has said so, the viewer's places are those of the main one.
+TEST_F(OnTheOtherMonitorTest, PointsAtWhatIsSharedAsIfItWereTheMainOne) {
   testing::WlWindow onIt({.output = other()});
   ASSERT_EQ(onIt.size(), besideIt);
   const Rect area = mainArea();
   const Point middle{area.width / 2, area.height / 2};
-  move(middle);
-  // A window that grows counts its places in fractions.
-  EXPECT_TRUE(onIt.waitFor([](const auto& seen) {
-    return std::abs(seen.pointer.x - 640) < 0.01 && std::abs(seen.pointer.y - 360) < 0.01;
-  }));
+  EXPECT_TRUE(isThere(middle, onIt, {640, 360}));
   EXPECT_EQ(poster.pointerLocation(), middle);
-  EXPECT_TRUE(window->waitFor([](const auto& seen) { return !seen.hasPointer; }));
 }
 
 }  // namespace

@@ -91,7 +91,8 @@ class PosterFixtureOn : public ::testing::Test, protected Desktop {
   }
 
   std::vector<std::size_t> lacking;
-  PortalEventPoster poster{gate, strokes};
+  stream::WatchedDisplay watched;
+  PortalEventPoster poster{gate, strokes, watched};
 };
 
 }  // namespace vesk::portal::input

@@ -13,15 +13,6 @@ const Rect left{{0, 0}, 1280, 800};
 const Rect right{{1280, 0}, 1920, 1080};
 const std::vector<Output> two{output(left, {1280, 800}), output(right, {3840, 2160})};
 
-TEST(SharedAreaTest, IsTheOutputThatLiesThere) {
-  EXPECT_EQ(sharedArea(left, two), left);
-  EXPECT_EQ(sharedArea(right, two), right);
-}
-
-TEST(SharedAreaTest, IsInPointsThoughPixelsAreTold) {
-  EXPECT_EQ(sharedArea({{1280, 0}, 3840, 2160}, two), right);
-}
-
 TEST(SharedAreaTest, IsAllOfThemWhereTheyAreSharedTogether) {
   const Rect all{{0, 0}, 3200, 1080};
   EXPECT_EQ(sharedArea(all, two), all);

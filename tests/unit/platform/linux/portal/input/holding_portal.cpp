@@ -16,7 +16,8 @@ int main(int argc, char* argv[]) {
   const SystemClock clock;
   InputGate gate(clock);
   const auto strokes = std::make_shared<session::StrokeQueue>(gate);
-  input::PortalEventPoster poster(gate, strokes);
+  const stream::WatchedDisplay watched;
+  input::PortalEventPoster poster(gate, strokes, watched);
   std::promise<bool> isGranted;
   session::PortalSession session(strokes, {},
                                  {[&](const session::Granted&) { isGranted.set_value(true); },

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "fakes/FakeDisplays.h"
 #include "fakes/RecordingOverlays.h"
@@ -68,11 +70,34 @@ TEST_F(ListedOverlaysTest, AreNoLongerListedOnceTheyAreGone) {
   EXPECT_EQ(listed().size(), 0U);
 }
 
-/// That is the one that is shared, as a rule, whichever counts as the main one here.
+TEST_F(ListedOverlaysTest, KnowTheScreenInThePlaceOfTheMainDisplay) {
+  for (const double pixelsOfAPoint : {1.0, 1.25, 2.0}) {
+    const Rect beside{{2560 / pixelsOfAPoint, 0}, 2560 / pixelsOfAPoint, 1600 / pixelsOfAPoint};
+    others = std::make_unique<fakes::RecordingOverlays>();
+    screenIs({{0, 0}, 2560 / pixelsOfAPoint, 1600 / pixelsOfAPoint});
+    others->screenList.insert(others->screenList.begin(), {67U, beside});
+    ListedOverlays overlays(std::move(others), displays, surfaces);
+    const auto numbers = [&] {
+      const auto screens = overlays.screens();
+      return std::vector{screens.at(0).screenNumber, screens.at(1).screenNumber};
+    };
+    using Numbers = std::vector<std::optional<DisplayId>>;
+    EXPECT_EQ(numbers(), (Numbers{std::nullopt, 7U}));
+    displays.boundsOf[7] = {{2560, 0}, 2560, 1600};
+    EXPECT_EQ(numbers(), (Numbers{7U, std::nullopt}));
+    displays.boundsOf[7] = {{2560, 0}, 2560, 1440};
+    EXPECT_EQ(numbers(), (Numbers{std::nullopt, std::nullopt}));
+    displays.boundsOf[7] = {{2560, 100}, 2560, 1600};
+    EXPECT_EQ(numbers(), (Numbers{std::nullopt, std::nullopt}));
+  }
+}
+
 TEST_F(ListedOverlaysTest, AreReckonedFromTheScreenThatTheyAreOn) {
   const Rect there{{1280, 0}, 960, 540};
   screenIs({{0, 0}, 1280, 800});
   others->screenList.insert(others->screenList.begin(), {67U, there});
+  displays.boundsOf[7] = {{2560, 0}, 1920, 1080};
+  displays.modes[7] = {1920, 1080};
   EXPECT_EQ(ofBorderAround(there, 4),
             (std::vector<PixelRect>{
                 {0, 0, 1920, 8}, {0, 1072, 1920, 8}, {0, 8, 8, 1064}, {1912, 8, 8, 1064}}));

@@ -84,6 +84,21 @@ TEST_F(StrokeQueueTest, KeepsTheOrderAndTheLastOfSeveralPlaces) {
   EXPECT_EQ(sent(), (std::vector{motion(2), key(30, true), motion(3)}));
 }
 
+TEST_F(StrokeQueueTest, DropsAStepWithThePlaceThatItWasFrom) {
+  const Stroke step{.kind = Stroke::Kind::step, .place = {5, 5}};
+  queue.push(motion(1));
+  queue.push(step);
+  queue.push(motion(2));
+  queue.push(step);
+  EXPECT_EQ(sent(), (std::vector{motion(2), step}));
+  queue.push(motion(3));
+  queue.push(step);
+  ASSERT_EQ(queue.take(session), motion(3));
+  queue.push(motion(4));
+  queue.answered(session);
+  EXPECT_EQ(sent(), std::vector{motion(4)});
+}
+
 TEST_F(StrokeQueueTest, LetsGoOfWhatWentOutAndDropsTheRest) {
   queue.push(key(30, true));
   EXPECT_EQ(sent().size(), 1U);

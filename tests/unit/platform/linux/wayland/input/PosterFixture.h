@@ -19,7 +19,7 @@ class PosterFixture : public ::testing::Test {
  protected:
   explicit PosterFixture(const std::vector<std::string>& lines = {}) : sway(lines) {
     sway.enter();
-    poster.emplace(gate);
+    poster.emplace(gate, watched);
   }
 
   void mouse(EventType type, Point point, MouseButton button = MouseButton::left,
@@ -80,6 +80,7 @@ class PosterFixture : public ::testing::Test {
   SystemClock clock;
   InputGate gate{clock};
   testing::Sway sway;
+  stream::WatchedDisplay watched;
   std::optional<WlEventPoster> poster;
 };
 

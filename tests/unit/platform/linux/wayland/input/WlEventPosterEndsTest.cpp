@@ -45,7 +45,8 @@ class OtherHands {
     if (::read(start_[0], &byte, 1) != 1) ::_exit(1);
     const SystemClock clock;
     InputGate gate(clock);
-    WlEventPoster poster(gate);
+    const stream::WatchedDisplay watched;
+    WlEventPoster poster(gate, watched);
     poster.post(KeyboardEvent{
         .keyCode = 0x00, .down = true, .type = EventType::keyDown, .flags = eventFlag::shift});
     poster.post(MouseEvent{.type = EventType::leftMouseDown, .point = {100, 100}});
@@ -159,12 +160,12 @@ TEST_F(WlEventPosterEndsTest, IsLetGoOfByItsSuccessorWhereItIsKilled) {
   EXPECT_TRUE(window.waitFor([](const auto& seen) { return seen.keys.empty(); }))
       << "the compositor's own doing";
   EXPECT_EQ(window.seen().buttons.size(), 1U) << "not so";
-  poster.emplace(gate);
+  poster.emplace(gate, watched);
   EXPECT_TRUE(isFree());
   EXPECT_TRUE(testing::waitUntil([&] { return devices() == 2; })) << "those of the person";
   window.forget();
   poster.reset();
-  poster.emplace(gate);
+  poster.emplace(gate, watched);
   EXPECT_EQ(devices(), 2U);
   window.settle();
   EXPECT_EQ(window.seen().count("button"), 0U) << "nothing is left to let go of";

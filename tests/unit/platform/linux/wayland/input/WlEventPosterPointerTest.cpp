@@ -4,6 +4,7 @@
 #include <array>
 #include <tuple>
 
+#include "platform/linux/wayland/server/WlDisplays.h"
 #include "unit/platform/linux/wayland/input/PosterFixture.h"
 
 namespace vesk::wayland::input::VESK_FILE {
@@ -94,6 +95,22 @@ TEST_F(WlEventPosterPointerTest, FollowsTheMainOutput) {
     move({1900, 60});
     return window.seen().pointer == Point{1900, 60};
   }));
+}
+
+TEST_F(WlEventPosterPointerTest, StaysOnTheOutputThatIsWatchedWhicheverIsTheMainOne) {
+  const testing::WlWindow window;
+  move({10, 10});
+  ASSERT_TRUE(isAt(window, {10, 10}));
+  const auto hold = watched.hold(server::WlDisplays().mainDisplay());
+  sway.command("create_output");
+  sway.command("output HEADLESS-1 position 800 0");
+  sway.command("output HEADLESS-2 mode 800x600@60Hz position 0 0");
+  EXPECT_TRUE(testing::waitUntil([&] {
+    move({900, 30});
+    return window.seen().pointer == Point{100, 30};
+  }));
+  move({790, 40});
+  EXPECT_TRUE(isAt(window, {0, 40}));
 }
 
 TEST_F(WlEventPosterPointerTest, PressesAndLetsGoOfEachButton) {

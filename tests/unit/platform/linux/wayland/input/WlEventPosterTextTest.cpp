@@ -86,7 +86,7 @@ class ToldClock final : public SystemClock {
 
 class WlEventPosterHeldUpTest : public WlEventPosterTextTest {
  protected:
-  WlEventPosterHeldUpTest() { poster.emplace(toldGate); }
+  WlEventPosterHeldUpTest() { poster.emplace(toldGate, watched); }
   ~WlEventPosterHeldUpTest() override { poster.reset(); }
 
   ToldClock told;

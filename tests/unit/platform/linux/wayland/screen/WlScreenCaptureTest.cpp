@@ -48,8 +48,9 @@ class WlScreenCaptureTest : public ::testing::Test {
     const auto points = displays.pixels(display);
     filter.display = {display, points.width, points.height};
     filter.excludingApplications = {{::getpid()}};
-    auto stream = WlScreenCapture(list).makeStream(
-        filter, configuration, [this](const PlatformError& error) { received.fail(error); });
+    auto stream = WlScreenCapture(list, watched)
+                      .makeStream(filter, configuration,
+                                  [this](const PlatformError& error) { received.fail(error); });
     stream->addOutput([this](const auto& sample, auto) { received.add(sample); }, queue);
     return stream;
   }
@@ -68,6 +69,7 @@ class WlScreenCaptureTest : public ::testing::Test {
 
   testing::Sway sway{{"output HEADLESS-1 mode 640x400@60Hz"}};
   beneath::OwnSurfaces list;
+  stream::WatchedDisplay watched;
   testing::ReceivedSamples received;
   loop::ThreadQueue queue{"test.samples"};
 };
@@ -79,7 +81,7 @@ TEST_F(WlScreenCaptureTest, OffersTheOutputsInPointsAndThisProgram) {
     return displays.pixels(displays.mainDisplay()) == PixelSize{320, 200};
   }));
   std::optional<ShareableContent> content;
-  WlScreenCapture(list).shareableContent([&](auto offered, const auto& error) {
+  WlScreenCapture(list, watched).shareableContent([&](auto offered, const auto& error) {
     content = std::move(offered);
     EXPECT_EQ(error, std::nullopt);
   });
@@ -95,7 +97,7 @@ TEST_F(WlScreenCaptureTest, OffersTheOutputsInPointsAndThisProgram) {
 TEST_F(WlScreenCaptureTest, SaysThatThereIsNoCompositor) {
   sway.kill();
   std::optional<PlatformError> refused;
-  WlScreenCapture(list).shareableContent([&](const auto& offered, const auto& error) {
+  WlScreenCapture(list, watched).shareableContent([&](const auto& offered, const auto& error) {
     EXPECT_FALSE(offered);
     refused = error;
   });
@@ -232,11 +234,25 @@ TEST_F(WlScreenCaptureTest, FailsWithoutAThreadOrADescriptorInWordsThatSaySo) {
   EXPECT_EQ(start(*stream), std::nullopt);
 }
 
+/// To whoever asks, whichever the person makes that.
+TEST_F(WlScreenCaptureTest, HasItsDisplayWatchedUntilItIsStopped) {
+  auto stream = makeStream();
+  const auto main = server::WlDisplays().mainDisplay();
+  ASSERT_EQ(start(*stream), std::nullopt);
+  EXPECT_EQ(watched.current(), main);
+  EXPECT_EQ(stop(*stream), std::nullopt);
+  EXPECT_EQ(watched.current(), 0U);
+  stream = makeStream();
+  EXPECT_EQ(watched.current(), main);
+  stream.reset();
+  EXPECT_EQ(watched.current(), 0U);
+}
+
 TEST_F(WlScreenCaptureTest, FailsForADisplayThatIsNotThere) {
   ContentFilter filter;
   filter.display.displayID = 999'999;
   const auto stream =
-      WlScreenCapture(list).makeStream(filter, {}, [](const auto&) { ADD_FAILURE(); });
+      WlScreenCapture(list, watched).makeStream(filter, {}, [](const auto&) { ADD_FAILURE(); });
   EXPECT_EQ(start(*stream), PlatformError{"The display was turned off or unplugged."});
 }
 
@@ -246,7 +262,7 @@ TEST_F(WlScreenCaptureTest, ReachesAViewerAsVideo) {
   SystemClock clock;
   LinuxProcesses processes;
   server::WlDisplays displays;
-  WlScreenCapture screenCapture(list);
+  WlScreenCapture screenCapture(list, watched);
   picture::X264Compression compression;
   const auto capturer = std::make_shared<Capturer>(
       Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});

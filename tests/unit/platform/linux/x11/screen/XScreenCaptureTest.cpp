@@ -62,7 +62,7 @@ class XScreenCaptureTest : public ::testing::Test {
     const auto pixels = server::XDisplays().pixels(display);
     filter.display = {display, pixels.width, pixels.height};
     filter.excludingApplications = {{::getpid()}};
-    auto stream = XScreenCapture(ownWindows, connection)
+    auto stream = XScreenCapture(ownWindows, watched, connection)
                       .makeStream(filter, configuration,
                                   [this](const PlatformError& error) { received.fail(error); });
     stream->addOutput([this](const auto& sample, auto) { received.add(sample); }, queue);
@@ -84,6 +84,7 @@ class XScreenCaptureTest : public ::testing::Test {
   XServer server;
   DisplayVariable variable{server.display()};
   beneath::OwnWindows ownWindows;
+  stream::WatchedDisplay watched;
   const server::Connection connection;
   testing::ReceivedSamples received;
   loop::ThreadQueue queue{"test.samples"};
@@ -222,14 +223,21 @@ TEST_F(XScreenCaptureTest, EndsWhenTheDisplayChangesItsSizeAndBeginsAnew) {
   EXPECT_TRUE(received.waitUntil([&](auto& r) { return r.images() > before; }));
 }
 
+/// To whoever asks, whichever the person makes that.
+TEST_F(XScreenCaptureTest, HasItsDisplayWatchedUntilItIsStopped) {
+  const auto stream = makeStream({640, 480});
+  ASSERT_EQ(start(*stream), std::nullopt);
+  EXPECT_EQ(watched.current(), server::XDisplays().mainDisplay());
+  EXPECT_EQ(stop(*stream), std::nullopt);
+  EXPECT_EQ(watched.current(), 0U);
+}
+
 TEST_F(XScreenCaptureTest, FailsForADisplayThatIsNotThere) {
   StreamConfiguration configuration;
   ContentFilter filter;
   filter.display.displayID = 999'999;
-  const auto stream =
-      XScreenCapture(ownWindows, connection).makeStream(filter, configuration, [](const auto&) {
-        ADD_FAILURE();
-      });
+  const auto stream = XScreenCapture(ownWindows, watched, connection)
+                          .makeStream(filter, configuration, [](const auto&) { ADD_FAILURE(); });
   const auto error = start(*stream);
   ASSERT_TRUE(error);
   EXPECT_EQ(error->localizedDescription, "The display was turned off or unplugged.");
@@ -261,9 +269,10 @@ TEST_F(XScreenCaptureTest, FailsWithoutADescriptorInWordsThatSaySo) {
   {
     const testing::NoDescriptors scarcity;
     startedWithout = start(*stream);
-    const auto another = XScreenCapture(ownWindows, connection).makeStream({}, {}, [](const auto&) {
-      ADD_FAILURE();
-    });
+    const auto another =
+        XScreenCapture(ownWindows, watched, connection).makeStream({}, {}, [](const auto&) {
+          ADD_FAILURE();
+        });
     madeWithout = start(*another);
   }
   const PlatformError expected{"This program has too many files open."};
@@ -277,7 +286,8 @@ TEST_F(XScreenCaptureTest, IsOfferedOnlyByAServerThatGrantsIt) {
   const auto contentOf = [](const server::Connection& asked) {
     std::optional<ShareableContent> content;
     const beneath::OwnWindows own;
-    XScreenCapture(own, asked).shareableContent([&](auto offered, const auto& error) {
+    stream::WatchedDisplay nothing;
+    XScreenCapture(own, nothing, asked).shareableContent([&](auto offered, const auto& error) {
       content = std::move(offered);
       EXPECT_NE(content.has_value(), error.has_value());
     });
@@ -327,7 +337,7 @@ TEST_F(XScreenCaptureTest, ReachesAViewerAsVideo) {
   SystemClock clock;
   LinuxProcesses processes;
   server::XDisplays displays;
-  XScreenCapture screenCapture(ownWindows, connection);
+  XScreenCapture screenCapture(ownWindows, watched, connection);
   picture::X264Compression compression;
   const auto capturer = std::make_shared<Capturer>(
       Capturer::Parts{queues, clock, processes, displays, screenCapture, compression});

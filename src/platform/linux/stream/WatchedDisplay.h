@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "platform/Displays.h"
+
+namespace vesk::stream {
+
+/// The display that is watched, while one is. For as long it is the main one to this program,
+/// whichever the person makes that meanwhile: picture, hands and sign belong together.
+///
+/// Thread: any. Owns: nothing. Fails: never.
+class WatchedDisplay {
+ public:
+  using Hold = std::shared_ptr<const DisplayId>;
+
+  /// Until it is dropped or another one is held.
+  [[nodiscard]] Hold hold(DisplayId display) {
+    auto made = std::make_shared<const DisplayId>(display);
+    const std::lock_guard lock(mutex_);
+    held_ = made;
+    return made;
+  }
+
+  /// 0 while none is. It may be one that has gone.
+  DisplayId current() const {
+    const std::lock_guard lock(mutex_);
+    const auto held = held_.lock();
+    return held ? *held : 0;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::weak_ptr<const DisplayId> held_;
+};
+
+}  // namespace vesk::stream
