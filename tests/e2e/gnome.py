@@ -23,13 +23,18 @@ class Mutter(PortalServices):
 
     desktop, dialogs_name = "GNOME", "org.freedesktop.impl.portal.desktop.gnome"
     x_displays = ()
+    # Another monitor, to the right of the first: its size.
+    beside = None
 
     def start_compositor(self):
-        # A switch is not another one before it has moved.
+        # A switch is not another one before it has moved, and a program that got no processor while
+        # a key was down would repeat it.
         self.write("home/.config/glib-2.0/settings/keyfile",
-                   "[org/gnome/desktop/interface]\nenable-animations=false\n")
+                   "[org/gnome/desktop/interface]\nenable-animations=false\n"
+                   "[org/gnome/desktop/peripherals/keyboard]\nrepeat=false\n")
+        beside = ("--virtual-monitor", f"{self.beside[0]}x{self.beside[1]}") if self.beside else ()
         self.compositor = self.serve("mutter", "--headless", "--virtual-monitor", f"{WIDTH}x{HEIGHT}",
-                                     "--wayland", "--wayland-display", self.display)
+                                     *beside, "--wayland", "--wayland-display", self.display)
         told = re.compile(r"Using public X11 display :(\d+), \(using :(\d+) for managed services")
         self.x_displays = wait_until(lambda: told.search(self.compositor.said.read_text("utf-8")),
                                      "the X server has a number").groups()
@@ -65,7 +70,8 @@ class Hand:
 
     SERVICE, CAST = "org.gnome.Mutter.RemoteDesktop", "org.gnome.Mutter.ScreenCast"
 
-    def __init__(self, desktop):
+    def __init__(self, desktop, monitor=""):
+        """The first monitor where no other is named."""
         self.desktop = desktop
         self.session, = desktop.call(self.SERVICE, "/org/gnome/Mutter/RemoteDesktop", self.SERVICE,
                                      "CreateSession")
@@ -74,7 +80,7 @@ class Hand:
         cast, = desktop.call(self.CAST, "/org/gnome/Mutter/ScreenCast", self.CAST, "CreateSession",
                              "(a{sv})", {"remote-desktop-session-id": GLib.Variant("s", identity)})
         self.stream, = desktop.call(self.CAST, cast, self.CAST + ".Session", "RecordMonitor",
-                                    "(sa{sv})", "", {"cursor-mode": GLib.Variant("u", 0)})
+                                    "(sa{sv})", monitor, {"cursor-mode": GLib.Variant("u", 0)})
         nodes = []
         subscription = desktop.connection.signal_subscribe(
             self.CAST, self.CAST + ".Stream", "PipeWireStreamAdded", self.stream, None,
@@ -160,6 +166,7 @@ class Dialog:
     those on a screen of this size."""
 
     SHARE, CANCEL, MAY_CONTROL = (852, 273), (428, 273), (820, 472)
+    SECOND_MONITOR = (640, 441)
     # It grows about its middle. Once its outermost button has reached its place, all have.
     EDGE_OF_SHARE = (881, 273)
 
@@ -189,6 +196,13 @@ class Dialog:
 
     def refuse(self):
         self._hand.click(*self.CANCEL)
+
+    def choose_second_monitor(self):
+        """What the question offers where there are two. It is grey once it is chosen."""
+        def is_chosen():
+            self._hand.click(*self.SECOND_MONITOR)
+            return self._hand.picture().at(*self.SECOND_MONITOR)[0] < 245
+        wait_until(is_chosen, "the second monitor is chosen")
 
 
 class Case(harness.Case):

@@ -62,13 +62,13 @@ class Session(gnome.Case):
         picture = self.picture()
         return is_reddish(picture.at(2, 400)) and is_reddish(picture.at(gnome.WIDTH - 3, 400))
 
-    def last_picture(self):
+    def last_picture(self, width=gnome.WIDTH, height=gnome.HEIGHT):
         """What the viewer sees in the end."""
         decoded = subprocess.run(
             ["ffmpeg", "-v", "error", "-i", self.video, "-f", "rawvideo", "-pix_fmt", "rgb24", "-"],
             capture_output=True, check=True, timeout=harness.PATIENCE)
-        size = gnome.WIDTH * gnome.HEIGHT * 3
-        return wayland.Picture(b"P6 %d %d 255\n" % (gnome.WIDTH, gnome.HEIGHT) + decoded.stdout[-size:])
+        size = width * height * 3
+        return wayland.Picture(b"P6 %d %d 255\n" % (width, height) + decoded.stdout[-size:])
 
     def expect_like(self, pixel, wanted, place):
         for part, other in zip(pixel, wanted):

@@ -101,6 +101,51 @@ class Sessions(Session):
         self.assertFalse(self.is_bordered())
 
 
+class TwoMonitors(gnome.Mutter):
+    beside = (1024, 768)
+
+
+class OtherMonitor(Session):
+    """Where the person shares another monitor than the main one."""
+
+    def setUp(self):
+        super().setUp()
+        self.watching = self.start(gnome.Hand, self.server, "Meta-1")
+        self.bare = self.watching.picture()
+
+    def start_server(self):
+        return TwoMonitors(self)
+
+    def share_it(self):
+        self.ask_portal()
+        self.dialog.choose_second_monitor()
+        self.dialog.allow(may_control=False)
+        width, height = TwoMonitors.beside
+        self.assertEqual(self.agent.next_message(),
+                         {"op": "started", "width": width, "height": height, "accessibility": True})
+        wait_until(lambda: self.units() > 0, "the video comes")
+        self.dialog.wait_for_end()
+
+    def has_sign(self):
+        picture = self.watching.picture()
+        return all(is_reddish(picture.at(*place))
+                   for place in ((2, 384), (1021, 384), (512, 765), (512 - 200, 20)))
+
+    def test_is_the_one_with_the_sign_and_the_one_that_the_viewer_sees(self):
+        self.share_it()
+        wait_until(self.has_sign, "strip and border are in sight")
+        self.assertEqual(self.picture().pixels, self.empty.pixels, "nothing is on the other one")
+        start = self.units()
+        wait_until(lambda: self.units() > start + 30, "it stays for a second")
+        self.agent.send("stop", "disconnect")
+        self.assertEqual(self.agent.next_message()["op"], "hello")
+        wait_until(lambda: self.watching.picture().pixels == self.bare.pixels, "the sign is gone")
+        shown = self.last_picture(*TwoMonitors.beside)
+        for place in ((512, 384), (2, 384), (1021, 384), (512, 765), (312, 20), (512, 12), (1, 1)):
+            self.expect_like(shown.at(*place), self.bare.at(*place), place)
+        self.run_session()
+
+
 class Questions(Session):
     """The program's own one, and then the portal's."""
 
