@@ -1,5 +1,6 @@
 #include "platform/linux/wayland/server/WlDisplays.h"
 #include "platform/linux/wayland/server/shareableOutputs.h"
+#include "support/CastImages.h"
 #include "unit/platform/linux/portal/input/PosterFixture.h"
 #include "unit/platform/linux/portal/session/AskedDesktop.h"
 
@@ -102,6 +103,18 @@ class OnTheOtherMonitorTest : public PosterFixtureOn<OtherShared> {
     });
   }
 };
+
+TEST_F(OnTheOtherMonitorTest, SeesWhatIsShared) {
+  testing::WlWindow onIt({.output = other()});
+  ASSERT_EQ(onIt.size(), besideIt);
+  onIt.fill(0, 0, 1280, 720, 0xffffff);
+  auto& grant = grants.front();
+  testing::CastImages images(std::move(grant.remote), grant.node, besideIt, {});
+  ASSERT_EQ(images.open(), std::nullopt);
+  EXPECT_TRUE(images.waitUntil([](const picture::Nv12Image& image) {
+    return image.luma()[360 * image.stride() + 640] > 225;
+  }));
+}
 
 TEST_F(OnTheOtherMonitorTest, PointsAtWhatIsWatched) {
   testing::WlWindow onIt({.output = other()});

@@ -152,6 +152,48 @@ TEST_F(OddPortalsTest, HaveNoAreaWithoutAHeight) {
   EXPECT_FALSE(strokes->isOpen()) << "no devices were given";
 }
 
+class RememberingPortalTest : public OddPortalsTest {
+ protected:
+  /// What the portal is told of the devices when the person allows a session, and is given then.
+  QVariantMap toldWhenAllowed(const char* given) {
+    QVariantMap told;
+    portal->deal("SelectDevices", [&](const auto& question) {
+      told = PretendedPortal::optionsOf(question);
+      portal->answer(question, 0, {});
+    });
+    portal->deal("Start", [this, given](const auto& question) {
+      QVariantMap results{{"streams", streams({{5, {{"size", pair(7, 7)}}}})}};
+      if (given != nullptr) results["restore_token"] = given;
+      portal->answer(question, 0, results);
+    });
+    grants.clear();
+    begin();
+    EXPECT_TRUE(waitFor([&] { return !grants.empty(); }));
+    session.reset();
+    return told;
+  }
+};
+
+TEST_F(RememberingPortalTest, IsToldOnceWhatItHasGiven) {
+  portal->remoteDesktop["version"] = 2U;
+  const auto first = toldWhenAllowed("one");
+  EXPECT_EQ(first["persist_mode"], QVariant(2U)) << "until it is revoked";
+  EXPECT_FALSE(first.contains("restore_token"));
+  const auto second = toldWhenAllowed("another");
+  EXPECT_EQ(second["persist_mode"], QVariant(2U));
+  EXPECT_EQ(second["restore_token"], QVariant("one"));
+  EXPECT_EQ(toldWhenAllowed(nullptr)["restore_token"], QVariant("another"));
+  EXPECT_FALSE(toldWhenAllowed(nullptr).contains("restore_token"));
+}
+
+/// Which would take it for an option that it does not know.
+TEST_F(RememberingPortalTest, IsToldNothingWhereItCannotRemember) {
+  RestoreToken(folder_.path() / "token").write("one");
+  const auto told = toldWhenAllowed(nullptr);
+  EXPECT_FALSE(told.contains("restore_token"));
+  EXPECT_FALSE(told.contains("persist_mode"));
+}
+
 TEST_F(OddPortalsTest, EndsWhereTheSessionIsNowhere) {
   for (const QVariant& handle : {QVariant(""), QVariant("no path"), QVariant(5), QVariant("//")}) {
     portal->deal("CreateSession", [&, handle](const auto& question) {

@@ -15,10 +15,6 @@ QString pathOf(const QDBusMessage& question, const char* kind, const QString& to
       .arg(name::portalPath, kind, question.service().mid(1).replace('.', '_'), token);
 }
 
-QVariantMap optionsOf(const QDBusMessage& question) {
-  return qdbus_cast<QVariantMap>(question.arguments().constLast());
-}
-
 /// Each has its own, so that no connection of a test before is handed out again.
 QString newName() {
   static int count = 0;
@@ -64,6 +60,10 @@ void PretendedPortal::tell(const QString& path, const QString& interface, const 
   auto message = QDBusMessage::createSignal(path, interface, signal);
   message.setArguments(arguments);
   connection_.send(message);
+}
+
+QVariantMap PretendedPortal::optionsOf(const QDBusMessage& question) {
+  return qdbus_cast<QVariantMap>(question.arguments().constLast());
 }
 
 QString PretendedPortal::requestOf(const QDBusMessage& question) {

@@ -37,6 +37,9 @@ class PretendedPortal : private QDBusVirtualObject {
   static QString requestOf(const QDBusMessage& question);
   static QString sessionOf(const QDBusMessage& question);
 
+  /// What a question is asked with.
+  static QVariantMap optionsOf(const QDBusMessage& question);
+
   /// Of which objects a method has been called so far.
   std::vector<QString> callsOf(const QString& method);
 
