@@ -328,6 +328,27 @@ class Input(wayland.LettingGo, Session):
         wait_until(lambda: self.server.ask("get_inputs") == before, "the devices are gone")
 
 
+class OtherOutput(Session):
+    """One that becomes the main one while the session shows the first."""
+
+    lines = ("output HEADLESS-1 position 2000 0",)
+
+    def test_takes_no_hands_that_belong_to_the_one_that_is_watched(self):
+        self.start(wayland.Hand, self.environment())
+        receiver = self.start_receiver()
+        self.run_session(viewer="Anna", input=True)
+        for words in (("create_output",),
+                      ("output", "HEADLESS-2", "mode", "800x600", "position", 0, 0)):
+            self.server.command(*words)
+        wait_until(lambda: any((output["rect"]["x"], output["rect"]["width"]) == (0, 800)
+                               for output in self.server.ask("get_outputs")), "it is at the origin")
+        for place, inside in (("0.25 0.5", (320, 400)), ("0.5 0.25", (640, 200))):
+            wait_until(lambda: self.agent.send("move " + place) or receiver.pointer() == inside,
+                       "the pointer is on the one that is watched")
+        self.agent.send("stop")
+        self.run_session(width=800, height=600, viewer="Anna")
+
+
 class Text(Session):
     def test_types_any_character_into_a_terminal(self):
         typed = self.home / "typed"
