@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <mutex>
+#include <vector>
 
 #include "platform/Displays.h"
 
@@ -15,24 +16,27 @@ class WatchedDisplay {
  public:
   using Hold = std::shared_ptr<const DisplayId>;
 
-  /// Until it is dropped or another one is held.
+  /// Until it is dropped, and while no later one is held.
   [[nodiscard]] Hold hold(DisplayId display) {
     auto made = std::make_shared<const DisplayId>(display);
     const std::lock_guard lock(mutex_);
-    held_ = made;
+    std::erase_if(held_, [](const auto& hold) { return hold.expired(); });
+    held_.insert(held_.begin(), made);
     return made;
   }
 
   /// 0 while none is. It may be one that has gone.
   DisplayId current() const {
     const std::lock_guard lock(mutex_);
-    const auto held = held_.lock();
-    return held ? *held : 0;
+    for (const auto& hold : held_) {
+      if (const auto held = hold.lock()) return *held;
+    }
+    return 0;
   }
 
  private:
   mutable std::mutex mutex_;
-  std::weak_ptr<const DisplayId> held_;
+  std::vector<std::weak_ptr<const DisplayId>> held_;  ///< the latest one first
 };
 
 }  // namespace vesk::stream

@@ -17,10 +17,16 @@ using wayland::server::OutputList;
 
 void Share::ask(Completion answered) {
   auto shut = std::make_unique<ShutGate>(gate_);
-  const std::lock_guard lock(mutex_);
-  asking_ = std::move(shut);
-  waiting_ = std::move(answered);
-  beginSession();
+  {
+    const std::lock_guard lock(mutex_);
+    if (!over_) {
+      asking_ = std::move(shut);
+      waiting_ = std::move(answered);
+      return beginSession();
+    }
+  }
+  shut.reset();
+  answered(over_);
 }
 
 void Share::beginSession() {

@@ -47,6 +47,16 @@ TEST_F(WatchedDisplaysTest, HaveTheOneThatWasHeldLast) {
   EXPECT_EQ(displays.mainDisplay(), 3U);
 }
 
+TEST_F(WatchedDisplaysTest, HaveTheFormerOneAgainWhereTheLatterIsDroppedFirst) {
+  fake->boundsOf[3] = {{0, 1080}, 640, 480};
+  const auto former = watched.hold(2);
+  auto latter = watched.hold(3);
+  latter.reset();
+  EXPECT_EQ(displays.mainDisplay(), 2U);
+  latter = watched.hold(3);
+  EXPECT_EQ(displays.mainDisplay(), 3U);
+}
+
 TEST_F(WatchedDisplaysTest, HaveTheDesktopsMainOneWhenTheWatchedOneIsGone) {
   const auto hold = watched.hold(2);
   fake->boundsOf.erase(2);

@@ -187,6 +187,15 @@ TEST_F(PortalStreamTest, TakesTheQuestionBackWhenItIsWithdrawn) {
   EXPECT_TRUE(gate.isOpen());
 }
 
+/// As by the stop that comes with the start, on another thread.
+TEST_F(PortalStreamTest, AsksNothingThatIsWithdrawnAsItIsAsked) {
+  gate.onClose = [this] { capture->withdrawQuestions(); };
+  ask();
+  gate.onClose = nullptr;
+  EXPECT_EQ(outcomes.all(), std::vector{withdrawn});
+  EXPECT_TRUE(gate.isOpen());
+}
+
 TEST_F(PortalStreamTest, TakesEachQuestionBackWhenAllAreWithdrawn) {
   begin();
   ask();

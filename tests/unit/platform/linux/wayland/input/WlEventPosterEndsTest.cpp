@@ -139,6 +139,8 @@ TEST_F(WlEventPosterEndsTest, MakesNothingWhileTheGateIsShut) {
 class PersonsMouse {
  public:
   PersonsMouse() {
+    zwlr_virtual_pointer_v1_motion_absolute(pointer_.get(), 0, 10, 10, 1920, 1080);
+    zwlr_virtual_pointer_v1_frame(pointer_.get());
     connection_.settle(server::Connection::Clock::now() + server::Connection::patience);
   }
 
@@ -154,6 +156,7 @@ class PersonsMouse {
 TEST_F(WlEventPosterEndsTest, IsLetGoOfByItsSuccessorWhereItIsKilled) {
   const PersonsKeyboard keyboard("us");
   const PersonsMouse mouse;
+  ASSERT_TRUE(window.waitFor([](const auto& seen) { return seen.hasFocus && seen.hasPointer; }));
   other.press();
   ASSERT_TRUE(isHeld());
   other.kill();
