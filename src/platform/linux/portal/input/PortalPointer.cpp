@@ -12,6 +12,7 @@ namespace vesk::portal::input {
 namespace {
 
 using session::Stroke;
+using wayland::server::Output;
 using wayland::server::OutputList;
 
 Stroke strokeOf(MouseButton button, bool isDown) {
@@ -43,10 +44,9 @@ struct Shared {
   double high;
 };
 
-Shared sharedOf(const Rect& told, const OutputList& outputs, DisplayId watched,
+Shared sharedOf(const Rect& told, std::optional<Output> shared, const OutputList& outputs,
                 PortalPointer::Unit unit) {
   const auto all = outputs.current();
-  auto shared = outputs.find(watched);
   if (!shared) shared = wayland::server::outputAt(told, all);
   const Rect area = shared ? shared->area : sharedArea(told, all);
   if (!shared || unit == PortalPointer::Unit::points) return {area, area.width, area.height};
@@ -59,9 +59,10 @@ Shared sharedOf(const Rect& told, const OutputList& outputs, DisplayId watched,
 std::optional<Point> PortalPointer::move(Point point, const OutputList& outputs, Unit unit) {
   const auto told = strokes_.area();
   if (!told) return std::nullopt;
-  const auto main = outputs.main(watched_.current());
+  const auto watched = outputs.find(watched_.current());
+  const auto main = watched ? watched : outputs.main();
   const Rect pointed = main ? main->area : *told;
-  const auto [area, across, high] = sharedOf(*told, outputs, watched_.current(), unit);
+  const auto [area, across, high] = sharedOf(*told, watched, outputs, unit);
   const auto along = Scale{pointed.width, across};
   const auto down = Scale{pointed.height, high};
   const Point place{inside(along.to(point.x - pointed.origin.x), across),

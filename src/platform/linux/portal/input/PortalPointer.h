@@ -12,8 +12,8 @@ namespace vesk::portal::input {
 /// The pointer of a portal's session: it points into the screen that is shared, nowhere else. Where
 /// that is no single display, it is pointed at as if it were the main one.
 ///
-/// Thread: one at a time. Owns: nothing. Fails: silently, where no session
-/// stands or nobody has told where its screen lies.
+/// Thread: one at a time. Owns: nothing. Fails: silently, where no session stands or nobody has
+/// told where its screen lies.
 class PortalPointer {
  public:
   /// How the desktop counts places on a screen.

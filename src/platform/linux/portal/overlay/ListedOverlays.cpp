@@ -102,12 +102,13 @@ std::vector<Screen> ListedOverlays::screens() {
 
 std::unique_ptr<Overlay> ListedOverlays::makeOverlay(const OverlayAppearance& appearance) {
   const auto display = displays_.mainDisplay();
-  const auto all = screens();
+  const auto all = overlays_->screens();
   const auto found = std::ranges::find_if(
       all, [&](const Screen& screen) { return isOn(screen.frame, appearance.frame); });
   const auto screen = found != all.end() ? *found : mainScreen().value_or(Screen());
   const auto panel = displays_.modePixels(display);
-  const double scale = panel ? static_cast<double>(panel->width) / screen.frame.width : 1;
+  const bool isKnown = panel && screen.frame.width > 0;
+  const double scale = isKnown ? static_cast<double>(panel->width) / screen.frame.width : 1;
   return std::make_unique<ListedOverlay>(overlays_->makeOverlay(appearance), display,
                                          coveredBy(appearance, screen.frame, scale), ownSurfaces_);
 }

@@ -2,11 +2,11 @@
 
 #include <unistd.h>
 
-#include <cmath>
 #include <utility>
 
 #include "platform/linux/portal/screen/PortalStream.h"
 #include "platform/linux/stream/leavesOutThisProgram.h"
+#include "platform/linux/wayland/server/shareableOutputs.h"
 
 namespace vesk::portal::screen {
 namespace {
@@ -15,10 +15,9 @@ namespace {
 using Shared = const std::shared_ptr<Share>;
 
 ShareableContent contentOf(const std::shared_ptr<Share>& share) {
-  const auto output = share->chosen();
-  return {{{output.id, std::llround(output.area.width), std::llround(output.area.height),
-            std::make_shared<Shared>(share)}},
-          {{::getpid()}}};
+  auto display = wayland::server::shareableDisplay(share->chosen());
+  display.native = std::make_shared<Shared>(share);
+  return {{display}, {{::getpid()}}};
 }
 
 }  // namespace

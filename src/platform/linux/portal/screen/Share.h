@@ -59,7 +59,6 @@ class Share : public std::enable_shared_from_this<Share> {
 
   void beginSession();
   void accept(session::Granted granted);
-  void choose(const session::Granted& granted);
   void finishStart();
   void end(const PlatformError& error, Unless unless);
 

@@ -4,15 +4,16 @@
 
 #include <cmath>
 
-#include "platform/linux/wayland/server/OutputList.h"
-
 namespace vesk::wayland::server {
+
+ShareableDisplay shareableDisplay(const Output& output) {
+  return {output.id, std::llround(output.area.width), std::llround(output.area.height)};
+}
 
 ShareableContent shareableOutputs(Connection& connection) {
   ShareableContent content;
   for (const auto& output : OutputList(connection).current()) {
-    content.displays.push_back(
-        {output.id, std::llround(output.area.width), std::llround(output.area.height)});
+    content.displays.push_back(shareableDisplay(output));
   }
   content.applications.push_back({::getpid()});
   return content;

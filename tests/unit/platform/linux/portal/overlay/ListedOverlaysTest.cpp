@@ -92,6 +92,14 @@ TEST_F(ListedOverlaysTest, KnowTheScreenInThePlaceOfTheMainDisplay) {
   }
 }
 
+/// All of them may have gone between the banner's question and this one.
+TEST_F(ListedOverlaysTest, CountPixelsForPointsWhereThereIsNoScreenAnyMore) {
+  others->main = std::nullopt;
+  EXPECT_EQ(
+      ofBorderAround({{0, 0}, 100, 50}, 4),
+      (std::vector<PixelRect>{{0, 0, 100, 4}, {0, 46, 100, 4}, {0, 4, 4, 42}, {96, 4, 4, 42}}));
+}
+
 TEST_F(ListedOverlaysTest, AreReckonedFromTheScreenThatTheyAreOn) {
   const Rect there{{1280, 0}, 960, 540};
   screenIs({{0, 0}, 1280, 800});

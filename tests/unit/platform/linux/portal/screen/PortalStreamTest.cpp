@@ -45,9 +45,17 @@ class PortalStreamTest : public ::testing::Test, protected session::AskedDesktop
     });
   }
 
+  /// Instead of showing it at once.
+  void keepWhatIsOffered() {
+    onAnswer = [this](const auto& offered) {
+      content = offered;
+      outcomes.add("offered");
+    };
+  }
+
   /// On any thread: makes a stream of that.
-  void show(const ShareableContent& content) {
-    stream = capture->makeStream({content.displays.front(), {}}, configuration,
+  void show(const ShareableContent& offered) {
+    stream = capture->makeStream({offered.displays.front(), {}}, configuration,
                                  [this](const PlatformError& error) { received.fail(error); });
     stream->addOutput([this](const auto& sample, auto) { received.add(sample); }, queue);
     stream->startCapture([this](const auto& error) {
@@ -105,18 +113,15 @@ class PortalStreamTest : public ::testing::Test, protected session::AskedDesktop
   Outcomes outcomes;
   loop::ThreadQueue queue{"test.samples"};
   std::unique_ptr<ScreenStream> stream;
-  std::function<void(const ShareableContent&)> onAnswer = [this](const auto& content) {
-    show(content);
+  std::function<void(const ShareableContent&)> onAnswer = [this](const auto& offered) {
+    show(offered);
   };
+  std::optional<ShareableContent> content;  ///< that was kept
   std::optional<PortalScreenCapture> capture{std::in_place, strokes, gate, own, watched};
 };
 
 TEST_F(PortalStreamTest, OffersWhatThePersonHasChosenAndThisProgram) {
-  std::optional<ShareableContent> content;
-  onAnswer = [&](const auto& offered) {
-    content = offered;
-    outcomes.add("offered");
-  };
+  keepWhatIsOffered();
   begin();
   EXPECT_EQ(watched.current(), 0U);
   approve();
@@ -136,11 +141,7 @@ TEST_F(PortalStreamTest, OffersWhatThePersonHasChosenAndThisProgram) {
 
 /// As when the desktop is that fast, or the caller that slow.
 TEST_F(PortalStreamTest, FailsAtOnceWhereTheSessionHasEndedBeforeIt) {
-  std::optional<ShareableContent> content;
-  onAnswer = [&](const auto& offered) {
-    content = offered;
-    outcomes.add("offered");
-  };
+  keepWhatIsOffered();
   begin();
   approve();
   ASSERT_EQ(outcome(), "offered");
@@ -295,8 +296,8 @@ TEST_F(PortalStreamTest, EndsOnceWhenTheCompositorIsGone) {
 
 TEST_F(PortalStreamTest, MayBeDestroyedAsItEnds) {
   std::promise<void> destroyed;
-  onAnswer = [&](const auto& content) {
-    stream = capture->makeStream({content.displays.front(), {}}, configuration, [&](const auto&) {
+  onAnswer = [&](const auto& offered) {
+    stream = capture->makeStream({offered.displays.front(), {}}, configuration, [&](const auto&) {
       stream.reset();
       destroyed.set_value();
     });
