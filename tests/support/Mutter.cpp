@@ -13,10 +13,10 @@ Mutter::Mutter(MutterOptions options)
   // key was down would repeat it.
   write("home/.config/glib-2.0/settings/keyfile",
         "[org/gnome/desktop/interface]\nenable-animations=false\n"
-        "[org/gnome/desktop/peripherals/keyboard]\nrepeat=false\n"
-        "[org/gnome/mutter]\nexperimental-features=" +
-            std::string(options.isScaledAsAWhole ? "['scale-monitor-framebuffer']" : "@as []") +
-            "\n");
+        "[org/gnome/desktop/peripherals/keyboard]\nrepeat=false\n" +
+            std::string(options.isScaledAsAWhole ? "[org/gnome/mutter]\nexperimental-features="
+                                                   "['scale-monitor-framebuffer']\n"
+                                                 : ""));
   keepScale(options.monitor);
   tellServices({"GTK_A11Y=none", "GDK_BACKEND=wayland"});
   const auto nameOf = [](PixelSize size) {
